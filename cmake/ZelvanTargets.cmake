@@ -1,0 +1,44 @@
+# What every target of this project has in common.
+
+# One interface target carries the flags, so that none of them is set twice.
+add_library(zelvanOptions INTERFACE)
+target_compile_features(zelvanOptions INTERFACE cxx_std_20)
+target_compile_options(zelvanOptions INTERFACE
+    # A fused multiply-add rounds once where the formulas round twice: without this flag
+    # the results would depend on the instruction set the compiler was allowed to use.
+    -ffp-contract=off
+    # Log lines name sources relative to src/, whatever folder this was checked out into.
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/src/=
+    -Wall -Wextra -Wpedantic -Wshadow
+    # g++ 12 sees an overlap in every "text" + std::to_string(n) that it inlines (GCC bug 105651).
+    $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
+    $<$<BOOL:${ZELVAN_WERROR}>:-Werror>)
+
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+if(NOT CMAKE_BUILD_TYPE)
+    set(CMAKE_BUILD_TYPE Release)
+endif()
+
+# zelvan_library(<name> <define that switches its export macro to "export"> <sources...>)
+function(zelvan_library name exportDefine)
+    add_library(${name} SHARED ${ARGN})
+    add_library(Zelvan::${name} ALIAS ${name})
+    target_link_libraries(${name} PRIVATE $<BUILD_INTERFACE:zelvanOptions>)
+    target_compile_features(${name} PUBLIC cxx_std_20)
+    target_compile_definitions(${name} PRIVATE ${exportDefine})
+    target_include_directories(${name} PUBLIC
+        $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/src>
+        $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zelvan>)
+    set_target_properties(${name} PROPERTIES
+        VERSION ${PROJECT_VERSION}
+        SOVERSION ${PROJECT_VERSION_MAJOR})
+    # Nobody replaces single functions of these libraries at run time: calls inside one are direct.
+    target_compile_options(${name} PRIVATE -fno-semantic-interposition)
+    target_link_options(${name} PRIVATE LINKER:--no-undefined LINKER:-Bsymbolic-functions)
+endfunction()

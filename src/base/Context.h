@@ -1,0 +1,36 @@
+#pragma once
+
+#include "base/Export.h"
+
+#include <string>
+#include <vector>
+
+namespace Zelvan {
+
+/// Settings that node processors read. Parameters are declared once per process; every context has its own
+/// values. A boolean that nobody has set is false.
+class ZELVAN_BASE_API Context {
+public:
+    struct Param {
+        std::string _name;
+        std::string _description;
+        std::string _group;
+    };
+
+    /// Declares a parameter and returns its id; a name declared before keeps its id. `flag` is unused.
+    static unsigned createParamID(std::string const& name, std::string const& description,
+                                  std::string const& group, bool flag);
+    /// All declared parameters, by id.
+    static std::vector<Param> const& params();
+    /// Id of a declared parameter; `unknownParam` when there is none.
+    static constexpr unsigned unknownParam = ~0u;
+    static unsigned findParamID(std::string const& name);
+
+    bool bValue(unsigned id) const { return id < _bValues.size() && _bValues[id] != 0; }
+    void setBValue(unsigned id, bool value);
+
+private:
+    std::vector<char> _bValues;
+};
+
+} // namespace Zelvan

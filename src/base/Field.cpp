@@ -1,0 +1,92 @@
+#include "base/Field.h"
+
+#include "base/Route.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace Zelvan {
+
+std::string const Field::_typeName = "Field";
+
+namespace {
+
+thread_local FieldTextError lastTextError;
+
+std::string_view trimmed(std::string_view text)
+{
+    constexpr std::string_view space = " \t\r\n";
+    auto const first = text.find_first_not_of(space);
+    if (first == std::string_view::npos)
+        return {};
+    return text.substr(first, text.find_last_not_of(space) - first + 1);
+}
+
+bool isAllowed(std::string_view value, std::string_view allowedValues)
+{
+    for (std::size_t begin = 0; begin <= allowedValues.size();) {
+        auto const end = std::min(allowedValues.find(',', begin), allowedValues.size());
+        if (trimmed(allowedValues.substr(begin, end - begin)) == value)
+            return true;
+        begin = end + 1;
+    }
+    return false;
+}
+
+} // namespace
+
+Field::~Field()
+{
+    Route::removeAll(*this);
+}
+
+char const* Field::findName() const
+{
+    return _desc ? _desc->_name : "";
+}
+
+bool Field::setAndValidateValueByStr(char const* text, bool report)
+{
+    bool const allowed = _desc == nullptr || _desc->_allowedValues == nullptr
+        || isAllowed(text, _desc->_allowedValues)
+        || refuseText({0, std::string("one of: ") + _desc->_allowedValues, text});
+    bool const taken = allowed && setValueByStr(text, multiple);
+    if (!taken && report && _node != nullptr && logs(osg::LOG_WARNING)) {
+        auto const& error = textError();
+        writeLog(osg::LOG_WARNING, ZELVAN_HERE, "%s/%s.%s: expected %s at position %zu, found \"%s\"\n",
+                 _node->type()._name.c_str(), _node->displayName().c_str(), findName(),
+                 error.expected.c_str(), error.position, error.found.c_str());
+    }
+    return taken;
+}
+
+void Field::setToDefault()
+{
+    if (_desc != nullptr && _desc->_defaultValue != nullptr)
+        setValueByStr(_desc->_defaultValue, multiple);
+}
+
+void Field::send(TimeStamp const& timeStamp, bool alongRoutes, bool recordOnly)
+{
+    if (alongRoutes && _routesOut != nullptr)
+        Route::deliver(*this, timeStamp, recordOnly);
+}
+
+FieldTextError const& Field::textError()
+{
+    return lastTextError;
+}
+
+bool Field::refuseText(FieldTextError error)
+{
+    lastTextError = std::move(error);
+    return false;
+}
+
+void writeFieldLog(osg::LogLevel level, LogPlace const& place, char const* format, Field const& field)
+{
+    Node const& node = *field._node;
+    writeLog(level, place, format, node.type()._name.c_str(), node.displayName().c_str(), field.findName());
+}
+
+} // namespace Zelvan

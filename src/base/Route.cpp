@@ -1,0 +1,153 @@
+#include "base/Route.h"
+
+#include <deque>
+#include <vector>
+
+namespace Zelvan {
+
+namespace {
+
+// Nested deliveries use a few hundred bytes of stack each; this leaves most of a thread's stack to the host.
+constexpr unsigned maxNesting = 1000;
+
+struct Delivery {
+    Route* route;
+    TimeStamp timeStamp;
+};
+
+// Event delivery runs on one thread.
+unsigned nesting = 0;
+unsigned long cascade = 0;
+std::deque<Delivery> queued;
+std::vector<Route*> removedWhileDelivering;
+
+std::string described(Field const& field)
+{
+    std::string text = dataTypeName(field.dataType());
+    return text + ' ' + accessName(field.type());
+}
+
+template <class Next>
+void unlink(Route*& first, Route* route, Next next)
+{
+    Route** link = &first;
+    while (*link != nullptr && *link != route)
+        link = &((*link)->*next);
+    if (*link != nullptr)
+        *link = route->*next;
+}
+
+template <class Next>
+void append(Route*& first, Route* route, Next next)
+{
+    Route** link = &first;
+    while (*link != nullptr)
+        link = &((*link)->*next);
+    *link = route;
+}
+
+} // namespace
+
+Route* Route::add(Field& from, Field& to, std::string& error)
+{
+    if (from.dataType() != to.dataType()) {
+        error = "cannot send " + described(from) + " to " + described(to) + ": the data types differ";
+        return nullptr;
+    }
+    if ((from.type() & outputOnly) == 0) {
+        error = std::string("expected a field that sends events, this one is ") + accessName(from.type());
+        return nullptr;
+    }
+    if ((to.type() & inputOnly) == 0) {
+        error = std::string("expected a field that takes events, this one is ") + accessName(to.type());
+        return nullptr;
+    }
+    for (Route* route = from._routesOut; route != nullptr; route = route->_nextOut)
+        if (route->_to == &to && !route->_removed)
+            return route;
+    auto* const route = new Route(from, to);
+    append(from._routesOut, route, &Route::_nextOut);
+    append(to._routesIn, route, &Route::_nextIn);
+    return route;
+}
+
+void Route::remove(Route& route)
+{
+    if (route._removed)
+        return;
+    route._removed = true;
+    unlink(route._to->_routesIn, &route, &Route::_nextIn);
+    if (nesting > 0) {
+        // A delivery further up may stand at this route: it stays in the sender's list until all have ended.
+        removedWhileDelivering.push_back(&route);
+        return;
+    }
+    unlink(route._from->_routesOut, &route, &Route::_nextOut);
+    delete &route;
+}
+
+void Route::removeAll(Field& field)
+{
+    while (field._routesIn != nullptr)
+        remove(*field._routesIn);
+    for (Route* route = field._routesOut; route != nullptr;) {
+        Route* const next = route->_nextOut;
+        remove(*route);
+        route = next;
+    }
+}
+
+void Route::wakeLater(Route& route, TimeStamp const& timeStamp)
+{
+    if (route._queuedInCascade == cascade)
+        return;
+    route._queuedInCascade = cascade;
+    queued.push_back({&route, timeStamp});
+}
+
+void Route::deliver(Field& from, TimeStamp const& timeStamp, bool recordOnly)
+{
+    if (nesting == 0)
+        ++cascade;
+    struct Level {
+        Level() { ++nesting; }
+        ~Level()
+        {
+            if (--nesting == 0 && !(queued.empty() && removedWhileDelivering.empty()))
+                finishCascade();
+        }
+    } const level;
+
+    for (Route* route = from._routesOut; route != nullptr; route = route->_nextOut) {
+        Field& to = *route->_to;
+        if (route->_removed || !to.receive(timeStamp))
+            continue;
+        to.assignValue(from);
+        if (recordOnly)
+            to.markChanged();
+        else if (nesting > maxNesting)
+            wakeLater(*route, timeStamp);
+        else
+            to._node->fieldChanged(to, timeStamp, &from);
+    }
+}
+
+void Route::finishCascade()
+{
+    nesting = 1;
+    while (!queued.empty()) {
+        Delivery const delivery = queued.front();
+        queued.pop_front();
+        if (!delivery.route->_removed)
+            delivery.route->_to->_node->fieldChanged(*delivery.route->_to, delivery.timeStamp,
+                                                     delivery.route->_from);
+    }
+    nesting = 0;
+    for (Route* const route : removedWhileDelivering) {
+        unlink(route->_from->_routesOut, route, &Route::_nextOut);
+        delete route;
+    }
+    removedWhileDelivering.clear();
+}
+
+} // namespace Zelvan

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "base/Export.h"
+#include "base/Field.h"
+#include "base/TimeStamp.h"
+
+#include <string>
+
+namespace Zelvan {
+
+/// A connection that carries the values of one field to another of the same data type.
+/// Routes are links in two lists, the sender's and the receiver's; either end removes them when it goes.
+class ZELVAN_BASE_API Route {
+public:
+    /// Connects two fields. Null, with the reason in `error`, when the data types differ or the access kinds
+    /// do not allow it. An existing route between the two fields is returned as it is.
+    static Route* add(Field& from, Field& to, std::string& error);
+    static void remove(Route& route);
+    static void removeAll(Field& field);
+
+    /// Stores the sender's value at every receiver that takes changes and tells the receivers' nodes,
+    /// unless `recordOnly`.
+    /// Receivers may send in turn. Chains that nest deeper than the stack should carry are continued from a
+    /// queue once the nesting has unwound; each route is queued at most once per cascade of events.
+    static void deliver(Field& from, TimeStamp const& timeStamp, bool recordOnly);
+
+    Field& from() const { return *_from; }
+    Field& to() const { return *_to; }
+    Route* nextOut() const { return _nextOut; }
+    Route* nextIn() const { return _nextIn; }
+
+private:
+    Route(Field& from, Field& to) : _from(&from), _to(&to) {}
+    static void wakeLater(Route& route, TimeStamp const& timeStamp);
+    static void finishCascade();
+
+    Field* _from;
+    Field* _to;
+    Route* _nextOut = nullptr;
+    Route* _nextIn = nullptr;
+    bool _removed = false;
+    unsigned long _queuedInCascade = 0;
+};
+
+} // namespace Zelvan

@@ -1,0 +1,8 @@
+#pragma once
+
+namespace Zelvan {
+
+/// The time of an event, in seconds.
+using TimeStamp = double;
+
+} // namespace Zelvan

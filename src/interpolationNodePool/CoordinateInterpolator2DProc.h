@@ -1,0 +1,19 @@
+#pragma once
+
+#include "base/OpenSG.h"
+#include "interpolationNodePool/CoordinateInterpolatorProc.h"
+
+#include <vector>
+
+namespace Zelvan {
+
+class CoordinateInterpolator2D;
+
+class ZELVAN_INTERPOLATION_API CoordinateInterpolator2DProc : public CoordinateInterpolatorProc {
+    ZELVAN_PROC(CoordinateInterpolator2D)
+public:
+    /// Writes the value for `fraction` and returns true, or leaves `value` alone and returns false.
+    bool calculateValue(float fraction, std::vector<osg::Vector<float, 2u>>& value);
+};
+
+} // namespace Zelvan

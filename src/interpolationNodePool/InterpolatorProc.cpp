@@ -1,0 +1,106 @@
+#include "interpolationNodePool/InterpolatorProc.h"
+
+#include "interpolationNodePool/Interpolator.h"
+#include "interpolationNodePool/KeySearch.h"
+
+#include <algorithm>
+
+namespace Zelvan {
+
+unsigned InterpolatorProc::_binSearchKeyIndexID = Context::createParamID(
+    "binSearchKeyIndex", "use binSearch to find the key value", "Interpolator", false);
+
+NodeProc::StringDic InterpolatorProc::_typeDic[6] = {{"linear", 2}, {"constant", 1}, {"cosine", 3},
+                                                     {"cube", 4},   {"hermite", 5},  {"", 0}};
+
+ZELVAN_PROC_BODY(Interpolator, TransCoder)
+
+InterpolatorProc::InterpolatorProc(InterpolatorProc& other) : TransCoderProc(other) {}
+
+inline unsigned InterpolatorProc::findInterval(float const* keys, unsigned n, float fraction)
+{
+    if (contextBValue(_binSearchKeyIndexID))
+        return binaryInterval(keys, n, fraction);
+    unsigned const last = _lastIndex;
+    if (last < n - 1 && keys[last] <= fraction) {
+        if (fraction < keys[last + 1])
+            return last;
+        return linearInterval(keys, n, fraction, last + 1);
+    }
+    return linearInterval(keys, n, fraction, 0);
+}
+
+InterpolatorProc::FractionType InterpolatorProc::calculateIndex(float fraction, unsigned int keyValueCount,
+                                                                bool multiValue, unsigned int& index,
+                                                                unsigned int& valuesPerKey, float& alpha)
+{
+    std::vector<float> const& key = node()._key._value;
+    unsigned const n = std::min(static_cast<unsigned>(key.size()), keyValueCount);
+    if (n <= 1) [[unlikely]]
+        return withoutInterval(n, keyValueCount, multiValue, index, valuesPerKey, ZELVAN_HERE);
+    valuesPerKey = multiValue ? keyValueCount / n : 1;
+    float const* const keys = key.data();
+    if (fraction <= keys[0]) {
+        index = 0;
+        return FractionKey;
+    }
+    if (fraction >= keys[n - 1]) {
+        index = (n - 1) * valuesPerKey;
+        return FractionKey;
+    }
+
+    unsigned const interval = findInterval(keys, n, fraction);
+    _lastIndex = interval;
+    index = interval * valuesPerKey;
+    if (interval == n - 1) {
+        // Keys out of order, or a NaN: no interval holds the fraction, and no value follows the last.
+        alpha = 0.f;
+        return FractionNone;
+    }
+    float const lower = keys[interval];
+    float const width = keys[interval + 1] - lower;
+    if (width == 0.f) {
+        alpha = 0.f;
+        return FractionNone;
+    }
+    alpha = (fraction - lower) / width;
+    return FractionInterval;
+}
+
+InterpolatorProc::FractionType InterpolatorProc::withoutInterval(unsigned n, unsigned keyValueCount,
+                                                                 bool multiValue, unsigned& index,
+                                                                 unsigned& valuesPerKey,
+                                                                 LogPlace const& place)
+{
+    if (n == 0) {
+        valuesPerKey = multiValue ? 0 : 1;
+        if (logs(osg::LOG_FATAL))
+            writeLog(osg::LOG_FATAL, place, "%s/%s: Not enough keys/KeyValues %d/%d; cannot calc. alpha\n",
+                     node().type()._name.c_str(), node().displayName().c_str(), static_cast<int>(n),
+                     static_cast<int>(keyValueCount));
+        return FractionNone;
+    }
+    if (logs(osg::LOG_INFO))
+        writeLog(osg::LOG_INFO, place, "%s/%s: One key; cannot calc. alpha\n",
+                 node().type()._name.c_str(), node().displayName().c_str());
+    valuesPerKey = multiValue ? keyValueCount : 1;
+    index = 0;
+    return FractionKey;
+}
+
+void InterpolatorProc::fieldChanged(Interpolator& node, Field& field, TimeStamp const& timeStamp, Field* from)
+{
+    switch (indexOf(field)) {
+    case Interpolator::set_fractionIndex:
+        if (logs(osg::LOG_FATAL))
+            writeLog(osg::LOG_FATAL, ZELVAN_HERE, "Interpolator::_set_fractionSlot not handled %s\n",
+                     node.type()._name.c_str());
+        return;
+    case Interpolator::keyIndex:
+        return; // a new list takes effect at the next set_fraction
+    default:
+        TransCoderProc::fieldChanged(node, field, timeStamp, from);
+    }
+}
+
+} // namespace Zelvan

@@ -1,0 +1,211 @@
+#pragma once
+
+#include "base/Field.h"
+#include "base/Log.h"
+#include "base/Node.h"
+#include "base/NodeNameSpace.h"
+#include "base/NodeProc.h"
+#include "base/NodeType.h"
+#include "interpolationNodePool/Export.h"
+
+#include <iterator>
+
+// What all node and processor classes of the pool have in common. The functions work; the macros at the end
+// only declare, or forward in one line, where a class name must be stamped.
+
+namespace Zelvan {
+
+/// What the 22 type records differ in; see NodeType for the meanings.
+struct TypeRecord {
+    char const* name;
+    char const* parent;
+    char const* aliasName = nullptr;
+    char const* status = "stable";
+    char const* standard;
+    char const* description;
+};
+
+/// The record of a type with `partCount` own fields; `createNode` and `createProc` are null for abstract types.
+/// Returned as a prvalue: the record is built, and registered, in its final place.
+inline NodeType nodeType(TypeRecord const& record, NodeType::IsType isType, NodeType::CreateNode createNode,
+                         NodeType::CreateProc createProc, NodePartDesc* parts, unsigned partCount)
+{
+    return NodeType(theSceneNodeTypeFactory(), record.name, "InterpolationNodePool", record.parent,
+                    record.aliasName, nullptr, "Interpolation", nullptr, record.status, record.description,
+                    record.standard, false, false, isType, createNode, createProc, parts, partCount);
+}
+
+template <class Class>
+NodeType fieldlessType(TypeRecord const& record)
+{
+    return nodeType(record, &Class::isType, nullptr, nullptr, nullptr, 0);
+}
+
+template <class Class>
+NodeType abstractType(TypeRecord const& record)
+{
+    return nodeType(record, &Class::isType, nullptr, nullptr, Class::_desc, std::size(Class::_desc));
+}
+
+template <class Class>
+NodeType creatableType(TypeRecord const& record)
+{
+    return nodeType(record, &Class::isType, &Class::createNode, &Class::createProc, Class::_desc,
+                    std::size(Class::_desc));
+}
+
+/// Looks the class's type up again and logs the outcome; see `initInterpolationNodePool`.
+bool initType(NodeType const& type, LogPlace const& place);
+
+/// Registers or unregisters a class's own fields, in index order.
+template <class Class, class... Fields>
+void registerFields(Class& node, Fields&... fields)
+{
+    static_assert(std::size(Class::_desc) == sizeof...(fields), "one description for each field of the class");
+    NodePartDesc const* desc = Class::_desc;
+    (node.regField(fields, Class::_type, (desc++)->_index, true), ...);
+}
+template <class Class>
+void unregisterFields(Class& node)
+{
+    for (NodePartDesc const& desc : Class::_desc)
+        node.unregField(desc._index);
+}
+
+/// Reports a field that changed again while its change was being handled.
+void logReentry(Field const& field, LogPlace const& place);
+
+/// The re-entry guard: hands the change to the processor, unless the same field of the same node is being
+/// handled further up the call stack. That breaks cycles of routes: the second arrival is dropped, the first
+/// completes.
+template <class Class, class Proc>
+inline void guardedFieldChanged(Class& node, Proc* proc, Field& field, TimeStamp const& timeStamp, Field* from,
+                                LogPlace const& place)
+{
+    BitVector<unsigned long> const& mask = field._desc ? field._desc->_mask : NodePart::_nullMask;
+    if (node._isChangingMask.intersects(mask)) [[unlikely]] {
+        if (logs(osg::LOG_INFO))
+            logReentry(field, place);
+        return;
+    }
+    struct Changing {
+        Changing(Node& changing, BitVector<unsigned long> const& bits) : _node(changing), _bits(bits)
+        {
+            _node._isChangingMask.set(_bits);
+        }
+        ~Changing() { _node._isChangingMask.clear(_bits); }
+        Node& _node;
+        BitVector<unsigned long> const& _bits;
+    } const changing(node, mask);
+    if (proc != nullptr)
+        proc->fieldChanged(node, field, timeStamp, from);
+}
+
+/// What every processor does on `set_fraction`: while the node is enabled, compute into the stored output
+/// value and publish it when there is one.
+template <class Proc, class NodeClass, class Output>
+inline void evaluate(Proc& proc, NodeClass& node, Output& output, TimeStamp const& timeStamp)
+{
+    if (node.enabled() && proc.calculateValue(node._set_fraction._value, output._value))
+        output.processValueChange(timeStamp, Field::byProcessor);
+}
+
+/// `fieldChanged` of the processors whose node has one list of values and one output: new values take effect
+/// at the next `set_fraction`.
+template <class Parent, class Proc, class NodeClass>
+inline void dispatchValueField(Proc& proc, NodeClass& node, Field& field, TimeStamp const& timeStamp, Field* from)
+{
+    switch (indexOf(field)) {
+    case NodeClass::set_fractionIndex:
+        return evaluate(proc, node, node._value_changed, timeStamp);
+    case NodeClass::keyValueIndex:
+    case NodeClass::value_changedIndex:
+        return;
+    default:
+        proc.Parent::fieldChanged(node, field, timeStamp, from);
+    }
+}
+
+} // namespace Zelvan
+
+/// In the class of an abstract node type.
+#define ZELVAN_ABSTRACT_NODE(Class)                                                                        \
+public:                                                                                                    \
+    static NodeType _type;                                                                                 \
+    static bool init();                                                                                    \
+    static bool isType(Node* node);                                                                        \
+    Class(NodeType& type, NodeNameSpace& nameSpace, char const* name);                                     \
+    ~Class() override;                                                                                     \
+    Class##Proc* get##Class##Proc();                                                                       \
+    void fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from) override;
+
+/// In the class of a node type that scenes can create.
+#define ZELVAN_CREATABLE_NODE(Class)                                                                       \
+    ZELVAN_ABSTRACT_NODE(Class)                                                                            \
+    Class(NodeNameSpace& nameSpace, char const* name);                                                     \
+    static Node* createNode(NodeType& type, NodeNameSpace& nameSpace, char const* name);                   \
+    static NodeProc* createProc(NodeType& type, Node& node);
+
+// Shared by the two bodies below.
+#define ZELVAN_NODE_BODY(Class)                                                                            \
+    bool Class::init() { return initType(_type, ZELVAN_HERE); }                                            \
+    bool Class::isType(Node* node) { return dynamic_cast<Class*>(node) != nullptr; }                       \
+    Class##Proc* Class::get##Class##Proc() { return static_cast<Class##Proc*>(_proc); }                    \
+    void Class::fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from)                        \
+    {                                                                                                      \
+        guardedFieldChanged(*this, get##Class##Proc(), field, timeStamp, from, ZELVAN_HERE);               \
+    }
+
+/// In the source file of an abstract node type without fields of its own.
+#define ZELVAN_FIELDLESS_NODE_BODY(Class, Parent)                                                          \
+    Class::Class(NodeType& type, NodeNameSpace& nameSpace, char const* name)                               \
+        : Parent(type, nameSpace, name) {}                                                                 \
+    Class::~Class() = default;                                                                             \
+    ZELVAN_NODE_BODY(Class)
+
+/// In the source file of an abstract node type; its own field members follow, in index order.
+#define ZELVAN_ABSTRACT_NODE_BODY(Class, Parent, ...)                                                      \
+    Class::Class(NodeType& type, NodeNameSpace& nameSpace, char const* name)                               \
+        : Parent(type, nameSpace, name) { registerFields(*this, __VA_ARGS__); }                            \
+    Class::~Class() { unregisterFields(*this); }                                                           \
+    ZELVAN_NODE_BODY(Class)
+
+/// In the source file of a node type that scenes can create.
+#define ZELVAN_CREATABLE_NODE_BODY(Class, Parent, ...)                                                     \
+    ZELVAN_ABSTRACT_NODE_BODY(Class, Parent, __VA_ARGS__)                                                  \
+    Class::Class(NodeNameSpace& nameSpace, char const* name) : Class(_type, nameSpace, name) {}            \
+    Node* Class::createNode(NodeType& type, NodeNameSpace& nameSpace, char const* name)                    \
+    {                                                                                                      \
+        return new Class(type, nameSpace, name);                                                           \
+    }                                                                                                      \
+    NodeProc* Class::createProc(NodeType& type, Node& node) { return new Class##Proc(type, node); }
+
+/// In a processor class; `Class` is the node class it serves.
+#define ZELVAN_PROC(Class)                                                                                 \
+public:                                                                                                    \
+    Class##Proc(NodeType& type, Node& node);                                                               \
+    ~Class##Proc() override;                                                                               \
+    Class& node() const;                                                                                   \
+    void fieldChanged(Class& node, Field& field, TimeStamp const& timeStamp, Field* from);
+
+/// In a processor's source file: everything but `fieldChanged`.
+#define ZELVAN_PROC_BODY(Class, Parent)                                                                    \
+    Class##Proc::Class##Proc(NodeType& type, Node& node) : Parent##Proc(type, node) {}                     \
+    Class##Proc::~Class##Proc() = default;                                                                 \
+    Class& Class##Proc::node() const { return static_cast<Class&>(_node); }
+
+/// In the source file of a processor without fields to handle: all go to the parent.
+#define ZELVAN_FORWARDING_PROC_BODY(Class, Parent)                                                         \
+    ZELVAN_PROC_BODY(Class, Parent)                                                                        \
+    void Class##Proc::fieldChanged(Class& node, Field& field, TimeStamp const& timeStamp, Field* from)     \
+    {                                                                                                      \
+        Parent##Proc::fieldChanged(node, field, timeStamp, from);                                          \
+    }
+
+/// In the source file of a processor that computes `value_changed` from `keyValue`.
+#define ZELVAN_VALUE_PROC_BODY(Class, Parent)                                                              \
+    ZELVAN_PROC_BODY(Class, Parent)                                                                        \
+    void Class##Proc::fieldChanged(Class& node, Field& field, TimeStamp const& timeStamp, Field* from)     \
+    {                                                                                                      \
+        dispatchValueField<Parent##Proc>(*this, node, field, timeStamp, from);                             \
+    }

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "interpolationNodePool/LinearInterpolatorProc.h"
+
+#include "base/Rotation.h"
+
+namespace Zelvan {
+
+class OrientationInterpolator;
+
+class ZELVAN_INTERPOLATION_API OrientationInterpolatorProc : public LinearInterpolatorProc {
+    ZELVAN_PROC(OrientationInterpolator)
+public:
+    /// Writes the value for `fraction` and returns true, or leaves `value` alone and returns false.
+    bool calculateValue(float const& fraction, Rotation& value);
+};
+
+} // namespace Zelvan

@@ -1,0 +1,142 @@
+#include "interpolationNodePool/TransformationInterpolatorProc.h"
+
+#include "interpolationNodePool/LinearInterpolation.h"
+#include "interpolationNodePool/Slerp.h"
+#include "interpolationNodePool/TransformationInterpolator.h"
+
+#include <cstring>
+
+namespace Zelvan {
+
+NodeProc::StringDic TransformationInterpolatorProc::_modeDic[3] = {{"matrix", 1}, {"component", 2}, {"", 0}};
+
+ZELVAN_PROC_BODY(TransformationInterpolator, LinearInterpolator)
+
+void TransformationInterpolatorProc::fieldChanged(TransformationInterpolator& node, Field& field,
+                                                  TimeStamp const& timeStamp, Field* from)
+{
+    auto& keyValue = node._keyValue._value;
+    switch (indexOf(field)) {
+    case TransformationInterpolator::set_fractionIndex:
+        if (_logCache.size() != keyValue.size())
+            buildLogMat(-1);
+        if (_modeCode == 0)
+            _modeCode = static_cast<unsigned>(findDic(_modeDic, node._mode));
+        return evaluate(*this, node, node._value_changed, timeStamp);
+    case TransformationInterpolator::keyValueIndex:
+        return buildLogMat(-1);
+    case TransformationInterpolator::value_changedIndex:
+        return;
+    case TransformationInterpolator::modeIndex:
+        _modeCode = static_cast<unsigned>(findDic(_modeDic, node._mode));
+        return;
+    case TransformationInterpolator::set_firstKeyValueIndex:
+        if (!keyValue.empty()) {
+            keyValue.front() = node._set_firstKeyValue._value;
+            buildLogMat(0);
+        }
+        return;
+    case TransformationInterpolator::set_lastKeyValueIndex:
+        if (!keyValue.empty()) {
+            keyValue.back() = node._set_lastKeyValue._value;
+            buildLogMat(static_cast<int>(keyValue.size() - 1));
+        }
+        return;
+    default:
+        LinearInterpolatorProc::fieldChanged(node, field, timeStamp, from);
+    }
+}
+
+void TransformationInterpolatorProc::buildLogMat(int index)
+{
+    auto const& keyValue = node()._keyValue._value;
+    std::size_t const n = keyValue.size();
+    // A cache of another size holds nothing worth keeping, and a new entry must not pass for a logarithm.
+    if (index < 0 || _logCache.size() != n) {
+        _logCache.resize(n);
+        for (std::size_t k = 0; k < n; ++k)
+            _logCache[k].logOf(keyValue[k]);
+    } else if (static_cast<std::size_t>(index) < n) {
+        _logCache[static_cast<std::size_t>(index)].logOf(keyValue[static_cast<std::size_t>(index)]);
+    }
+    if (index >= 0 && static_cast<std::size_t>(index) >= n && logs(osg::LOG_FATAL))
+        writeLog(osg::LOG_FATAL, ZELVAN_HERE, "Matrix index out of range, %d\n", index);
+}
+
+bool TransformationInterpolatorProc::calculateValue(float const& fraction, osg::Matrix& value)
+{
+    auto const& keyValue = node()._keyValue._value;
+    unsigned index, valuesPerKey;
+    float alpha;
+    switch (calculateIndex(fraction, static_cast<unsigned>(keyValue.size()), false, index, valuesPerKey, alpha)) {
+    case FractionInterval:
+        if (_modeCode == 1)
+            interpolateMatrix(value, static_cast<int>(index), static_cast<int>(index + 1), alpha);
+        else if (_modeCode == 2)
+            interpolateComponent(value, static_cast<int>(index), static_cast<int>(index + 1), alpha);
+        else if (logs(osg::LOG_FATAL))
+            writeLog(osg::LOG_FATAL, ZELVAN_HERE, "Invalid mode in TI::calculateValue()\n");
+        break;
+    case FractionKey:
+        value = keyValue[index];
+        break;
+    case FractionNone:
+        break;
+    }
+    return true;
+}
+
+void TransformationInterpolatorProc::interpolateMatrix(osg::Matrix& value, int i, int j, float t)
+{
+    // Only a caller that skipped the events finds a cache that does not fit.
+    if (_logCache.size() != node()._keyValue._value.size())
+        buildLogMat(-1);
+    osg::Matrix const& from = _logCache[static_cast<std::size_t>(i)];
+    osg::Matrix blend = _logCache[static_cast<std::size_t>(j)];
+    blend.addScaled(from, -1.f);
+    blend.scale(t);
+    blend.addScaled(from, 1.f);
+    value.expOf(blend);
+}
+
+TransformationInterpolatorProc::Components const&
+TransformationInterpolatorProc::components(Components& kept, osg::Matrix const& matrix)
+{
+    // Playback inside an interval meets the same two matrices again; compared bit for bit, they cannot be stale.
+    if (kept._valid && std::memcmp(&kept._matrix, &matrix, sizeof matrix) == 0)
+        return kept;
+    kept._matrix = matrix;
+    kept._valid = true;
+
+    osg::Matrix linear = matrix;
+    kept._translation.setValues(linear[3][0], linear[3][1], linear[3][2]);
+    for (osg::UInt32 c = 0; c < 3; ++c)
+        linear[3][c] = linear[c][3] = 0.f;
+
+    osg::Matrix orthogonal, symmetric, orientation;
+    float determinant = 0.f;
+    linear.polarDecompose(orthogonal, symmetric, determinant);
+    float sign = 1.f;
+    if (determinant < 0.f) {
+        // A mirror: the negated factor is a proper rotation, and the scale factors carry the sign.
+        orthogonal.negate();
+        sign = -1.f;
+    }
+    kept._rotation.setValue(orthogonal);
+    symmetric.spectralDecompose(orientation, kept._scale);
+    kept._scaleOrientation.setValue(orientation);
+    for (osg::UInt32 c = 0; c < 3; ++c)
+        kept._scale[c] = kept._scale[c] * sign;
+    return kept;
+}
+
+void TransformationInterpolatorProc::interpolateComponent(osg::Matrix& value, int i, int j, float t)
+{
+    auto const& keyValue = node()._keyValue._value;
+    Components const& a = components(_kept[0], keyValue[static_cast<std::size_t>(i)]);
+    Components const& b = components(_kept[1], keyValue[static_cast<std::size_t>(j)]);
+    value.setTransform(lerp(a._translation, b._translation, t), slerp(a._rotation, b._rotation, t),
+                       lerp(a._scale, b._scale, t), slerp(a._scaleOrientation, b._scaleOrientation, t));
+}
+
+} // namespace Zelvan

@@ -1,0 +1,264 @@
+#include "tests/Scene.h"
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace Zelvan {
+namespace {
+
+using test::bits;
+using test::slotOf;
+
+TEST(Fields, VirtualSlotsKeepTheirOrder)
+{
+    EXPECT_EQ(slotOf(&Field::findName), 2u);
+    EXPECT_EQ(slotOf(&Field::type), 5u);
+    EXPECT_EQ(slotOf(&Field::typeName), 6u);
+    EXPECT_EQ(slotOf(&Field::setValueByStr), 7u);
+    EXPECT_EQ(slotOf(&Field::setAndValidateValueByStr), 8u);
+    EXPECT_EQ(slotOf(&Field::setValueByBin), 11u);
+    EXPECT_EQ(slotOf(&Field::getValueAsBin), 15u);
+    EXPECT_EQ(slotOf(&Field::get1ValueAsBin), 16u);
+    EXPECT_EQ(slotOf(&Field::addValueByStr), 17u);
+    EXPECT_EQ(slotOf(&Field::set1ValueByBin), 18u);
+    EXPECT_EQ(slotOf(&Field::cardinality), 19u);
+    EXPECT_EQ(slotOf(&Field::free), 25u);
+    EXPECT_EQ(slotOf(&Field::equalValue), 26u);
+    EXPECT_EQ(slotOf(&SFFloat::addValueFieldDep), 27u);
+    EXPECT_EQ(slotOf(&MFRotation::addValueFieldDep), 27u);
+    // The stored value follows the members of Field: owner, description and three words.
+    SFFloat field;
+    EXPECT_EQ(sizeof(Field), 6 * sizeof(void*));
+    EXPECT_EQ(reinterpret_cast<char*>(&field._value) - reinterpret_cast<char*>(&field),
+              static_cast<std::ptrdiff_t>(sizeof(Field)));
+}
+
+template <class FieldClass>
+std::string reparsed(char const* text)
+{
+    FieldClass field;
+    return field.setValueByStr(text, Field::multiple) ? field.getValueAsStr() : "refused";
+}
+
+TEST(Fields, TextsAreReadAndWritten)
+{
+    EXPECT_EQ(reparsed<SFFloat>(" +.5 "), "0.5");
+    EXPECT_EQ(reparsed<SFFloat>("-1.E-3"), "-0.001");
+    EXPECT_EQ(reparsed<SFFloat>("16777217"), "16777216");
+    EXPECT_EQ(reparsed<SFFloat>("1e-60"), "0");
+    EXPECT_EQ(reparsed<SFFloat>("-1e-400"), "-0");
+    EXPECT_EQ(reparsed<SFFloat>("-inf"), "-inf");
+    EXPECT_EQ(reparsed<SFFloat>("-nan(0x12)"), "-nan(0x12)");
+    EXPECT_EQ(reparsed<SFTime>("1e300"), "1e+300");
+    EXPECT_EQ(reparsed<MFFloat>(" 0,,.5\n\t1 ,"), "0 0.5 1");
+    EXPECT_EQ(reparsed<MFFloat>(" , "), "");
+    EXPECT_EQ(reparsed<SFVec2f>("1 2"), "1 2");
+    EXPECT_EQ(reparsed<MFVec3f>("1 2 3, 4 5 6"), "1 2 3 4 5 6");
+    EXPECT_EQ(reparsed<MFColor>("0 .25 1"), "0 0.25 1");
+    EXPECT_EQ(reparsed<SFRotation>("0 2 0 1.5"), "0 2 0 1.5");
+    EXPECT_EQ(reparsed<MFRotation>("0 0 1 1  0 0 0 2"), "0 0 1 1 0 0 0 2");
+    EXPECT_EQ(reparsed<SFBool>(" TRUE\n"), "true");
+    EXPECT_EQ(reparsed<SFBool>("false"), "false");
+    EXPECT_EQ(reparsed<SFString>(" as \"it\" is "), " as \"it\" is ");
+    EXPECT_EQ(reparsed<SFMatrix4f>("1 0 0 0 0 1 0 0 0 0 1 0 7 8 9 1"), "1 0 0 0 0 1 0 0 0 0 1 0 7 8 9 1");
+}
+
+TEST(Fields, MatrixTextsHoldTheColumns)
+{
+    SFMatrix4f field;
+    ASSERT_TRUE(field.setValueByStr("0 1 0 0 -1 0 0 0 0 0 1 0 10 20 30 1", Field::multiple));
+    // The point (1, 0, 0) turns a quarter about z and moves by (10, 20, 30).
+    float moved[3];
+    for (osg::UInt32 row = 0; row < 3; ++row)
+        moved[row] = field._value[0][row] * 1 + field._value[3][row];
+    EXPECT_EQ(moved[0], 10);
+    EXPECT_EQ(moved[1], 21);
+    EXPECT_EQ(moved[2], 30);
+}
+
+TEST(Fields, BadTextsAreRefusedWithPlaceAndExpectation)
+{
+    struct Case {
+        NodePartDataType type;
+        char const* text;
+        std::size_t position;
+        char const* expected;
+        char const* found;
+    } const cases[] = {
+        {SFFloatType, "", 0, "a number", "end of text"},
+        {SFFloatType, "1 2", 2, "no more than one number", "2"},
+        {SFFloatType, "0x10", 0, "a number", "0x10"},
+        {SFFloatType, "1e39", 0, "a number within the range of a float", "1e39"},
+        {SFFloatType, "+-1", 0, "a number", "+-1"},
+        {MFFloatType, "0 0.5 1,5x", 8, "a number", "5x"},
+        {MFFloatType, "0 nan(0x) 1", 2, "a number", "nan(0x)"},
+        {SFVec3fType, "1 2", 3, "three numbers (x y z)", "2 numbers"},
+        {SFRotationType, "0 0 1 2 3", 8, "no more than four numbers (axis x y z, angle)", "3"},
+        {MFVec2fType, "1 2 3", 5, "a multiple of 2 numbers", "3 numbers"},
+        {SFBoolType, "yes", 0, "true or false", "yes"},
+    };
+    for (Case const& c : cases) {
+        SFFloat sfFloat;
+        MFFloat mfFloat;
+        SFVec3f sfVec3f;
+        SFRotation sfRotation;
+        MFVec2f mfVec2f;
+        SFBool sfBool;
+        for (Field* const field : {static_cast<Field*>(&sfFloat), static_cast<Field*>(&mfFloat),
+                                   static_cast<Field*>(&sfVec3f), static_cast<Field*>(&sfRotation),
+                                   static_cast<Field*>(&mfVec2f), static_cast<Field*>(&sfBool)}) {
+            if (field->dataType() != c.type)
+                continue;
+            std::string const before = field->getValueAsBin(-1);
+            EXPECT_FALSE(field->setValueByStr(c.text, Field::multiple)) << c.text;
+            EXPECT_EQ(field->getValueAsBin(-1), before) << c.text;
+            EXPECT_EQ(Field::textError().position, c.position) << c.text;
+            EXPECT_EQ(Field::textError().expected, c.expected) << c.text;
+            EXPECT_EQ(Field::textError().found, c.found) << c.text;
+        }
+    }
+}
+
+// Values with random bits, NaNs of every kind among them, survive both forms.
+template <class FieldClass>
+class EveryField : public testing::Test {};
+using NumberFields = testing::Types<SFFloat, MFFloat, SFColor, MFColor, SFVec2f, MFVec2f, SFVec3f, MFVec3f, SFMatrix4f,
+                                    MFMatrix4f, SFTime>;
+TYPED_TEST_SUITE(EveryField, NumberFields);
+
+TYPED_TEST(EveryField, KeepsItsBitsInTextAndBinaryForm)
+{
+    std::mt19937 random(1);
+    TypeParam field;
+    unsigned const width = field.elementSize();
+    for (int round = 0; round < 500; ++round) {
+        std::string bin(field.cardinality() == Field::multiple ? width * (round % 4) : width, '\0');
+        for (char& byte : bin)
+            byte = static_cast<char>(random());
+        TypeParam fromBin, fromText;
+        ASSERT_TRUE(fromBin.setValueByBin(bin));
+        EXPECT_EQ(fromBin.getValueAsBin(-1), bin);
+        std::string const text = fromBin.getValueAsStr();
+        ASSERT_TRUE(fromText.setValueByStr(text.c_str(), Field::multiple)) << text;
+        EXPECT_EQ(fromText.getValueAsBin(-1), bin) << text;
+        EXPECT_FALSE(fromBin.setValueByBin(bin + "x"));
+        EXPECT_EQ(fromBin.getValueAsBin(-1), bin);
+    }
+}
+
+TEST(Fields, RotationsKeepAllNineWords)
+{
+    Rotation rotation({0, 3, 0}, 1.f);
+    rotation.setQuaternion(Rotation({0, 0, 1}, 2.f).quaternion());
+    MFRotation field, copy;
+    field._value = {rotation, Rotation({1, 2, 3}, 4.f), Rotation()};
+    ASSERT_TRUE(copy.setValueByBin(field.getValueAsBin(-1)));
+    EXPECT_EQ(copy.getValueAsBin(-1), field.getValueAsBin(-1));
+    std::string bin = field.get1ValueAsBin(1);
+    bin[32] = 3; // no such state
+    EXPECT_FALSE(copy.set1ValueByBin(1, bin));
+}
+
+TEST(Fields, ListsGrowShrinkAndAppend)
+{
+    MFFloat list;
+    list._value = {1};
+    list.addValueFieldDep({7, 8}, false);
+    EXPECT_EQ(list.getValueAsStr(), "1 7 8");
+    list.addValueFieldDep(list._value, false);
+    EXPECT_EQ(list.getValueAsStr(), "1 7 8 1 7 8");
+    list.addValueFieldDep({5}, true);
+    EXPECT_EQ(list.getValueAsStr(), "5");
+    EXPECT_GE(list._value.capacity(), 6u);
+    EXPECT_EQ(list.addValueByStr("6 7", Field::multiple), 2);
+    EXPECT_EQ(list.addValueByStr("6 7", Field::single), 0);
+    list.reserve(2);
+    list.resize(5);
+    EXPECT_EQ(list.getValueAsStr(), "5 6 7 0 0");
+    EXPECT_FALSE(list.set1ValueByStr(5, "1"));
+    EXPECT_TRUE(list.set1ValueByStr(4, "1"));
+    EXPECT_EQ(list.get1ValueAsStr(4), "1");
+    list.addValueFieldDep({}, true);
+    EXPECT_TRUE(list.empty());
+    list.free();
+    EXPECT_EQ(list._value.capacity(), 0u);
+
+    MFRotation rotations;
+    rotations.resize(3);
+    EXPECT_EQ(bits(rotations._value[2]), bits(Rotation()));
+    MFMatrix4f matrices;
+    matrices.resize(1);
+    EXPECT_EQ(matrices.getValueAsStr(), "1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1");
+
+    SFFloat single;
+    single._value = 4;
+    single.clear();
+    single.resize(9);
+    single.addValueFieldDep(5, true);
+    EXPECT_EQ(single.addValueByStr("6", Field::multiple), 0);
+    EXPECT_EQ(single._value, 6);
+    EXPECT_EQ(single.size(), 1u);
+    EXPECT_FALSE(single.empty());
+}
+
+template <class FieldClass>
+bool equalTexts(char const* a, char const* b)
+{
+    FieldClass first, second;
+    EXPECT_TRUE(first.setValueByStr(a, Field::multiple) && second.setValueByStr(b, Field::multiple));
+    EXPECT_EQ(first.equalValue(second), second.equalValue(first));
+    return first.equalValue(second);
+}
+
+TEST(Fields, EqualityFollowsTheValueType)
+{
+    EXPECT_FALSE(equalTexts<SFFloat>("0.5", "0.50000006"));
+    EXPECT_TRUE(equalTexts<SFFloat>("0", "-0"));
+    EXPECT_FALSE(equalTexts<SFFloat>("nan", "nan"));
+    EXPECT_TRUE(equalTexts<SFVec3f>("0 0 0", "0 0 5e-7"));
+    EXPECT_FALSE(equalTexts<SFVec3f>("0 0 0", "0 0 2e-6"));
+    EXPECT_FALSE(equalTexts<SFVec2f>("0 nan", "0 nan"));
+    EXPECT_TRUE(equalTexts<MFColor>("0 0 0", "1e-6 0 0"));
+    EXPECT_FALSE(equalTexts<MFFloat>("1 2", "1 2 3"));
+    EXPECT_TRUE(equalTexts<MFFloat>("", ""));
+    EXPECT_TRUE(equalTexts<SFRotation>("0 0 0 9", "0 0 1 0"));
+    EXPECT_FALSE(equalTexts<SFRotation>("0 0 1 0", "0 0 1 6.2831853"));
+    EXPECT_TRUE(equalTexts<SFMatrix4f>("1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1", "1 0 0 0 0 1 0 0 0 0 1 0 0 0 5e-7 1"));
+    EXPECT_TRUE(equalTexts<SFString>("a", "a"));
+
+    SFRotation stale;
+    stale._value = Rotation({0, 1, 0}, 0.f);
+    EXPECT_TRUE(stale.equalValue(SFRotation()));
+    EXPECT_EQ(stale._value._state, Rotation::both);
+    EXPECT_EQ(stale._value._quaternion.w(), 1.f);
+}
+
+TEST(Fields, RotationFormsAreDerivedWhenRead)
+{
+    // Axis and angle of a quaternion: the identity, small and half turns, a quaternion that is not quite unit.
+    struct Case {
+        float q[4], axis[3], angle;
+    } const cases[] = {
+        {{0, 0, 0, 1}, {0, 0, 1}, 0},
+        {{0, 1e-7f, 0, 1}, {0, 1, 0}, 2e-7f},
+        {{1, 0, 0, 0}, {1, 0, 0}, 3.14159265f},
+        {{0, 0, 0.6f, 0.6f}, {0, 0, 1}, 1.57079633f},
+        {{0, 0, 0.70710678f, -0.70710678f}, {0, 0, 1}, 4.71238898f},
+    };
+    for (Case const& c : cases) {
+        osg::Quaternion quaternion;
+        quaternion.setValueAsQuat(c.q[0], c.q[1], c.q[2], c.q[3]);
+        Rotation const rotation(quaternion);
+        EXPECT_FLOAT_EQ(rotation.angle(), c.angle);
+        for (unsigned i = 0; i < 3; ++i)
+            EXPECT_FLOAT_EQ(rotation.axis()[i], c.axis[i]);
+        EXPECT_EQ(rotation._state, Rotation::both);
+    }
+    osg::Quaternion broken;
+    broken.setValueAsQuat(NAN, 0, 0, 1);
+    EXPECT_TRUE(std::isnan(Rotation(broken).angle()));
+}
+
+} // namespace
+} // namespace Zelvan

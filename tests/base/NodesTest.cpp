@@ -1,0 +1,162 @@
+#include "base/NodeProc.h"
+#include "tests/Scene.h"
+
+namespace Zelvan {
+namespace {
+
+using test::Scene;
+using test::Sink;
+using test::slotOf;
+
+TEST(Nodes, VirtualSlotsKeepTheirOrder)
+{
+    EXPECT_EQ(slotOf(&Node::shutdown), 2u);
+    EXPECT_EQ(slotOf(&Node::fieldChanged), 3u);
+
+    EXPECT_EQ(slotOf(static_cast<void (NodeProc::*)() const>(&NodeProc::shutdown)), 2u);
+    EXPECT_EQ(slotOf(&NodeProc::setup), 3u);
+    EXPECT_EQ(slotOf(&NodeProc::initialize), 4u);
+    EXPECT_EQ(slotOf(&SceneBaseNodeProc::attach), 5u);
+    EXPECT_EQ(slotOf(&SceneBaseNodeProc::detach), 6u);
+    EXPECT_EQ(slotOf(static_cast<void (NodeProc::*)(TimeStamp const&)>(&NodeProc::shutdown)), 7u);
+    EXPECT_EQ(slotOf(&NodeProc::dispose), 8u);
+    EXPECT_EQ(slotOf(&NodeProc::childChanged), 9u);
+    EXPECT_EQ(slotOf(&SceneBaseNodeProc::nodeChanged), 10u);
+    EXPECT_EQ(slotOf(&NodeProc::childAdded), 11u);
+    EXPECT_EQ(slotOf(&NodeProc::childRemoved), 12u);
+    EXPECT_EQ(slotOf(&NodeProc::parentAdded), 13u);
+    EXPECT_EQ(slotOf(&NodeProc::parentRemoved), 14u);
+    EXPECT_EQ(slotOf(&NodeProc::fieldAdded), 15u);
+    EXPECT_EQ(slotOf(&NodeProc::fieldRemoved), 16u);
+    EXPECT_EQ(slotOf(&NodeProc::routeAdded), 17u);
+    EXPECT_EQ(slotOf(&NodeProc::routeRemoved), 18u);
+    EXPECT_EQ(slotOf(static_cast<bool (NodeProc::*)(NodePartType, NodePartDataType, char const*, char const*,
+                                                    char const*, char const*, bool, bool, bool, char const*)>(
+                  &NodeProc::addNodePart)),
+              19u);
+    EXPECT_EQ(slotOf(static_cast<bool (NodeProc::*)(NodePartDesc const&, BitVector<unsigned int>*)>(
+                  &NodeProc::addNodePart)),
+              20u);
+    EXPECT_EQ(slotOf(&NodeProc::removeNodePart), 21u);
+    EXPECT_EQ(slotOf(&NodeProc::findField), 22u);
+    EXPECT_EQ(slotOf(&NodeProc::mergeNode), 23u);
+    EXPECT_EQ(slotOf(&NodeProc::nameSpace), 24u);
+    EXPECT_EQ(slotOf(&NodeProc::childNameSpace), 25u);
+    EXPECT_EQ(slotOf(&NodeProc::setChildNameSpace), 26u);
+    EXPECT_EQ(slotOf(&SceneBaseNodeProc::getInfoStr), 27u);
+}
+
+NodeType makeType(NodeTypeNameSpace& types, char const* name, char const* parent, char const* alias = nullptr,
+                  NodeType::CreateNode create = nullptr)
+{
+    return NodeType(types, name, "pool", parent, alias, nullptr, "c", nullptr, "", "", "", false, false, nullptr,
+                    create, nullptr, nullptr, 0);
+}
+
+TEST(NodeTypes, AreFoundByNameAndByAlias)
+{
+    auto const create = [](NodeType&, NodeNameSpace& nodes, char const*) -> Node* { return new Sink<SFFloat>(nodes); };
+    NodeTypeNameSpace types;
+    auto const find = [&types](char const* name, SearchCaseType how = searchExact) {
+        return NodeTypeNameSpace::findType(&types, name, how);
+    };
+    NodeType concrete = makeType(types, "Concrete", "Abstract", "Abstract", create);
+    EXPECT_EQ(find("Abstract"), &concrete) << "an alias answers while no type has the name";
+    EXPECT_EQ(concrete.parent(), &concrete) << "a cycle of names";
+    EXPECT_FALSE(concrete.isDerivedFrom(*NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), "TransCoder",
+                                                                     searchExact)));
+    {
+        NodeType abstractType = makeType(types, "Abstract", "Root");
+        EXPECT_EQ(find("Abstract"), &abstractType);
+        EXPECT_EQ(concrete.parent(), &abstractType);
+        EXPECT_TRUE(concrete.isDerivedFrom(abstractType));
+        EXPECT_FALSE(abstractType.isDerivedFrom(concrete));
+        EXPECT_EQ(abstractType.creatableType(), &concrete);
+        EXPECT_EQ(concrete.creatableType(), &concrete);
+        EXPECT_EQ(find("abstract"), nullptr);
+        EXPECT_EQ(find("abstract", searchIgnoreCase), &abstractType);
+    }
+    EXPECT_EQ(find("Abstract"), &concrete);
+    EXPECT_EQ(find(""), nullptr);
+    EXPECT_EQ(NodeTypeNameSpace::findType(nullptr, "Concrete", searchExact), nullptr);
+}
+
+TEST(Nodes, FieldsAreFoundWithAndWithoutSetAndChanged)
+{
+    Scene scene;
+    NodePartDesc descs[3] = {{0, 1, inputOnly, SFFloatType, 1, "set_a", nullptr, nullptr, nullptr, "", 0},
+                             {1, 2, outputOnly, SFFloatType, 1, "b_changed", nullptr, nullptr, nullptr, "", 0},
+                             {2, 4, inputOutput, SFFloatType, 1, "c", nullptr, nullptr, nullptr, "", 0}};
+    NodeTypeNameSpace types;
+    NodeType type(types, "T", "", nullptr, nullptr, nullptr, "", nullptr, "", "", "", false, false, nullptr, nullptr,
+                  nullptr, descs, 3);
+    Sink<SFFloat> node(scene._nodes);
+    SFFloat a, b, c, none;
+    node.regField(a, type, 0, true);
+    node.regField(b, type, 1, true);
+    node.regField(c, type, 2, true);
+    node.regField(none, type, 7, true);
+    EXPECT_EQ(none._desc, nullptr) << "an index the type does not describe";
+    struct {
+        char const* name;
+        Node::FieldSearchOrder order;
+        Field* expected;
+    } const cases[] = {
+        {"set_a", Node::asInput, &a}, {"a", Node::asInput, &a},     {"a", Node::exactName, nullptr},
+        {"b", Node::asOutput, &b},    {"c", Node::asInput, &c},     {"b_changed", Node::asOutput, &b},
+        {"set_c", Node::asInput, &c}, {"c", Node::asOutput, &c},    {"c_changed", Node::asOutput, &c},
+        {"c_changed", Node::asInput, nullptr}, {"set_a", Node::asOutput, &a}, {"d", Node::asInput, nullptr},
+    };
+    for (auto const& test : cases)
+        EXPECT_EQ(node.findField(test.name, test.order), test.expected) << test.name << ' ' << test.order;
+    for (unsigned index : {0u, 1u, 2u, 9u})
+        node.unregField(index);
+    EXPECT_EQ(node.findField("c"), nullptr);
+}
+
+TEST(Contexts, HoldTheirOwnParameterValues)
+{
+    unsigned const id = Context::createParamID("test.switch", "a switch", "Tests", false);
+    EXPECT_EQ(Context::createParamID("test.switch", "again", "Tests", true), id);
+    EXPECT_EQ(Context::findParamID("test.switch"), id);
+    EXPECT_EQ(Context::findParamID("test.none"), Context::unknownParam);
+    Context one, other;
+    EXPECT_FALSE(one.bValue(id));
+    one.setBValue(id, true);
+    EXPECT_TRUE(one.bValue(id));
+    EXPECT_FALSE(other.bValue(id));
+    one.setBValue(Context::unknownParam, true);
+    EXPECT_FALSE(one.bValue(Context::unknownParam));
+}
+
+TEST(Dictionaries, CompareExactly)
+{
+    NodeProc::StringDic const dictionary[] = {{"one", 1}, {"two", 2}, {"", 0}};
+    SFString field;
+    for (auto const& [text, value] : {std::pair{"one", 1}, {"two", 2}, {"Two", 0}, {"", 0}, {"three", 0}}) {
+        field._value = text;
+        EXPECT_EQ(NodeProc::findDic(dictionary, field), value) << text;
+    }
+}
+
+TEST(Nodes, LeaveNothingBehind)
+{
+    unsigned const before = BaseObject::_objCount;
+    {
+        Scene scene;
+        auto* const a = new Sink<SFFloat>(scene._nodes, inputOutput);
+        auto* const b = new Sink<SFFloat>(scene._nodes, inputOutput);
+        EXPECT_EQ(BaseObject::_objCount, before + 4) << "a node and its one field each";
+        scene._nodes.add(*a);
+        scene._nodes.add(*b);
+        scene._nodes.add(*b);
+        Scene::route(a->_in, b->_in);
+        Scene::route(b->_in, a->_in);
+        EXPECT_EQ(scene._nodes.find("sink"), b);
+        EXPECT_EQ(a->getIDStr(), "#1");
+    }
+    EXPECT_EQ(BaseObject::_objCount, before);
+}
+
+} // namespace
+} // namespace Zelvan

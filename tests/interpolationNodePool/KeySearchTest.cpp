@@ -1,0 +1,229 @@
+#include "interpolationNodePool/InterpolatorProc.h"
+#include "interpolationNodePool/ScalarInterpolator.h"
+#include "interpolationNodePool/ScalarInterpolatorProc.h"
+#include "tests/LogCapture.h"
+#include "tests/Scene.h"
+#include "tests/interpolationNodePool/Museum.h"
+
+#include <random>
+
+namespace Zelvan {
+namespace {
+
+using test::LogCapture;
+using test::Scene;
+
+struct Found {
+    InterpolatorProc::FractionType type;
+    unsigned index, valuesPerKey;
+    float alpha;
+};
+
+class KeySearch : public testing::Test {
+protected:
+    Found find(float fraction, unsigned keyValueCount, bool multiValue = false)
+    {
+        Found found{InterpolatorProc::FractionNone, 77, 77, 77};
+        found.type = proc->calculateIndex(fraction, keyValueCount, multiValue, found.index, found.valuesPerKey,
+                                          found.alpha);
+        return found;
+    }
+    void useBinary(bool binary) { scene._context.setBValue(InterpolatorProc::_binSearchKeyIndexID, binary); }
+
+    Scene scene;
+    ScalarInterpolator& node = scene.add<ScalarInterpolator>();
+    InterpolatorProc* const proc = node.getInterpolatorProc();
+};
+
+TEST_F(KeySearch, FindsIntervalsAndKeys)
+{
+    constexpr auto none = InterpolatorProc::FractionNone, interval = InterpolatorProc::FractionInterval,
+                   key = InterpolatorProc::FractionKey;
+    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+    enum Search { linear = 1, binary = 2, either = 3 };
+    struct Case {
+        Search search;
+        char const* keys;
+        unsigned values;
+        bool multiValue;
+        float fraction;
+        InterpolatorProc::FractionType type;
+        unsigned index, valuesPerKey;
+        float alpha; // 77: not written
+    } const cases[] = {
+        {either, "0 .5 1", 3, false, .25f, interval, 0, 1, .5f},
+        {linear, "0 .5 1", 3, false, .5f, interval, 1, 1, 0},
+        {binary, "0 .5 1", 3, false, .5f, interval, 0, 1, 1},
+        {either, "0 .5 1", 3, false, -.1f, key, 0, 1, 77},
+        {either, "0 .5 1", 3, false, 0, key, 0, 1, 77},
+        {either, "0 .5 1", 3, false, 1, key, 2, 1, 77},
+        {either, "0 .5 1", 3, false, 1.5f, key, 2, 1, 77},
+        {either, "0 .5 1 2", 6, false, 1.5f, interval, 2, 1, .5f},
+        {either, "0 1 2 3 4 5", 4, false, 4.5f, key, 3, 1, 77},
+        {either, "0 1", 6, true, .5f, interval, 0, 3, .5f},
+        {either, "0 1", 6, true, 1, key, 3, 3, 77},
+        {either, "0 1", 7, true, 2, key, 3, 3, 77},
+        {either, "0 1 2", 2, true, .5f, interval, 0, 1, .5f},
+        {either, "0", 4, true, .5f, key, 0, 4, 77},
+        {either, "0", 4, false, .5f, key, 0, 1, 77},
+        {either, "", 4, true, .5f, none, 77, 0, 77},
+        {either, "0 1", 0, false, .5f, none, 77, 1, 77},
+        {either, ".5 .5", 2, false, .5f, key, 0, 1, 77},
+        {linear, "0 .5 .5 1", 4, false, .5f, interval, 2, 1, 0},
+        {binary, "0 .5 .5 1", 4, false, .5f, interval, 0, 1, 1},
+        {linear, "0 1", 2, false, nan, none, 1, 1, 0},
+        {linear, "0 1", 6, true, nan, none, 3, 3, 0},
+        {binary, "0 1 2", 3, false, nan, interval, 0, 1, nan},
+        {linear, "0 5 -1 2", 4, false, 1.5f, interval, 0, 1, .3f},
+        {linear, "0 nan 2", 3, false, 1, none, 2, 1, 0},
+        {linear, "0 inf nan inf", 4, false, 1, interval, 0, 1, 0},
+        {linear, "nan 1 inf", 3, false, 2, interval, 1, 1, 0},
+        {linear, "nan nan inf", 3, false, 2, none, 2, 1, 0},
+    };
+    for (bool const useBinarySearch : {false, true}) {
+        useBinary(useBinarySearch);
+        for (Case const& c : cases) {
+            if ((c.search & (useBinarySearch ? binary : linear)) == 0)
+                continue;
+            node._key.setValueByStr(c.keys, Field::multiple);
+            proc->_lastIndex = 0;
+            Found const found = find(c.fraction, c.values, c.multiValue);
+            auto const which = testing::Message() << c.keys << " at " << c.fraction << " binary " << useBinarySearch;
+            EXPECT_EQ(found.type, c.type) << which;
+            EXPECT_EQ(found.index, c.index) << which;
+            EXPECT_EQ(found.valuesPerKey, c.valuesPerKey) << which;
+            if (std::isnan(c.alpha))
+                EXPECT_TRUE(std::isnan(found.alpha)) << which;
+            else
+                EXPECT_FLOAT_EQ(found.alpha, c.alpha) << which;
+        }
+    }
+}
+
+// The search written down plainly: one key at a time, resuming where the last one ended.
+Found plainSearch(std::vector<float> const& keys, float fraction, bool binary, unsigned& lastIndex)
+{
+    unsigned const n = static_cast<unsigned>(keys.size());
+    if (n == 0)
+        return {InterpolatorProc::FractionNone, 77, 1, 77};
+    if (n == 1 || fraction <= keys[0])
+        return {InterpolatorProc::FractionKey, 0, 1, 77};
+    if (fraction >= keys[n - 1])
+        return {InterpolatorProc::FractionKey, n - 1, 1, 77};
+    unsigned i = 0;
+    if (binary) {
+        for (unsigned high = n - 1; high - i > 1;) {
+            unsigned const middle = i + (high - i) / 2;
+            (fraction > keys[middle] ? i : high) = middle;
+        }
+    } else {
+        i = lastIndex != 0 && lastIndex < n - 1 && keys[lastIndex] <= fraction ? lastIndex : 0;
+        while (i < n - 1 && !(keys[i] <= fraction && fraction < keys[i + 1]))
+            ++i;
+    }
+    lastIndex = i;
+    float const width = i == n - 1 ? 0 : keys[i + 1] - keys[i];
+    if (width == 0)
+        return {InterpolatorProc::FractionNone, i, 1, 0};
+    return {InterpolatorProc::FractionInterval, i, 1, (fraction - keys[i]) / width};
+}
+
+TEST_F(KeySearch, EqualsThePlainSearchOnEveryOddity)
+{
+    std::mt19937 random(7);
+    std::vector<test::OddKeys> museum = test::oddKeys();
+    for (unsigned n : {7u, 40u, 1000u}) {
+        std::vector<float> sorted(n), shuffled(n);
+        for (float& key : sorted)
+            key = static_cast<float>(random() % 997);
+        shuffled = sorted;
+        std::sort(sorted.begin(), sorted.end());
+        museum.push_back({"random, sorted", sorted});
+        museum.push_back({"random, unsorted", shuffled});
+    }
+    for (bool const binary : {false, true}) {
+        useBinary(binary);
+        for (test::OddKeys const& odd : museum) {
+            node._key._value = odd.keys;
+            std::vector<float> fractions = test::oddFractions(odd.keys);
+            for (unsigned round = 0; round < 2; ++round) {
+                proc->_lastIndex = 0;
+                unsigned lastIndex = 0;
+                for (float const fraction : fractions) {
+                    Found const found = find(fraction, static_cast<unsigned>(odd.keys.size()));
+                    Found const plain = plainSearch(odd.keys, fraction, binary, lastIndex);
+                    ASSERT_EQ(found.type, plain.type) << odd.name << " at " << fraction;
+                    ASSERT_EQ(found.index, plain.index) << odd.name << " at " << fraction;
+                    ASSERT_EQ(test::bits(found.alpha), test::bits(plain.alpha)) << odd.name << " at " << fraction;
+                    ASSERT_EQ(proc->_lastIndex, lastIndex) << odd.name << " at " << fraction;
+                }
+                std::shuffle(fractions.begin(), fractions.end(), random); // jumps back and forth
+            }
+        }
+    }
+}
+
+TEST_F(KeySearch, AResumedSearchIsNotRepaired)
+{
+    // 1.5 lies in the first interval only; a search that resumes behind it finds nothing.
+    node._key._value = {0, 5, 1, 1.2f, 4, 1.1f, 9};
+    EXPECT_EQ(find(3, 7).index, 0u);
+    proc->_lastIndex = 5;
+    EXPECT_EQ(find(6, 7).index, 5u);
+    EXPECT_EQ(find(1.15f, 7).index, 5u);
+    EXPECT_EQ(find(0.5f, 7).index, 0u);
+}
+
+TEST_F(KeySearch, ACopyStartsAnew)
+{
+    node._key._value = {0, 1, 2, 3};
+    find(2.5f, 4);
+    EXPECT_EQ(proc->_lastIndex, 2u);
+    InterpolatorProc copy(*proc);
+    EXPECT_EQ(copy._lastIndex, 0u);
+    EXPECT_EQ(&copy.node(), &node);
+}
+
+TEST_F(KeySearch, ReportsTooFewKeys)
+{
+    LogCapture log(osg::LOG_INFO);
+    find(.5f, 3);
+    node._key._value = {1};
+    find(.5f, 3);
+    ASSERT_EQ(log.size(), 2u);
+    EXPECT_EQ(log[0].level, osg::LOG_FATAL);
+    EXPECT_EQ(log[0].file, "interpolationNodePool/InterpolatorProc");
+    EXPECT_EQ(log[0].text, "ScalarInterpolator/node: Not enough keys/KeyValues 0/3; cannot calc. alpha\n");
+    EXPECT_THAT(log[0].function, testing::HasSubstr("InterpolatorProc::calculateIndex(float, unsigned int, bool, "));
+    EXPECT_EQ(log[1].level, osg::LOG_INFO);
+    EXPECT_EQ(log[1].text, "ScalarInterpolator/node: One key; cannot calc. alpha\n");
+
+    ScalarInterpolator& unnamed = scene.add<ScalarInterpolator>(nullptr);
+    Scene::send(unnamed, "set_fraction", "0.5");
+    ASSERT_EQ(log.size(), 3u);
+    EXPECT_EQ(log[2].text, "ScalarInterpolator/" + unnamed.getIDStr()
+                               + ": Not enough keys/KeyValues 0/0; cannot calc. alpha\n");
+
+    log.clear();
+    static_cast<LinearInterpolatorProc*>(proc)->fieldChanged(node, node._set_fraction, 1, nullptr);
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_EQ(log[0].level, osg::LOG_FATAL);
+    EXPECT_EQ(log[0].text, "Interpolator::_set_fractionSlot not handled ScalarInterpolator\n");
+}
+
+TEST_F(KeySearch, OffersTheInterpolationNames)
+{
+    SFString name;
+    for (auto const& [text, value] : {std::pair{"linear", 2}, {"constant", 1}, {"cosine", 3}, {"cube", 4},
+                                      {"hermite", 5}, {"", 0}}) {
+        name._value = text;
+        EXPECT_EQ(NodeProc::findDic(InterpolatorProc::_typeDic, name), value);
+    }
+    Context::Param const& param = Context::params()[InterpolatorProc::_binSearchKeyIndexID];
+    EXPECT_EQ(param._name, "binSearchKeyIndex");
+    EXPECT_EQ(param._description, "use binSearch to find the key value");
+    EXPECT_EQ(param._group, "Interpolator");
+}
+
+} // namespace
+} // namespace Zelvan
