@@ -73,33 +73,18 @@ osg::Quaternion compute_innerQuadranglePoints(osg::Quaternion const& q, osg::Qua
 
 ZELVAN_VALUE_PROC_BODY(SquadOrientationInterpolator, NonlinearInterpolator)
 
-// Inner points change from key to key only: playback inside an interval reuses them. They are kept together
-// with the very bits they were computed from, so they cannot be stale.
-SquadOrientationInterpolatorProc::InnerPoints const&
-SquadOrientationInterpolatorProc::innerPoints(Rotation const* keyValue, unsigned n, unsigned i)
+// Playback inside an interval meets the same keys again. Their inner points are kept with the very bits they
+// were computed from, so they cannot be stale.
+osg::Quaternion const& SquadOrientationInterpolatorProc::innerPoint(InnerPoint& kept, Rotation const* key)
 {
-    osg::Quaternion const& q1 = keyValue[i].quaternion();
-    osg::Quaternion const& q2 = keyValue[i + 1].quaternion();
-    // The ends of the list have no neighbour; their inner point is the key itself.
-    bool const first = i == 0, last = i + 2 >= n;
-    osg::Quaternion const& before = first ? q1 : keyValue[i - 1].quaternion();
-    osg::Quaternion const& after = last ? q2 : keyValue[i + 2].quaternion();
-
-    float from[16];
-    osg::Quaternion const* const quaternions[4] = {&before, &q1, &q2, &after};
-    for (unsigned k = 0; k < 4; ++k)
-        std::memcpy(from + 4 * k, quaternions[k]->getValues(), 4 * sizeof(float));
-    if (_inner._valid && _inner._first == first && _inner._last == last
-        && std::memcmp(_inner._from, from, sizeof from) == 0)
-        return _inner;
-
-    _inner._s1 = first ? q1 : compute_innerQuadranglePoints(q1, before, q2);
-    _inner._s2 = last ? q2 : compute_innerQuadranglePoints(q2, q1, after);
-    std::memcpy(_inner._from, from, sizeof from);
-    _inner._first = first;
-    _inner._last = last;
-    _inner._valid = true;
-    return _inner;
+    osg::Quaternion const from[3] = {key[0].quaternion(), key[-1].quaternion(), key[1].quaternion()};
+    static_assert(sizeof from == 12 * sizeof(float), "bits that are no value must not be compared");
+    if (!kept._valid || std::memcmp(kept._from, from, sizeof from) != 0) {
+        kept._point = compute_innerQuadranglePoints(from[0], from[1], from[2]);
+        std::copy_n(from, 3, kept._from);
+        kept._valid = true;
+    }
+    return kept._point;
 }
 
 bool SquadOrientationInterpolatorProc::calculateValue(float const& fraction, Rotation& value)
@@ -111,9 +96,13 @@ bool SquadOrientationInterpolatorProc::calculateValue(float const& fraction, Rot
     float alpha;
     switch (calculateIndex(fraction, n, false, i, valuesPerKey, alpha)) {
     case FractionInterval: {
-        InnerPoints const& inner = innerPoints(keyValue.data(), n, i);
-        value.setQuaternion(squadQuaternions(keyValue[i].quaternion(), keyValue[i + 1].quaternion(), inner._s1,
-                                             inner._s2, alpha));
+        Rotation const* const key = keyValue.data() + i;
+        osg::Quaternion const& q1 = key[0].quaternion();
+        osg::Quaternion const& q2 = key[1].quaternion();
+        // The ends of the list lack a neighbour; their inner point is the key itself.
+        osg::Quaternion const& s1 = i > 0 ? innerPoint(_inner[i % 2], key) : q1;
+        osg::Quaternion const& s2 = i + 2 < n ? innerPoint(_inner[(i + 1) % 2], key + 1) : q2;
+        value.setQuaternion(squadQuaternions(q1, q2, s1, s2, alpha));
         return true;
     }
     case FractionKey:

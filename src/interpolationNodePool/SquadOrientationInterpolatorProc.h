@@ -27,16 +27,17 @@ public:
     bool calculateValue(float const& fraction, Rotation& value);
 
 private:
-    /// Inner points of an interval, with the quaternions they were computed from: before, start, end, after.
-    struct InnerPoints {
-        float _from[16];
-        osg::Quaternion _s1, _s2;
-        bool _first = false, _last = false; ///< no key before, no key after
+    /// The inner point of a key, with the quaternions it was computed from: the key, the one before, the next.
+    struct InnerPoint {
+        osg::Quaternion _from[3];
+        osg::Quaternion _point;
         bool _valid = false;
     };
-    InnerPoints const& innerPoints(Rotation const* keyValue, unsigned n, unsigned i);
+    static osg::Quaternion const& innerPoint(InnerPoint& kept, Rotation const* key);
 
-    InnerPoints _inner;
+    /// Those of the keys around the fraction, even keys in the first, odd ones in the second: going on to the
+    /// next interval changes one of them.
+    InnerPoint _inner[2];
 };
 
 } // namespace Zelvan

@@ -103,6 +103,7 @@ TransformationInterpolatorProc::Components const&
 TransformationInterpolatorProc::components(Components& kept, osg::Matrix const& matrix)
 {
     // Playback inside an interval meets the same two matrices again; compared bit for bit, they cannot be stale.
+    static_assert(sizeof matrix == 16 * sizeof(float), "bits that are no value must not be compared");
     if (kept._valid && std::memcmp(&kept._matrix, &matrix, sizeof matrix) == 0)
         return kept;
     kept._matrix = matrix;
@@ -133,8 +134,8 @@ TransformationInterpolatorProc::components(Components& kept, osg::Matrix const& 
 void TransformationInterpolatorProc::interpolateComponent(osg::Matrix& value, int i, int j, float t)
 {
     auto const& keyValue = node()._keyValue._value;
-    Components const& a = components(_kept[0], keyValue[static_cast<std::size_t>(i)]);
-    Components const& b = components(_kept[1], keyValue[static_cast<std::size_t>(j)]);
+    Components const& a = components(_kept[i % 2 != 0], keyValue[static_cast<std::size_t>(i)]);
+    Components const& b = components(_kept[i % 2 == 0], keyValue[static_cast<std::size_t>(j)]);
     value.setTransform(lerp(a._translation, b._translation, t), slerp(a._rotation, b._rotation, t),
                        lerp(a._scale, b._scale, t), slerp(a._scaleOrientation, b._scaleOrientation, t));
 }

@@ -39,6 +39,8 @@ private:
     };
     Components const& components(Components& kept, osg::Matrix const& matrix);
 
+    /// Of the keys around the fraction, even keys in the first, odd ones in the second: going on to the next
+    /// interval changes one of them.
     Components _kept[2];
 };
 
