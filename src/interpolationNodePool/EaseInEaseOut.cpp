@@ -11,8 +11,8 @@ NodePartDesc EaseInEaseOut::_desc[2] = {
     {easeInEaseOutIndex, easeInEaseOutMask, inputOutput, MFVec2fType, 1, "easeInEaseOut", nullptr, nullptr,
      nullptr,
      "value range corresponds to the key values", 0},
-    {modifiedFraction_changedIndex, modifiedFraction_changedMask, outputOnly, SFFloatType, 1, "modifiedFraction_changed", nullptr,
-     nullptr, nullptr,
+    {modifiedFraction_changedIndex, modifiedFraction_changedMask, outputOnly, SFFloatType, 1,
+     "modifiedFraction_changed", nullptr, nullptr, nullptr,
      "resulting values", 0}};
 
 NodeType EaseInEaseOut::_type = creatableType<EaseInEaseOut>({

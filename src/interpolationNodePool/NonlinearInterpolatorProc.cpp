@@ -6,12 +6,14 @@ namespace Zelvan {
 
 ZELVAN_PROC_BODY(NonlinearInterpolator, Interpolator)
 
-void NonlinearInterpolatorProc::fieldChanged(NodeClass& node, Field& field, TimeStamp const& timeStamp, Field* from)
+void NonlinearInterpolatorProc::fieldChanged(NodeClass& node, Field& field, TimeStamp const& timeStamp,
+                                             Field* from)
 {
     if (indexOf(field) != NodeClass::normalizeVelocityIndex)
         return InterpolatorProc::fieldChanged(node, field, timeStamp, from);
     if (logs(osg::LOG_FATAL))
-        writeLog(osg::LOG_FATAL, ZELVAN_HERE, "NonlinearInterpolatorProc::fieldChanged(normalizeVelocity) not impl.\n");
+        writeLog(osg::LOG_FATAL, ZELVAN_HERE,
+                 "NonlinearInterpolatorProc::fieldChanged(normalizeVelocity) not impl.\n");
 }
 
 } // namespace Zelvan

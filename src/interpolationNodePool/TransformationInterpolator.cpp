@@ -37,6 +37,7 @@ NodeType TransformationInterpolator::_type = creatableType<TransformationInterpo
                    "someInterpolator.set_fraction. Typical output: ROUTE someInterpolator.value_changed "
                    "TO destinationNode.set_attribute."});
 
-ZELVAN_CREATABLE_NODE_BODY(TransformationInterpolator, LinearInterpolator, _keyValue, _value_changed, _mode, _set_firstKeyValue, _set_lastKeyValue)
+ZELVAN_CREATABLE_NODE_BODY(TransformationInterpolator, LinearInterpolator, _keyValue, _value_changed, _mode,
+                           _set_firstKeyValue, _set_lastKeyValue)
 
 } // namespace Zelvan

@@ -11,8 +11,15 @@ class TransformationInterpolatorProc;
 class ZELVAN_INTERPOLATION_API TransformationInterpolator : public LinearInterpolator {
     ZELVAN_CREATABLE_NODE(TransformationInterpolator)
 public:
-    enum FieldIndex : unsigned { keyValueIndex = 5, value_changedIndex, modeIndex, set_firstKeyValueIndex, set_lastKeyValueIndex };
-    static BitVector<unsigned long> keyValueMask, value_changedMask, modeMask, set_firstKeyValueMask, set_lastKeyValueMask;
+    enum FieldIndex : unsigned {
+        keyValueIndex = 5,
+        value_changedIndex,
+        modeIndex,
+        set_firstKeyValueIndex,
+        set_lastKeyValueIndex
+    };
+    static BitVector<unsigned long> keyValueMask, value_changedMask, modeMask, set_firstKeyValueMask,
+        set_lastKeyValueMask;
     static NodePartDesc _desc[5];
 
     MFMatrix4f _keyValue{*this};
