@@ -1,23 +1,13 @@
-#include "interpolationNodePool/InterpolatorProc.h"
 #include "interpolationNodePool/ScalarInterpolator.h"
 #include "interpolationNodePool/ScalarInterpolatorProc.h"
-#include "tests/LogCapture.h"
-#include "tests/Scene.h"
-#include "tests/interpolationNodePool/Museum.h"
-
-#include <random>
+#include "tests/interpolationNodePool/MuseumRunner.h"
 
 namespace Zelvan {
 namespace {
 
+using test::Found;
 using test::LogCapture;
 using test::Scene;
-
-struct Found {
-    InterpolatorProc::FractionType type;
-    unsigned index, valuesPerKey;
-    float alpha;
-};
 
 class KeySearch : public testing::Test {
 protected:
@@ -80,6 +70,7 @@ TEST_F(KeySearch, FindsIntervalsAndKeys)
         {linear, "nan 1 inf", 3, false, 2, interval, 1, 1, 0},
         {linear, "nan nan inf", 3, false, 2, none, 2, 1, 0},
     };
+    LogCapture quiet(osg::LOG_LOG);
     for (bool const useBinarySearch : {false, true}) {
         useBinary(useBinarySearch);
         for (Case const& c : cases) {
@@ -100,36 +91,9 @@ TEST_F(KeySearch, FindsIntervalsAndKeys)
     }
 }
 
-// The search written down plainly: one key at a time, resuming where the last one ended.
-Found plainSearch(std::vector<float> const& keys, float fraction, bool binary, unsigned& lastIndex)
-{
-    unsigned const n = static_cast<unsigned>(keys.size());
-    if (n == 0)
-        return {InterpolatorProc::FractionNone, 77, 1, 77};
-    if (n == 1 || fraction <= keys[0])
-        return {InterpolatorProc::FractionKey, 0, 1, 77};
-    if (fraction >= keys[n - 1])
-        return {InterpolatorProc::FractionKey, n - 1, 1, 77};
-    unsigned i = 0;
-    if (binary) {
-        for (unsigned high = n - 1; high - i > 1;) {
-            unsigned const middle = i + (high - i) / 2;
-            (fraction > keys[middle] ? i : high) = middle;
-        }
-    } else {
-        i = lastIndex != 0 && lastIndex < n - 1 && keys[lastIndex] <= fraction ? lastIndex : 0;
-        while (i < n - 1 && !(keys[i] <= fraction && fraction < keys[i + 1]))
-            ++i;
-    }
-    lastIndex = i;
-    float const width = i == n - 1 ? 0 : keys[i + 1] - keys[i];
-    if (width == 0)
-        return {InterpolatorProc::FractionNone, i, 1, 0};
-    return {InterpolatorProc::FractionInterval, i, 1, (fraction - keys[i]) / width};
-}
-
 TEST_F(KeySearch, EqualsThePlainSearchOnEveryOddity)
 {
+    LogCapture quiet(osg::LOG_LOG);
     std::mt19937 random(7);
     std::vector<test::OddKeys> museum = test::oddKeys();
     for (unsigned n : {7u, 40u, 1000u}) {
@@ -151,7 +115,8 @@ TEST_F(KeySearch, EqualsThePlainSearchOnEveryOddity)
                 unsigned lastIndex = 0;
                 for (float const fraction : fractions) {
                     Found const found = find(fraction, static_cast<unsigned>(odd.keys.size()));
-                    Found const plain = plainSearch(odd.keys, fraction, binary, lastIndex);
+                    Found const plain = test::plainSearch(odd.keys, odd.keys.size(), false, fraction, binary,
+                                                          lastIndex);
                     ASSERT_EQ(found.type, plain.type) << odd.name << " at " << fraction;
                     ASSERT_EQ(found.index, plain.index) << odd.name << " at " << fraction;
                     ASSERT_EQ(test::bits(found.alpha), test::bits(plain.alpha)) << odd.name << " at " << fraction;

@@ -1,0 +1,49 @@
+#pragma once
+
+// All node types of the pool.
+
+#include "interpolationNodePool/ColorInterpolator.h"
+#include "interpolationNodePool/ColorInterpolatorProc.h"
+#include "interpolationNodePool/CoordinateInterpolator2D.h"
+#include "interpolationNodePool/CoordinateInterpolator2DProc.h"
+#include "interpolationNodePool/CoordinateInterpolator3D.h"
+#include "interpolationNodePool/CoordinateInterpolator3DProc.h"
+#include "interpolationNodePool/EaseInEaseOut.h"
+#include "interpolationNodePool/EaseInEaseOutProc.h"
+#include "interpolationNodePool/NormalInterpolator.h"
+#include "interpolationNodePool/NormalInterpolatorProc.h"
+#include "interpolationNodePool/OrientationInterpolator.h"
+#include "interpolationNodePool/OrientationInterpolatorProc.h"
+#include "interpolationNodePool/PositionInterpolator2D.h"
+#include "interpolationNodePool/PositionInterpolator2DProc.h"
+#include "interpolationNodePool/PositionInterpolator3D.h"
+#include "interpolationNodePool/PositionInterpolator3DProc.h"
+#include "interpolationNodePool/ScalarInterpolator.h"
+#include "interpolationNodePool/ScalarInterpolatorProc.h"
+#include "interpolationNodePool/SplinePositionInterpolator2D.h"
+#include "interpolationNodePool/SplinePositionInterpolator2DProc.h"
+#include "interpolationNodePool/SplinePositionInterpolator3D.h"
+#include "interpolationNodePool/SplinePositionInterpolator3DProc.h"
+#include "interpolationNodePool/SplineScalarInterpolator.h"
+#include "interpolationNodePool/SplineScalarInterpolatorProc.h"
+#include "interpolationNodePool/SquadOrientationInterpolator.h"
+#include "interpolationNodePool/SquadOrientationInterpolatorProc.h"
+#include "interpolationNodePool/TransformationInterpolator.h"
+#include "interpolationNodePool/TransformationInterpolatorProc.h"
+#include "interpolationNodePool/VectorInterpolator.h"
+#include "interpolationNodePool/VectorInterpolatorProc.h"
+
+#include <gtest/gtest.h>
+
+namespace Zelvan::test {
+
+using AbstractNodes = testing::Types<
+    CoordinateInterpolator, Interpolator, LinearInterpolator, NonlinearInterpolator, PositionInterpolator,
+    SplineInterpolator, SplinePositionInterpolator>;
+using CreatableNodes = testing::Types<
+    ColorInterpolator, CoordinateInterpolator2D, CoordinateInterpolator3D, EaseInEaseOut, NormalInterpolator,
+    OrientationInterpolator, PositionInterpolator2D, PositionInterpolator3D, ScalarInterpolator,
+    SplinePositionInterpolator2D, SplinePositionInterpolator3D, SplineScalarInterpolator,
+    SquadOrientationInterpolator, TransformationInterpolator, VectorInterpolator>;
+
+} // namespace Zelvan::test
