@@ -15,7 +15,8 @@ class Field;
 class NodeNameSpace;
 class NodeProc;
 
-/// Base of all nodes. A node owns its fields (as members) and its processor.
+/// Base of all nodes. A node owns its fields (as members) and its processor. Nodes may be created and deleted
+/// while events are delivered, except that a node outlives the handling of its own fields.
 /// The virtual operations are part of the binary contract with plug-ins: keep their order.
 class ZELVAN_BASE_API Node : public RefCountObject {
 public:

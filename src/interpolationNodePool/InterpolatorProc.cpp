@@ -17,9 +17,9 @@ ZELVAN_PROC_BODY(Interpolator, TransCoder)
 
 InterpolatorProc::InterpolatorProc(InterpolatorProc& other) : TransCoderProc(other) {}
 
-inline unsigned InterpolatorProc::findInterval(float const* keys, unsigned n, float fraction)
+inline unsigned InterpolatorProc::findInterval(float const* keys, unsigned n, float fraction, bool binary)
 {
-    if (contextBValue(_binSearchKeyIndexID))
+    if (binary)
         return binaryInterval(keys, n, fraction);
     unsigned const last = _lastIndex;
     if (last < n - 1 && keys[last] <= fraction) {
@@ -34,6 +34,7 @@ InterpolatorProc::FractionType InterpolatorProc::calculateIndex(float fraction, 
                                                                 bool multiValue, unsigned int& index,
                                                                 unsigned int& valuesPerKey, float& alpha)
 {
+    bool const binary = contextBValue(_binSearchKeyIndexID); // asked on every call, whether or not it is needed
     std::vector<float> const& key = node()._key._value;
     unsigned const n = std::min(static_cast<unsigned>(key.size()), keyValueCount);
     if (n <= 1) [[unlikely]]
@@ -49,7 +50,7 @@ InterpolatorProc::FractionType InterpolatorProc::calculateIndex(float fraction, 
         return FractionKey;
     }
 
-    unsigned const interval = findInterval(keys, n, fraction);
+    unsigned const interval = findInterval(keys, n, fraction, binary);
     _lastIndex = interval;
     index = interval * valuesPerKey;
     if (interval == n - 1) {

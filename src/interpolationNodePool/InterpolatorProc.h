@@ -35,7 +35,7 @@ public:
     unsigned _lastIndex = 0;
 
 private:
-    unsigned findInterval(float const* keys, unsigned n, float fraction);
+    unsigned findInterval(float const* keys, unsigned n, float fraction, bool binary);
     /// `calculateIndex` for one usable key or none: says so and takes the whole list as one block.
     FractionType withoutInterval(unsigned n, unsigned keyValueCount, bool multiValue, unsigned& index,
                                  unsigned& valuesPerKey, LogPlace const& place);

@@ -10,9 +10,10 @@ bool initType(NodeType const& type, LogPlace const& place)
     return found;
 }
 
-void logReentry(Field const& field, LogPlace const& place)
+void logReentry(Node const& node, Field const& field, LogPlace const& place)
 {
-    writeFieldLog(osg::LOG_INFO, place, "Field %s/%s.%s is already changing; break loop\n", field);
+    writeLog(osg::LOG_INFO, place, "Field %s/%s.%s is already changing; break loop\n", node.type()._name.c_str(),
+             node.displayName().c_str(), field.findName());
 }
 
 } // namespace Zelvan

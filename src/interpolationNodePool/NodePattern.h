@@ -72,8 +72,8 @@ void unregisterFields(Class& node)
         node.unregField(desc._index);
 }
 
-/// Reports a field that changed again while its change was being handled.
-void logReentry(Field const& field, LogPlace const& place);
+/// Reports a field that changed again while its node was handling its change.
+void logReentry(Node const& node, Field const& field, LogPlace const& place);
 
 /// The re-entry guard: hands the change to the processor, unless the same field of the same node is being
 /// handled further up the call stack. That breaks cycles of routes: the second arrival is dropped, the first
@@ -85,7 +85,7 @@ inline void guardedFieldChanged(Class& node, Proc* proc, Field& field, TimeStamp
     BitVector<unsigned long> const& mask = field._desc ? field._desc->_mask : NodePart::_nullMask;
     if (node._isChangingMask.intersects(mask)) [[unlikely]] {
         if (logs(osg::LOG_INFO))
-            logReentry(field, place);
+            logReentry(node, field, place);
         return;
     }
     struct Changing {
