@@ -27,26 +27,32 @@ std::string described(Field const& field)
     return text + ' ' + accessName(field.type());
 }
 
-template <class Next>
-void unlink(Route*& first, Route* route, Next next)
-{
-    Route** link = &first;
-    while (*link != nullptr && *link != route)
-        link = &((*link)->*next);
-    if (*link != nullptr)
-        *link = route->*next;
-}
-
-template <class Next>
-void append(Route*& first, Route* route, Next next)
-{
-    Route** link = &first;
-    while (*link != nullptr)
-        link = &((*link)->*next);
-    *link = route;
-}
-
 } // namespace
+
+template <Route* Route::*next, Route* Route::*previous>
+struct Route::List {
+    static void append(Route*& first, Route* route)
+    {
+        if (first == nullptr) {
+            first = route->*previous = route;
+            return;
+        }
+        Route* const last = first->*previous;
+        last->*next = route;
+        route->*previous = last;
+        first->*previous = route;
+    }
+    static void remove(Route*& first, Route* route)
+    {
+        Route* const after = route->*next;
+        if (first == route)
+            first = after;
+        else
+            (route->*previous)->*next = after;
+        if (first != nullptr)
+            (after != nullptr ? after : first)->*previous = route->*previous;
+    }
+};
 
 Route* Route::add(Field& from, Field& to, std::string& error)
 {
@@ -62,12 +68,17 @@ Route* Route::add(Field& from, Field& to, std::string& error)
         error = std::string("expected a field that takes events, this one is ") + accessName(to.type());
         return nullptr;
     }
-    for (Route* route = from._routesOut; route != nullptr; route = route->_nextOut)
-        if (route->_to == &to && !route->_removed)
-            return route;
+    // A route that exists stands in both lists: the shorter one tells.
+    Route* out = from._routesOut;
+    for (Route* in = to._routesIn; out != nullptr && in != nullptr; out = out->_nextOut, in = in->_nextIn) {
+        if (in->_from == &from)
+            return in;
+        if (out->_to == &to && !out->_removed)
+            return out;
+    }
     auto* const route = new Route(from, to);
-    append(from._routesOut, route, &Route::_nextOut);
-    append(to._routesIn, route, &Route::_nextIn);
+    Outgoing::append(from._routesOut, route);
+    Incoming::append(to._routesIn, route);
     return route;
 }
 
@@ -76,13 +87,13 @@ void Route::remove(Route& route)
     if (route._removed)
         return;
     route._removed = true;
-    unlink(route._to->_routesIn, &route, &Route::_nextIn);
+    Incoming::remove(route._to->_routesIn, &route);
     if (nesting > 0) {
         // A delivery further up may stand at this route: it stays in the sender's list until all have ended.
         removedWhileDelivering.push_back(&route);
         return;
     }
-    unlink(route._from->_routesOut, &route, &Route::_nextOut);
+    Outgoing::remove(route._from->_routesOut, &route);
     delete &route;
 }
 
@@ -93,8 +104,12 @@ void Route::removeAll(Field& field)
     for (Route* route = field._routesOut; route != nullptr;) {
         Route* const next = route->_nextOut;
         remove(*route);
+        // A delivery that stands at the route still goes on from it, but no longer to the field.
+        if (nesting > 0)
+            route->_from = nullptr;
         route = next;
     }
+    field._routesOut = nullptr;
 }
 
 void Route::wakeLater(Route& route, TimeStamp const& timeStamp)
@@ -144,7 +159,8 @@ void Route::finishCascade()
     }
     nesting = 0;
     for (Route* const route : removedWhileDelivering) {
-        unlink(route->_from->_routesOut, route, &Route::_nextOut);
+        if (route->_from != nullptr)
+            Outgoing::remove(route->_from->_routesOut, route);
         delete route;
     }
     removedWhileDelivering.clear();

@@ -16,6 +16,7 @@ public:
     /// do not allow it. An existing route between the two fields is returned as it is.
     static Route* add(Field& from, Field& to, std::string& error);
     static void remove(Route& route);
+    /// Takes a field off all its routes; it may be gone afterwards, also in the middle of a delivery.
     static void removeAll(Field& field);
 
     /// Stores the sender's value at every receiver that takes changes and tells the receivers' nodes,
@@ -34,10 +35,19 @@ private:
     static void wakeLater(Route& route, TimeStamp const& timeStamp);
     static void finishCascade();
 
-    Field* _from;
+    Field* _from; ///< null once a sender that went away in a delivery has been let go
     Field* _to;
     Route* _nextOut = nullptr;
+    Route* _previousOut = nullptr;
     Route* _nextIn = nullptr;
+    Route* _previousIn = nullptr;
+
+    /// A field's list: `next` is null at the last route, `previous` of the first is the last.
+    template <Route* Route::*next, Route* Route::*previous>
+    struct List;
+    using Outgoing = List<&Route::_nextOut, &Route::_previousOut>;
+    using Incoming = List<&Route::_nextIn, &Route::_previousIn>;
+
     bool _removed = false;
     unsigned long _queuedInCascade = 0;
 };

@@ -1,0 +1,64 @@
+#pragma once
+
+#include "coreNodePool/TransCoderProc.h"
+
+#include <limits>
+
+namespace Zelvan {
+
+class TimeSensor;
+
+/// Runs a TimeSensor. The host calls `open` once and `tick` with times that never go back.
+class ZELVAN_CORE_API TimeSensorProc : public TransCoderProc {
+public:
+    /// Why a sensor is not running.
+    enum class Idle {
+        no,            ///< it runs
+        disabled,      ///< `enabled` is FALSE
+        stopAfterStart,///< the file's stopTime follows its startTime: stopped until somebody sets startTime
+        notLooping,    ///< the one cycle it had ended long ago
+        badInterval,   ///< cycleInterval is not above 0
+        ended          ///< it has run here, and ended
+    };
+
+    TimeSensorProc(NodeType& type, Node& node);
+    ~TimeSensorProc() override;
+    void fieldChanged(TimeSensor& node, Field& field, TimeStamp const& timeStamp, Field* from);
+
+    /// The scene opens. Times in a file are seconds since 1970, so they all lie in the past: a looping sensor
+    /// without a stopTime after its startTime runs from now on, at fraction 0; every other one is idle.
+    void open(TimeStamp const& now);
+    /// Starts if it is due; true when it did.
+    bool startIfDue(TimeStamp const& now);
+    /// Sends what is due at `now` while active, and ends when the time has come.
+    void tick(TimeStamp const& now);
+
+    bool isActive() const { return _active; }
+    /// Whether a start at or before `time` is set.
+    bool startsAt(TimeStamp const& time) const { return _startAt <= time; }
+    /// Of the run that lasts, or of the last one.
+    TimeStamp startTime() const { return _startAt; }
+    double interval() const { return _interval; }
+    Idle idle() const;
+
+private:
+    TimeSensor& sensor() const;
+    void progress(TimeStamp const& now);
+    void end(TimeStamp const& now);
+
+    static constexpr double never = std::numeric_limits<double>::infinity();
+
+    bool _active = false;
+    bool _paused = false;
+    bool _hasRun = false;
+    Idle _atOpening = Idle::notLooping;
+    double _startAt = never;
+    double _stopAt = -never;
+    double _pauseAt = -never;
+    double _resumeAt = -never;
+    double _pausedTotal = 0;
+    double _interval = 1; ///< of the cycle that runs; changes of the field wait until the sensor has ended
+    double _cycle = 0;    ///< number of the cycle at the last tick
+};
+
+} // namespace Zelvan

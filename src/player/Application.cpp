@@ -1,0 +1,54 @@
+#include "player/Application.h"
+
+#include "player/Commands.h"
+
+#include <CLI/CLI.hpp>
+#include <csignal>
+#include <iostream>
+#include <new>
+
+namespace Zelvan::play {
+
+int runApplication(int argc, char const* const* argv)
+{
+    // A reader that goes away is an error of writing, not the end of the process in the middle of it.
+    std::signal(SIGPIPE, SIG_IGN);
+    Session session;
+    try {
+        CLI::App app("Plays, checks and exports the animation of X3D scenes.", "zelvan-play");
+        app.require_subcommand(1);
+        app.fallthrough();
+        app.set_version_flag("--version", "zelvan-play " ZELVAN_VERSION);
+        app.add_option("--pool", session.pool, "the node pool library to load")->option_text("PATH");
+        auto* const level = app.add_option("--log-level", session.logLevel, "0 traces only ... 5 everything (1)");
+        level->check(CLI::Range(0, 5))->option_text("0-5");
+        app.add_option("--param", session.params, "set a context parameter, such as binSearchKeyIndex")
+            ->option_text("NAME=true|false");
+        app.add_flag("--strict", session.strict, "treat warnings as errors");
+        app.footer("Exit status: 0 fine, 1 the scene has errors, 2 wrong usage, 3 something cannot be read, written or "
+                   "loaded.\nExample: zelvan-play run scene.x3d --html scene.html");
+        app.parse_complete_callback([&] { session.logGiven = level->count() > 0; });
+        addRunCommand(app, session);
+        addSweepCommand(app, session);
+        addCheckCommand(app, session);
+        addExportCommand(app, session);
+        addTypesCommand(app, session);
+        try {
+            app.parse(argc, argv);
+        } catch (CLI::ParseError const& error) {
+            return app.exit(error) == 0 ? exitFine : exitUsage;
+        }
+        return session.status;
+    } catch (Failure const& failure) {
+        std::cerr << "zelvan-play: " << failure.what() << '\n';
+        return failure.status();
+    } catch (std::bad_alloc const&) {
+        std::cerr << "zelvan-play: out of memory\n";
+        return exitMachine;
+    } catch (std::exception const& error) {
+        std::cerr << "zelvan-play: " << error.what() << '\n';
+        return exitMachine;
+    }
+}
+
+} // namespace Zelvan::play

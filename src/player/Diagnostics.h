@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Zelvan::play {
+
+/// Exit statuses of the program.
+enum ExitStatus : int { exitFine = 0, exitScene = 1, exitUsage = 2, exitMachine = 3 };
+
+/// Ends a command: what is wrong, in one line, and the exit status it means.
+class Failure : public std::runtime_error {
+public:
+    Failure(ExitStatus status, std::string const& message) : std::runtime_error(message), _status(status) {}
+    ExitStatus status() const { return _status; }
+
+private:
+    ExitStatus _status;
+};
+
+/// A place in one of the files a scene is made of; line and column count from 1, 0 when there is none.
+struct Place {
+    std::string file;
+    unsigned line = 0;
+    unsigned column = 0;
+
+    /// "file:line:column", as far as known.
+    std::string text() const;
+};
+
+enum class Severity : unsigned char { note, warning, error };
+char const* severityName(Severity severity);
+
+/// Collects what is wrong with a scene and writes it to a stream as it comes, one line each.
+/// Equal messages beyond the first few of a kind are counted, not written.
+class Diagnostics {
+public:
+    explicit Diagnostics(std::ostream& out, bool strict = false) : _out(out), _strict(strict) {}
+
+    /// `kind` groups messages of the same sort ("bad-value", "bad-route"); --strict turns warnings into errors.
+    void report(Severity severity, Place const& place, std::string_view kind, std::string const& message);
+    void warning(Place const& place, std::string_view kind, std::string const& message);
+    void error(Place const& place, std::string_view kind, std::string const& message);
+    /// Writes how many messages were held back.
+    void finish();
+
+    /// Takes the messages instead of the stream while set.
+    std::function<void(Severity, Place const&, std::string_view kind, std::string const& message)> onMessage;
+
+    unsigned errors() const { return _errors; }
+    unsigned warnings() const { return _warnings; }
+
+private:
+    struct Kind {
+        std::string _name;
+        unsigned _count = 0;
+    };
+    std::ostream& _out;
+    bool _strict;
+    unsigned _errors = 0, _warnings = 0;
+    std::vector<Kind> _kinds;
+};
+
+} // namespace Zelvan::play

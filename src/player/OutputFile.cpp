@@ -1,0 +1,112 @@
+#include "player/OutputFile.h"
+
+#include "player/Diagnostics.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <streambuf>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace Zelvan::play {
+
+// Writes through a descriptor and remembers the first error, which an std::ofstream would lose.
+class OutputFile::Buffer : public std::streambuf {
+public:
+    explicit Buffer(int fd) : _fd(fd), _room(1 << 16) { setp(_room.data(), _room.data() + _room.size()); }
+    ~Buffer() override
+    {
+        if (_fd > STDERR_FILENO)
+            ::close(_fd);
+    }
+    int error() const { return _error; }
+    int close()
+    {
+        sync();
+        if (_fd > STDERR_FILENO && ::close(std::exchange(_fd, -1)) != 0 && _error == 0)
+            _error = errno;
+        return _error;
+    }
+
+protected:
+    int sync() override
+    {
+        for (char const* at = pbase(); at < pptr() && _error == 0;) {
+            ssize_t const n = ::write(_fd, at, static_cast<std::size_t>(pptr() - at));
+            if (n >= 0)
+                at += n;
+            else if (errno != EINTR)
+                _error = errno;
+        }
+        setp(_room.data(), _room.data() + _room.size());
+        return _error == 0 ? 0 : -1;
+    }
+    int_type overflow(int_type c) override
+    {
+        if (sync() != 0)
+            return traits_type::eof();
+        if (!traits_type::eq_int_type(c, traits_type::eof()))
+            sputc(traits_type::to_char_type(c));
+        return traits_type::not_eof(c);
+    }
+
+private:
+    int _fd;
+    int _error = 0;
+    std::vector<char> _room;
+};
+
+OutputFile::OutputFile(std::string path) : _path(std::move(path))
+{
+    int fd = STDOUT_FILENO;
+    struct stat status;
+    // Beside its name only where a file is meant: a device or a pipe is written to as it is.
+    bool const special = _path != "-" && ::stat(_path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
+    if (special) {
+        fd = ::open(_path.c_str(), O_WRONLY | O_CLOEXEC);
+    } else if (_path != "-") {
+        _temporary = _path + ".XXXXXX";
+        fd = ::mkostemp(_temporary.data(), O_CLOEXEC);
+        if (fd >= 0) {
+            mode_t const mask = ::umask(0);
+            ::umask(mask);
+            ::fchmod(fd, 0666 & ~mask);
+        }
+    }
+    if (fd < 0)
+        throw Failure(exitMachine, _path + ": cannot write: " + std::strerror(errno));
+    _buffer = std::make_unique<Buffer>(fd);
+    _stream = std::make_unique<std::ostream>(_buffer.get());
+}
+
+OutputFile::~OutputFile()
+{
+    _buffer->close();
+    if (!_temporary.empty())
+        ::unlink(_temporary.c_str());
+}
+
+void OutputFile::check()
+{
+    if (int const error = _buffer->error(); error != 0)
+        throw Failure(exitMachine, (_path == "-" ? "standard output" : _path) + ": cannot write: " + std::strerror(error));
+}
+
+void OutputFile::commit()
+{
+    _stream->flush();
+    _buffer->close();
+    check();
+    if (!_temporary.empty()) {
+        if (std::rename(_temporary.c_str(), _path.c_str()) != 0)
+            throw Failure(exitMachine, _path + ": cannot write: " + std::strerror(errno));
+        _temporary.clear();
+    }
+}
+
+} // namespace Zelvan::play

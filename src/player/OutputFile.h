@@ -1,0 +1,33 @@
+#pragma once
+
+#include <memory>
+#include <ostream>
+#include <string>
+
+namespace Zelvan::play {
+
+/// Where results go: a file, or standard output for "-". A file is written beside its final name and takes that
+/// name only when everything has been written, so that nobody ever sees half of it. Throws
+/// Failure(exitMachine) when it cannot be written.
+class OutputFile {
+public:
+    explicit OutputFile(std::string path);
+    /// Removes what was written when `commit` was not reached.
+    ~OutputFile();
+    OutputFile(OutputFile const&) = delete;
+    OutputFile& operator=(OutputFile const&) = delete;
+
+    std::ostream& stream() { return *_stream; }
+    /// Throws when something could not be written; cheap enough to call now and then on the way.
+    void check();
+    /// Everything is written: gives the file its name.
+    void commit();
+
+private:
+    class Buffer;
+    std::string _path, _temporary;
+    std::unique_ptr<Buffer> _buffer;
+    std::unique_ptr<std::ostream> _stream;
+};
+
+} // namespace Zelvan::play

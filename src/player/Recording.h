@@ -1,0 +1,96 @@
+#pragma once
+
+#include "player/Scene.h"
+#include "player/Values.h"
+
+#include <cstddef>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace Zelvan::play {
+
+/// Smallest and largest number seen.
+struct Range {
+    double low = 0, high = 0;
+    bool any = false;
+    void add(double value);
+};
+
+/// One recorded field: the output of an interpolator, or a field of a node without a class that events reach.
+struct Track {
+    SceneNode const* node;
+    std::string field;       ///< "value_changed", "translation"
+    NodePartDataType type;
+    bool leaves;             ///< an interpolator's output (else: arrives at a node without a class)
+    Field const* source;     ///< the field itself
+
+    std::size_t events = 0;
+    std::vector<Range> ranges; ///< per component, over all events (and all elements of a block)
+    std::size_t largestBlock = 0; ///< elements of the largest value
+    /// Colours: hue. Rotations: none, the angle is a component. Matrices: rotation angle, then all scale factors.
+    std::vector<Range> derived;
+    /// A coarse curve: for each step of the axis the last value's components (the first element's of a block).
+    std::vector<float> outline;
+
+    // Samples, when they are kept: event i holds numbers[starts[i]] up to numbers[starts[i + 1]].
+    std::vector<double> times;
+    std::vector<std::size_t> starts;
+    std::vector<double> numbers;
+    std::span<double const> sample(std::size_t event) const
+    {
+        return {numbers.data() + starts[event], starts[event + 1] - starts[event]};
+    }
+    /// "Mover.value_changed"
+    std::string name() const { return node->name + '.' + field; }
+};
+
+/// Sees every event of a track, in the order they happen.
+using TrackListener = std::function<void(Track const& track, double time, Field const& field)>;
+
+/// Records what leaves interpolators and what reaches nodes without a class. Made after the scene has been read
+/// and before the first event; goes before the scene does.
+class Recorder {
+public:
+    struct Options {
+        bool arrivals = true;    ///< also what reaches nodes without a class
+        bool keepSamples = false;///< keep all numbers, for curves and exports
+        bool statistics = true;  ///< ranges
+        unsigned outlineSteps = 0; ///< steps of the coarse curves
+        double axisBegin = 0, axisEnd = 1;
+    };
+    Recorder(Scene& scene, Options options);
+    ~Recorder();
+    Recorder(Recorder const&) = delete;
+    Recorder& operator=(Recorder const&) = delete;
+
+    std::deque<Track> const& tracks() const { return _tracks; }
+    /// The track of an interpolator's output; null for other nodes.
+    Track* trackOf(SceneNode const& node);
+    std::size_t events() const { return _events; }
+
+    TrackListener onEvent; ///< may be empty
+    /// Only events of this node are recorded while set.
+    SceneNode const* only = nullptr;
+    /// Nothing is recorded while set.
+    bool paused = false;
+
+private:
+    class Tap;
+    void record(Track& track, double time, Field const& field);
+
+    Scene& _scene;
+    Options _options;
+    std::deque<Track> _tracks;
+    std::unordered_map<Field const*, Track*> _arrivals;
+    std::unordered_map<SceneNode const*, Track*> _outputs;
+    std::vector<std::unique_ptr<Tap>> _taps;
+    std::vector<double> _scratch;
+    std::size_t _events = 0;
+};
+
+} // namespace Zelvan::play

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "player/Scene.h"
+
+namespace Zelvan::play {
+
+/// Stands for a node of a type without a class: takes any event, reports it, and sends it on.
+/// A field comes into being with the first route that touches it.
+class UnknownNode : public Node {
+public:
+    UnknownNode(Scene& scene, SceneNode& sceneNode);
+    ~UnknownNode() override;
+
+    void shutdown() const override;
+    void fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from) override;
+    /// By any of the names a route may use for it.
+    Field* find(std::string_view name) const;
+    /// Null for a data type without a field class.
+    Field* require(std::string_view name, NodePartDataType type);
+
+private:
+    struct Part {
+        Part(std::string_view partName, NodePartDataType dataType, Node& node);
+        ~Part();
+        std::string name;
+        NodePartDesc desc;
+        std::unique_ptr<Field> field;
+        bool changing = false;
+    };
+    Scene& _scene;
+    SceneNode& _sceneNode;
+    std::vector<std::unique_ptr<Part>> _parts;
+};
+
+/// Where the lines of a file begin.
+struct Scene::Lines {
+    std::vector<std::uint32_t> starts; ///< offset of each line's first byte; the first is 0
+    void locate(std::uint32_t offset, unsigned& line, unsigned& column) const;
+};
+
+} // namespace Zelvan::play

@@ -1,0 +1,136 @@
+#include "base/Fields.h"
+#include "player/Pictures.h"
+#include "player/Playing.h"
+#include "player/Report.h"
+#include "player/Tables.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <optional>
+#include <unistd.h>
+
+namespace Zelvan::play {
+
+namespace {
+
+struct SweepOptions {
+    SceneOptions scene;
+    std::optional<double> from, to;
+    std::vector<float> at;
+    unsigned steps = 100;
+    bool atKeys = false;
+    std::string csv, jsonLines, svg, html;
+};
+
+// The fractions that an interpolator is given, in the order they are given.
+std::vector<float> fractionsFor(std::vector<float> const& keys, SweepOptions const& options)
+{
+    if (!options.at.empty())
+        return options.at;
+    if (options.atKeys)
+        return keys;
+    float low = 0, high = 1;
+    if (!keys.empty() && std::isfinite(keys.front()) && std::isfinite(keys.back())) {
+        low = std::min(keys.front(), keys.back());
+        high = std::max(keys.front(), keys.back());
+    }
+    double const from = options.from.value_or(low), to = options.to.value_or(high);
+    std::vector<float> fractions;
+    // Each on its own, so that no error adds up; the last one is the end itself.
+    for (unsigned k = 0; k <= options.steps; ++k)
+        fractions.push_back(k == options.steps ? static_cast<float>(to)
+                                               : static_cast<float>(from + (to - from) * k / options.steps));
+    return fractions;
+}
+
+void sweep(Session& session, SweepOptions const& options)
+{
+    if (options.steps < 1 || options.steps > 10'000'000)
+        throw Failure(exitUsage, "--steps: expected 1 to 10000000");
+    if (!std::isfinite(options.from.value_or(0)) || !std::isfinite(options.to.value_or(0)))
+        throw Failure(exitUsage, "--from, --to: expected finite fractions");
+    OpenedScene const opened(session, options.scene);
+    Scene& scene = *opened.scene;
+    // Each curve by itself: what one interpolator sends must not change another one.
+    for (SceneRoute const& route : scene.routes)
+        if (route.route != nullptr)
+            Route::remove(*route.route);
+    scene.goLive();
+
+    Recorder::Options recording;
+    recording.arrivals = false;
+    recording.keepSamples = !options.svg.empty() || !options.html.empty();
+    recording.outlineSteps = 24;
+    recording.axisBegin = options.from.value_or(0);
+    recording.axisEnd = options.to.value_or(1);
+    Recorder recorder(scene, recording);
+    std::vector<std::unique_ptr<EventWriter>> writers;
+    if (!options.csv.empty())
+        writers.push_back(std::make_unique<EventWriter>(options.csv, EventWriter::csv, "fraction"));
+    if (!options.jsonLines.empty())
+        writers.push_back(std::make_unique<EventWriter>(options.jsonLines, EventWriter::jsonLines, "fraction"));
+    if (!writers.empty())
+        recorder.onEvent = [&](Track const& track, double time, Field const& field) {
+            for (auto const& writer : writers)
+                writer->write(track, time, field);
+        };
+
+    std::vector<Curve> curves;
+    for (SceneNode const& node : scene.sceneNodes) {
+        Track const* const track = recorder.trackOf(node);
+        if (track == nullptr)
+            continue;
+        std::vector<float> const keys = static_cast<MFFloat*>(fieldOf(node, "key"))->_value;
+        auto& fraction = static_cast<SFFloat&>(*fieldOf(node, "set_fraction"));
+        recorder.only = &node;
+        for (float const f : fractionsFor(keys, options)) {
+            fraction._value = f;
+            node.node->fieldChanged(fraction, f, nullptr);
+        }
+        if (recording.keepSamples && track->events > 0)
+            curves.push_back({track, {keys.begin(), keys.end()}, {}});
+    }
+
+    for (auto const& writer : writers)
+        writer->commit();
+    if (recording.keepSamples)
+        writePictures(options.svg, options.html, curves, options.scene.file, "fraction");
+    bool const taken = options.csv == "-" || options.jsonLines == "-" || options.svg == "-" || options.html == "-";
+    if (!taken) {
+        OutputFile out("-");
+        writeReport(out.stream(), scene, recorder, nullptr, styledOutput(STDOUT_FILENO));
+        out.commit();
+    }
+    if (opened.diagnostics.errors() > 0)
+        session.status = exitScene;
+}
+
+} // namespace
+
+void addSweepCommand(CLI::App& app, Session& session)
+{
+    auto const options = std::make_shared<SweepOptions>();
+    CLI::App& command = *app.add_subcommand("sweep", "Drive every interpolator over its key range, without a clock");
+    addSceneOptions(command, options->scene);
+    auto const grouped = [](CLI::Option* option, char const* text) { option->option_text(text)->group("Fractions"); };
+    grouped(command.add_option("--from", options->from, "first fraction (the first key)"), "F");
+    grouped(command.add_option("--to", options->to, "last fraction (the last key)"), "F");
+    grouped(command.add_option("--steps", options->steps, "evenly spaced steps between them (100)"), "N");
+    grouped(command.add_option("--at", options->at, "these fractions only")->delimiter(','), "F[,F...]");
+    command.add_flag("--at-keys", options->atKeys, "the keys only")->group("Fractions");
+    auto const output = [&](char const* name, std::string& value, char const* what) {
+        command.add_option(name, value, what)->option_text("FILE")->group("Output");
+    };
+    output("--csv", options->csv, "one line per value: fraction, node, field, value; \"-\" is standard output");
+    output("--jsonl", options->jsonLines, "the same as JSON Lines");
+    output("--svg", options->svg, "the curves as a picture");
+    output("--html", options->html, "the curves as a page to zoom into");
+    command.footer("Examples:\n"
+                   "  zelvan-play sweep door.x3d --at-keys\n"
+                   "  zelvan-play sweep door.x3d --from 0 --to 1 --steps 20 --csv -");
+    command.callback([&session, options] { sweep(session, *options); });
+}
+
+} // namespace Zelvan::play

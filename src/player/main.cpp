@@ -1,0 +1,6 @@
+#include "player/Application.h"
+
+int main(int argc, char** argv)
+{
+    return Zelvan::play::runApplication(argc, argv);
+}
