@@ -62,7 +62,7 @@ public:
     void setScale(ValueType x, ValueType y, ValueType z);
     void setScale(VectorType3f const& s) { setScale(s[0], s[1], s[2]); }
 
-    /// The matrix T R SO S SO^-1, what is not given being the identity. The quaternions are unit quaternions.
+    /// The matrix T R SO S SO^-1, what is not given being the identity. The quaternions may have any length.
     void setTransform(VectorType3f const& t);
     void setTransform(QuaternionType const& r);
     void setTransform(VectorType3f const& t, QuaternionType const& r);
@@ -75,13 +75,25 @@ public:
     /// this = matrix * this.
     void multLeft(TransformationMatrix const& matrix);
     /// this = this + matrix, element by element.
-    void add(TransformationMatrix const& matrix);
+    constexpr void add(TransformationMatrix const& matrix)
+    {
+        for (UInt32 c = 0; c < 4; ++c)
+            _matrix[c] += matrix[c];
+    }
     /// this = this + s * matrix, element by element.
-    void addScaled(TransformationMatrix const& matrix, ValueType s);
+    constexpr void addScaled(TransformationMatrix const& matrix, ValueType s)
+    {
+        for (UInt32 c = 0; c < 4; ++c)
+            _matrix[c] += matrix[c] * s;
+    }
     /// All sixteen elements times s.
-    void scale(ValueType s);
+    constexpr void scale(ValueType s)
+    {
+        for (VectorType& column : _matrix)
+            column *= s;
+    }
     /// All sixteen elements with the other sign.
-    void negate();
+    constexpr void negate() { scale(ValueType(-1)); }
 
     /// The upper three rows applied to a point (x, y, z, 1).
     void multMatrixPnt(VectorType3f const& source, VectorType3f& result) const;
@@ -109,8 +121,8 @@ public:
     /// S symmetric without negative eigenvalues, det = the determinant of Q's upper 3x3 part, 1 or -1 (1 if this
     /// is singular). Both factors carry element 15: Q 1 and S its value. NaN throughout if this is not finite.
     void polarDecompose(TransformationMatrix& Q, TransformationMatrix& S, ValueType& det) const;
-    /// Upper 3x3 part, taken as symmetric (its upper triangle is read) = SO diag(k) SO^T, SO a rotation. The
-    /// factors are in the order of the axes they belong to, unsorted. NaN throughout if this is not finite.
+    /// The symmetric part of the upper 3x3 part = SO diag(k) SO^T, SO a rotation. The factors are in the order
+    /// of the axes they belong to, unsorted. NaN throughout if this is not finite.
     void spectralDecompose(TransformationMatrix& SO, VectorType3f& k) const;
 
     bool equals(TransformationMatrix const& other, ValueType tolerance) const;
