@@ -1,0 +1,280 @@
+#include "interpolationNodePool/InterpolatorProc.h"
+#include "interpolationNodePool/SquadOrientationInterpolator.h"
+#include "tests/LogCapture.h"
+#include "tests/Scene.h"
+#include "tests/interpolationNodePool/PlainSlerp.h"
+
+#include <random>
+
+namespace Zelvan {
+namespace {
+
+using test::bits;
+using test::Scene;
+
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float inf = std::numeric_limits<float>::infinity();
+
+// Of every type here the list of values is the last field but one, the output the last. Lists are read and
+// written as the floats they store.
+Field& values(Node& node) { return *node.fields().end()[-2]; }
+
+std::vector<float> output(Interpolator& node, float fraction)
+{
+    node._set_fraction._value = fraction;
+    node.fieldChanged(node._set_fraction, 1, nullptr);
+    std::string const bin = node.fields().back()->getValueAsBin(-1);
+    std::vector<float> numbers(bin.size() / sizeof(float));
+    std::memcpy(numbers.data(), bin.data(), bin.size());
+    return numbers;
+}
+
+TEST(Nonlinear, GivesTheKnownValues)
+{
+    char const *scalar = "SplineScalarInterpolator", *position = "SplinePositionInterpolator3D",
+               *ease = "EaseInEaseOut", *squad = "SquadOrientationInterpolator";
+    struct Case {
+        char const *type, *key, *values;
+        float fraction;
+        std::vector<float> expected; // empty: nothing is sent
+        bool binarySearch = false;
+    } const cases[] = {
+        {scalar, "0 1 2 3", "0 1 2 3", 1.5f, {1.5f}},
+        {scalar, "0 1 2 3", "0 1 2 3", .5f, {.375f}},
+        {scalar, "0 1 2 3", "0 1 2 3", 2.5f, {2.625f}},
+        {scalar, "0 1 3", "0 1 4", .5f, {.16666666f}},
+        {scalar, "0 1 3", "0 1 4", 2, {2.6666665f}},
+        {scalar, "0 1 3", "5 1 4", -1, {5}},
+        {scalar, "0 1 2 3", "0 1", .25f, {.15625f}},
+        {scalar, "0 1 2", "", .5f, {}},
+        {scalar, "", "7", .5f, {}},
+        {scalar, "0 1 2", "0 1 2", nan, {}},
+        {position, "0 1 2 3", "0 0 0 1 2 3 2 4 6 3 6 9", .5f, {.375f, .75f, 1.125f}},
+        {ease, "0 1", "0 0 0 0", .3f, {.3f}},
+        {ease, "0 1", "0 .5 .5 0", .25f, {.125f}},
+        {ease, "0 1", "0 .5 .5 0", .75f, {.875f}},
+        {ease, "0 1", "0 1 1 0", .25f, {.125f}},
+        {ease, "0 1", "0 -.5 0 0", .3f, {.3f}},
+        {ease, "0 .5 1", "0 0 0 .5 .5 0", .75f, {.875f}},
+        {ease, "0 .5 1", "0 0 0 .5 .5 0", 2, {1}},
+        {ease, "-1 0 1", "0 0 0 0 0 0", -.5f, {inf}}, // before 0 a share of 0 divides
+        {ease, "0 2", "0 0 0 0", 1.5f, {-inf}},       // and after 1
+        {ease, "0 .5 1", "0 0 0 0", .75f, {.5f}},
+        {ease, "0 .5 1", "", .75f, {}},
+        {ease, "0 .5 1", "0 .6 .1 .1 .2 0", .5f, {0.5294118f}}, // an inner key begins an interval
+        {ease, "0 .5 1", "0 .6 .1 .1 .2 0", .5f, {0.3205128f}, true}, // or ends one
+        {squad, "0 .5 1", "0 0 1 0 0 0 1 1 0 0 1 2", .25f, {0, 0, .24740396f, .96891242f}},
+        {squad, "0 1", "0 0 0 5 0 0 1 2", .5f, {0, 0, .47942554f, .87758256f}},
+        {squad, "0 1", "0 0 1 0 0 0 1 6.2831855", .5f, {0, 0, 0, 1}}, // opposite quaternions, the same rotation
+        {squad, "0 1", "", .5f, {}},
+    };
+    test::LogCapture log(osg::LOG_LOG);
+    for (Case const& c : cases) {
+        auto const which = testing::Message() << c.type << ' ' << c.key << " / " << c.values << ": " << c.fraction;
+        Scene scene;
+        scene._context.setBValue(InterpolatorProc::_binSearchKeyIndexID, c.binarySearch);
+        auto& node = static_cast<Interpolator&>(scene.add(c.type));
+        node._key.setValueByStr(c.key, Field::multiple);
+        ASSERT_TRUE(values(node).setValueByStr(c.values, Field::multiple)) << which;
+        std::vector<float> const found = output(node, c.fraction);
+        EXPECT_EQ(node._changedMask.bits() != 0, !c.expected.empty()) << which;
+        for (std::size_t i = 0; i < c.expected.size(); ++i)
+            EXPECT_TRUE(found[i] == c.expected[i] || std::abs(found[i] - c.expected[i]) <= 1e-7f) << which;
+        node.getInterpolatorProc()->nodeChanged(2, node._changedMask);
+        EXPECT_EQ(node._changedMask.bits(), 0u) << "the framework's handling, whoever overrides it";
+    }
+}
+
+class Random {
+public:
+    unsigned below(unsigned end) { return static_cast<unsigned>(_engine() % end); }
+    float number()
+    {
+        unsigned const kind = below(40);
+        return kind == 0 ? inf : kind == 1 ? nan : kind == 2 ? -0.f : static_cast<float>(_engine()) / 4e8f - 5.f;
+    }
+    // Rising, with many equal neighbours, or in any order with infinite and NaN ones.
+    std::vector<float> keys()
+    {
+        std::vector<float> keys(2 + below(9));
+        unsigned const kind = below(3);
+        for (float& key : keys)
+            key = kind == 0 ? number() : static_cast<float>(below(kind == 1 ? 5 : 1000));
+        if (kind != 0)
+            std::sort(keys.begin(), keys.end());
+        return keys;
+    }
+
+private:
+    std::mt19937 _engine{11};
+};
+
+// A fraction, and what the search makes of it when it starts at 0, as that of the event after it does.
+struct Found {
+    Found(Interpolator& node, unsigned n, Random& random)
+    {
+        std::vector<float> const& keys = node._key._value;
+        float const from = keys[random.below(static_cast<unsigned>(keys.size()))];
+        fraction = from + (keys.back() - from) * static_cast<float>(random.below(32)) / 32.f;
+        InterpolatorProc& proc = *node.getInterpolatorProc();
+        unsigned valuesPerKey;
+        proc._lastIndex = 0;
+        type = proc.calculateIndex(fraction, n, false, j, valuesPerKey, s);
+        proc._lastIndex = 0;
+    }
+    InterpolatorProc::FractionType type;
+    unsigned j;
+    float fraction, s;
+};
+
+// Which of two NaN operands survives is the compiler's choice: a NaN equals a NaN.
+bool same(float a, float b)
+{
+    return bits(a) == bits(b) || (std::isnan(a) && std::isnan(b));
+}
+
+// The spline with all tangents and both lists of factors, for a single component.
+float plainSpline(std::vector<float> const& t, std::vector<float> const& v, unsigned j, float s)
+{
+    std::size_t const n = v.size();
+    std::vector<float> tangent(n - 1), leaving(n), arriving(n);
+    for (unsigned i = 1; i + 1 < n; ++i) {
+        tangent[i] = (v[i + 1] - v[i - 1]) * 0.5f;
+        leaving[i] = (t[i] - t[i - 1]) / (t[i + 1] - t[i - 1]) * 2;
+        arriving[i] = (t[i + 1] - t[i]) / (t[i + 1] - t[i - 1]) * 2;
+    }
+    float const m0 = j == 0 ? 0 : leaving[j] * tangent[j], m1 = j == n - 2 ? 0 : arriving[j + 1] * tangent[j + 1];
+    float const p0 = v[j], p1 = v[j + 1], s2 = s * s, s3 = s2 * s;
+    float const c3 = (((p0 + p0) - (p1 + p1)) + m0) + m1;
+    float const c2 = (((-3 * p0) + 3 * p1) - (m0 + m0)) - m1;
+    return ((c3 * s3 + c2 * s2) + m0 * s) + p0;
+}
+
+TEST(Spline, EqualsThePlainOneBitForBit)
+{
+    Scene scene;
+    Node* const nodes[] = {&scene.add("SplineScalarInterpolator"), &scene.add("SplinePositionInterpolator2D"),
+                           &scene.add("SplinePositionInterpolator3D")};
+    Random random;
+    unsigned compared = 0;
+    for (int set = 0; set < 9000; ++set) {
+        unsigned const width = 1 + random.below(3), count = 1 + random.below(11);
+        auto& node = static_cast<Interpolator&>(*nodes[width - 1]);
+        std::vector<float> const keys = node._key._value = random.keys();
+        std::vector<float> numbers(count * width);
+        for (float& number : numbers)
+            number = random.number();
+        values(node).setValueByBin({reinterpret_cast<char const*>(numbers.data()), numbers.size() * sizeof(float)});
+        unsigned const n = std::min(count, static_cast<unsigned>(keys.size()));
+        for (int event = 0; event < 8; ++event) {
+            Found const at(node, n, random);
+            std::vector<float> const found = output(node, at.fraction);
+            for (unsigned c = 0; at.type == InterpolatorProc::FractionInterval && c < width; ++c, ++compared) {
+                std::vector<float> component(n);
+                for (unsigned i = 0; i < n; ++i)
+                    component[i] = numbers[i * width + c];
+                ASSERT_TRUE(same(found[c], plainSpline(keys, component, at.j, at.s))) << set;
+            }
+        }
+    }
+    EXPECT_GT(compared, 20000u);
+}
+
+osg::Quaternion plainSquadSlerp(osg::Quaternion const& a, osg::Quaternion const& b, float t)
+{
+    return test::plainSlerp(a, b, t, [](double distance) { return distance < 0.01; });
+}
+
+osg::Quaternion plainInnerPoint(osg::Quaternion const& q, osg::Quaternion const& prev, osg::Quaternion const& next)
+{
+    auto const length = [](auto const& v) { return std::sqrt(double{v[0] * v[0] + v[1] * v[1] + v[2] * v[2]}); };
+    auto const logarithm = [&](osg::Quaternion const& to) {
+        osg::Quaternion step = q.inverse();
+        step.mult(to);
+        step.normalize();
+        double const r = length(step), k = r < 1e-6 ? 1 : std::acos(double{step[3]}) / r;
+        auto const times = [k](float x) { return static_cast<float>(x * k); };
+        return osg::Vec3f(times(step[0]), times(step[1]), times(step[2]));
+    };
+    osg::Vec3f const s = (logarithm(next) + logarithm(prev)) * -0.25f;
+    double const r = length(s);
+    osg::Quaternion turn, result = q;
+    for (unsigned c = 0; c < 3; ++c)
+        turn[c] = r < 1e-6 ? s[c] : static_cast<float>(s[c] * std::sin(r) / r);
+    turn[3] = static_cast<float>(std::cos(r));
+    result.mult(turn);
+    return result;
+}
+
+// Keys change behind the node's back between events: what it has kept must never show.
+TEST(Squad, EqualsThePlainOneBitForBit)
+{
+    Scene scene;
+    auto& node = scene.add<SquadOrientationInterpolator>();
+    std::vector<Rotation>& v = node._keyValue._value;
+    Rotation const& value = node._value_changed._value;
+    Random random;
+    // Angles up to two turns give quaternions of both signs, tiny ones the linear branches.
+    auto const rotation = [&random] {
+        return Rotation({random.number(), random.number(), random.number()},
+                        random.number() * (random.below(3) == 0 ? 1e-6f : 2.f));
+    };
+    unsigned compared = 0;
+    for (int set = 0; set < 2000; ++set) {
+        node._key._value = random.keys();
+        v.resize(1 + random.below(11));
+        for (Rotation& key : v)
+            key = random.below(4) == 0 ? v[0] : rotation();
+        unsigned const n = static_cast<unsigned>(std::min(node._key._value.size(), v.size()));
+        for (int event = 0; event < 12; ++event) {
+            if (event > 5)
+                v[random.below(n)] = rotation();
+            Found const at(node, n, random);
+            unsigned const j = at.j;
+            std::vector<Rotation> const before = v;
+            output(node, at.fraction);
+            // A key is copied whole, whichever of its two forms is stale.
+            ASSERT_TRUE(at.type != InterpolatorProc::FractionKey || bits(value) == bits(before[j]));
+            if (at.type != InterpolatorProc::FractionInterval)
+                continue;
+            ++compared;
+            osg::Quaternion const q1 = v[j].quaternion(), q2 = v[j + 1].quaternion();
+            osg::Quaternion const s1 = j > 0 ? plainInnerPoint(q1, v[j - 1].quaternion(), q2) : q1;
+            osg::Quaternion const s2 = j + 2 < n ? plainInnerPoint(q2, q1, v[j + 2].quaternion()) : q2;
+            osg::Quaternion const outer = plainSquadSlerp(q1, q2, at.s), inner = plainSquadSlerp(s1, s2, at.s);
+            osg::Quaternion const expected = plainSquadSlerp(outer, inner, (at.s + at.s) * (1 - at.s));
+            ASSERT_EQ(value._state, Rotation::quaternionOnly);
+            for (unsigned c = 0; c < 4; ++c)
+                ASSERT_TRUE(same(value._quaternion[c], expected[c])) << set << ": " << value._quaternion[c];
+        }
+    }
+    EXPECT_GT(compared, 4000u);
+}
+
+TEST(Nonlinear, ClosedAndNormalizeVelocityAreOnlyKept)
+{
+    for (char const* const type : {"SplineScalarInterpolator", "SplinePositionInterpolator2D",
+                                   "SplinePositionInterpolator3D", "SquadOrientationInterpolator"}) {
+        Scene scene;
+        auto& node = static_cast<Interpolator&>(scene.add(type));
+        node._key._value = {0, 1, 2};
+        values(node).setValueByStr("1 2 3 4 3 5 1 6 1 1 1 2", Field::multiple);
+        float const before = output(node, 0.7f)[0];
+        for (Field* const field : {node.findField("normalizeVelocity"), node.findField("closed")}) {
+            if (field == nullptr && type[1] == 'q')
+                continue; // squads cannot be closed
+            test::LogCapture log(osg::LOG_FATAL);
+            Scene::send(node, field->findName(), "TRUE");
+            bool const closed = field->findName()[0] == 'c';
+            std::string const owner = closed ? "SplineInterpolatorProc" : "NonlinearInterpolatorProc";
+            ASSERT_EQ(log.size(), 1u);
+            EXPECT_EQ(log[0].level, osg::LOG_FATAL);
+            EXPECT_EQ(log[0].file, "interpolationNodePool/" + owner);
+            EXPECT_EQ(log[0].text, owner + "::fieldChanged(" + field->findName() + ") not impl.\n");
+            EXPECT_EQ(bits(output(node, 0.7f)[0]), bits(before));
+        }
+    }
+}
+
+} // namespace
+} // namespace Zelvan
