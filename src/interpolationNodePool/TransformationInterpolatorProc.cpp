@@ -92,10 +92,10 @@ void TransformationInterpolatorProc::interpolateMatrix(osg::Matrix& value, int i
     if (_logCache.size() != node()._keyValue._value.size())
         buildLogMat(-1);
     osg::Matrix const& from = _logCache[static_cast<std::size_t>(i)];
-    osg::Matrix blend = _logCache[static_cast<std::size_t>(j)];
-    blend.addScaled(from, -1.f);
-    blend.scale(t);
-    blend.addScaled(from, 1.f);
+    osg::Matrix const& to = _logCache[static_cast<std::size_t>(j)];
+    osg::Matrix blend;
+    for (osg::UInt32 c = 0; c < 4; ++c)
+        blend[c] = lerp(from[c], to[c], t);
     value.expOf(blend);
 }
 
