@@ -1,153 +1,54 @@
 #include <OpenSG/OSGMatrix.h>
 
+#include <Eigen/Geometry>
+#include <Eigen/LU>
+#include <unsupported/Eigen/MatrixFunctions>
+
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cmath>
 #include <cstdio>
-#include <numbers>
 #include <random>
 
 namespace {
 
 using osg::Matrix, osg::Quaternion, osg::Vec3f;
+// The references are computed in long double.
 using Real = long double;
-constexpr Real pi = std::numbers::pi_v<Real>;
+using Reference = Eigen::Matrix<Real, 4, 4>;
+constexpr Real pi = EIGEN_PI;
 
-// Plain matrix arithmetic in long double: the reference.
-struct Reference {
-    Real _m[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}; // row, column
-
-    Reference() = default;
-    explicit Reference(Matrix const& m)
-    {
-        forEach([&](int r, int c) { _m[r][c] = m[c][r]; });
-    }
-    template <class F>
-    static void forEach(F f)
-    {
-        for (int i = 0; i < 16; ++i)
-            f(i % 4, i / 4);
-    }
-    Matrix rounded() const
-    {
-        Matrix m;
-        forEach([&](int r, int c) { m[c][r] = static_cast<float>(_m[r][c]); });
-        return m;
-    }
-    Reference operator*(Reference const& o) const
-    {
-        Reference p;
-        forEach([&](int r, int c) {
-            p._m[r][c] = 0;
-            for (int k = 0; k < 4; ++k)
-                p._m[r][c] += _m[r][k] * o._m[k][c];
-        });
-        return p;
-    }
-    Reference plus(Reference const& o, Real factor) const
-    {
-        Reference s;
-        forEach([&](int r, int c) { s._m[r][c] = _m[r][c] + factor * o._m[r][c]; });
-        return s;
-    }
-    Reference times(Real factor) const { return plus(*this, factor - 1); }
-    Reference transposed() const
-    {
-        Reference t;
-        forEach([&](int r, int c) { t._m[r][c] = _m[c][r]; });
-        return t;
-    }
-    Real largest() const
-    {
-        Real most = 0;
-        forEach([&](int r, int c) { most = std::max(most, std::abs(_m[r][c])); });
-        return most;
-    }
-    Reference inverse() const
-    {
-        Reference a = *this, b;
-        for (int c = 0; c < 4; ++c) {
-            int pivot = c;
-            for (int r = c; r < 4; ++r)
-                pivot = std::abs(a._m[r][c]) > std::abs(a._m[pivot][c]) ? r : pivot;
-            std::swap(a._m[c], a._m[pivot]);
-            std::swap(b._m[c], b._m[pivot]);
-            for (int r = 0; r < 4; ++r) {
-                Real const factor = r == c ? 1 - 1 / a._m[c][c] : a._m[r][c] / a._m[c][c];
-                for (int k = 0; k < 4; ++k) {
-                    a._m[r][k] -= factor * a._m[c][k];
-                    b._m[r][k] -= factor * b._m[c][k];
-                }
-            }
-        }
-        return b;
-    }
-    Reference exp() const
-    {
-        int const halvings = std::max(0, std::ilogb(largest()) + 4);
-        Reference const x = times(std::ldexp(Real(1), -halvings));
-        Reference sum;
-        for (int n = 24; n > 0; --n)
-            sum = Reference().plus(x * sum, Real(1) / n);
-        for (int i = 0; i < halvings; ++i)
-            sum = sum * sum;
-        return sum;
-    }
-    /// Angles below pi only (Denman-Beavers roots, then the series of the logarithm).
-    Reference log() const
-    {
-        Reference y = *this;
-        Real factor = 1;
-        for (; y.plus({}, -1).largest() > 0.05L && factor < 1e9L; factor *= 2) {
-            Reference z;
-            for (int i = 0; i < 60; ++i) {
-                Reference const next = y.plus(z.inverse(), 1).times(0.5L);
-                z = z.plus(y.inverse(), 1).times(0.5L);
-                y = next;
-            }
-        }
-        Reference const x = y.plus({}, -1);
-        Reference sum = Reference().times(0);
-        for (int n = 40; n > 0; --n)
-            sum = Reference().times(Real(1) / n).plus(x * sum, -1);
-        return (x * sum).times(factor);
-    }
-};
-
+Reference exact(Matrix const& m) { return Eigen::Map<Eigen::Matrix4f const>(m.getValues()).cast<Real>(); }
+Matrix rounded(Reference const& m)
+{
+    Matrix result;
+    Eigen::Map<Eigen::Matrix4f>(result.getValues()) = m.cast<float>();
+    return result;
+}
 Reference rotation(Vec3f const& axis, Real angle)
 {
-    Real const length = std::sqrt(Real(axis.dot(axis)));
-    Real const a[3] = {axis[0] / length, axis[1] / length, axis[2] / length};
-    Reference r;
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j)
-            r._m[i][j] = (i == j ? std::cos(angle) : 0) + (1 - std::cos(angle)) * a[i] * a[j]
-                + std::sin(angle) * (i == j ? 0 : (j - i + 3) % 3 == 1 ? -a[3 - i - j] : a[3 - i - j]);
-    return r;
+    Reference result = Reference::Identity();
+    Eigen::Matrix<Real, 3, 1> const direction(axis[0], axis[1], axis[2]);
+    result.topLeftCorner<3, 3>() = Eigen::AngleAxis<Real>(angle, direction.normalized()).matrix();
+    return result;
 }
-Reference scaling(Real x, Real y, Real z)
-{
-    Reference s;
-    s._m[0][0] = x;
-    s._m[1][1] = y;
-    s._m[2][2] = z;
-    return s;
-}
+Reference scaling(Real x, Real y, Real z) { return Eigen::Matrix<Real, 4, 1>(x, y, z, 1).asDiagonal(); }
 Reference moved(Reference m, Real x, Real y, Real z)
 {
-    m._m[0][3] = x;
-    m._m[1][3] = y;
-    m._m[2][3] = z;
+    m.col(3).head<3>() << x, y, z;
     return m;
 }
 
-Real difference(Matrix const& a, Reference const& b) { return Reference(a).plus(b, -1).largest() / b.largest(); }
+/// The larger one, and a NaN larger than all.
+Real worse(Real a, Real b) { return std::isnan(a) || a >= b ? a : b; }
+Real largest(Reference const& m) { return m.cwiseAbs().maxCoeff<Eigen::PropagateNaN>(); }
+Real difference(Matrix const& a, Reference const& b) { return largest(exact(a) - b) / largest(b); }
 /// The error of exp(log(m)), relative to the largest element; huge if there is no logarithm.
 Real roundTrip(Matrix const& m)
 {
     Matrix log, back;
-    return log.logOf(m) && back.expOf(log) ? difference(back, Reference(m)) : 1e9L;
+    return log.logOf(m) && back.expOf(log) ? difference(back, exact(m)) : 1e9L;
 }
 enum class Contents { Finite, NaN, Mixed };
 Contents contentsOf(Matrix const& m)
@@ -164,7 +65,7 @@ Contents contentsOf(Matrix const& m)
 struct Worst {
     char const* _family;
     Real _limit, _error = 0;
-    void operator()(Real error) { _error = error > _error || std::isnan(error) ? error : _error; }
+    void operator()(Real error) { _error = worse(_error, error); }
     ~Worst()
     {
         std::printf("    %-58s worst %.2Le, allowed %.2Le\n", _family, _error, _limit);
@@ -183,10 +84,10 @@ TEST(Matrix, LogarithmAndExponentialAreInverse)
         for (Real angle : angles)
             for (Real scale : {1e-3L, 0.3L, 1.L, 17.L, 1e3L})
                 for (Real far : {0.L, 20.L, 1e4L}) {
-                    rotations(roundTrip(moved(rotation(axis, angle) * scaling(scale, scale, scale), far, -far / 3, 1)
-                                            .rounded()));
+                    rotations(roundTrip(
+                        rounded(moved(rotation(axis, angle) * scaling(scale, scale, scale), far, -far / 3, 1))));
                     Matrix log, half;
-                    log.logOf(rotation(axis, angle).rounded());
+                    log.logOf(rounded(rotation(axis, angle)));
                     log.scale(0.5f);
                     half.expOf(log);
                     // An exact half turn goes either way.
@@ -219,14 +120,15 @@ TEST(Matrix, LogarithmOfUnequalScalesIsAsExactAsFloatsAllow)
         Real const spread = i % 3 == 0 ? 0.01L : i % 3 == 1 ? 0.7L : 3;
         auto const factor = [&] { return std::pow(Real(10), spread * uniform(random)); };
         Reference const orientation = rotation(direction(), 3 * uniform(random));
-        Matrix const m = moved(rotation(direction(), i % 5 == 0 ? pi - 0.05L : pi * uniform(random)) * orientation
-                                   * scaling(factor(), factor(), factor()) * orientation.transposed(),
-                               100 * uniform(random), 0, 1).rounded();
-        Reference const exact = Reference(m).log();
-        if (!(Reference(m).plus(exact.exp(), -1).largest() < 1e-12L * Reference(m).largest()))
+        Matrix const m = rounded(moved(rotation(direction(), i % 5 == 0 ? pi - 0.05L : pi * uniform(random))
+                                           * orientation * scaling(factor(), factor(), factor())
+                                           * orientation.transpose(),
+                                       100 * uniform(random), 0, 1));
+        Reference const log = exact(m).log();
+        if (!(difference(m, log.exp()) < 1e-12L))
             continue; // Two different negative eigenvalues: there is none.
         ++compared;
-        Real const left = difference(m, Reference(exact.rounded()).exp());
+        Real const left = difference(m, exact(rounded(log)).exp());
         unequal(roundTrip(m) / (left + 3e-8L));
     }
     EXPECT_GT(compared, 400);
@@ -263,7 +165,7 @@ TEST(Matrix, MatricesWithoutLogarithmGiveNaN)
         EXPECT_EQ(log.logOf(matrix), exists) << name;
         EXPECT_EQ(contentsOf(log), exists ? Contents::Finite : Contents::NaN) << name;
         if (exists) {
-            EXPECT_LE(difference(matrix, Reference(log).exp()), 2e-5L) << name;
+            EXPECT_LE(difference(matrix, exact(log).exp()), 2e-5L) << name;
         }
     }
     Matrix tooLarge(100, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 0);
@@ -290,16 +192,15 @@ TEST(Matrix, ExponentialAndDecompositionsAreExact)
             m[0][3] = m[1][3] = m[2][3] = m[3][3] = 0;
         Matrix e;
         EXPECT_TRUE(e.expOf(m));
-        exponentials(difference(e, Reference(m).exp()));
+        exponentials(difference(e, exact(m).exp()));
 
         auto const direction = [&] { return Vec3f(uniform(random), uniform(random), uniform(random)); };
         auto const& f = factors[i % std::size(factors)];
-        Reference const so = i % 3 == 0 ? Reference() : rotation(direction(), 3 * uniform(random));
-        m = (rotation(direction(), i % 5 == 0 ? pi : 3 * uniform(random)) * so * scaling(f[0], f[1], f[2])
-             * so.transposed()).rounded();
-        Reference linear(m);
-        linear._m[3][3] = m[3][3] = 0; // The size of the rest is what counts.
-        Real const size = linear.largest() == 0 ? 1 : linear.largest();
+        Reference const so = rotation(direction(), i % 3 == 0 ? 0 : 3 * uniform(random));
+        m = rounded(rotation(direction(), i % 5 == 0 ? pi : 3 * uniform(random)) * so * scaling(f[0], f[1], f[2])
+                    * so.transpose());
+        m[3][3] = 0; // The size of the rest is what counts.
+        Real const size = largest(exact(m)) == 0 ? 1 : largest(exact(m));
         Matrix Q, S, SO;
         Vec3f k;
         float det = 0;
@@ -307,13 +208,12 @@ TEST(Matrix, ExponentialAndDecompositionsAreExact)
         S.spectralDecompose(SO, k);
         // A denormal's own rounding is no error of ours.
         Real const rounding = 3e-45L / size;
-        polar((Reference(Q) * Reference(S)).plus(linear, -1).largest() / size - rounding);
-        orthogonal((Reference(Q).transposed() * Reference(Q)).plus({}, -1).largest());
-        turned((Reference(SO).transposed() * Reference(SO)).plus({}, -1).largest());
+        polar(largest(exact(Q) * exact(S) - exact(m)) / size - rounding);
+        orthogonal(largest(exact(Q).transpose() * exact(Q) - Reference::Identity()));
+        turned(largest(exact(SO).transpose() * exact(SO) - Reference::Identity()));
         Reference diagonal = scaling(k[0], k[1], k[2]);
-        diagonal._m[3][3] = 0;
-        spectral((Reference(SO) * diagonal * Reference(SO).transposed()).plus(Reference(S), -1).largest() / size
-                 - rounding);
+        diagonal(3, 3) = 0;
+        spectral(largest(exact(SO) * diagonal * exact(SO).transpose() - exact(S)) / size - rounding);
         EXPECT_EQ(det, f[0] * f[1] * f[2] < 0 ? -1 : 1) << "factors " << f[0] << ' ' << f[1] << ' ' << f[2];
         EXPECT_NEAR(Q.det3(), det, 1e-6);
         EXPECT_NEAR(SO.det3(), 1, 1e-6);
@@ -326,7 +226,7 @@ TEST(Matrix, ExponentialAndDecompositionsAreExact)
         Matrix again;
         again.setTransform({0, 0, 0}, r, k * det, o);
         again[3][3] = 0;
-        composed(Reference(again).plus(linear, -1).largest() / size - rounding);
+        composed(largest(exact(again) - exact(m)) / size - rounding);
     }
 }
 
@@ -334,7 +234,7 @@ TEST(Matrix, EigenvaluesStayWithTheirAxes)
 {
     for (float tilt : {0.f, 0.3f, -0.6f}) {
         Reference const so = rotation({1, -1, 0.5f}, tilt);
-        Matrix const m = (so * scaling(2, 7, -1) * so.transposed()).rounded();
+        Matrix const m = rounded(so * scaling(2, 7, -1) * so.transpose());
         Matrix SO;
         Vec3f k;
         m.spectralDecompose(SO, k);
@@ -386,7 +286,7 @@ TEST(Matrix, QuaternionsOfRotations)
         for (Real angle : angles)
             for (Real scale : {1.L, 5.L}) {
                 Quaternion q;
-                q.setValue((rotation(axis, angle) * scaling(scale, scale, scale)).rounded());
+                q.setValue(rounded(rotation(axis, angle) * scaling(scale, scale, scale)));
                 Matrix back;
                 back.setTransform(q);
                 quaternions(difference(back, rotation(axis, angle)));
@@ -413,11 +313,11 @@ TEST(Matrix, EveryInputEnds)
         float det;
         bool const exists = log.logOf(m);
         ASSERT_EQ(contentsOf(log), exists ? Contents::Finite : Contents::NaN);
-        if (exists && Reference(log).largest() < 1e3L) {
-
-            ASSERT_LE(difference(m, Reference(log).exp()), 1e-2L) << i;
+        if (exists && largest(exact(log)) < 1e3L) {
+            ASSERT_LE(difference(m, exact(log).exp()), 1e-2L) << i;
         }
-        ASSERT_EQ(contentsOf(exp), exp.expOf(m) ? Contents::Finite : Contents::NaN);
+        bool const fits = exp.expOf(m);
+        ASSERT_EQ(contentsOf(exp), fits ? Contents::Finite : Contents::NaN);
         m.polarDecompose(Q, S, det);
         m.spectralDecompose(SO, k);
         ASSERT_NE(contentsOf(Q), Contents::Mixed);

@@ -4,6 +4,7 @@
 #include <Eigen/LU>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <complex>
@@ -113,13 +114,14 @@ inline void multiply(Columns const& a, Columns const& b, Columns& result)
     result = product;
 }
 
-constexpr double inverseFactorial(int n)
-{
+/// 1 / n!
+constexpr std::array<double, 13> taylor = [] {
+    std::array<double, 13> result{};
     double factorial = 1;
-    for (int i = 2; i <= n; ++i)
-        factorial *= i;
-    return 1 / factorial;
-}
+    for (int n = 0; n < 13; factorial *= ++n)
+        result[n] = 1 / factorial;
+    return result;
+}();
 
 /// The halvings that bring the norm of m to 1 or below; -1 if m is not finite.
 int halvingsFor(double const* m)
@@ -147,13 +149,12 @@ inline void exponential(Columns const& matrix, int halvings, Columns& result)
     multiply(x, square, cube);
     for (int c = 0; c < 4; ++c)
         for (int half = 0; half < 2; ++half)
-            result._pairs[c][half] = cube._pairs[c][half] * inverseFactorial(12);
+            result._pairs[c][half] = cube._pairs[c][half] * taylor[12];
     for (int n : {9, 6, 3, 0}) {
-        double const f[3] = {inverseFactorial(n), inverseFactorial(n + 1), inverseFactorial(n + 2)};
         for (int c = 0; c < 4; ++c) {
             for (int half = 0; half < 2; ++half)
-                result._pairs[c][half] += x._pairs[c][half] * f[1] + square._pairs[c][half] * f[2];
-            result._pairs[c][c / 2] += c % 2 == 0 ? Pair{f[0], 0} : Pair{0, f[0]};
+                result._pairs[c][half] += x._pairs[c][half] * taylor[n + 1] + square._pairs[c][half] * taylor[n + 2];
+            result._pairs[c][c / 2] += c % 2 == 0 ? Pair{taylor[n], 0} : Pair{0, taylor[n]};
         }
         if (n > 0)
             multiply(cube, result, result);
@@ -319,39 +320,55 @@ void cross(double const* a, double const* b, double* result)
     result[2] = a[0] * b[1] - a[1] * b[0];
 }
 
-/// Eigenvectors and eigenvalues of a symmetric matrix by cyclic Jacobi rotations, starting at the identity, so
+/// Eigenvectors of a symmetric matrix and its eigenvalues by cyclic Jacobi rotations, starting at the identity, so
 /// that both stay with the axes they are nearest to.
-void diagonalize(Matrix3& s, Matrix3& vectors)
+void diagonalize(Matrix3 const& s, Matrix3& vectors, double (&values)[3])
 {
-    constexpr int pivots[3][3] = {{0, 1, 2}, {2, 0, 1}, {1, 2, 0}};
-    for (int c = 0; c < 3; ++c)
-        for (int r = 0; r < 3; ++r)
-            vectors[c][r] = c == r;
-    // Convergence is quadratic: four sweeps are usual.
-    bool rotated = true;
-    for (int sweep = 0; rotated && sweep < 20; ++sweep) {
-        rotated = false;
-        for (auto const& [p, q, other] : pivots) {
-            double const offDiagonal = s[p][q], difference = (s[p][p] - s[q][q]) / 2;
-            if (!(std::abs(offDiagonal) > 1e-10 * (std::abs(s[p][p]) + std::abs(s[q][q]))))
-                continue;
-            rotated = true;
-            double const half = std::sqrt(difference * difference + offDiagonal * offDiagonal);
-            double const sum = half + std::abs(difference), signedOff = difference < 0 ? -offDiagonal : offDiagonal;
-            double const scale = 1 / std::sqrt(2 * half * sum);
-            double const cosine = sum * scale, sine = signedOff * scale, change = signedOff / sum * offDiagonal;
-            s[p][p] += change;
-            s[q][q] -= change;
-            s[p][q] = s[q][p] = 0;
-            double const toP = s[p][other], toQ = s[q][other];
-            s[p][other] = s[other][p] = cosine * toP + sine * toQ;
-            s[q][other] = s[other][q] = cosine * toQ - sine * toP;
-            for (int r = 0; r < 3; ++r) {
-                double const atP = vectors[p][r], atQ = vectors[q][r];
-                vectors[p][r] = cosine * atP + sine * atQ;
-                vectors[q][r] = cosine * atQ - sine * atP;
-            }
+    // The vectors' upper two rows, and their third.
+    Pair pairs[2][3] = {{{1, 0}, {0, 1}, {0, 0}}, {{0, 0}, {0, 0}, {1, 0}}};
+    for (int i = 0; i < 3; ++i)
+        values[i] = s[i][i];
+    // The element in neither row nor column i, and its square: the next rotation starts from the square, which is
+    // known before the cosine is.
+    double off[3] = {s[1][2], s[2][0], s[0][1]};
+    double square[3] = {off[0] * off[0], off[1] * off[1], off[2] * off[2]};
+    bool rotated;
+    auto const rotate = [&](int p, int q, int other) {
+        double const pivot = off[other], difference = (values[p] - values[q]) / 2;
+        if (!(std::abs(pivot) > 1e-8 * (std::abs(values[p]) + std::abs(values[q]))))
+            return;
+        rotated = true;
+        double const half = std::sqrt(difference * difference + square[other]), sum = half + std::abs(difference);
+        double const tangent = (difference < 0 ? -pivot : pivot) / sum;
+        double const cosine2 = sum / (2 * half), cosine = std::sqrt(cosine2), sine = tangent * cosine;
+        values[p] += tangent * pivot;
+        values[q] -= tangent * pivot;
+        double const p1 = off[q] + tangent * off[p], q1 = off[p] - tangent * off[q];
+        off[other] = square[other] = 0;
+        off[q] = cosine * p1;
+        off[p] = cosine * q1;
+        square[q] = cosine2 * (p1 * p1);
+        square[p] = cosine2 * (q1 * q1);
+        Pair const c = {cosine, cosine}, n = {sine, sine};
+        for (auto& rows : pairs) {
+            Pair const atP = rows[p], atQ = rows[q];
+            rows[p] = c * atP + n * atQ;
+            rows[q] = c * atQ - n * atP;
         }
+    };
+    // Convergence is quadratic: three or four sweeps are usual.
+    for (int sweep = 0; sweep < 20; ++sweep) {
+        rotated = false;
+        rotate(0, 1, 2);
+        rotate(2, 0, 1);
+        rotate(1, 2, 0);
+        if (!rotated)
+            break;
+    }
+    for (int i = 0; i < 3; ++i) {
+        vectors[i][0] = pairs[0][i][0];
+        vectors[i][1] = pairs[0][i][1];
+        vectors[i][2] = pairs[1][i][0];
     }
 }
 
@@ -362,8 +379,8 @@ void orthogonalFactorOfSingular(Matrix3 const& m, Matrix3& q)
     for (int c = 0; c < 3; ++c)
         for (int r = 0; r < 3; ++r)
             product[c][r] = dot(m[c], m[r]);
-    diagonalize(product, v);
     double length[3];
+    diagonalize(product, v, length);
     for (int i = 0; i < 3; ++i) {
         for (int r = 0; r < 3; ++r)
             image[i][r] = m[0][r] * v[i][0] + m[1][r] * v[i][1] + m[2][r] * v[i][2];
@@ -399,42 +416,47 @@ void orthogonalFactorOfSingular(Matrix3 const& m, Matrix3& q)
             q[c][r] = to[0][r] * from[0][c] + to[1][r] * from[1][c] + to[2][r] * from[2][c];
 }
 
-/// The orthogonal factor of m, whose elements are at most 1, and its determinant. Newton's iteration for it, the
-/// mean of a matrix and its inverse transpose (Higham, 1986), with scale factors that are powers of two.
-void orthogonalFactor(Matrix3 const& m, Matrix3& q, double& sign)
+/// The orthogonal factor of m, whose elements are of the order of 1; returns its determinant. Newton's iteration for it, the
+/// mean of a matrix and its inverse transpose (Higham, 1986).
+double orthogonalFactor(Matrix3 const& m, Matrix3& q)
 {
     std::copy_n(m[0], 9, q[0]);
     // Ten steps take the smallest singular value that gets here, 2^-24, to 1.
-    for (int step = 0; step < 30; ++step) {
+    double sign = 1, change = 10;
+    for (int step = 0; change > 1e-8 && step < 30; ++step) {
         Matrix3 cofactor;
         cross(q[1], q[2], cofactor[0]);
         cross(q[2], q[0], cofactor[1]);
         cross(q[0], q[1], cofactor[2]);
         double const det = dot(q[0], cofactor[0]);
-        double const size = dot(q[0], q[0]) + dot(q[1], q[1]) + dot(q[2], q[2]);
-        double const cofactorSize =
-            dot(cofactor[0], cofactor[0]) + dot(cofactor[1], cofactor[1]) + dot(cofactor[2], cofactor[2]);
-        if (step == 0) {
-            sign = det < 0 ? -1 : 1;
-            if (!(det * det > 0x1p-48 * size * cofactorSize)) {
+        double keep = 0.5, inverse = 0.5 / det;
+        if (change > 1) {
+            double const size = dot(q[0], q[0]) + dot(q[1], q[1]) + dot(q[2], q[2]);
+            double const cofactorSize =
+                dot(cofactor[0], cofactor[0]) + dot(cofactor[1], cofactor[1]) + dot(cofactor[2], cofactor[2]);
+            if (step == 0) {
                 // Flat, to the precision of floats: there is no telling which side is up.
-                sign = 1;
-                return orthogonalFactorOfSingular(m, q);
+                if (!(det * det > 0x1p-48 * size * cofactorSize)) {
+                    orthogonalFactorOfSingular(m, q);
+                    return 1;
+                }
+                sign = det < 0 ? -1 : 1;
             }
+            // What makes matrix and inverse equally large; it need not be exact.
+            float const ratio = std::sqrt(static_cast<float>(cofactorSize / size));
+            keep *= std::sqrt(ratio / static_cast<float>(std::abs(det)));
+            inverse *= std::sqrt(static_cast<float>(std::abs(det)) / ratio);
         }
-        int const quarter = (exponentOf(cofactorSize) - 2 * exponentOf(det) - exponentOf(size) + 2) >> 2;
-        double const keep = 0.5 * powerOfTwo(quarter), inverse = 0.5 * powerOfTwo(-quarter) / det;
-        double change = 0;
+        // What is left is the square of this change.
+        change = 0;
         for (int c = 0; c < 3; ++c)
             for (int r = 0; r < 3; ++r) {
                 double const next = keep * q[c][r] + inverse * cofactor[c][r];
                 change += (next - q[c][r]) * (next - q[c][r]);
                 q[c][r] = next;
             }
-        // What is left is the square of this change.
-        if (change <= 1e-10)
-            return;
     }
+    return sign;
 }
 
 /// The rotation of a quaternion x, y, z, w of any length but 0; as columns.
@@ -455,13 +477,14 @@ void rotationOf(double const (&quaternion)[4], Matrix3& result)
     result[2][2] = 1 - (sx * x + sy * y);
 }
 
-bool isFinite3(Matrix const& m)
+/// What the absolute values of the upper 3x3 part add up to; not finite if one of them is not.
+double size3(Matrix const& m)
 {
-    Real32 misfit = 0;
+    double sums[3];
     for (UInt32 c = 0; c < 3; ++c)
-        for (UInt32 r = 0; r < 3; ++r)
-            misfit += m[c][r] * 0;
-    return misfit == 0;
+        sums[c] = std::abs(static_cast<double>(m[c][0])) + std::abs(static_cast<double>(m[c][1]))
+            + std::abs(static_cast<double>(m[c][2]));
+    return sums[0] + sums[1] + sums[2];
 }
 
 } // namespace
@@ -700,24 +723,19 @@ void TransformationMatrix<T>::polarDecompose(TransformationMatrix& Q, Transforma
     TransformationMatrix const source = *this;
     Q.setIdentity();
     S.setIdentity();
-    if (!isFinite3(source)) {
+    double const size = size3(source);
+    if (!std::isfinite(size)) {
         det = std::numeric_limits<T>::quiet_NaN();
         fail(Q);
         fail(S);
         return;
     }
-    double largest = 0;
-    for (UInt32 c = 0; c < 3; ++c)
-        for (UInt32 r = 0; r < 3; ++r)
-            largest = std::max<double>(largest, std::abs(source[c][r]));
-    int const exponent = exponentOf(largest) + 1;
+    int const exponent = size > 0 ? exponentOf(size) - 1 : 0;
     Matrix3 m, q;
     for (UInt32 c = 0; c < 3; ++c)
         for (UInt32 r = 0; r < 3; ++r)
             m[c][r] = source[c][r] * powerOfTwo(-exponent);
-    double sign;
-    orthogonalFactor(m, q, sign);
-    det = static_cast<T>(sign);
+    det = static_cast<T>(orthogonalFactor(m, q));
     for (UInt32 c = 0; c < 3; ++c)
         for (UInt32 r = 0; r < 3; ++r) {
             Q[c][r] = static_cast<T>(q[c][r]);
@@ -731,18 +749,19 @@ void TransformationMatrix<T>::spectralDecompose(TransformationMatrix& SO, Vector
 {
     TransformationMatrix const source = *this;
     SO.setIdentity();
-    if (!isFinite3(source)) {
+    if (!std::isfinite(size3(source))) {
         fail(SO);
         k.setValue(SO.getValues());
         return;
     }
     Matrix3 s, vectors;
+    double values[3];
     for (UInt32 c = 0; c < 3; ++c)
         for (UInt32 r = 0; r < 3; ++r)
             s[c][r] = (static_cast<double>(source[c][r]) + source[r][c]) / 2;
-    diagonalize(s, vectors);
+    diagonalize(s, vectors, values);
     for (UInt32 c = 0; c < 3; ++c) {
-        k[c] = static_cast<T>(s[c][c]);
+        k[c] = static_cast<T>(values[c]);
         for (UInt32 r = 0; r < 3; ++r)
             SO[c][r] = static_cast<T>(vectors[c][r]);
     }
