@@ -159,18 +159,17 @@ TEST_F(Transformation, SendsAnOldMatrixWithoutKeysOrMode)
     } const steps[] = {{"matrix", 1, 2}, {"component", 2, 2.5f}, {"linear", 0, 2.5f}, {"Matrix", 0, 2.5f}};
     std::size_t sent = 1;
     for (Step const& step : steps) {
-        node._mode._value = step.mode; // set directly: a text is checked
-        if (&step != steps)            // the default needs no event
+        if (&step != steps) { // the first is the default, which needs no event
+            node._mode._value = step.mode;
             change(node._mode);
+        }
         EXPECT_FLOAT_EQ(at(.5f)[0][0], step.scale);
         EXPECT_EQ(sink._received.size(), ++sent) << "sent, even if it is an old one";
         EXPECT_EQ(proc._modeCode, step.code);
         ASSERT_EQ(log.size(), step.code == 0 ? 1u : 0u);
-        if (log.size() > 0) {
-            EXPECT_EQ(log[0].text, "Invalid mode in TI::calculateValue()\n");
-            EXPECT_EQ(log[0].file, "interpolationNodePool/TransformationInterpolatorProc");
-        }
-        log.clear();
+        for (; log.size() > 0; log.clear())
+            EXPECT_EQ(log[0].file + ": " + log[0].text,
+                      "interpolationNodePool/TransformationInterpolatorProc: Invalid mode in TI::calculateValue()\n");
     }
     node._mode._value = "component"; // no event: looked up again as long as there is no valid code
     EXPECT_FLOAT_EQ(at(.25f)[0][0], 1.75f);
