@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace Zelvan {
 
@@ -66,8 +67,17 @@ void Field::setToDefault()
         setValueByStr(_desc->_defaultValue, multiple);
 }
 
+SendObserver* Field::_observer = nullptr;
+
+SendObserver* Field::observe(SendObserver* observer)
+{
+    return std::exchange(_observer, observer);
+}
+
 void Field::send(TimeStamp const& timeStamp, bool alongRoutes, bool recordOnly)
 {
+    if (_observer != nullptr && !recordOnly) [[unlikely]]
+        _observer->sent(*this, timeStamp);
     if (alongRoutes && _routesOut != nullptr)
         Route::deliver(*this, timeStamp, recordOnly);
 }

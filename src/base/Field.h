@@ -10,7 +10,17 @@
 
 namespace Zelvan {
 
+class Field;
 class Route;
+
+/// Sees every value that a field of a live node sends, before it travels: for hosts that record.
+class ZELVAN_BASE_API SendObserver {
+public:
+    virtual void sent(Field& field, TimeStamp const& timeStamp) = 0;
+
+protected:
+    ~SendObserver() = default;
+};
 
 /// Why a text was refused by a field: the place in the text, what was expected there, what was found.
 struct FieldTextError {
@@ -83,6 +93,15 @@ public:
     bool receive(TimeStamp const&) { return (_flags & refusing) == 0; }
     void refuseChanges(bool refuse) { _flags = refuse ? _flags | refusing : _flags & ~refusing; }
 
+    /// The observer of all fields; null for none, and what was set before is returned.
+    static SendObserver* observe(SendObserver* observer);
+    /// A number that the observer may give a field to know it by; 0 at first.
+    unsigned tag() const { return static_cast<unsigned>(_flags >> tagShift); }
+    void setTag(unsigned tag)
+    {
+        _flags = (_flags & ((1ul << tagShift) - 1)) | static_cast<unsigned long>(tag) << tagShift;
+    }
+
     /// Marks the field, its node and the node's parents changed.
     inline void markChanged();
     /// Publishes a value that was just written: marks it and sends it, or only records it while the node
@@ -109,6 +128,8 @@ protected:
 
 private:
     static constexpr unsigned long refusing = 1;
+    static constexpr unsigned tagShift = 32;
+    static SendObserver* _observer;
 };
 
 /// Index in the description; a value no description has while there is none.

@@ -109,6 +109,7 @@ void exportScene(Session& session, ExportOptions& options)
         writer.commit();
     } else {
         playFrames(clock, recorder, frames);
+        recorder.finish();
         OutputFile out(options.output);
         writeWide(out.stream(), recorder, options.events);
         out.commit();

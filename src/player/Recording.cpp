@@ -24,21 +24,6 @@ void Range::add(double value)
 
 namespace {
 
-NodeType& tapType()
-{
-    static NodeTypeNameSpace own;
-    static NodeType type(own, "Tap", "zelvan-play", nullptr, nullptr, nullptr, "", nullptr, "", "", "", false, false,
-                         nullptr, nullptr, nullptr, nullptr, 0);
-    return type;
-}
-
-NodePartDesc const& tapDesc()
-{
-    static NodePartDesc const desc(noFieldIndex, NodePart::_nullMask, inputOnly, SFFloatType, 1, "tap", nullptr, nullptr,
-                                   nullptr, "", 0);
-    return desc;
-}
-
 std::size_t derivedCount(NodePartDataType type)
 {
     return type == SFColorType ? 1 : type == SFMatrix4fType ? 2 : 0;
@@ -74,106 +59,93 @@ void addDerived(Track& track, std::vector<double> const& n)
 
 } // namespace
 
-// Listens at the end of a route of its own, so that recording is an event like any other.
-class Recorder::Tap : public Node {
-public:
-    Tap(Recorder& recorder, Track& track, Field& source)
-        : Node(tapType(), recorder._scene.nodes(), nullptr), _recorder(recorder), _track(track),
-          _field(makeField(source.dataType()))
-    {
-        _field->_node = this;
-        _field->_desc = &tapDesc();
-        _state = live;
-        std::string error;
-        Route::add(source, *_field, error);
-    }
-    void fieldChanged(Field& field, TimeStamp const& timeStamp, Field*) override
-    {
-        if (_recorder.only == nullptr || _recorder.only == _track.node)
-            _recorder.record(_track, timeStamp, field);
-    }
-
-private:
-    Recorder& _recorder;
-    Track& _track;
-    std::unique_ptr<Field> _field;
-};
-
-Recorder::Recorder(Scene& scene, Options options) : _scene(scene), _options(options)
+Recorder::Recorder(Scene& scene, Options options) : _options(options)
 {
-    auto const track = [this](SceneNode const& node, Field const& field, bool leaves) -> Track& {
-        Track& added = _tracks.emplace_back();
-        added.node = &node;
-        added.field = field.findName();
-        added.type = field.dataType();
-        added.leaves = leaves;
-        added.source = &field;
-        added.ranges.resize(componentsOf(added.type).count);
-        added.starts.push_back(0);
-        added.derived.resize(derivedCount(added.type));
-        added.outline.resize(_options.outlineSteps * added.ranges.size(), std::numeric_limits<float>::quiet_NaN());
-        return added;
-    };
+    unsigned leaves = 0, arrivals = 0;
     for (SceneNode const& node : scene.sceneNodes)
-        if (Field* const output = outputOf(node)) {
-            Track& added = track(node, *output, true);
-            _outputs[&node] = &added;
-            _taps.push_back(std::make_unique<Tap>(*this, added, *output));
-        }
+        if (Field* const output = outputOf(node))
+            add(node, *output, true, leaves++ < options.statistics);
     if (options.arrivals)
-        scene.onArrival = [this, track](SceneNode const& node, Field const& field, TimeStamp const& timeStamp) {
-            if (only != nullptr)
-                return;
-            Track*& known = _arrivals[&field];
-            if (known == nullptr)
-                known = &track(node, field, false);
-            record(*known, timeStamp, field);
-        };
+        for (SceneNode const& node : scene.sceneNodes)
+            for (Field* const input : Scene::inputsOf(node))
+                add(node, *input, false, arrivals++ < options.statistics);
+    _counts.resize(_tracks.size());
+    Field::observe(this);
 }
 
 Recorder::~Recorder()
 {
-    _scene.onArrival = {};
+    Field::observe(nullptr);
+    for (Track const& track : _tracks)
+        track.source->setTag(0);
+}
+
+void Recorder::add(SceneNode const& node, Field& field, bool leaves, bool statistics)
+{
+    Track& track = _tracks.emplace_back();
+    track.node = &node;
+    track.field = field.findName();
+    track.type = field.dataType();
+    track.leaves = leaves;
+    track.source = &field;
+    track.detailed = statistics || _options.keepSamples;
+    track.starts.push_back(0);
+    if (track.detailed) {
+        track.ranges.resize(componentsOf(track.type).count);
+        track.derived.resize(derivedCount(track.type));
+        track.outline.resize(_options.outlineSteps * track.ranges.size(), std::numeric_limits<float>::quiet_NaN());
+    }
+    field.setTag(static_cast<unsigned>(_tracks.size()));
 }
 
 Track* Recorder::trackOf(SceneNode const& node)
 {
-    auto const found = _outputs.find(&node);
-    return found == _outputs.end() ? nullptr : found->second;
+    Field const* const output = outputOf(node);
+    return output != nullptr && output->tag() != 0 ? &_tracks[output->tag() - 1] : nullptr;
 }
 
-void Recorder::record(Track& track, double time, Field const& field)
+void Recorder::finish()
 {
-    if (paused)
+    for (std::size_t i = 0; i < _tracks.size(); ++i)
+        _tracks[i].events = _counts[i];
+}
+
+void Recorder::sent(Field& field, TimeStamp const& timeStamp)
+{
+    unsigned const tag = field.tag();
+    if (tag == 0 || paused)
+        return;
+    Track& track = _tracks[tag - 1];
+    if (only != nullptr && only != track.node)
         return;
     ++_events;
-    ++track.events;
-    if (_options.statistics || _options.keepSamples) {
+    ++_counts[tag - 1];
+    if (track.detailed) {
         _scratch.clear();
         appendNumbers(field, _scratch);
         std::size_t const width = track.ranges.size();
-        if (width != 0) {
+        if (width != 0 && _scratch.size() >= width) {
             for (std::size_t i = 0; i + width <= _scratch.size(); i += width)
                 for (std::size_t c = 0; c < width; ++c)
                     track.ranges[c].add(_scratch[i + c]);
             track.largestBlock = std::max(track.largestBlock, _scratch.size() / width);
             addDerived(track, _scratch);
-            if (!track.outline.empty() && _scratch.size() >= width) {
+            if (!track.outline.empty()) {
                 double const length = _options.axisEnd - _options.axisBegin;
-                double const share = length > 0 ? (time - _options.axisBegin) / length : 0;
+                double const share = length > 0 ? (timeStamp - _options.axisBegin) / length : 0;
                 auto const step = static_cast<std::size_t>(
                     std::clamp(share * _options.outlineSteps, 0.0, _options.outlineSteps - 1.0));
                 std::copy_n(_scratch.begin(), width, track.outline.begin() + static_cast<std::ptrdiff_t>(step * width));
             }
         }
         if (_options.keepSamples) {
-            track.times.push_back(time);
+            track.times.push_back(timeStamp);
             track.numbers.insert(track.numbers.end(), _scratch.begin(), _scratch.end());
             track.starts.push_back(track.numbers.size());
         }
     }
     if (onEvent)
-        onEvent(track, time, field);
+        onEvent(track, timeStamp, field);
 }
 
 } // namespace Zelvan::play

@@ -4,12 +4,9 @@
 #include "player/Values.h"
 
 #include <cstddef>
-#include <deque>
 #include <functional>
-#include <memory>
 #include <span>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace Zelvan::play {
@@ -27,7 +24,8 @@ struct Track {
     std::string field;       ///< "value_changed", "translation"
     NodePartDataType type;
     bool leaves;             ///< an interpolator's output (else: arrives at a node without a class)
-    Field const* source;     ///< the field itself
+    Field* source;           ///< the field itself
+    bool detailed = true;    ///< ranges and outlines are kept
 
     std::size_t events = 0;
     std::vector<Range> ranges; ///< per component, over all events (and all elements of a block)
@@ -54,12 +52,12 @@ using TrackListener = std::function<void(Track const& track, double time, Field 
 
 /// Records what leaves interpolators and what reaches nodes without a class. Made after the scene has been read
 /// and before the first event; goes before the scene does.
-class Recorder {
+class Recorder : private SendObserver {
 public:
     struct Options {
         bool arrivals = true;    ///< also what reaches nodes without a class
         bool keepSamples = false;///< keep all numbers, for curves and exports
-        bool statistics = true;  ///< ranges
+        unsigned statistics = ~0u; ///< ranges and outlines for this many tracks of each kind, the first ones
         unsigned outlineSteps = 0; ///< steps of the coarse curves
         double axisBegin = 0, axisEnd = 1;
     };
@@ -68,7 +66,9 @@ public:
     Recorder(Recorder const&) = delete;
     Recorder& operator=(Recorder const&) = delete;
 
-    std::deque<Track> const& tracks() const { return _tracks; }
+    std::vector<Track> const& tracks() const { return _tracks; }
+    /// Brings the tracks' counts up to date.
+    void finish();
     /// The track of an interpolator's output; null for other nodes.
     Track* trackOf(SceneNode const& node);
     std::size_t events() const { return _events; }
@@ -80,15 +80,12 @@ public:
     bool paused = false;
 
 private:
-    class Tap;
-    void record(Track& track, double time, Field const& field);
+    void sent(Field& field, TimeStamp const& timeStamp) override;
+    void add(SceneNode const& node, Field& field, bool leaves, bool statistics);
 
-    Scene& _scene;
     Options _options;
-    std::deque<Track> _tracks;
-    std::unordered_map<Field const*, Track*> _arrivals;
-    std::unordered_map<SceneNode const*, Track*> _outputs;
-    std::vector<std::unique_ptr<Tap>> _taps;
+    std::vector<Track> _tracks;     ///< a field's tag is its track's number, from 1
+    std::vector<std::size_t> _counts; ///< events of each track, kept dense: most events only count
     std::vector<double> _scratch;
     std::size_t _events = 0;
 };

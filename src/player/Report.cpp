@@ -10,7 +10,6 @@ namespace Zelvan::play {
 
 namespace {
 
-constexpr std::size_t shownRows = 200; // what a person reads; the data formats have all
 
 std::string counted(std::size_t count, char const* one)
 {
@@ -101,6 +100,8 @@ std::string rangeText(Track const& track)
 {
     if (track.events == 0)
         return "no value";
+    if (!track.detailed)
+        return "";
     std::string const block = isList(track.type) ? std::to_string(track.largestBlock) + " x " : "";
     switch (track.type) {
     case SFColorType:
@@ -123,7 +124,7 @@ void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder
         return static_cast<std::size_t>(
             std::count_if(tracks.begin(), tracks.end(), [&](Track const& t) { return t.leaves == leaves; }));
     };
-    std::size_t const interpolators = count(true), arrivals = count(false);
+    std::size_t const interpolators = count(true);
     out << printable(scene.fileNames.front()) << ": " << counted(interpolators, "interpolator") << ", ";
     if (clock != nullptr)
         out << counted(clock->sensors().size(), "TimeSensor") << ", ";
@@ -145,13 +146,13 @@ void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder
     Table reached({"Reaches", "Type", "Node", ">Events", "Values"});
     rows = 0;
     for (Track const& track : tracks)
-        if (!track.leaves && rows++ < shownRows)
+        if (!track.leaves && track.events > 0 && rows++ < shownRows)
             reached.row({printable(track.name()), dataTypeName(track.type), printable(track.node->typeName),
                          std::to_string(track.events), rangeText(track)});
     if (!reached.empty()) {
         out << '\n';
         reached.write(out, styled);
-        writeMore(out, arrivals, "field");
+        writeMore(out, rows, "field");
     }
 
     if (clock == nullptr)

@@ -49,6 +49,7 @@ void run(Session& session, RunOptions& options)
     bool const pictures = !options.svg.empty() || !options.html.empty();
     Recorder::Options recording;
     recording.keepSamples = pictures;
+    recording.statistics = shownRows;
     recording.outlineSteps = curveSteps;
     recording.axisBegin = options.time.timing.from;
     recording.axisEnd = frames.back().time;
@@ -65,6 +66,7 @@ void run(Session& session, RunOptions& options)
         };
 
     playFrames(clock, recorder, frames);
+    recorder.finish();
 
     for (auto const& writer : writers)
         writer->commit();

@@ -33,19 +33,19 @@ std::string_view baseName(std::string_view name)
 } // namespace
 
 UnknownNode::UnknownNode(Scene& scene, SceneNode& sceneNode)
-    : Node(unknownType(), scene.nodes(), sceneNode.name.c_str()), _scene(scene), _sceneNode(sceneNode)
+    : Node(unknownType(), scene.nodes(), sceneNode.name.c_str())
 {
 }
 
 UnknownNode::~UnknownNode() = default;
 
-UnknownNode::Part::Part(std::string_view partName, NodePartDataType dataType, Node& node)
-    : name(partName), desc(noFieldIndex, NodePart::_nullMask, inputOutput, dataType, 1, name.c_str(), nullptr, nullptr,
-                           nullptr, "", 0),
-      field(makeField(dataType))
+UnknownNode::Part::Part(std::unique_ptr<char[]> name, NodePartDataType dataType, Node& node)
+    : NodePartDesc(noFieldIndex, NodePart::_nullMask, inputOutput, dataType, 1, name.get(), nullptr, nullptr, nullptr,
+                   "", 0),
+      text(std::move(name)), field(makeField(dataType))
 {
     field->_node = &node;
-    field->_desc = &desc;
+    field->_desc = this;
 }
 
 UnknownNode::Part::~Part() = default;
@@ -53,7 +53,7 @@ UnknownNode::Part::~Part() = default;
 Field* UnknownNode::find(std::string_view name) const
 {
     for (auto const& part : _parts)
-        if (part->name == baseName(name))
+        if (part->text.get() == baseName(name))
             return part->field.get();
     return nullptr;
 }
@@ -64,8 +64,20 @@ Field* UnknownNode::require(std::string_view name, NodePartDataType type)
         return found;
     if (makeField(type) == nullptr)
         return nullptr;
-    _parts.push_back(std::make_unique<Part>(baseName(name), type, *this));
+    std::string_view const base = baseName(name);
+    auto text = std::make_unique<char[]>(base.size() + 1);
+    base.copy(text.get(), base.size());
+    _parts.push_back(std::make_unique<Part>(std::move(text), type, *this));
     return _parts.back()->field.get();
+}
+
+std::vector<Field*> UnknownNode::inputs() const
+{
+    std::vector<Field*> fields;
+    for (auto const& part : _parts)
+        if (part->field->_routesIn != nullptr)
+            fields.push_back(part->field.get());
+    return fields;
 }
 
 void UnknownNode::shutdown() const
@@ -76,15 +88,13 @@ void UnknownNode::shutdown() const
 
 void UnknownNode::fieldChanged(Field& field, TimeStamp const& timeStamp, Field*)
 {
-    auto const part = std::find_if(_parts.begin(), _parts.end(), [&](auto const& p) { return p->field.get() == &field; });
-    if ((*part)->changing)
+    auto& part = static_cast<Part&>(const_cast<NodePartDesc&>(*field._desc));
+    if (part.changing)
         return;
-    if (_scene.onArrival)
-        _scene.onArrival(_sceneNode, field, timeStamp);
     // Most fields of scene nodes can be routed on; a loop of such routes ends where it began.
-    (*part)->changing = true;
+    part.changing = true;
     field.send(timeStamp, true, false);
-    (*part)->changing = false;
+    part.changing = false;
 }
 
 void Scene::Lines::locate(std::uint32_t offset, unsigned& line, unsigned& column) const
@@ -150,6 +160,12 @@ Field* Scene::fieldOfUnknown(SceneNode& node, std::string const& name, NodePartD
         _byNode.clear();
     }
     return static_cast<UnknownNode*>(node.node)->require(name, type);
+}
+
+std::vector<Field*> Scene::inputsOf(SceneNode const& node)
+{
+    return node.known || node.node == nullptr ? std::vector<Field*>()
+                                              : static_cast<UnknownNode*>(node.node)->inputs();
 }
 
 void Scene::goLive()

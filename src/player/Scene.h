@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -52,9 +51,6 @@ struct SceneRoute {
     Route* route = nullptr;
 };
 
-/// Receives every event that reaches a node without a class.
-using ArrivalHandler = std::function<void(SceneNode const& node, Field const& field, TimeStamp const& timeStamp)>;
-
 /// What was read from a file and everything it includes: nodes, routes, and where they stand.
 class Scene {
 public:
@@ -82,6 +78,8 @@ public:
     /// a field that exists but cannot be used that way is returned all the same.
     Field* field(SceneNode& node, std::string const& name, Node::FieldSearchOrder order);
     Field* fieldOfUnknown(SceneNode& node, std::string const& name, NodePartDataType type);
+    /// The fields of a node without a class that routes lead to.
+    static std::vector<Field*> inputsOf(SceneNode const& node);
 
     /// Makes all nodes deliver events at once.
     void goLive();
@@ -89,7 +87,6 @@ public:
     std::deque<SceneNode> sceneNodes; ///< in the order of the file; addresses are stable
     std::deque<SceneRoute> routes;
     std::vector<std::string> fileNames;
-    ArrivalHandler onArrival; ///< may be empty
 
 private:
     friend class SceneReader;

@@ -4,7 +4,7 @@
 
 namespace Zelvan::play {
 
-/// Stands for a node of a type without a class: takes any event, reports it, and sends it on.
+/// Stands for a node of a type without a class: takes any event and sends it on.
 /// A field comes into being with the first route that touches it.
 class UnknownNode : public Node {
 public:
@@ -18,17 +18,17 @@ public:
     /// Null for a data type without a field class.
     Field* require(std::string_view name, NodePartDataType type);
 
+    std::vector<Field*> inputs() const;
+
 private:
-    struct Part {
-        Part(std::string_view partName, NodePartDataType dataType, Node& node);
-        ~Part();
-        std::string name;
-        NodePartDesc desc;
+    /// A field and its description, by which the field finds its way back here.
+    struct Part : NodePartDesc {
+        Part(std::unique_ptr<char[]> name, NodePartDataType dataType, Node& node);
+        ~Part() override;
+        std::unique_ptr<char[]> text;
         std::unique_ptr<Field> field;
         bool changing = false;
     };
-    Scene& _scene;
-    SceneNode& _sceneNode;
     std::vector<std::unique_ptr<Part>> _parts;
 };
 

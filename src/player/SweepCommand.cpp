@@ -62,6 +62,7 @@ void sweep(Session& session, SweepOptions const& options)
     Recorder::Options recording;
     recording.arrivals = false;
     recording.keepSamples = !options.svg.empty() || !options.html.empty();
+    recording.statistics = shownRows;
     recording.outlineSteps = 24;
     recording.axisBegin = options.from.value_or(0);
     recording.axisEnd = options.to.value_or(1);
@@ -89,10 +90,11 @@ void sweep(Session& session, SweepOptions const& options)
             fraction._value = f;
             node.node->fieldChanged(fraction, f, nullptr);
         }
-        if (recording.keepSamples && track->events > 0)
+        if (recording.keepSamples && !track->times.empty())
             curves.push_back({track, {keys.begin(), keys.end()}, {}});
     }
 
+    recorder.finish();
     for (auto const& writer : writers)
         writer->commit();
     if (recording.keepSamples)
