@@ -1,6 +1,5 @@
 #include "interpolationNodePool/InterpolationNodePool.h"
-#include "tests/LogCapture.h"
-#include "tests/Scene.h"
+#include "tests/interpolationNodePool/MuseumRunner.h"
 #include "tests/interpolationNodePool/PoolNodes.h"
 
 #include <fstream>
@@ -168,6 +167,36 @@ TYPED_TEST(EveryNode, IsBuiltAsItsRecordSays)
         node->setProc(proc);
     }
     EXPECT_EQ(BaseObject::_objCount, before);
+}
+
+TYPED_TEST(EveryNode, SendsOnFractionsWhileItIsEnabled)
+{
+    LogCapture quiet(osg::LOG_LOG);
+    Scene scene;
+    auto& node = scene.add<TypeParam>();
+    test::Sink<test::OutputOf<TypeParam>> sink(scene._nodes);
+    Scene::route(test::outputOf(node), sink._in);
+    node._key._value = {0, 1};
+    test::listOf(node).resize(2);
+    node._set_fraction._value = 0.5f;
+    for (bool const enabled : {true, false}) {
+        node._enabled._value = enabled;
+        for (Field* const field : node.fields()) {
+            node._changedMask = {};
+            sink._received.clear();
+            node.fieldChanged(*field, 2.5, nullptr);
+            bool const sends = enabled && field == &node._set_fraction;
+            EXPECT_EQ(sink._received.size(), sends ? 1u : 0u) << field->findName() << (enabled ? "" : ", disabled");
+            EXPECT_EQ(node._changedMask.bits(), sends ? test::outputOf(node)._desc->_mask.bits() : 0);
+            EXPECT_EQ(node._isChangingMask.bits(), 0u);
+        }
+    }
+    node._enabled._value = true;
+    node._state = Node::initialized;
+    sink._changedMask = {};
+    node.fieldChanged(node._set_fraction, 2.5, nullptr);
+    EXPECT_TRUE(sink._received.empty()) << "a node that is not live only records";
+    EXPECT_EQ(sink._changedMask.bits(), sink._desc._mask.bits());
 }
 
 TYPED_TEST(EveryNode, BreaksTheLoopWhenAFieldComesBack)
