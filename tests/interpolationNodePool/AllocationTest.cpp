@@ -28,7 +28,6 @@ static std::size_t allocations = 0;
 namespace Zelvan {
 namespace {
 
-using test::ElementOf;
 using test::OutputOf;
 using test::Scene;
 
@@ -53,17 +52,10 @@ protected:
     }
     void giveValues(unsigned perKey)
     {
-        auto& list = test::listOf(node)._value;
-        list.clear();
-        for (unsigned i = 0; i < keys * perKey; ++i) {
-            ElementOf<NodeClass> value{};
-            float const number = static_cast<float>(i % 7) / 7;
-            if constexpr (std::is_same_v<ElementOf<NodeClass>, Rotation>)
-                value = Rotation({0, 1, 0}, number);
-            else // the first number of a vector or colour, a scale of a matrix
-                std::memcpy(reinterpret_cast<char*>(&value), &number, sizeof number);
-            list.push_back(value);
-        }
+        std::mt19937 random(1);
+        test::listOf(node)._value.resize(keys * perKey);
+        for (auto& value : test::listOf(node)._value)
+            value = test::anyValue<test::ElementOf<NodeClass>>(random, false);
         node.fieldChanged(test::listOf(node), 0, nullptr);
     }
     /// Allocations of events all over the keys and beyond them, forwards and then backwards.

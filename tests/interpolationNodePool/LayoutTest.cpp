@@ -100,15 +100,6 @@ TEST(FieldLayout, OfListOperations)
     EXPECT_EQ(test::slotOf(&Field::clear), 24u);
 }
 
-// Processors keep the place of the last search and, but for two of them, nothing else.
-template <class... Proc>
-constexpr bool keepOnlyTheSearch = ((sizeof(Proc) == sizeof(InterpolatorProc)) && ...);
-static_assert(keepOnlyTheSearch<
-              ScalarInterpolatorProc, PositionInterpolator2DProc, PositionInterpolator3DProc,
-              CoordinateInterpolator2DProc, CoordinateInterpolator3DProc, VectorInterpolatorProc,
-              ColorInterpolatorProc, NormalInterpolatorProc, OrientationInterpolatorProc, EaseInEaseOutProc,
-              SplineScalarInterpolatorProc, SplinePositionInterpolator2DProc, SplinePositionInterpolator3DProc>);
-
 // The nine words of a rotation.
 static_assert(sizeof(Rotation) == 36 && offsetof(Rotation, _quaternion) == 0 && offsetof(Rotation, _axis) == 16
               && offsetof(Rotation, _angle) == 28 && offsetof(Rotation, _state) == 32);

@@ -136,18 +136,20 @@ struct Plain<ColorInterpolator> {
 
 namespace {
 
-template <class NodeClass>
-class LinearMuseum : public testing::Test {};
-using LinearNodes = testing::Types<ScalarInterpolator, PositionInterpolator2D, PositionInterpolator3D,
-                                   CoordinateInterpolator2D, CoordinateInterpolator3D, VectorInterpolator,
-                                   ColorInterpolator, NormalInterpolator, OrientationInterpolator>;
-TYPED_TEST_SUITE(LinearMuseum, LinearNodes);
-
-TYPED_TEST(LinearMuseum, GivesWhatThePlainFormulasGive)
+TEST(Museum, OfTheLinearNodes)
 {
-    testing::internal::CaptureStderr(); // the colours' complaint about hues that are none
-    visitMuseum<TypeParam>();
-    testing::internal::GetCapturedStderr();
+    visitMuseum<ScalarInterpolator>();
+    visitMuseum<PositionInterpolator2D>();
+    visitMuseum<PositionInterpolator3D>();
+    visitMuseum<CoordinateInterpolator2D>();
+    visitMuseum<CoordinateInterpolator3D>();
+    visitMuseum<VectorInterpolator>();
+    visitMuseum<NormalInterpolator>();
+    visitMuseum<OrientationInterpolator>();
+    testing::internal::CaptureStderr();
+    visitMuseum<ColorInterpolator>();
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::StartsWith("ERROR i not in [0, 5] in Color::setHSV()!\n")) << "weights beyond 0 and 1";
 }
 
 /// The text of what arrives at the end of a route after one event.
@@ -183,77 +185,44 @@ TEST(Linear, GivesTheKnownValues)
         char const *key, *keyValue, *fraction, *expected;
     } const cases[] = {
         {scalar, "0 1", "10 20", ".25", "12.5"},
-        {scalar, "0 1", "10 20", "0", "10"},
         {scalar, "0 1", "10 20", "-1", "10"},
         {scalar, "0 1", "10 20", "2", "20"},
-        {scalar, "0 .5 1", "0 10 0", ".75", "5"},
-        {scalar, "0 .5 1", "0 10 0", ".5", "10"},
         {scalar, "0 .5 1", "0 10", ".75", "10"},
-        {scalar, "0 1", "10 20 30", ".5", "15"},
         {scalar, "0", "7", "5", "7"},
         {scalar, "0 1", "", ".5", "nothing"},
-        {scalar, "", "1 2", ".5", "nothing"},
         {scalar, "0 1", "3e38 -3e38", ".5", "-inf"}, // the difference overflows first
         {scalar, "0 1", "16777216 1", ".99999994", "2"}, // (b - a) t + a, not a (1 - t) + b t
-        {scalar, "0 1", "10 20", "nan", "nothing"},
         {position3D, "0 1", "0 0 0 2 4 8", ".25", "0.5 1 2"},
-        {position3D, "0 1", "0 0 0 2 4 8", "-1", "0 0 0"},
         {position3D, "0 1", "0 0 0 2 4 8", "3", "2 4 8"},
         {position2D, "0 .5 1", "0 0 1 1 1 3", ".75", "1 2"},
         {position2D, "0 .5 1", "0 0 1 1 2 2 3 3 4 4 5 5", "1", "2 2"},
         {coordinates3D, "0 1", "0 0 0 0 0 0 2 2 2 4 4 4", ".5", "1 1 1 2 2 2"},
-        {coordinates3D, "0 1", "0 0 0 0 0 0 2 2 2 4 4 4", "0", "0 0 0 0 0 0"},
         {coordinates3D, "0 1", "0 0 0 0 0 0 2 2 2 4 4 4", "1", "2 2 2 4 4 4"},
         {coordinates3D, "0 .5 1", "0 0 0 1 2 3", ".75", "1 2 3"},
-        {coordinates3D, "3", "1 2 3 4 5 6", "0", "1 2 3 4 5 6"},
         {coordinates2D, "0 1", seven, ".5", "5 10 6 11 7 12"},
         {coordinates2D, "0 1", seven, "9", "10 20 11 21 12 22"},
-        {coordinates2D, "0 1", "", ".5", "nothing"},
         {floats, "0 1", "0 10 100 20 30 300", ".5", "10 20 200"},
-        {floats, "0 1", "0 10 100 20 30 300", "0", "0 10 100"},
         {floats, "0 1", "0 10 100 20 30 300", "2", "20 30 300"},
-        {floats, "0 1", "1 2 3 4 5", ".5", "2 3"},
-        {floats, "0 .5 1", "4 8", ".25", "6"},
         {color, "0 1", redBlue, ".5", "0 1 0"}, // hues 0 and 240 meet at 120
         {color, "0 1", "1 0 0 1 0 1", ".6", "0 1 1"}, // from hue 0 to hue 300 the long way round
         {color, "0 1", "0 0 0 0 0 1", ".5", "0.25 0.5 0.25"},
         {color, "0 1", ".25 .25 .25 .75 .75 .75", ".5", "0.5 0.5 0.5"},
         {color, "0 1", "2 -1 0 0 0 1", "0", "2 -1 0"}, // stored colours go out untouched
         {color, "0 1", "1 0 1e-9 1 0 1e-9", ".5", "1 0 0"}, // hue 360 is hue 0
-        {color, "0", redBlue, "1", "1 0 0"},
-        {color, "0 1", "", "1", "nothing"},
         {normals, "0 1", "1 0 0 0 1 0", ".5", "0.70710677 0.70710677 0"},
         {normals, "0 1", "1 0 0 0 1 0", ".25", "0.94868326 0.31622776 0"},
         {normals, "0 1", "1 0 0 -1 0 0", ".5", "0 0 0"},
         {normals, "0 1", "1 0 0 0 0 2 0 1 0 0 0 4 9 9 9", ".5", "0.70710677 0.70710677 0 0 0 1"},
         {normals, "0 1", "0 0 2 0 3 0", "-1", "0 0 1"},
         {normals, "0 1", "9e-7 0 0 0 3 0", "0", "9e-07 0 0"},
-        {normals, "1", "0 0 2 0 3 0", "0", "0 0 1 0 1 0"},
         {rotation, "0 1", "0 1 0 0 0 1 0 1", ".5", "0 1 0 0.5"},
         {rotation, "0 1", "0 2 0 0 0 2 0 1", "7", "0 2 0 1"}, // a stored rotation keeps its axis
         {rotation, "0 1", "0 0 0 3 0 1 0 1", ".5", "0 1 0 0.5"}, // no axis: no rotation
         {rotation, "0 1", "1 0 0 3 -1 0 0 3", ".5", "1 0 0 3.1415927"}, // the shorter arc, through the half turn
-        {rotation, "0 1", "", ".5", "nothing"},
     };
     LogCapture quiet(osg::LOG_LOG);
     for (auto const& [play, key, keyValue, fraction, expected] : cases)
         EXPECT_EQ(play(key, keyValue, fraction), expected) << key << " / " << keyValue << " at " << fraction;
-}
-
-TEST(Linear, KeepsTheColourThatHasNoHue)
-{
-    Scene scene;
-    auto& node = scene.add<ColorInterpolator>();
-    Sink<SFColor> sink(scene._nodes);
-    Scene::route(node._value_changed, sink._in);
-    Scene::send(node, "key", "0 1 2");
-    Scene::send(node, "keyValue", ".25 .5 1 nan 0 1 1 1 1");
-    Scene::send(node, "set_fraction", "0");
-    testing::internal::CaptureStderr();
-    Scene::send(node, "set_fraction", ".5");
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR i not in [0, 5] in Color::setHSV()!\n");
-    ASSERT_EQ(sink._received.size(), 2u);
-    EXPECT_EQ(sink._in.getValueAsStr(), "0.25 0.5 1");
 }
 
 TEST(Linear, RotationsAreConvertedOnceAndLeftStale)
@@ -288,33 +257,6 @@ TEST(Linear, RotationsAreConvertedOnceAndLeftStale)
         Scene::send(node, "set_fraction", fraction);
         EXPECT_NEAR(value._quaternion.w(), 1, 1e-6);
     }
-}
-
-TEST(Linear, OutputListsAreReused)
-{
-    Scene scene;
-    LogCapture log(osg::LOG_INFO);
-    auto& node = scene.add<CoordinateInterpolator3D>();
-    auto const& output = node._value_changed._value;
-    Scene::send(node, "key", "0 1");
-    node._value_changed._value.resize(5, osg::Vec3f(9, 9, 9));
-    osg::Vec3f const* const block = output.data();
-    Scene::send(node, "set_fraction", ".5");
-    EXPECT_EQ(output.size(), 5u) << "without values the last output stays";
-    Scene::send(node, "keyValue", "0 0 0 0 0 0 2 2 2 4 4 4");
-    Scene::send(node, "set_fraction", ".5");
-    EXPECT_EQ(node._value_changed.getValueAsStr(), "1 1 1 2 2 2");
-    EXPECT_EQ(output.data(), block);
-    Scene::send(node, "key", "0");
-    Scene::send(node, "set_fraction", ".5");
-    EXPECT_EQ(output.size(), 4u);
-    EXPECT_EQ(output.data(), block);
-
-    ASSERT_EQ(log.size(), 2u);
-    EXPECT_EQ(log[0].level, osg::LOG_FATAL);
-    EXPECT_EQ(log[0].text, "CoordinateInterpolator3D/node: Not enough keys/KeyValues 0/0; cannot calc. alpha\n");
-    EXPECT_EQ(log[1].level, osg::LOG_INFO);
-    EXPECT_EQ(log[1].text, "CoordinateInterpolator3D/node: One key; cannot calc. alpha\n");
 }
 
 TEST(Linear, CyclesEndAndChangesOfOtherFieldsNest)

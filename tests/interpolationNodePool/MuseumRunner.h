@@ -69,14 +69,15 @@ using ElementOf = typename std::remove_reference_t<decltype(listOf(std::declval<
 template <class NodeClass>
 using OutputOf = std::remove_reference_t<decltype(outputOf(std::declval<NodeClass&>()))>;
 
-/// Any value of a list: plain numbers, and now and then one that is very large, very small or none.
+/// Any value of a list: plain numbers, and, if `odd`, now and then one that is very large, very small or none.
 template <class Element>
-Element anyValue(std::mt19937& random)
+Element anyValue(std::mt19937& random, bool odd = true)
 {
-    constexpr float odd[] = {0, -0.f, 1e-30f, -1e-45f, 3e38f, -3e38f, std::numeric_limits<float>::infinity(),
-                             std::numeric_limits<float>::quiet_NaN()};
+    constexpr float oddities[] = {0, -0.f, 1e-30f, -1e-45f, 3e38f, -3e38f, std::numeric_limits<float>::infinity(),
+                                  std::numeric_limits<float>::quiet_NaN()};
     auto const number = [&] {
-        return random() % 40 == 0 ? odd[random() % std::size(odd)] : static_cast<float>(random() % 8000) / 1000.f - 4;
+        return odd && random() % 40 == 0 ? oddities[random() % std::size(oddities)]
+                                         : static_cast<float>(random() % 8000) / 1000.f - 4;
     };
     if constexpr (std::is_same_v<Element, Rotation>) {
         Rotation rotation({number(), number(), number()}, number());
@@ -174,10 +175,8 @@ void visitMuseum()
                     node._set_fraction._value = fraction;
                     node.fieldChanged(node._set_fraction, 2.5, nullptr);
                     ASSERT_EQ(sink._received.size(), sends ? 1u : 0u) << where;
-                    if (!sends)
-                        continue;
-                    ASSERT_EQ(sink._received[0].first, 2.5) << where;
-                    std::vector<float> const got = numbersOf(sink._received[0].second),
+                    // What is not sent must not have been touched either.
+                    std::vector<float> const got = numbersOf(sends ? sink._received[0].second : outputOf(node)._value),
                                              wanted = numbersOf(expected);
                     ASSERT_EQ(got.size(), wanted.size()) << where;
                     for (std::size_t i = 0; i < got.size(); ++i)

@@ -1,10 +1,6 @@
-#include "interpolationNodePool/InterpolatorProc.h"
-#include "interpolationNodePool/SquadOrientationInterpolator.h"
-#include "tests/LogCapture.h"
-#include "tests/Scene.h"
+#include "tests/interpolationNodePool/MuseumRunner.h"
 #include "tests/interpolationNodePool/PlainSlerp.h"
-
-#include <random>
+#include "tests/interpolationNodePool/PoolNodes.h"
 
 namespace Zelvan {
 namespace {
@@ -203,6 +199,14 @@ osg::Quaternion plainInnerPoint(osg::Quaternion const& q, osg::Quaternion const&
     return result;
 }
 
+osg::Quaternion plainSquad(std::vector<Rotation> const& v, std::size_t n, unsigned j, float t)
+{
+    osg::Quaternion const q1 = v[j].quaternion(), q2 = v[j + 1].quaternion();
+    osg::Quaternion const s1 = j > 0 ? plainInnerPoint(q1, v[j - 1].quaternion(), q2) : q1;
+    osg::Quaternion const s2 = j + 2 < n ? plainInnerPoint(q2, q1, v[j + 2].quaternion()) : q2;
+    return plainSquadSlerp(plainSquadSlerp(q1, q2, t), plainSquadSlerp(s1, s2, t), (t + t) * (1 - t));
+}
+
 // Keys change behind the node's back between events: what it has kept must never show.
 TEST(Squad, EqualsThePlainOneBitForBit)
 {
@@ -235,11 +239,7 @@ TEST(Squad, EqualsThePlainOneBitForBit)
             if (at.type != InterpolatorProc::FractionInterval)
                 continue;
             ++compared;
-            osg::Quaternion const q1 = v[j].quaternion(), q2 = v[j + 1].quaternion();
-            osg::Quaternion const s1 = j > 0 ? plainInnerPoint(q1, v[j - 1].quaternion(), q2) : q1;
-            osg::Quaternion const s2 = j + 2 < n ? plainInnerPoint(q2, q1, v[j + 2].quaternion()) : q2;
-            osg::Quaternion const outer = plainSquadSlerp(q1, q2, at.s), inner = plainSquadSlerp(s1, s2, at.s);
-            osg::Quaternion const expected = plainSquadSlerp(outer, inner, (at.s + at.s) * (1 - at.s));
+            osg::Quaternion const expected = plainSquad(v, n, j, at.s);
             ASSERT_EQ(value._state, Rotation::quaternionOnly);
             for (unsigned c = 0; c < 4; ++c)
                 ASSERT_TRUE(same(value._quaternion[c], expected[c])) << set << ": " << value._quaternion[c];
@@ -274,4 +274,82 @@ TEST(Nonlinear, ClosedAndNormalizeVelocityAreOnlyKept)
 }
 
 } // namespace
+
+namespace test {
+
+struct PlainSpline {
+    template <class Value>
+    static bool calculate(std::vector<float> const& keys, std::vector<Value> const& values, Found const& found,
+                          Value& out)
+    {
+        if (found.type == InterpolatorProc::FractionKey)
+            out = values[found.index];
+        if (found.type != InterpolatorProc::FractionInterval)
+            return found.type != InterpolatorProc::FractionNone;
+        std::vector<float> component(std::min(keys.size(), values.size()));
+        for (std::size_t at = 0; at < sizeof out; at += sizeof(float)) {
+            for (std::size_t i = 0; i < component.size(); ++i)
+                std::memcpy(&component[i], reinterpret_cast<char const*>(&values[i]) + at, sizeof(float));
+            float const number = plainSpline(keys, component, found.index, found.alpha);
+            std::memcpy(reinterpret_cast<char*>(&out) + at, &number, sizeof number);
+        }
+        return true;
+    }
+};
+template <>
+struct Plain<SplineScalarInterpolator> : PlainSpline {};
+template <>
+struct Plain<SplinePositionInterpolator2D> : PlainSpline {};
+template <>
+struct Plain<SplinePositionInterpolator3D> : PlainSpline {};
+
+template <>
+struct Plain<SquadOrientationInterpolator> {
+    static bool calculate(std::vector<float> const& keys, std::vector<Rotation> const& values, Found const& found,
+                          Rotation& out)
+    {
+        if (found.type == InterpolatorProc::FractionKey)
+            out = values[found.index];
+        else if (found.type == InterpolatorProc::FractionInterval)
+            out.setQuaternion(plainSquad(values, std::min(keys.size(), values.size()), found.index, found.alpha));
+        return found.type != InterpolatorProc::FractionNone;
+    }
+};
+
+template <>
+struct Plain<EaseInEaseOut> {
+    static bool calculate(std::vector<float> const& keys, std::vector<osg::Vec2f> const& shares, Found const& found,
+                          float& out)
+    {
+        unsigned const j = found.index;
+        if (found.type == InterpolatorProc::FractionKey)
+            out = keys[j];
+        if (found.type != InterpolatorProc::FractionInterval)
+            return found.type != InterpolatorProc::FractionNone;
+        float const u = (keys[j + 1] - keys[j]) * found.alpha + keys[j];
+        float leaving = shares[j][1], arriving = shares[j + 1][0];
+        float const sum = leaving + arriving;
+        if (sum > 1) {
+            leaving /= sum;
+            arriving /= sum;
+        }
+        float const t = 1 / ((2 - leaving) - arriving);
+        out = sum < 0              ? u
+            : leaving > u          ? (t / leaving) * (u * u)
+            : (1 - arriving) > u   ? ((u + u) - leaving) * t
+                                   : 1 - ((1 - u) * (1 - u) * t) / arriving;
+        return true;
+    }
+};
+
+TEST(Museum, OfTheNonlinearNodes)
+{
+    visitMuseum<SplineScalarInterpolator>();
+    visitMuseum<SplinePositionInterpolator2D>();
+    visitMuseum<SplinePositionInterpolator3D>();
+    visitMuseum<SquadOrientationInterpolator>();
+    visitMuseum<EaseInEaseOut>();
+}
+
+} // namespace test
 } // namespace Zelvan

@@ -1,11 +1,9 @@
 #include "interpolationNodePool/TransformationInterpolator.h"
 #include "interpolationNodePool/TransformationInterpolatorProc.h"
-#include "tests/LogCapture.h"
-#include "tests/Scene.h"
+#include "tests/interpolationNodePool/MuseumRunner.h"
 #include "tests/interpolationNodePool/PlainSlerp.h"
 
 #include <functional>
-#include <random>
 
 namespace Zelvan {
 namespace {
@@ -97,6 +95,17 @@ struct Plain {
     osg::Quaternion turn, axes;
 };
 
+Matrix plainBlend(Matrix const& a, Matrix const& b, float t)
+{
+    Matrix from, blend, result;
+    from.logOf(a);
+    blend.logOf(b);
+    for (unsigned i = 0; i < 16; ++i)
+        blend[i / 4][i % 4] = (blend[i / 4][i % 4] - from[i / 4][i % 4]) * t + from[i / 4][i % 4];
+    result.expOf(blend);
+    return result;
+}
+
 // Keys change behind the node's back in component mode: the parts it has kept must never show.
 TEST_F(Transformation, EqualsThePlainOneBitForBit)
 {
@@ -122,17 +131,13 @@ TEST_F(Transformation, EqualsThePlainOneBitForBit)
                 change(node._keyValue);
             unsigned const j = random() % 4;
             float const t = static_cast<float>(random() % 63 + (j == 0)) / 64; // 0: an inner key
-            Matrix expected, from, blend;
+            Matrix expected;
             if (component) {
                 Plain const a(keyValue[j]), b(keyValue[j + 1]);
                 expected.setTransform(lerp(a.move, b.move, t), slerp(a.turn, b.turn, t), lerp(a.scale, b.scale, t),
                                       slerp(a.axes, b.axes, t));
             } else {
-                from.logOf(keyValue[j]);
-                blend.logOf(keyValue[j + 1]);
-                for (unsigned i = 0; i < 16; ++i)
-                    blend[i / 4][i % 4] = lerp(from[i / 4][i % 4], blend[i / 4][i % 4], t);
-                expected.expOf(blend);
+                expected = plainBlend(keyValue[j], keyValue[j + 1], t);
             }
             ASSERT_EQ(bits(at(static_cast<float>(j) + t)), bits(expected)) << component << ' ' << event;
             finite += std::isfinite(expected[0][0]);
@@ -242,4 +247,22 @@ TEST_F(Transformation, ReadsMatricesColumnByColumn)
 }
 
 } // namespace
+
+template <>
+struct test::Plain<TransformationInterpolator> {
+    static bool calculate(std::vector<float> const&, std::vector<Matrix> const& values, Found const& found, Matrix& out)
+    {
+        if (found.type == InterpolatorProc::FractionKey)
+            out = values[found.index];
+        else if (found.type == InterpolatorProc::FractionInterval)
+            out = plainBlend(values[found.index], values[found.index + 1], found.alpha);
+        return true;
+    }
+};
+
+TEST(Museum, OfTheTransformationInterpolator)
+{
+    test::visitMuseum<TransformationInterpolator>();
+}
+
 } // namespace Zelvan
