@@ -120,6 +120,26 @@ void Route::wakeLater(Route& route, TimeStamp const& timeStamp)
     queued.push_back({&route, timeStamp});
 }
 
+// A field with thousands of receivers meets each of them cold: what the next ones need is asked for in time.
+// `ahead` is four routes in front of the one that is delivered; null when there are not so many.
+inline void Route::fetch(Route const* ahead)
+{
+    __builtin_prefetch(ahead->_nextOut);
+    // What a removed route leads to may be gone.
+    Route const* const third = ahead->_previousOut;
+    if (!third->_removed)
+        __builtin_prefetch(third->_to);
+    Route const* const second = third->_previousOut;
+    if (!second->_removed) {
+        char const* const node = reinterpret_cast<char const*>(second->_to->_node);
+        __builtin_prefetch(node);
+        __builtin_prefetch(node + 128);
+    }
+    Route const* const first = second->_previousOut;
+    if (!first->_removed)
+        __builtin_prefetch(first->_to->_node->_proc);
+}
+
 void Route::deliver(Field& from, TimeStamp const& timeStamp, bool recordOnly)
 {
     if (nesting == 0)
@@ -133,7 +153,15 @@ void Route::deliver(Field& from, TimeStamp const& timeStamp, bool recordOnly)
         }
     } const level;
 
+    constexpr int distance = 4;
+    Route* ahead = from._routesOut;
+    for (int i = 0; i < distance && ahead != nullptr; ++i)
+        ahead = ahead->_nextOut;
     for (Route* route = from._routesOut; route != nullptr; route = route->_nextOut) {
+        if (ahead != nullptr) {
+            fetch(ahead);
+            ahead = ahead->_nextOut;
+        }
         Field& to = *route->_to;
         if (route->_removed || !to.receive(timeStamp))
             continue;

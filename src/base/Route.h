@@ -34,6 +34,7 @@ private:
     Route(Field& from, Field& to) : _from(&from), _to(&to) {}
     static void wakeLater(Route& route, TimeStamp const& timeStamp);
     static void finishCascade();
+    static void fetch(Route const* ahead);
 
     Field* _from; ///< null once a sender that went away in a delivery has been let go
     Field* _to;
