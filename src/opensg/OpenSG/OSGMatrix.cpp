@@ -153,7 +153,8 @@ inline void exponential(Columns const& matrix, int halvings, Columns& result)
     for (int n : {9, 6, 3, 0}) {
         for (int c = 0; c < 4; ++c) {
             for (int half = 0; half < 2; ++half)
-                result._pairs[c][half] += x._pairs[c][half] * taylor[n + 1] + square._pairs[c][half] * taylor[n + 2];
+                result._pairs[c][half] +=
+                    x._pairs[c][half] * taylor[n + 1] + square._pairs[c][half] * taylor[n + 2];
             result._pairs[c][c / 2] += c % 2 == 0 ? Pair{taylor[n], 0} : Pair{0, taylor[n]};
         }
         if (n > 0)
@@ -198,7 +199,7 @@ bool principalLog(Schur const& schur, Matrix4& result)
     Eigen::Matrix4cd t = schur.matrixT();
     double factor = 2;
     auto const distance = [&] { return (t - unit).cwiseAbs2().sum(); };
-    // The exponents of floats allow for less than 300 roots.
+    // Exponents of floats leave room for less than 300 roots; a NaN would go on for ever.
     for (int roots = 0; !(distance() < 0.05); ++roots, factor *= 2) {
         if (roots == 300)
             return false;
@@ -256,9 +257,10 @@ TurnedPlane turnedPlane(Matrix4 const& m, double mean, double otherSum, double o
     return plane;
 }
 
-/// What floats leave of a half turn, or nearly one, has a stretch from rounding beside it, and the logarithm of
-/// both together is ill-conditioned or does not exist: without that stretch it is a turn again. Exact half turns
-/// are taken out, since a square root cannot know which way they go, and added to the logarithm of the rest.
+/// The real logarithm. What floats leave of a half turn, or nearly one, has a stretch from rounding beside it, and
+/// the logarithm of both together is ill-conditioned or does not exist: without that stretch it is a turn again.
+/// Exact half turns are taken out, since a square root cannot know which way they go, and added to the logarithm
+/// of the rest.
 bool realLog(Matrix4 m, Matrix4& result)
 {
     Matrix4 const unit = Matrix4::Identity();
@@ -266,7 +268,7 @@ bool realLog(Matrix4 m, Matrix4& result)
     Schur schur(m);
     for (int pairs = 0; pairs < 2 && schur.info() == Eigen::Success; ++pairs) {
         Eigen::Vector4cd values = schur.matrixT().diagonal();
-        auto const isNearNegative = [](Complex v) { return v.real() < 0 && std::abs(v.imag()) <= -0.3 * v.real(); };
+        auto const isNearNegative = [](Complex v) { return std::abs(v.imag()) <= -0.3 * v.real(); };
         auto const end = std::partition(values.data(), values.data() + 4, isNearNegative);
         if (end - values.data() < 2)
             break;
@@ -282,6 +284,7 @@ bool realLog(Matrix4 m, Matrix4& result)
         } else {
             plane = turnedPlane(m, mean, (values[2] + values[3]).real(), (values[2] * values[3]).real());
         }
+        // Of a clear turn less is taken for rounding.
         double const rounding = (plane._turn < 2 * plane._stretch ? 1e-6 : 4e-7) * plane._scale;
         if (!(plane._stretch <= rounding)) {
             if (!(plane._turn > plane._stretch))
@@ -304,7 +307,7 @@ bool realLog(Matrix4 m, Matrix4& result)
     return true;
 }
 
-// ---- Decompositions of 3x3 matrices, columns of three ---------------------------------------------------------
+// ---- Decompositions of 3x3 matrices, columns of three -------------------------------------------------------
 
 using Matrix3 = double[3][3];
 
@@ -416,8 +419,8 @@ void orthogonalFactorOfSingular(Matrix3 const& m, Matrix3& q)
             q[c][r] = to[0][r] * from[0][c] + to[1][r] * from[1][c] + to[2][r] * from[2][c];
 }
 
-/// The orthogonal factor of m, whose elements are of the order of 1; returns its determinant. Newton's iteration for it, the
-/// mean of a matrix and its inverse transpose (Higham, 1986).
+/// The orthogonal factor of m, whose elements are of the order of 1; returns its determinant. Newton's iteration:
+/// the mean of a matrix and its inverse transpose (Higham, 1986).
 double orthogonalFactor(Matrix3 const& m, Matrix3& q)
 {
     std::copy_n(m[0], 9, q[0]);
@@ -579,8 +582,8 @@ void TransformationMatrix<T>::mult(TransformationMatrix const& matrix)
     TransformationMatrix result;
     for (UInt32 c = 0; c < 4; ++c)
         for (UInt32 r = 0; r < 4; ++r)
-            result[c][r] = _matrix[0][r] * matrix[c][0] + _matrix[1][r] * matrix[c][1] + _matrix[2][r] * matrix[c][2]
-                + _matrix[3][r] * matrix[c][3];
+            result[c][r] = _matrix[0][r] * matrix[c][0] + _matrix[1][r] * matrix[c][1]
+                + _matrix[2][r] * matrix[c][2] + _matrix[3][r] * matrix[c][3];
     *this = result;
 }
 
@@ -686,7 +689,8 @@ bool TransformationMatrix<T>::logOf(TransformationMatrix const& matrix)
     // A change of the unit of length that brings translation and projective part to the size of the rest. Powers
     // of two are exact.
     bool const affine = isAffine(m.data());
-    double const translation = m.col(3).head<3>().cwiseAbs().sum(), projection = m.row(3).head<3>().cwiseAbs().sum();
+    double const translation = m.col(3).head<3>().cwiseAbs().sum();
+    double const projection = m.row(3).head<3>().cwiseAbs().sum();
     int unit = 0;
     if (translation != 0)
         unit = affine ? exponentOf(m.topLeftCorner<3, 3>().cwiseAbs().sum()) - exponentOf(translation)

@@ -119,10 +119,11 @@ public:
 
     /// this = Q S, for a matrix without translation and projective part: Q orthogonal, mirroring if this does,
     /// S symmetric without negative eigenvalues, det = the determinant of Q's upper 3x3 part, 1 or -1 (1 if this
-    /// is singular). Both factors carry element 15: Q 1 and S its value. NaN throughout if this is not finite.
+    /// is singular). Both factors carry element 15: Q 1 and S its value. NaN throughout if the upper 3x3 part
+    /// is not finite.
     void polarDecompose(TransformationMatrix& Q, TransformationMatrix& S, ValueType& det) const;
     /// The symmetric part of the upper 3x3 part = SO diag(k) SO^T, SO a rotation. The factors are in the order
-    /// of the axes they belong to, unsorted. NaN throughout if this is not finite.
+    /// of the axes they belong to, unsorted. NaN throughout if that part is not finite.
     void spectralDecompose(TransformationMatrix& SO, VectorType3f& k) const;
 
     bool equals(TransformationMatrix const& other, ValueType tolerance) const;
