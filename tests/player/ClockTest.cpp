@@ -1,0 +1,119 @@
+#include "player/Clock.h"
+#include "player/Recording.h"
+#include "player/Values.h"
+#include "tests/player/Files.h"
+
+#include <gmock/gmock.h>
+
+namespace Zelvan::play::test {
+namespace {
+
+// Plays one sensor T, whose outputs lead into a node without a class, and writes down what arrives.
+std::string played(std::string const& attributes, std::vector<Injection> const& injections, std::vector<double> const& times,
+                   char const* field)
+{
+    ReadScene read("<TimeSensor DEF='T' " + attributes + "/><Sink DEF='Sink'/>"
+                   "<ROUTE fromNode='T' fromField='" + field + "' toNode='Sink' toField='in'/>");
+    Clock clock(*read.scene);
+    Recorder recorder(*read.scene, {});
+    std::string text;
+    recorder.onEvent = [&](Track const&, double time, Field const& value) {
+        text += shortNumber(time) + '=' + value.getValueAsStr() + ' ';
+    };
+    for (Injection const& injection : injections)
+        clock.inject(injection);
+    for (double const time : times)
+        clock.advance(time);
+    return text;
+}
+
+TEST(Clock, RunsSensorsAsTheyAreMeant)
+{
+    std::vector<double> const quarters = {0, 0.5, 1, 1.5, 2, 2.5, 3, 3.5, 4};
+    struct Case {
+        char const* name;
+        char const* attributes;
+        std::vector<Injection> injections;
+        char const* field;
+        char const* expected;
+    };
+    Case const cases[] = {
+        {"loops from the opening on, the seam is 1", "cycleInterval='2' loop='true'", {}, "fraction_changed",
+         "0=0 0.5=0.25 1=0.5 1.5=0.75 2=1 2.5=0.25 3=0.5 3.5=0.75 4=1 "},
+        {"a stopTime before the startTime does not matter", "cycleInterval='2' loop='true' startTime='9' stopTime='8'", {},
+         "isActive", "0=true "},
+        {"a stopTime after the startTime waits", "loop='true' stopTime='1'", {}, "isActive", ""},
+        {"waits, started by an event", "cycleInterval='2' loop='true' stopTime='1'", {{"T", "startTime", "1", 1}}, "fraction_changed",
+         "1=0 1.5=0.25 2=0.5 2.5=0.75 3=1 3.5=0.25 4=0.5 "},
+        {"one cycle, then it ends at 1", "cycleInterval='0.8'", {{"T", "set_startTime", "1", 1}}, "fraction_changed",
+         "1=0 1.5=0.625 2=1 "},
+        {"one cycle: active once", "cycleInterval='0.8'", {{"T", "startTime", "1", 1}}, "isActive", "1=true 2=false "},
+        {"a start between frames keeps its phase", "cycleInterval='2'", {{"T", "startTime", "0.7", 0.7}}, "elapsedTime",
+         "1=0.30000000000000004 1.5=0.8 2=1.3 2.5=1.8 3=2 "},
+        {"stopped by an event", "cycleInterval='2' loop='true'", {{"T", "stopTime", "1.25", 1}}, "fraction_changed",
+         "0=0 0.5=0.25 1=0.5 1.5=0.625 "},
+        {"startTime is ignored while active", "cycleInterval='2' loop='true'", {{"T", "startTime", "1", 1}}, "cycleTime", "0=0 2=2 4=4 "},
+        {"disabled, then enabled", "cycleInterval='2' loop='true' enabled='false'", {{"T", "enabled", "true", 1}}, "isActive", "1=true "},
+        {"disabled while active", "cycleInterval='2' loop='true'", {{"T", "enabled", "false", 1}}, "isActive", "0=true 1=false "},
+        {"loop ends with the cycle", "cycleInterval='1' loop='true'", {{"T", "loop", "false", 1.5}}, "fraction_changed",
+         "0=0 0.5=0.5 1=1 1.5=0.5 2=1 "},
+        {"paused and resumed", "cycleInterval='4' loop='true'", {{"T", "pauseTime", "1", 1}, {"T", "resumeTime", "2", 2}},
+         "fraction_changed", "0=0 0.5=0.125 1=0.25 2=0.25 2.5=0.375 3=0.5 3.5=0.625 4=0.75 "},
+        {"cycleInterval 0 never starts", "cycleInterval='0' loop='true'", {}, "isActive", ""},
+    };
+    for (Case const& c : cases)
+        EXPECT_EQ(played(c.attributes, c.injections, quarters, c.field), c.expected) << c.name;
+}
+
+TEST(Clock, StartsASensorThatAnotherOneStartsInTheSameFrame)
+{
+    ReadScene read("<TimeSensor DEF='B'/><TimeSensor DEF='A' loop='true' cycleInterval='9'/>"
+                   "<ROUTE fromNode='A' fromField='cycleTime' toNode='B' toField='startTime'/>");
+    Clock clock(*read.scene);
+    clock.advance(0);
+    EXPECT_TRUE(clock.sensors()[0].active);
+    EXPECT_EQ(clock.waitsFor(clock.sensors()[0]), "");
+    clock.advance(2);
+    EXPECT_EQ(clock.waitsFor(clock.sensors()[0]), "has ended");
+}
+
+TEST(Clock, SaysWhatASensorWaitsFor)
+{
+    ReadScene read("<TouchSensor DEF='Touch'/><TimeSensor DEF='T'/>"
+                   "<ROUTE fromNode='Touch' fromField='touchTime' toNode='T' toField='set_startTime'/>");
+    Clock clock(*read.scene);
+    EXPECT_EQ(clock.waitsFor(clock.sensors()[0]), "waits for Touch.touchTime (--start T)");
+    clock.inject({"Touch", "touchTime", "1", 1});
+    clock.advance(1);
+    EXPECT_TRUE(clock.sensors()[0].active);
+    for (Injection const& bad : {Injection{"No", "x", "1", 0}, Injection{"T", "time", "1", 0}, Injection{"T", "nope", "1", 0},
+                                 Injection{"T", "loop", "maybe", 0}, Injection{"Touch", "isOver", "true", 0}})
+        EXPECT_THROW(clock.inject(bad), Failure) << bad.node << '.' << bad.field;
+    EXPECT_THROW(clock.startSensor("Touch", 0), Failure);
+}
+
+TEST(Clock, MakesFramesWithoutAddingUpErrors)
+{
+    Timing timing;
+    timing.to = 1;
+    timing.fps = 10;
+    auto frames = timing.frames();
+    ASSERT_EQ(frames.size(), 11u);
+    EXPECT_EQ(frames[3].time, 0.3);
+    EXPECT_EQ(frames.back().time, 1);
+    timing.from = 0.5;
+    EXPECT_FALSE(timing.frames()[4].recorded);
+    EXPECT_TRUE(timing.frames()[5].recorded);
+    timing.at = {0.35, 0.2, 0.05};
+    std::string recorded;
+    for (auto const& frame : timing.frames())
+        if (frame.recorded)
+            recorded += shortNumber(frame.time) + ' ';
+    EXPECT_EQ(recorded, "0.05 0.2 0.35 ");
+    for (Timing const& bad : {Timing{-1, 5, 60, {}}, Timing{6, 5, 60, {}}, Timing{0, 5, 0, {}}, Timing{0, 1e300, 60, {}},
+                              Timing{0, 5, 60, {-1}}, Timing{0, std::numeric_limits<double>::quiet_NaN(), 60, {}}})
+        EXPECT_THROW(bad.frames(), Failure);
+}
+
+} // namespace
+} // namespace Zelvan::play::test

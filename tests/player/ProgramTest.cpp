@@ -1,0 +1,117 @@
+#include "tests/player/Files.h"
+
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+
+namespace Zelvan::play::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+struct Result {
+    int status;
+    std::string out, err;
+};
+
+/// Runs the program in a folder; the command line is a shell's.
+Result play(Folder const& folder, std::string const& arguments, std::string const& before = "")
+{
+    std::string const command = "cd '" + folder.path("") + "' && " + before + " '" ZELVAN_PLAY "' " + arguments + " >.out 2>.err";
+    int const status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), folder.read(".out"), folder.read(".err")};
+}
+
+std::string const chain = R"(<TimeSensor DEF='Clock' cycleInterval='2' loop='true'/><TimeSensor DEF='Idle'/>
+    <ScalarInterpolator DEF='A' key='0 1' keyValue='0 0.5'/><ColorInterpolator DEF='B' key='0 1' keyValue='1 0 0 0 0 1'/>
+    <Material DEF='M'/><ROUTE fromNode='Clock' fromField='fraction_changed' toNode='A' toField='set_fraction'/>
+    <ROUTE fromNode='A' fromField='value_changed' toNode='B' toField='set_fraction'/>
+    <ROUTE fromNode='B' fromField='value_changed' toNode='M' toField='diffuseColor'/>)";
+
+TEST(Program, ShowsARunToPeopleAndPrograms)
+{
+    Folder const folder;
+    folder.add("s.x3d", x3d(chain));
+    Result const run = play(folder, "run s.x3d --duration 2");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("s.x3d: 2 interpolators, 2 TimeSensors, 3 routes, 363 events"));
+    EXPECT_THAT(run.out, testing::ContainsRegex("B +ColorInterpolator +A \\(ScalarInterpolator\\) +2 +121 +\\(0 0 0\\) .. \\(1 1 0\\) hue 0 .. 120"));
+    EXPECT_THAT(run.out, HasSubstr("TimeSensor Idle waits for a startTime event (--start Idle)"));
+
+    std::string const csv = "time,node,field,value\n0,A,value_changed,0\n0,B,value_changed,1 0 0\n0,M,diffuseColor,1 0 0\n"
+                            "1,A,value_changed,0.25\n1,B,value_changed,1 1 0\n1,M,diffuseColor,1 1 0\n";
+    EXPECT_EQ(play(folder, "run s.x3d --at 1,0 --csv -").out, csv);
+    // Neither a locale with decimal commas nor the vector code changes a byte.
+    EXPECT_EQ(play(folder, "run s.x3d --at 0,1 --csv -", "LC_ALL=de_DE.UTF-8 ZELVAN_KERNELS=baseline").out, csv);
+    EXPECT_EQ(play(folder, "run - --at 0,1 --csv e.csv", "cat s.x3d |").status, 0);
+    EXPECT_EQ(folder.read("e.csv"), csv);
+    EXPECT_EQ(play(folder, "export s.x3d --at 0,1").out,
+              "time,A.value_changed,B.value_changed.red,B.value_changed.green,B.value_changed.blue,M.diffuseColor.red,"
+              "M.diffuseColor.green,M.diffuseColor.blue\n0,0,1,0,0,1,0,0\n1,0.25,1,1,0,1,1,0\n");
+    EXPECT_THAT(play(folder, "export s.x3d --at 1 --format jsonl").out,
+                HasSubstr("{\"time\":1,\"node\":\"B\",\"field\":\"value_changed\",\"type\":\"SFColor\",\"value\":[1,1,0]}\n"));
+    EXPECT_THAT(play(folder, "export s.x3d --at-keys --to 2").out, HasSubstr("\n2,0.5,0,1,0,0,1,0\n"));
+    EXPECT_EQ(play(folder, "sweep s.x3d --at 0.5,2 --csv -").out,
+              "fraction,node,field,value\n0.5,A,value_changed,0.25\n2,A,value_changed,0.5\n"
+              "0.5,B,value_changed,0 1 0\n2,B,value_changed,0 0 1\n");
+}
+
+TEST(Program, ReachesContextSensorsAndFields)
+{
+    Folder const folder;
+    folder.add("s.x3d", x3d("<TimeSensor DEF='T'/><EaseInEaseOut DEF='E' key='0 0.5 1' easeInEaseOut='0 0.6 0.1 0.1 0.2 0'/>"
+                            "<ROUTE fromNode='T' fromField='fraction_changed' toNode='E' toField='set_fraction'/>"));
+    auto const value = [&](std::string const& options) {
+        std::string const out = play(folder, "run s.x3d --at 0.5 --csv - " + options).out;
+        return out.substr(std::min(out.size(), out.find('\n') + 1));
+    };
+    EXPECT_EQ(value(""), "");
+    EXPECT_EQ(value("--start T"), "0.5,E,modifiedFraction_changed,0.5294118\n");
+    EXPECT_EQ(value("--start-all --param binSearchKeyIndex=true"), "0.5,E,modifiedFraction_changed,0.32051283\n");
+    EXPECT_EQ(value("--inject E.set_fraction=0.2@0.5"), "0.5,E,modifiedFraction_changed," + std::string("0.051282056\n"));
+}
+
+TEST(Program, EndsWithTheStatusThatTellsWhoIsAtFault)
+{
+    Folder const folder;
+    folder.add("good.x3d", x3d(chain));
+    folder.add("warned.x3d", x3d("<ROUTE fromNode='x' fromField='y' toNode='z' toField='w'/>" + chain));
+    folder.add("bad.x3d", x3d("<ScalarInterpolator DEF='S' key='a'/>" + chain));
+    folder.add("cut.x3d", x3d(chain).substr(0, 300));
+    folder.add("notalib.so", "no library");
+    struct Case {
+        char const* arguments;
+        int status;
+        char const* err;
+    };
+    Case const cases[] = {
+        {"run good.x3d", 0, ""},
+        {"run warned.x3d", 0, "warned.x3d:3:1: warning: ROUTE x.y TO z.w"},
+        {"run warned.x3d --strict", 1, "warned.x3d:3:1: error: ROUTE x.y TO z.w"},
+        {"run bad.x3d", 1, "bad.x3d:3:34: error: S.key (MFFloat): expected a number, found \"a\""},
+        {"run cut.x3d", 1, "zelvan-play: cut.x3d:"},
+        {"run missing.x3d", 3, "zelvan-play: missing.x3d: cannot open: No such file or directory"},
+        {"run .", 3, "zelvan-play: .: cannot read: Is a directory"},
+        {"run good.x3d --pool notalib.so", 3, "notalib.so"},
+        {"run good.x3d --csv no/where.csv", 3, "zelvan-play: no/where.csv: cannot write: No such file or directory"},
+        {"run good.x3d --csv /dev/full", 3, "zelvan-play: /dev/full: cannot write: No space left on device"},
+        {"run good.x3d --param no=true", 2, "no parameter is named \"no\"; there are: binSearchKeyIndex"},
+        {"run good.x3d --fps 0", 2, "fps above 0"},
+        {"run good.x3d --start Nobody", 2, "no TimeSensor is named \"Nobody\"; there are: Clock, Idle"},
+        {"run good.x3d --nonsense", 2, ""},
+        {"fly good.x3d", 2, ""},
+        {"", 2, ""},
+    };
+    for (Case const& c : cases) {
+        Result const result = play(folder, c.arguments);
+        EXPECT_EQ(result.status, c.status) << c.arguments << '\n' << result.err;
+        EXPECT_THAT(result.err, HasSubstr(c.err)) << c.arguments;
+    }
+    // What could not be finished leaves nothing behind, and what was there stays.
+    folder.add("kept.csv", "old");
+    EXPECT_EQ(play(folder, "export good.x3d -o kept.csv", "ulimit -f 1 &&").status == 0, false);
+    EXPECT_EQ(folder.read("kept.csv"), "old");
+}
+
+} // namespace
+} // namespace Zelvan::play::test
