@@ -1,6 +1,6 @@
 #include "player/Drawing.h"
 
-#include "base/OpenSG.h"
+#include "player/Derived.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,7 +14,6 @@ namespace Zelvan::play {
 namespace {
 
 constexpr double gap = std::numeric_limits<double>::quiet_NaN();
-constexpr double degreesPerRadian = 180 / std::numbers::pi;
 /// Below this saturation a colour is a grey, and its hue is rounding noise.
 constexpr double greyest = 1e-3;
 constexpr std::size_t mostStripRows = 12;
@@ -62,80 +61,6 @@ std::string text(Range const& range, int digits)
     };
     std::string const low = rounded(range.low), high = rounded(range.high);
     return low == high ? low : low + " … " + high;
-}
-
-// -- From the numbers of an element to what is drawn of it
-
-struct Hsv {
-    float hue = 0, saturation = 0, value = 0;
-};
-Hsv hsvOf(double const* rgb)
-{
-    Hsv hsv;
-    osg::Color3f(float(rgb[0]), float(rgb[1]), float(rgb[2])).getValuesHSV(hsv.hue, hsv.saturation, hsv.value);
-    return hsv;
-}
-
-/// Unit axis and degrees. A zero axis has no direction.
-void rotationQuantities(double const* number, double* quantity)
-{
-    double const length = std::hypot(number[0], number[1], number[2]);
-    for (int c = 0; c < 3; ++c)
-        quantity[c] = length > 1e-6 ? number[c] / length : gap;
-    quantity[3] = number[3] * degreesPerRadian;
-}
-
-/// Translation, rotation angle in degrees, scale factors of M = T Q SO diag(k) SO^T. A mirroring matrix is taken
-/// as a rotation with negative factors. Returns whether it mirrors.
-bool matrixQuantities(double const* number, double* quantity)
-{
-    float values[16];
-    std::copy(number, number + 16, values);
-    osg::Matrix matrix, rotation, symmetric, axes;
-    matrix.setValue(values);
-    for (osg::UInt32 c = 0; c < 3; ++c) {
-        quantity[c] = matrix[3][c];
-        matrix[c][3] = 0;
-    }
-    matrix[3].setValues(0, 0, 0, 1);
-    float side;
-    osg::Vec3f factors;
-    matrix.polarDecompose(rotation, symmetric, side);
-    symmetric.spectralDecompose(axes, factors);
-    // Twice the sine, as the length of the antisymmetric part, and twice the cosine, from the trace: exact near
-    // 0 and near half a turn, where either alone is not.
-    auto const element = [&](int c, int r) { return double(side) * rotation[c][r]; };
-    double const sine = std::hypot(element(1, 2) - element(2, 1), element(2, 0) - element(0, 2),
-                                   element(0, 1) - element(1, 0));
-    double const cosine = element(0, 0) + element(1, 1) + element(2, 2) - 1;
-    quantity[3] = std::atan2(sine, cosine) * degreesPerRadian;
-    for (osg::UInt32 c = 0; c < 3; ++c)
-        quantity[4 + c] = double(side) * factors[c];
-    return side < 0;
-}
-
-/// Degrees from one rotation to another, by the shorter way.
-double angleBetween(double const* from, double const* to)
-{
-    struct Quaternion {
-        double v[3], w;
-        explicit Quaternion(double const* number) : v{}, w(1)
-        {
-            double const length = std::hypot(number[0], number[1], number[2]);
-            if (length <= 1e-6)
-                return;
-            for (int c = 0; c < 3; ++c)
-                v[c] = number[c] / length * std::sin(number[3] / 2);
-            w = std::cos(number[3] / 2);
-        }
-    };
-    Quaternion const a(from), b(to);
-    auto const across = [&](int i, int j, int k) {
-        return a.w * b.v[i] - b.w * a.v[i] - (a.v[j] * b.v[k] - a.v[k] * b.v[j]);
-    };
-    double const sine = std::hypot(across(0, 1, 2), across(1, 2, 0), across(2, 0, 1));
-    double const cosine = std::abs(a.w * b.w + a.v[0] * b.v[0] + a.v[1] * b.v[1] + a.v[2] * b.v[2]);
-    return 2 * std::atan2(sine, cosine) * degreesPerRadian;
 }
 
 // -- Panels
@@ -348,6 +273,12 @@ private:
         }
     }
 
+    bool seamWithin(double from, double to) const
+    {
+        auto const seam = std::lower_bound(drawing.seams.begin(), drawing.seams.end(), from);
+        return seam != drawing.seams.end() && *seam <= to;
+    }
+
     /// Speed between neighbouring samples, at the time between them. A jump at a seam is not a speed.
     void addSpeed(PictureOptions const& options)
     {
@@ -362,8 +293,7 @@ private:
         for (std::size_t s = 1; s < _times.size(); ++s) {
             double const from = _times[s - 1], to = _times[s];
             panel.times.push_back(std::midpoint(from, to));
-            auto const seam = std::lower_bound(drawing.seams.begin(), drawing.seams.end(), from);
-            if (to <= from || (seam != drawing.seams.end() && *seam <= to))
+            if (to <= from || seamWithin(from, to))
                 continue;
             Gather gather;
             for (std::size_t i = 0; i < std::min(elements(s - 1), elements(s)); ++i)
@@ -422,7 +352,7 @@ private:
                 if (!std::all_of(rgb, rgb + 3, drawable))
                     return {gap, gap};
                 Hsv const hsv = hsvOf(rgb);
-                double const hue = hsv.hue / degreesPerRadian, radius = std::clamp(double(hsv.saturation), 0., 1.);
+                double const hue = hsv.hue * std::numbers::pi / 180, radius = std::clamp(double(hsv.saturation), 0., 1.);
                 return {radius * std::cos(hue), radius * std::sin(hue)};
             }, {&drawing.panels[0].lines[0], &drawing.panels[0].lines[1], &drawing.panels[0].lines[2]});
         } else if (isPosition(_track.type)) {
@@ -458,11 +388,17 @@ private:
     void setPoints(Place place, std::vector<Line const*> const& lines)
     {
         PlanePath& path = drawing.path;
+        // Where the loop starts again somewhere else, nothing has moved along the way between.
+        double const leap = 0.05 * std::max(path.horizontal.width(), path.vertical.width());
         double number[3];
         for (std::size_t s = 0; s < _times.size(); ++s) {
             for (std::size_t i = 0; i < lines.size(); ++i)
                 number[i] = lines[i]->values[s];
-            path.points.push_back(place(number));
+            PlanePath::Point const point = place(number);
+            if (s != 0 && seamWithin(_times[s - 1], _times[s])
+                && std::hypot(point[0] - path.points.back()[0], point[1] - path.points.back()[1]) > leap)
+                path.points.push_back({gap, gap});
+            path.points.push_back(point);
         }
         for (double const key : drawing.keys) {
             for (std::size_t i = 0; i < lines.size(); ++i)
@@ -726,11 +662,6 @@ Span axisOf(std::vector<Curve> const& curves)
 Drawing drawingOf(Curve const& curve, PictureOptions const& options, Span axis, std::size_t columns)
 {
     return std::move(Maker(curve, options, axis, columns).drawing);
-}
-
-std::string counted(std::size_t count, char const* what)
-{
-    return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
 } // namespace Zelvan::play

@@ -136,8 +136,9 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
            // Nothing is loaded from anywhere, whatever the scene's names hold.
            "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src data:; "
            "style-src 'unsafe-inline'; script-src 'unsafe-inline'\">\n<link rel=\"icon\" href=\"data:,\">\n<style>\n"
-        << asset::chartStyle << '\n' << asset::pictureStyle << asset::pageStyle << "</style>\n</head>\n<body data-axis=\""
-        << axis << "\">\n<header>\n<h1><bdi>" << title << "</bdi></h1>\n<p>" << summary << "</p>\n";
+        << asset::chartStyle << '\n' << asset::pictureStyle << asset::pageStyle
+        << "</style>\n</head>\n<body data-axis=\"" << axis << "\">\n<header>\n<h1><bdi>" << title << "</bdi></h1>\n<p>"
+        << summary << "</p>\n";
     std::string html = "<svg class=\"marks\" viewBox=\"0 0 260 16\" role=\"img\" aria-label=\"marks\">";
     appendMarks(html);
     // The charts take their colours from these.
@@ -147,7 +148,8 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
     html += "</svg>\n<p class=\"help\">Drag to zoom, Shift and drag to move, double-click for the whole curve; "
             "move over a curve, or use the arrow keys, to read values.</p>\n";
     if (options.sharedAxis && count > 1)
-        html += "<p class=\"help\"><label><input type=\"checkbox\" id=\"together\"> zoom all tracks together</label></p>\n";
+        html += "<p class=\"help\"><label><input type=\"checkbox\" id=\"together\"> zoom all tracks together</label>"
+                "</p>\n";
     out << html << "</header>\n";
 
     if (count > 1) {
@@ -170,7 +172,8 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
         out << html;
     }
     out << "</main>\n<script>\n/*!\nThe charting library below, with its copyright notice:\n\n" << asset::chartLicence
-        << "*/\n" << asset::chartScript << "\n</script>\n<script>\n" << asset::pageScript << "</script>\n</body>\n</html>\n";
+        << "*/\n" << asset::chartScript << "\n</script>\n<script>\n" << asset::pageScript
+        << "</script>\n</body>\n</html>\n";
 }
 
 } // namespace Zelvan::play

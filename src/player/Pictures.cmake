@@ -1,5 +1,6 @@
 # Sources of the pictures, and the texts they carry: pictureSources is for the target that draws.
-set(pictureSources Drawing.cpp PictureSvg.cpp PictureHtml.cpp ${CMAKE_CURRENT_BINARY_DIR}/PictureAssets.cpp)
+set(pictureSources Derived.cpp Drawing.cpp PictureHtml.cpp PictureSvg.cpp PictureText.cpp
+    ${CMAKE_CURRENT_BINARY_DIR}/PictureAssets.cpp)
 
 find_path(ZELVAN_DYGRAPHS dygraph.min.js PATHS /usr/share/javascript/dygraphs
     DOC "Folder of the dygraphs charting library (dygraph.min.js, dygraph.min.css)")

@@ -108,7 +108,7 @@
         if (a < 0 || b < 0)
             return -1;
         const part = (x - times[after - 1]) / (times[after] - times[after - 1]);
-        const mix = (shift) => Math.round((a >> shift & 255) + ((b >> shift & 255) - (a >> shift & 255)) * part) << shift;
+        const mix = (shift) => Math.round((a >> shift & 255) * (1 - part) + (b >> shift & 255) * part) << shift;
         return mix(16) | mix(8) | mix(0);
     }
     const css = (colour) => colour < 0 ? "transparent" : "#" + colour.toString(16).padStart(6, "0");

@@ -1,0 +1,224 @@
+#include "player/Drawing.h"
+
+#include <gmock/gmock.h>
+#include <pugixml.hpp>
+
+#include <clocale>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <sstream>
+
+namespace Zelvan::play {
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+using Values = std::vector<double>;
+constexpr double infinity = std::numeric_limits<double>::infinity(), none = std::numeric_limits<double>::quiet_NaN();
+
+/// A recorded track, filled by hand.
+struct Recorded {
+    SceneNode node;
+    Track track;
+
+    template <class Value>
+    Recorded(char const* name, NodePartDataType type, Values const& times, Value value)
+        : node{.name = name, .typeName = "T", .where = {}, .attributes = {}}, track{}
+    {
+        track.node = &node;
+        track.field = "out";
+        track.type = type;
+        track.times = times;
+        track.events = times.size();
+        track.starts = {0};
+        for (double const time : times) {
+            Values const numbers = value(time);
+            track.numbers.insert(track.numbers.end(), numbers.begin(), numbers.end());
+            track.starts.push_back(track.numbers.size());
+            if (unsigned const width = componentsOf(type).count)
+                track.largestBlock = std::max(track.largestBlock, numbers.size() / width);
+        }
+    }
+};
+
+/// `count` times from 0 to `to`, both included.
+Values spread(std::size_t count, double to)
+{
+    Values times;
+    for (std::size_t i = 0; i < count; ++i)
+        times.push_back(to * double(i) / double(count - 1));
+    return times;
+}
+
+Drawing drawn(Recorded const& recorded, std::size_t columns = 500, Values keys = {}, Values seams = {})
+{
+    Curve const curve{&recorded.track, std::move(keys), std::move(seams)};
+    return drawingOf(curve, {"", "time (s)"}, axisOf(curve), columns);
+}
+
+TEST(Drawing, DerivesWhatEyesWant)
+{
+    double const pi = std::numbers::pi;
+    // A quarter turn a second about an axis that is not a unit vector, starting again at 2 s: the jump is no speed.
+    Recorded const spin("Spin", SFRotationType, spread(9, 4), [&](double t) {
+        return Values{0, 3, 0, std::fmod(t, 2) * pi / 2};
+    });
+    Drawing const turning = drawn(spin, 500, {}, {2, 4});
+    EXPECT_EQ(turning.panels.at(0).lines.at(1).values.at(1), 1);
+    EXPECT_NEAR(turning.panels.at(1).lines.at(0).values.at(3), 135, 1e-9);
+    Values const speed = turning.panels.at(2).lines.at(0).values;
+    EXPECT_EQ(turning.panels[2].unit, "° per s");
+    for (std::size_t i = 0; i < speed.size(); ++i)
+        EXPECT_TRUE(i == 3 || i == 4 || i == 7 ? !drawable(speed[i]) : std::abs(speed[i] - 90) < 1e-9) << i;
+
+    // 30 degrees about z after scaling, column by column; the same mirrored.
+    double const c = std::cos(pi / 6), s = std::sin(pi / 6);
+    for (double const side : {1., -1.}) {
+        Recorded const matrix("Matrix", SFMatrix4fType, {0}, [&](double) {
+            return Values{2 * c * side, 2 * s * side, 0, 0, -3 * s * side, 3 * c * side, 0, 0,
+                          0, 0, 4 * side, 0, 7, 8, 9, 1};
+        });
+        Drawing const parts = drawn(matrix);
+        Values found;
+        for (Panel const& panel : parts.panels)
+            for (Line const& line : panel.lines)
+                found.push_back(std::round(line.values.at(0) * 1e4) / 1e4);
+        EXPECT_THAT(found, ElementsAre(7, 8, 9, 30, 2 * side, 3 * side, 4 * side));
+        EXPECT_EQ(side < 0, testing::Value(parts.facts, testing::Contains(HasSubstr("mirrored"))));
+    }
+
+    // From violet-red to orange past 0 degrees: the curve breaks, and does not run back through all hues.
+    Recorded const hue("Hue", SFColorType, spread(2, 1), [](double t) { return Values{1, t / 2, (1 - t) / 2}; });
+    Drawing const colour = drawn(hue, 500, {0.5}), looped = drawn(hue, 500, {}, {1});
+    ASSERT_EQ(colour.panels.at(1).lines.at(0).values.size(), 3u);
+    EXPECT_FALSE(drawable(colour.panels[1].lines[0].values[1]));
+    EXPECT_EQ(colour.strip.rows.at(0).at(0), 0xff0080u);
+    EXPECT_EQ(colour.strip.at(0, 0.5), 0xff4040u);
+    EXPECT_EQ(colour.path.kind, PlanePath::hueWheel);
+    EXPECT_NEAR(colour.path.keys.at(0)[0], 0.75, 1e-6);
+    EXPECT_EQ(looped.path.points.size(), colour.path.points.size() + 1) << "a leap at a seam is no way";
+
+    // A path lies in the plane of the two widest axes; a block is its mean and its outermost elements.
+    Recorded const position("Way", SFVec3fType, spread(3, 1), [](double t) { return Values{t, 5 * t, -9 * t}; });
+    EXPECT_THAT(drawn(position).path.axes, ElementsAre(1, 2));
+    Recorded const block("Block", MFVec2fType, {0}, [](double) { return Values{1, 10, 2, 20, 6, none}; });
+    Line const y = drawn(block).panels.at(1).lines.at(0);
+    EXPECT_THAT((Values{y.low.at(0), y.values.at(0), y.high.at(0)}), ElementsAre(10, 15, 20));
+}
+
+TEST(Drawing, ThinsToTheExtremesOfEachColumnAndKeepsGaps)
+{
+    Recorded const spike("Spike", SFFloatType, spread(100001, 10), [](double t) {
+        return Values{t == 5 ? 100 : t == 7 ? none : std::sin(t * 1000)};
+    });
+    Drawing const thin = drawn(spike, 200);
+    Values const& values = thin.panels.at(0).lines.at(0).values;
+    EXPECT_TRUE(thin.thinned);
+    EXPECT_LE(values.size(), 2 * 201 + 1u);
+    EXPECT_EQ(std::count(values.begin(), values.end(), 100), 1);
+    EXPECT_EQ(std::count_if(values.begin(), values.end(), [](double v) { return !drawable(v); }), 1);
+    EXPECT_TRUE(std::is_sorted(thin.panels[0].times.begin(), thin.panels[0].times.end()));
+    EXPECT_FALSE(drawn(spike, 100000).thinned);
+}
+
+struct GroupedNumbers : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\1"; }
+};
+
+/// Tracks that are unpleasant in one way each.
+std::vector<Recorded> oddTracks()
+{
+    std::vector<Recorded> odd;
+    auto const one = [](double t) { return Values{t}; };
+    odd.reserve(12);
+    odd.emplace_back("</script><script>\"&'\xe2\x80\xa8\x01\xff", SFFloatType, spread(3, 1), one);
+    odd.emplace_back("None", SFFloatType, Values{}, one);
+    odd.emplace_back("Single", SFVec3fType, Values{0.5}, [](double) { return Values{1, 2, 3}; });
+    odd.emplace_back("Constant", SFColorType, spread(9, 1), [](double) { return Values{1, 1, 1}; });
+    odd.emplace_back("Holes", SFVec2fType, spread(9, 1), [](double t) { return Values{t > 0.5 ? none : t, infinity}; });
+    odd.emplace_back("Text", SFStringType, spread(3, 1), [](double) { return Values{}; });
+    odd.emplace_back("NoElements", MFColorType, spread(3, 1), [](double) { return Values{}; });
+    odd.emplace_back("Growing", MFRotationType, spread(9, 1),
+                     [](double t) { return Values(std::size_t(t * 4) * 4, t); });
+    odd.emplace_back("Huge", SFTimeType, spread(5, 1), [](double t) { return Values{(t - 0.5) * 3e307}; });
+    odd.emplace_back("Tiny", SFFloatType, spread(5, 1), [](double t) { return Values{t * 1e-320}; });
+    odd.emplace_back("Singular", SFMatrix4fType, spread(3, 1), [](double) { return Values(16, 0.); });
+    odd.emplace_back("Backwards", SFFloatType, Values{1, none, 0.5, 0.5, 0}, one);
+    return odd;
+}
+
+TEST(Pictures, OddTracksGiveTheSameCleanFilesInEveryLocale)
+{
+    std::vector<Recorded> const odd = oddTracks();
+    std::vector<Curve> curves;
+    for (Recorded const& recorded : odd)
+        curves.push_back({&recorded.track, {0, 0.25, 0.25, 0.75, 9}, {0.5}});
+    PictureOptions const options{"a < b & \"c\"", "time (s)"};
+    auto const written = [&](auto writer, std::locale const& locale) {
+        std::ostringstream out;
+        out.imbue(locale);
+        writer(out, curves, options);
+        return out.str();
+    };
+    std::locale const grouped(std::locale::classic(), new GroupedNumbers);
+    std::string const svg = written(writeSvg, std::locale::classic());
+    std::string const html = written(writeHtml, std::locale::classic());
+    std::setlocale(LC_ALL, "de_DE.UTF-8"); // where it is installed; the streams' locale below always is
+    EXPECT_EQ(written(writeSvg, grouped), svg);
+    EXPECT_EQ(written(writeHtml, grouped), html);
+    std::setlocale(LC_ALL, "C");
+
+    pugi::xml_document document;
+    ASSERT_TRUE(document.load_buffer(svg.data(), svg.size()));
+    EXPECT_STREQ(document.child("svg").child("title").child_value(), options.title.c_str());
+    pugi::xpath_node_set const tracks = document.select_nodes("//g[@class='track']");
+    ASSERT_EQ(tracks.size(), odd.size());
+    EXPECT_STREQ(tracks[0].node().child_value("title"),
+                 "</script><script>\"&'\xe2\x80\xa8\xef\xbf\xbd\xef\xbf\xbd.out");
+    for (char const* const attribute : {"//@d", "//@x", "//@y", "//@width", "//@height"})
+        for (pugi::xpath_node const& found : document.select_nodes(attribute))
+            EXPECT_THAT(found.attribute().value(), Not(testing::AnyOf(HasSubstr("n"), HasSubstr("e"), HasSubstr(","))));
+    // Three keys and one seam in each panel; the key outside of what was recorded is in none.
+    for (pugi::xpath_node const& track : tracks) {
+        auto const marks = [&](char const* classes) {
+            std::string d, query = ".//path[@class='" + std::string(classes) + "']";
+            for (pugi::xpath_node const& path : track.node().select_nodes(query.c_str()))
+                d += path.node().attribute("d").value();
+            return std::count(d.begin(), d.end(), 'M');
+        };
+        EXPECT_GT(marks("seam"), 0) << track.node().child_value("title");
+        EXPECT_EQ(marks("key"), 3 * marks("seam")) << track.node().child_value("title");
+    }
+
+    auto const count = [&](std::string const& what) {
+        std::size_t found = 0;
+        for (std::size_t at = html.find(what); at != std::string::npos; at = html.find(what, at + 1))
+            ++found;
+        return found;
+    };
+    EXPECT_EQ(count("<script"), odd.size() + 2); // the data of each track, the library and the page's own
+    EXPECT_EQ(count("</script"), odd.size() + 2);
+    EXPECT_THAT(html, testing::AllOf(HasSubstr("&lt;/script&gt;&lt;script&gt;&quot;&amp;&#39;"), HasSubstr("Copyright (c)")));
+}
+
+TEST(Pictures, AxesAreSharedOrOwn)
+{
+    Recorded const brief("Brief", SFFloatType, spread(3, 1), [](double t) { return Values{t}; });
+    Recorded const lasting("Lasting", SFFloatType, spread(3, 8), [](double t) { return Values{t}; });
+    std::vector<Curve> const curves{{&brief.track, {}, {}}, {&lasting.track, {}, {}}};
+    for (bool const shared : {true, false}) {
+        std::ostringstream out;
+        writeHtml(out, curves, {"", "fraction", shared});
+        EXPECT_EQ(out.str().find("{\"axis\":[0,1]") == std::string::npos, shared);
+        EXPECT_EQ(out.str().find("id=\"together\"") != std::string::npos, shared);
+    }
+}
+
+} // namespace
+} // namespace Zelvan::play
