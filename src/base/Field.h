@@ -13,7 +13,8 @@ namespace Zelvan {
 class Field;
 class Route;
 
-/// Sees every value that a field of a live node sends, before it travels: for hosts that record.
+/// Sees every value that a field of a live node sends, before it travels: for hosts that record. It may throw: that
+/// ends the cascade of events, and reaches whoever started it.
 class ZELVAN_BASE_API SendObserver {
 public:
     virtual void sent(Field& field, TimeStamp const& timeStamp) = 0;

@@ -144,15 +144,23 @@ void Route::deliver(Field& from, TimeStamp const& timeStamp, bool recordOnly)
 {
     if (nesting == 0)
         ++cascade;
-    struct Level {
-        Level() { ++nesting; }
-        ~Level()
-        {
-            if (--nesting == 0 && !(queued.empty() && removedWhileDelivering.empty()))
-                finishCascade();
-        }
-    } const level;
+    ++nesting;
+    try {
+        deliverAll(from, timeStamp, recordOnly);
+        if (nesting == 1)
+            finishCascade();
+    } catch (...) {
+        // An observer ends the cascade.
+        if (nesting == 1)
+            queued.clear();
+        leave();
+        throw;
+    }
+    leave();
+}
 
+void Route::deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly)
+{
     constexpr int distance = 4;
     Route* ahead = from._routesOut;
     for (int i = 0; i < distance && ahead != nullptr; ++i)
@@ -177,7 +185,6 @@ void Route::deliver(Field& from, TimeStamp const& timeStamp, bool recordOnly)
 
 void Route::finishCascade()
 {
-    nesting = 1;
     while (!queued.empty()) {
         Delivery const delivery = queued.front();
         queued.pop_front();
@@ -185,7 +192,12 @@ void Route::finishCascade()
             delivery.route->_to->_node->fieldChanged(*delivery.route->_to, delivery.timeStamp,
                                                      delivery.route->_from);
     }
-    nesting = 0;
+}
+
+void Route::leave()
+{
+    if (--nesting > 0 || removedWhileDelivering.empty())
+        return;
     for (Route* const route : removedWhileDelivering) {
         if (route->_from != nullptr)
             Outgoing::remove(route->_from->_routesOut, route);

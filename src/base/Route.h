@@ -33,7 +33,9 @@ public:
 private:
     Route(Field& from, Field& to) : _from(&from), _to(&to) {}
     static void wakeLater(Route& route, TimeStamp const& timeStamp);
+    static void deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly);
     static void finishCascade();
+    static void leave();
     static void fetch(Route const* ahead);
 
     Field* _from; ///< null once a sender that went away in a delivery has been let go

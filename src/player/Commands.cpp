@@ -98,6 +98,7 @@ void addSceneOptions(CLI::App& command, SceneOptions& options)
     limit("--max-bytes", options.limits.bytes, "largest file, uncompressed");
     limit("--max-depth", options.limits.depth, "deepest nesting");
     limit("--max-nodes", options.limits.nodes, "most nodes that can be routed to");
+    limit("--max-expanded", options.limits.expanded, "most PROTO instances, with the nodes in them");
     limit("--max-files", options.limits.files, "most files, inlined ones included");
 }
 
@@ -148,6 +149,7 @@ void playFrames(Clock& clock, Recorder& recorder, std::vector<Timing::Frame> con
     bool any = false;
     for (Timing::Frame const& frame : frames) {
         recorder.paused = !frame.recorded;
+        recorder.beginFrame();
         clock.advance(frame.time);
         if (terminal && Time::now() > shown) {
             std::cerr << "\rat " << roundNumber(frame.time, 4) << " of " << roundNumber(frames.back().time, 4) << " s   "

@@ -59,7 +59,8 @@ void addDerived(Track& track, std::vector<double> const& n)
 
 } // namespace
 
-Recorder::Recorder(Scene& scene, Options options) : _options(options)
+Recorder::Recorder(Scene& scene, Options options)
+    : _options(options), _mostInFrame(100'000 + 100 * scene.routes.size())
 {
     unsigned leaves = 0, arrivals = 0;
     for (SceneNode const& node : scene.sceneNodes)
@@ -112,6 +113,9 @@ void Recorder::finish()
 
 void Recorder::sent(Field& field, TimeStamp const& timeStamp)
 {
+    if (++_sentInFrame > _mostInFrame)
+        throw Failure(exitScene, "error: more than " + std::to_string(_mostInFrame) + " events in one frame: routes fan "
+                                     "out and in again too often");
     unsigned const tag = field.tag();
     if (tag == 0 || paused)
         return;

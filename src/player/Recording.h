@@ -76,6 +76,9 @@ public:
     TrackListener onEvent; ///< may be empty
     /// Only events of this node are recorded while set.
     SceneNode const* only = nullptr;
+    /// A frame begins: what it may send is counted anew. A frame in which every route is passed more than a hundred
+    /// times on average is a cascade that would not end in a lifetime: Failure(exitScene).
+    void beginFrame() { _sentInFrame = 0; }
     /// Nothing is recorded while set.
     bool paused = false;
 
@@ -88,6 +91,7 @@ private:
     std::vector<std::size_t> _counts; ///< events of each track, kept dense: most events only count
     std::vector<double> _scratch;
     std::size_t _events = 0;
+    std::size_t _sentInFrame = 0, _mostInFrame;
 };
 
 } // namespace Zelvan::play

@@ -128,6 +128,7 @@ private:
     void connectParts(pugi::xml_node const& element, Target target, Instance* instance, File& file);
     void addScriptFields(pugi::xml_node const& element, SceneNode& node);
 
+    void countExpanded(Location where);
     SceneNode& addNode(pugi::xml_node const& element, Scope const& scope, File const& file);
     void define(std::string const& name, Target target, Scope& scope, Location where);
     void setField(SceneNode& node, Field& field, char const* text, Location where);
@@ -157,6 +158,7 @@ private:
     std::vector<SceneRoute*> _untyped;      ///< routes between nodes without classes
     unsigned _depth = 0;
     unsigned _inlineCount = 0;
+    unsigned _expanded = 0;
     fs::path _root;                         ///< folder that nothing is read outside of
 };
 
@@ -308,11 +310,21 @@ void SceneReader::readElement(pugi::xml_node const& element, Scope& scope, Insta
         readNode(element, scope, instance, file);
 }
 
+// A few lines of PROTO can stand for any number of nodes.
+void SceneReader::countExpanded(Location where)
+{
+    if (++_expanded > _limits.expanded)
+        throw Failure(exitScene, _scene.place(where).text() + ": error: more than " + std::to_string(_limits.expanded)
+                                     + " PROTO instances and nodes in them (--max-expanded raises the limit)");
+}
+
 SceneNode& SceneReader::addNode(pugi::xml_node const& element, Scope const& scope, File const& file)
 {
     if (_scene.sceneNodes.size() >= _limits.nodes)
         throw Failure(exitScene, _scene.place(locate(element, file)).text() + ": error: more than "
                                      + std::to_string(_limits.nodes) + " nodes (--max-nodes raises the limit)");
+    if (!_expanding.empty())
+        countExpanded(locate(element, file));
     SceneNode& node = _scene.sceneNodes.emplace_back();
     std::string_view const def = element.attribute("DEF").value();
     node.named = !def.empty();
@@ -494,14 +506,12 @@ SceneReader::Target SceneReader::readInstance(pugi::xml_node const& element, Sco
     }
 
     Deeper const deeper(*this, where);
+    countExpanded(where);
     Instance& instance = _instances.emplace_back();
-    if (_instances.size() > _limits.nodes)
-        throw Failure(exitScene, _scene.place(where).text() + ": error: more than " + std::to_string(_limits.nodes)
-                                     + " PROTO instances (--max-nodes raises the limit)");
     instance.name = scope.prefix + (def.empty() ? protoName + '#' + std::to_string(_instances.size()) : def);
     define(def, {nullptr, &instance}, scope, where);
 
-    Scope& body = _scopes.emplace_back();
+    Scope body;
     body.outer = proto->scope;
     body.prefix = instance.name + '/';
     std::vector<pugi::xml_node> defaults;

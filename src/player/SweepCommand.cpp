@@ -87,6 +87,7 @@ void sweep(Session& session, SweepOptions const& options)
         auto& fraction = static_cast<SFFloat&>(*fieldOf(node, "set_fraction"));
         recorder.only = &node;
         for (float const f : fractionsFor(keys, options)) {
+            recorder.beginFrame();
             fraction._value = f;
             node.node->fieldChanged(fraction, f, nullptr);
         }
