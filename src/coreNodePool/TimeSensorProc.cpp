@@ -98,7 +98,7 @@ void TimeSensorProc::tick(TimeStamp const& now)
 {
     TimeSensor& s = sensor();
     if (_active && !_paused && _pauseAt > _resumeAt && _pauseAt >= _startAt && now >= _pauseAt) {
-        progress(_pauseAt);
+        progress(_pauseAt, now);
         _paused = true;
         publish(s._isPaused, true, now);
     }
@@ -111,18 +111,18 @@ void TimeSensorProc::tick(TimeStamp const& now)
         return;
     if (_stopAt > _startAt && now >= _stopAt) {
         if (!_paused)
-            progress(_stopAt);
+            progress(_stopAt, now);
         if (_active)
             end(now);
         return;
     }
-    progress(now);
+    progress(now, now);
 }
 
-void TimeSensorProc::progress(TimeStamp const& now)
+void TimeSensorProc::progress(TimeStamp const& moment, TimeStamp const& now)
 {
     TimeSensor& s = sensor();
-    double const elapsed = now - _startAt - _pausedTotal;
+    double const elapsed = moment - _startAt - _pausedTotal;
     double const cycles = elapsed / _interval;
     double cycle = std::floor(cycles);
     bool const over = !s._loop._value && cycle > std::max(_cycle, 0.0);
@@ -135,7 +135,7 @@ void TimeSensorProc::progress(TimeStamp const& now)
         publish(s._cycleTime, _startAt + cycle * _interval + _pausedTotal, now);
     }
     publish(s._elapsedTime, over ? (std::max(_cycle, 0.0) + 1) * _interval : elapsed, now);
-    publish(s._time, now, now);
+    publish(s._time, moment, now);
     publish(s._fraction_changed, static_cast<float>(fraction), now);
     if (over && _active)
         end(now);

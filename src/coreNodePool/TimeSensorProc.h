@@ -43,7 +43,8 @@ public:
 
 private:
     TimeSensor& sensor() const;
-    void progress(TimeStamp const& now);
+    /// Sends at `now` what holds at `moment`, which may lie before it.
+    void progress(TimeStamp const& moment, TimeStamp const& now);
     void end(TimeStamp const& now);
 
     static constexpr double never = std::numeric_limits<double>::infinity();

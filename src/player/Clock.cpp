@@ -25,7 +25,7 @@ std::vector<Timing::Frame> Timing::frames() const
     std::sort(exact.begin(), exact.end());
     double const last = exact.empty() ? to : exact.back();
     bool const finite = std::isfinite(from) && std::isfinite(last) && std::isfinite(fps);
-    if (!finite || from < 0 || last < from || !(fps > 0) || (!exact.empty() && exact.front() < 0))
+    if (!finite || from < 0 || (exact.empty() && last < from) || !(fps > 0) || (!exact.empty() && exact.front() < 0))
         throw Failure(exitUsage, "expected 0 <= from <= to, times that are not negative and fps above 0");
     if (last * fps > most)
         throw Failure(exitUsage, "more than " + roundNumber(most, 9) + " frames; choose a shorter time or a lower --fps");

@@ -293,7 +293,7 @@ void SourceFile::requireUtf8() const
     auto const* const end = begin + _size;
     auto const bad = [&](unsigned char const* at, char const* what) {
         auto const line = std::count(begin, at, '\n') + 1;
-        refuse(exitScene, std::to_string(line) + ": expected UTF-8 text, found " + what);
+        throw Failure(exitScene, name() + ':' + std::to_string(line) + ": error: expected UTF-8 text, found " + what);
     };
     for (auto const* p = begin; p < end;) {
         std::uint64_t word;
