@@ -21,9 +21,15 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/lib)
+set(CMAKE_VERIFY_INTERFACE_HEADER_SETS ${ZELVAN_TESTS})
 if(NOT CMAKE_BUILD_TYPE)
     set(CMAKE_BUILD_TYPE Release)
 endif()
+
+# Programs and libraries find their neighbours wherever the tree is moved to, and what came from elsewhere
+# (an installed framework or OpenSG) where it was.
+file(RELATIVE_PATH ZELVAN_LIBRARIES_FROM_PROGRAMS /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+set(CMAKE_INSTALL_RPATH_USE_LINK_PATH ON)
 
 # zelvan_library(<name> <define that switches its export macro to "export"> <sources...>)
 function(zelvan_library name exportDefine)
@@ -37,8 +43,20 @@ function(zelvan_library name exportDefine)
         $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/zelvan>)
     set_target_properties(${name} PROPERTIES
         VERSION ${PROJECT_VERSION}
-        SOVERSION ${PROJECT_VERSION_MAJOR})
+        SOVERSION ${PROJECT_VERSION_MAJOR}
+        INSTALL_RPATH "$ORIGIN")
     # Nobody replaces single functions of these libraries at run time: calls inside one are direct.
     target_compile_options(${name} PRIVATE -fno-semantic-interposition)
     target_link_options(${name} PRIVATE LINKER:--no-undefined LINKER:-Bsymbolic-functions)
+endfunction()
+
+# zelvan_publish(<target> <include root> <header>...): installs a library and the headers that other projects
+# may include. Each of these compiles alone: the target all_verify_interface_header_sets tries.
+function(zelvan_publish target root)
+    target_sources(${target} PUBLIC FILE_SET HEADERS BASE_DIRS ${root} FILES ${ARGN})
+    if(ZELVAN_INSTALL)
+        install(TARGETS ${target} EXPORT ZelvanInterpolation
+            LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development
+            FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zelvan COMPONENT Development)
+    endif()
 endfunction()
