@@ -70,7 +70,8 @@ Recorder::Recorder(Scene& scene, Options options)
         for (SceneNode const& node : scene.sceneNodes)
             for (Field* const input : Scene::inputsOf(node))
                 add(node, *input, false, arrivals++ < options.statistics);
-    _counts.resize(_tracks.size());
+    for (Track const& track : _tracks)
+        _counts.push_back({0, track.detailed});
     Field::observe(this);
 }
 
@@ -108,7 +109,7 @@ Track* Recorder::trackOf(SceneNode const& node)
 void Recorder::finish()
 {
     for (std::size_t i = 0; i < _tracks.size(); ++i)
-        _tracks[i].events = _counts[i];
+        _tracks[i].events = _counts[i].events;
 }
 
 void Recorder::sent(Field& field, TimeStamp const& timeStamp)
@@ -119,12 +120,15 @@ void Recorder::sent(Field& field, TimeStamp const& timeStamp)
     unsigned const tag = field.tag();
     if (tag == 0 || paused)
         return;
-    Track& track = _tracks[tag - 1];
-    if (only != nullptr && only != track.node)
+    if (only != nullptr && only != _tracks[tag - 1].node)
         return;
     ++_events;
-    ++_counts[tag - 1];
-    if (track.detailed) {
+    Count& count = _counts[tag - 1];
+    ++count.events;
+    if (!count.detailed && !onEvent)
+        return;
+    Track& track = _tracks[tag - 1];
+    if (count.detailed) {
         _scratch.clear();
         appendNumbers(field, _scratch);
         std::size_t const width = track.ranges.size();

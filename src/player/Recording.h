@@ -88,7 +88,12 @@ private:
 
     Options _options;
     std::vector<Track> _tracks;     ///< a field's tag is its track's number, from 1
-    std::vector<std::size_t> _counts; ///< events of each track, kept dense: most events only count
+    /// What most events of a large scene need of their track, kept dense.
+    struct Count {
+        std::size_t events = 0;
+        bool detailed = false;
+    };
+    std::vector<Count> _counts;
     std::vector<double> _scratch;
     std::size_t _events = 0;
     std::size_t _sentInFrame = 0, _mostInFrame;
