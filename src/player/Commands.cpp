@@ -13,15 +13,43 @@
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 #include <unordered_map>
+#include <utility>
 
 namespace Zelvan::play {
 
 namespace {
 
-// A message that every event would repeat is shown once or twice.
+constexpr unsigned shown = 2; // of messages that every event would repeat
+
+// OpenSG reports a hue that is none on the standard error stream itself.
+class FewHueErrors : public std::streambuf {
+public:
+    explicit FewHueErrors(std::streambuf& to) : _to(to) {}
+
+protected:
+    std::streamsize xsputn(char const* text, std::streamsize count) override
+    {
+        bool const error = std::string_view(text, static_cast<std::size_t>(count)).starts_with("ERROR i not in [0, 5]");
+        _dropped = error && ++_errors > shown;
+        return _dropped ? count : _to.sputn(text, count);
+    }
+    int_type overflow(int_type c) override
+    {
+        return std::exchange(_dropped, false) ? traits_type::not_eof(c) : _to.sputc(traits_type::to_char_type(c));
+    }
+    int sync() override { return _to.pubsync(); }
+
+private:
+    std::streambuf& _to;
+    unsigned _errors = 0;
+    bool _dropped = false;
+};
+
 void limitLog()
 {
-    constexpr unsigned shown = 2;
+    // Outlives the stream's last flush.
+    static auto* const few = new FewHueErrors(*std::cerr.rdbuf());
+    std::cerr.rdbuf(few);
     constexpr std::size_t texts = 100;
     static std::unordered_map<std::string, unsigned> seen;
     osg::osgLog().setLogType(osg::LOG_NONE);

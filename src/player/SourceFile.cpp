@@ -236,7 +236,6 @@ void SourceFile::convertVrml(ReadLimits const& limits)
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, pipe[1], STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     char program[] = "tovrmlx3d", encoding[] = "--encoding=xml";
     char* const arguments[] = {program, encoding, file.data(), nullptr};
     pid_t child;
