@@ -110,7 +110,7 @@ void appendTrack(std::string& html, Drawing const& drawing, std::size_t number, 
     appendPanels(html, drawing, {stillWidth, height}, axis);
     html += "</svg>\n<div class=\"live\"></div>\n</div>\n";
     if (drawing.path.kind != PlanePath::absent) {
-        html += "<svg class=\"path\" viewBox=\"-1 -1 202 246\" role=\"img\" aria-label=\"path\">\n";
+        html += "<svg class=\"path\" viewBox=\"-3 -3 206 248\" role=\"img\" aria-label=\"path\">\n";
         appendPath(html, drawing, pathSize);
         html += "</svg>\n";
     }
