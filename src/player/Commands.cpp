@@ -241,11 +241,13 @@ void EventWriter::write(Track const& track, double time, Field const& field)
 void writePictures(std::string const& svg, std::string const& html, std::vector<Curve> const& curves,
                    std::string const& title, char const* axis)
 {
+    std::string const name = title.substr(title.rfind('/') + 1);
+    bool const runs = std::string_view(axis) != "fraction"; // the curves of a sweep have axes of their own
     auto const write = [&](std::string const& path, auto writer) {
         if (path.empty())
             return;
         OutputFile file(path);
-        writer(file.stream(), curves, PictureOptions{title, axis});
+        writer(file.stream(), curves, PictureOptions{name, axis, runs});
         file.commit();
     };
     write(svg, writeSvg);
