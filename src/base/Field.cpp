@@ -74,10 +74,22 @@ SendObserver* Field::observe(SendObserver* observer)
     return std::exchange(_observer, observer);
 }
 
+namespace {
+
+// Apart from the rest, which so needs no room of its own for what comes after a call.
+[[gnu::noinline]] void sendObserved(SendObserver& observer, Field& field, TimeStamp const& timeStamp, bool alongRoutes)
+{
+    observer.sent(field, timeStamp);
+    if (alongRoutes && field._routesOut != nullptr)
+        Route::deliver(field, timeStamp, false);
+}
+
+} // namespace
+
 void Field::send(TimeStamp const& timeStamp, bool alongRoutes, bool recordOnly)
 {
     if (_observer != nullptr && !recordOnly) [[unlikely]]
-        _observer->sent(*this, timeStamp);
+        return sendObserved(*_observer, *this, timeStamp, alongRoutes);
     if (alongRoutes && _routesOut != nullptr)
         Route::deliver(*this, timeStamp, recordOnly);
 }

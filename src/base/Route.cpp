@@ -112,7 +112,7 @@ void Route::removeAll(Field& field)
     field._routesOut = nullptr;
 }
 
-void Route::wakeLater(Route& route, TimeStamp const& timeStamp)
+[[gnu::noinline]] void Route::wakeLater(Route& route, TimeStamp const& timeStamp)
 {
     if (route._queuedInCascade == cascade)
         return;
@@ -140,26 +140,7 @@ inline void Route::fetch(Route const* ahead)
         __builtin_prefetch(first->_to->_node->_proc);
 }
 
-void Route::deliver(Field& from, TimeStamp const& timeStamp, bool recordOnly)
-{
-    if (nesting == 0)
-        ++cascade;
-    ++nesting;
-    try {
-        deliverAll(from, timeStamp, recordOnly);
-        if (nesting == 1)
-            finishCascade();
-    } catch (...) {
-        // An observer ends the cascade.
-        if (nesting == 1)
-            queued.clear();
-        leave();
-        throw;
-    }
-    leave();
-}
-
-void Route::deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly)
+inline void Route::deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly)
 {
     constexpr int distance = 4;
     Route* ahead = from._routesOut;
@@ -183,7 +164,7 @@ void Route::deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly)
     }
 }
 
-void Route::finishCascade()
+[[gnu::noinline]] void Route::finishCascade()
 {
     while (!queued.empty()) {
         Delivery const delivery = queued.front();
@@ -194,16 +175,39 @@ void Route::finishCascade()
     }
 }
 
-void Route::leave()
+inline void Route::leave()
 {
-    if (--nesting > 0 || removedWhileDelivering.empty())
-        return;
+    if (--nesting == 0 && !removedWhileDelivering.empty()) [[unlikely]]
+        deleteRemoved();
+}
+
+[[gnu::noinline]] void Route::deleteRemoved()
+{
     for (Route* const route : removedWhileDelivering) {
         if (route->_from != nullptr)
             Outgoing::remove(route->_from->_routesOut, route);
         delete route;
     }
     removedWhileDelivering.clear();
+}
+
+void Route::deliver(Field& from, TimeStamp const& timeStamp, bool recordOnly)
+{
+    if (nesting == 0)
+        ++cascade;
+    ++nesting;
+    try {
+        deliverAll(from, timeStamp, recordOnly);
+        if (nesting == 1 && !queued.empty()) [[unlikely]]
+            finishCascade();
+    } catch (...) {
+        // An observer ends the cascade.
+        if (nesting == 1)
+            queued.clear();
+        leave();
+        throw;
+    }
+    leave();
 }
 
 } // namespace Zelvan

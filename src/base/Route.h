@@ -36,6 +36,7 @@ private:
     static void deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly);
     static void finishCascade();
     static void leave();
+    static void deleteRemoved();
     static void fetch(Route const* ahead);
 
     Field* _from; ///< null once a sender that went away in a delivery has been let go

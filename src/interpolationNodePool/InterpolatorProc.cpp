@@ -17,19 +17,23 @@ ZELVAN_PROC_BODY(Interpolator, TransCoder)
 
 InterpolatorProc::InterpolatorProc(InterpolatorProc& other) : TransCoderProc(other) {}
 
-inline unsigned InterpolatorProc::findInterval(float const* keys, unsigned n, float fraction, bool binary)
+namespace {
+
+inline InterpolatorProc::FractionType blendWithin(float const* keys, unsigned interval, float fraction, float& alpha)
 {
-    if (binary)
-        return binaryInterval(keys, n, fraction);
-    unsigned const last = _lastIndex;
-    if (last < n - 1 && keys[last] <= fraction) {
-        if (fraction < keys[last + 1])
-            return last;
-        return linearInterval(keys, n, fraction, last + 1);
+    float const lower = keys[interval];
+    float const width = keys[interval + 1] - lower;
+    if (width == 0.f) [[unlikely]] {
+        alpha = 0.f;
+        return InterpolatorProc::FractionNone;
     }
-    return linearInterval(keys, n, fraction, 0);
+    alpha = (fraction - lower) / width;
+    return InterpolatorProc::FractionInterval;
 }
 
+} // namespace
+
+// What is rare is in functions of its own, called last: playback needs no registers saved.
 InterpolatorProc::FractionType InterpolatorProc::calculateIndex(float fraction, unsigned int keyValueCount,
                                                                 bool multiValue, unsigned int& index,
                                                                 unsigned int& valuesPerKey, float& alpha)
@@ -37,20 +41,43 @@ InterpolatorProc::FractionType InterpolatorProc::calculateIndex(float fraction, 
     bool const binary = contextBValue(_binSearchKeyIndexID); // asked on every call, whether or not it is needed
     std::vector<float> const& key = node()._key._value;
     unsigned const n = std::min(static_cast<unsigned>(key.size()), keyValueCount);
-    if (n <= 1) [[unlikely]]
-        return withoutInterval(n, keyValueCount, multiValue, index, valuesPerKey, ZELVAN_HERE);
-    valuesPerKey = multiValue ? keyValueCount / n : 1;
+    if (n <= 1) [[unlikely]] {
+        static constexpr LogPlace here = ZELVAN_HERE;
+        return withoutInterval(keyValueCount, multiValue, index, valuesPerKey, here);
+    }
+    unsigned const perKey = multiValue ? keyValueCount / n : 1;
+    valuesPerKey = perKey;
     float const* const keys = key.data();
     if (fraction <= keys[0]) {
         index = 0;
         return FractionKey;
     }
     if (fraction >= keys[n - 1]) {
-        index = (n - 1) * valuesPerKey;
+        index = (n - 1) * perKey;
         return FractionKey;
     }
+    unsigned interval = _lastIndex;
+    if (binary || interval >= n - 1 || !(keys[interval] <= fraction))
+        return searchInterval(fraction, n, binary, index, perKey, alpha);
+    if (!(fraction < keys[interval + 1])) {
+        // Playback goes on into the next interval.
+        if (interval + 2 >= n || !(keys[interval + 1] <= fraction && fraction < keys[interval + 2]))
+            return searchInterval(fraction, n, binary, index, perKey, alpha);
+        _lastIndex = ++interval;
+    }
+    index = interval * perKey;
+    return blendWithin(keys, interval, fraction, alpha);
+}
 
-    unsigned const interval = findInterval(keys, n, fraction, binary);
+InterpolatorProc::FractionType InterpolatorProc::searchInterval(float fraction, unsigned n, bool binary,
+                                                                unsigned& index, unsigned valuesPerKey,
+                                                                float& alpha)
+{
+    float const* const keys = node()._key._value.data();
+    unsigned const last = _lastIndex;
+    unsigned const interval =
+        binary ? binaryInterval(keys, n, fraction)
+               : linearInterval(keys, n, fraction, last < n - 1 && keys[last] <= fraction ? last + 1 : 0);
     _lastIndex = interval;
     index = interval * valuesPerKey;
     if (interval == n - 1) {
@@ -58,21 +85,14 @@ InterpolatorProc::FractionType InterpolatorProc::calculateIndex(float fraction, 
         alpha = 0.f;
         return FractionNone;
     }
-    float const lower = keys[interval];
-    float const width = keys[interval + 1] - lower;
-    if (width == 0.f) {
-        alpha = 0.f;
-        return FractionNone;
-    }
-    alpha = (fraction - lower) / width;
-    return FractionInterval;
+    return blendWithin(keys, interval, fraction, alpha);
 }
 
-InterpolatorProc::FractionType InterpolatorProc::withoutInterval(unsigned n, unsigned keyValueCount,
-                                                                 bool multiValue, unsigned& index,
-                                                                 unsigned& valuesPerKey,
+InterpolatorProc::FractionType InterpolatorProc::withoutInterval(unsigned keyValueCount, bool multiValue,
+                                                                 unsigned& index, unsigned& valuesPerKey,
                                                                  LogPlace const& place)
 {
+    unsigned const n = std::min(static_cast<unsigned>(node()._key._value.size()), keyValueCount);
     if (n == 0) {
         valuesPerKey = multiValue ? 0 : 1;
         if (logs(osg::LOG_FATAL))

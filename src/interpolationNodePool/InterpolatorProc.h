@@ -35,10 +35,13 @@ public:
     unsigned _lastIndex = 0;
 
 private:
-    unsigned findInterval(float const* keys, unsigned n, float fraction, bool binary);
+    /// `calculateIndex` for a fraction between the first and the last of n usable keys that is not in the interval
+    /// found before.
+    FractionType searchInterval(float fraction, unsigned n, bool binary, unsigned& index, unsigned valuesPerKey,
+                                float& alpha);
     /// `calculateIndex` for one usable key or none: says so and takes the whole list as one block.
-    FractionType withoutInterval(unsigned n, unsigned keyValueCount, bool multiValue, unsigned& index,
-                                 unsigned& valuesPerKey, LogPlace const& place);
+    FractionType withoutInterval(unsigned keyValueCount, bool multiValue, unsigned& index, unsigned& valuesPerKey,
+                                 LogPlace const& place);
 };
 
 } // namespace Zelvan

@@ -153,7 +153,8 @@ public:                                                                         
     Class##Proc* Class::get##Class##Proc() { return static_cast<Class##Proc*>(_proc); }                    \
     void Class::fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from)                        \
     {                                                                                                      \
-        guardedFieldChanged(*this, get##Class##Proc(), field, timeStamp, from, ZELVAN_HERE);               \
+        static constexpr LogPlace here = ZELVAN_HERE;                                                      \
+        guardedFieldChanged(*this, get##Class##Proc(), field, timeStamp, from, here);                      \
     }
 
 /// In the source file of an abstract node type without fields of its own.
