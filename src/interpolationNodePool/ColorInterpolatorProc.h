@@ -12,6 +12,17 @@ class ZELVAN_INTERPOLATION_API ColorInterpolatorProc : public LinearInterpolator
 public:
     /// Writes the value for `fraction` and returns true, or leaves `value` alone and returns false.
     bool calculateValue(float const& fraction, osg::Color3<float>& value);
+
+private:
+    /// A key's colour and its hue, saturation and value.
+    struct Converted {
+        osg::Color3<float> _color;
+        float _hsv[3] = {};
+        bool _valid = false;
+    };
+    static float const* hsv(Converted& kept, osg::Color3<float> const& color);
+
+    Converted _kept[2]; ///< of the two keys around the fraction
 };
 
 } // namespace Zelvan

@@ -11,8 +11,8 @@ ZELVAN_VALUE_PROC_BODY(OrientationInterpolator, LinearInterpolator)
 bool OrientationInterpolatorProc::calculateValue(float const& fraction, Rotation& value)
 {
     return interpolateOne(*this, fraction, node()._keyValue._value, value,
-                          [](Rotation& out, Rotation const& a, Rotation const& b, float t) {
-                              out.setQuaternion(slerp(a.quaternion(), b.quaternion(), t));
+                          [this](Rotation& out, Rotation const& a, Rotation const& b, float t) {
+                              out.setQuaternion(slerp(a.quaternion(), b.quaternion(), t, _angle));
                           });
 }
 

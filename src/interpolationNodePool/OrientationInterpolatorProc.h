@@ -1,8 +1,8 @@
 #pragma once
 
-#include "interpolationNodePool/LinearInterpolatorProc.h"
-
 #include "base/Rotation.h"
+#include "interpolationNodePool/KeptAngle.h"
+#include "interpolationNodePool/LinearInterpolatorProc.h"
 
 namespace Zelvan {
 
@@ -13,6 +13,9 @@ class ZELVAN_INTERPOLATION_API OrientationInterpolatorProc : public LinearInterp
 public:
     /// Writes the value for `fraction` and returns true, or leaves `value` alone and returns false.
     bool calculateValue(float const& fraction, Rotation& value);
+
+private:
+    KeptAngle _angle;
 };
 
 } // namespace Zelvan

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/OpenSG.h"
+#include "interpolationNodePool/KeptAngle.h"
 
 #include <cmath>
 
@@ -13,11 +14,14 @@ struct SlerpWeights {
 };
 
 /// `cosine`: of the angle between the two, not negative.
-inline SlerpWeights sphericalWeights(double cosine, float t)
+inline SlerpWeights sphericalWeights(double cosine, float t, KeptAngle& kept)
 {
-    double const omega = std::acos(cosine);
-    double const sine = std::sin(omega);
-    return {std::sin((1.0 - t) * omega) / sine, std::sin(t * omega) / sine};
+    if (cosine != kept._cosine) {
+        kept._cosine = cosine;
+        kept._omega = std::acos(cosine);
+        kept._sine = std::sin(kept._omega);
+    }
+    return {std::sin((1.0 - t) * kept._omega) / kept._sine, std::sin(t * kept._omega) / kept._sine};
 }
 
 inline SlerpWeights linearWeights(float t)
@@ -28,11 +32,12 @@ inline SlerpWeights linearWeights(float t)
 /// Spherical linear interpolation along the shorter arc. `nearlyEqual(cosine)` tells when the two are so close
 /// that a plain linear blend serves. The result is not renormalised.
 template <class NearlyEqual>
-inline osg::Quaternion slerp(osg::Quaternion const& a, osg::Quaternion const& b, float t, NearlyEqual nearlyEqual)
+inline osg::Quaternion slerp(osg::Quaternion const& a, osg::Quaternion const& b, float t, KeptAngle& kept,
+                             NearlyEqual nearlyEqual)
 {
     float const dot = a.x() * b.x() + a.y() * b.y() + a.z() * b.z() + a.w() * b.w();
     double const cosine = dot < 0.f ? -static_cast<double>(dot) : dot;
-    SlerpWeights weights = nearlyEqual(cosine) ? linearWeights(t) : sphericalWeights(cosine, t);
+    SlerpWeights weights = nearlyEqual(cosine) ? linearWeights(t) : sphericalWeights(cosine, t, kept);
     if (dot < 0.f)
         weights.w1 = -weights.w1; // b and -b are the same rotation; -b is the nearer one
     auto const blend = [&weights](float from, float to) {
@@ -43,9 +48,9 @@ inline osg::Quaternion slerp(osg::Quaternion const& a, osg::Quaternion const& b,
     return result;
 }
 
-inline osg::Quaternion slerp(osg::Quaternion const& a, osg::Quaternion const& b, float t)
+inline osg::Quaternion slerp(osg::Quaternion const& a, osg::Quaternion const& b, float t, KeptAngle& kept)
 {
-    return slerp(a, b, t, [](double cosine) { return !(1.0 - cosine > 1e-5); });
+    return slerp(a, b, t, kept, [](double cosine) { return !(1.0 - cosine > 1e-5); });
 }
 
 } // namespace Zelvan

@@ -9,16 +9,34 @@
 
 namespace Zelvan {
 
+namespace {
+
+inline osg::Quaternion slerpOrBlend(osg::Quaternion const& a, osg::Quaternion const& b, float t, KeptAngle& kept)
+{
+    return slerp(a, b, t, kept, [](double cosine) { return 1.0 - cosine < 0.01; });
+}
+
+osg::Quaternion squad(osg::Quaternion const& q1, osg::Quaternion const& q2, osg::Quaternion const& s1,
+                      osg::Quaternion const& s2, float t, KeptAngle (&kept)[2])
+{
+    float const h = (t + t) * (1.f - t);
+    KeptAngle none;
+    return slerpOrBlend(slerpOrBlend(q1, q2, t, kept[0]), slerpOrBlend(s1, s2, t, kept[1]), h, none);
+}
+
+} // namespace
+
 osg::Quaternion my_slerp(osg::Quaternion const& a, osg::Quaternion const& b, float t)
 {
-    return slerp(a, b, t, [](double cosine) { return 1.0 - cosine < 0.01; });
+    KeptAngle none;
+    return slerpOrBlend(a, b, t, none);
 }
 
 osg::Quaternion squadQuaternions(osg::Quaternion const& q1, osg::Quaternion const& q2, osg::Quaternion const& s1,
                                  osg::Quaternion const& s2, float t)
 {
-    float const h = (t + t) * (1.f - t);
-    return my_slerp(my_slerp(q1, q2, t), my_slerp(s1, s2, t), h);
+    KeptAngle none[2];
+    return squad(q1, q2, s1, s2, t, none);
 }
 
 namespace {
@@ -102,7 +120,7 @@ bool SquadOrientationInterpolatorProc::calculateValue(float const& fraction, Rot
         // The ends of the list lack a neighbour; their inner point is the key itself.
         osg::Quaternion const& s1 = i > 0 ? innerPoint(_inner[i % 2], key) : q1;
         osg::Quaternion const& s2 = i + 2 < n ? innerPoint(_inner[(i + 1) % 2], key + 1) : q2;
-        value.setQuaternion(squadQuaternions(q1, q2, s1, s2, alpha));
+        value.setQuaternion(squad(q1, q2, s1, s2, alpha, _angle));
         return true;
     }
     case FractionKey:

@@ -2,6 +2,7 @@
 
 #include "base/OpenSG.h"
 #include "base/Rotation.h"
+#include "interpolationNodePool/KeptAngle.h"
 #include "interpolationNodePool/NonlinearInterpolatorProc.h"
 
 namespace Zelvan {
@@ -38,6 +39,8 @@ private:
     /// Those of the keys around the fraction, even keys in the first, odd ones in the second: going on to the
     /// next interval changes one of them.
     InnerPoint _inner[2];
+    /// Between the keys, and between their inner points.
+    KeptAngle _angle[2];
 };
 
 } // namespace Zelvan

@@ -91,11 +91,10 @@ void TransformationInterpolatorProc::interpolateMatrix(osg::Matrix& value, int i
     // Only a caller that skipped the events finds a cache that does not fit.
     if (_logCache.size() != node()._keyValue._value.size())
         buildLogMat(-1);
-    osg::Matrix const& from = _logCache[static_cast<std::size_t>(i)];
     osg::Matrix const& to = _logCache[static_cast<std::size_t>(j)];
-    osg::Matrix blend;
+    osg::Matrix blend = _logCache[static_cast<std::size_t>(i)];
     for (osg::UInt32 c = 0; c < 4; ++c)
-        blend[c] = lerp(from[c], to[c], t);
+        blend[c] = lerp(blend[c], to[c], t);
     value.expOf(blend);
 }
 
@@ -136,8 +135,9 @@ void TransformationInterpolatorProc::interpolateComponent(osg::Matrix& value, in
     auto const& keyValue = node()._keyValue._value;
     Components const& a = components(_kept[i % 2 != 0], keyValue[static_cast<std::size_t>(i)]);
     Components const& b = components(_kept[i % 2 == 0], keyValue[static_cast<std::size_t>(j)]);
-    value.setTransform(lerp(a._translation, b._translation, t), slerp(a._rotation, b._rotation, t),
-                       lerp(a._scale, b._scale, t), slerp(a._scaleOrientation, b._scaleOrientation, t));
+    value.setTransform(lerp(a._translation, b._translation, t), slerp(a._rotation, b._rotation, t, _rotationAngle),
+                       lerp(a._scale, b._scale, t),
+                       slerp(a._scaleOrientation, b._scaleOrientation, t, _scaleOrientationAngle));
 }
 
 } // namespace Zelvan

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/OpenSG.h"
+#include "interpolationNodePool/KeptAngle.h"
 #include "interpolationNodePool/LinearInterpolatorProc.h"
 
 #include <vector>
@@ -42,6 +43,7 @@ private:
     /// Of the keys around the fraction, even keys in the first, odd ones in the second: going on to the next
     /// interval changes one of them.
     Components _kept[2];
+    KeptAngle _rotationAngle, _scaleOrientationAngle;
 };
 
 } // namespace Zelvan
