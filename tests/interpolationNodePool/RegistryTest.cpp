@@ -125,6 +125,17 @@ TEST(Registry, AbstractTypesStandForTheirAliasOrForNothing)
     }
 }
 
+/// Goes last when a node is destroyed, and finds no field any more.
+class LastToGo : public NodeProc {
+public:
+    using NodeProc::NodeProc;
+    ~LastToGo() override
+    {
+        for (Field const* const field : node().fields())
+            EXPECT_EQ(field, nullptr);
+    }
+};
+
 template <class NodeClass>
 class EveryNode : public testing::Test {};
 TYPED_TEST_SUITE(EveryNode, test::CreatableNodes);
@@ -159,6 +170,7 @@ TYPED_TEST(EveryNode, IsBuiltAsItsRecordSays)
         EXPECT_EQ(&twoArguments.type(), &own);
         EXPECT_EQ(twoArguments._proc, nullptr);
         twoArguments.fieldChanged(twoArguments._set_fraction, 1, nullptr); // nobody is there to handle it
+        twoArguments.setProc(new LastToGo(own, twoArguments));
         NodeProc* const proc = own._createProc(own, *node);
         EXPECT_EQ(std::string(typeid(*proc).name()).find(std::to_string(own._name.size() + 4) + own._name + "Proc"),
                   std::string("N6Zelvan").size());
