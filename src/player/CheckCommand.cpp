@@ -58,8 +58,8 @@ void writeCodes(std::ostream& out, bool markdown)
     }
     out << "# What `zelvan-play check` finds\n\n"
            "Written by `zelvan-play check --codes --markdown`. Each code has its usual severity and an example that\n"
-           "triggers it. Elements of lists count from 0: `key[0]` is the first key. `--severity CODE=LEVEL` changes a\n"
-           "severity, `--ignore CODE` leaves a code out, `--only CODE` takes nothing else. An error makes the exit\n"
+           "triggers it. Elements of lists count from 0: `key[0]` is the first key. `--severity CODE=LEVEL` changes\n"
+           "a severity, `--ignore CODE` leaves a code out, `--only CODE` takes nothing else. An error makes the exit\n"
            "status 1; with `--strict` a warning does, too.\n";
     for (CheckCode const& code : checkCodes())
         out << "\n## " << code.code << " (" << severityName(code.severity) << ")\n\n"
@@ -89,8 +89,9 @@ std::vector<Finding> findingsOf(Session const& session, CheckCommandOptions cons
 {
     std::vector<Finding> read;
     Diagnostics diagnostics(std::cerr);
-    diagnostics.onMessage = [&](Severity severity, Place const& place, std::string_view kind, std::string const& message) {
-        read.push_back({severity, std::string(kind), place, "", message, ""});
+    diagnostics.onMessage = [&](Severity severity, Place const& place, std::string_view kind,
+                                std::string const& text) {
+        read.push_back({severity, std::string(kind), place, "", text, ""});
     };
     std::unique_ptr<Scene> scene;
     try {
@@ -132,8 +133,8 @@ void check(Session& session, CheckCommandOptions& options)
         std::size_t const count = countFindings(findings, severity);
         return std::to_string(count) + ' ' + severityName(severity) + (count == 1 ? "" : "s");
     };
-    std::cerr << printable(options.scene.file) << ": " << counted(Severity::error) << ", " << counted(Severity::warning)
-              << ", " << counted(Severity::note) << '\n';
+    std::cerr << printable(options.scene.file) << ": " << counted(Severity::error) << ", "
+              << counted(Severity::warning) << ", " << counted(Severity::note) << '\n';
     Severity const worst = session.strict ? Severity::warning : Severity::error;
     if (std::ranges::any_of(findings, [&](Finding const& finding) { return finding.severity >= worst; }))
         session.status = exitScene;
@@ -151,7 +152,8 @@ void addCheckCommand(CLI::App& app, Session& session)
         ->check(CLI::IsMember({"text", "json"}))->option_text("text|json");
     // One value for each use of an option, so that the scene may follow it.
     auto const list = [&](char const* name, std::vector<std::string>& values, char const* what, char const* text) {
-        command.add_option(name, values, what)->delimiter(',')->allow_extra_args(false)->option_text(text)->group("Findings");
+        auto* const option = command.add_option(name, values, what)->delimiter(',')->allow_extra_args(false);
+        option->option_text(text)->group("Findings");
     };
     list("--only", options->only, "these codes only", "CODE[,CODE...]");
     list("--ignore", options->ignore, "leave these codes out", "CODE[,CODE...]");

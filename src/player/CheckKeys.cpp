@@ -42,7 +42,8 @@ void checkCounts(KeyedValues const& values, FindingCollector& findings)
         findings.add("too-few-values", node, values.valueField,
                      [&] {
                          return have + ": from key[" + std::to_string(size) + "] on the keys do not count"
-                             + (perInterval ? "; easeInEaseOut needs a pair for each key, not for each interval" : "");
+                             + (perInterval ? "; easeInEaseOut needs a pair for each key, not for each interval"
+                                            : "");
                      },
                      perInterval ? "add a last pair: its first number is the ease into the last key"
                                  : "write as many values as keys");
@@ -103,7 +104,7 @@ void checkSpan(KeyedValues const& values, FindingCollector& findings)
         findings.add("key-range", values.node, values.keyField,
                      [&] {
                          return ".key[" + std::to_string(first - keys.begin()) + "] is " + shortNumber(*first)
-                             + (count > 1 ? ", and " + std::to_string(count - 1) + " more lie outside 0 to 1 too" : "")
+                             + (count > 1 ? ", and " + std::to_string(count - 1) + " more are outside 0 to 1" : "")
                              + ": a fraction runs from 0 to 1";
                      },
                      "divide the keys by the largest one");

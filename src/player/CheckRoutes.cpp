@@ -53,7 +53,8 @@ private:
         SceneNode const* const node = _scene.sceneNode(*field._node);
         if (node == nullptr || !node->known)
             return node ? &field : nullptr;
-        return isInterpolator(*node) && std::string_view(field.findName()) == "set_fraction" ? outputOf(*node) : nullptr;
+        bool const fraction = std::string_view(field.findName()) == "set_fraction";
+        return fraction && isInterpolator(*node) ? outputOf(*node) : nullptr;
     }
     bool enter(Field& field)
     {
@@ -83,7 +84,7 @@ private:
         auto const first = std::find_if(_path.begin(), _path.end(),
                                         [&](At const& at) { return at.field == &closing.to(); });
         constexpr std::ptrdiff_t shown = 6;
-        std::string names;
+        std::string names, more = _path.end() - first > shown ? "... -> " : "";
         bool any = false;
         for (auto at = first; at != _path.end(); ++at) {
             SceneNode const& node = *_scene.sceneNode(*at->field->_node);
@@ -95,7 +96,7 @@ private:
                                         [&](SceneRoute const& r) { return r.route == &closing; });
         if (any && place != _scene.routes.end() && ++_reported <= most)
             _findings.add("route-loop", *place,
-                          names + (_path.end() - first > shown ? "... -> " : "") + _scene.sceneNode(*first->field->_node)->name
+                          names + more + _scene.sceneNode(*first->field->_node)->name
                               + ": an event that comes round again is dropped",
                           "take one of the ROUTEs out");
     }

@@ -74,7 +74,12 @@ struct KeyedValues {
     bool eases() const { return type() == "EaseInEaseOut"; }
     std::span<double const> value(std::size_t i) const { return {numbers.data() + i * width, width}; }
     /// All numbers of a key.
-    std::span<double const> at(std::size_t key) const { return {numbers.data() + key * perKey * width, perKey * width}; }
+    std::span<double const> at(std::size_t key) const
+    {
+        return {numbers.data() + key * perKey * width, perKey * width};
+    }
+    /// Whether a fraction can fall between a key and the next one: not where the values jump.
+    bool blends(std::size_t key) const { return keys[key] < keys[key + 1]; }
     /// ".keyValue[3]"
     std::string valueName(std::size_t i) const;
 };

@@ -134,7 +134,9 @@ bool drivesFractionsOnly(SceneNode const& node)
 void checkLoop(KeyedValues const& values, Drive const& drive, FindingCollector& findings)
 {
     if (drive.looping == nullptr || !drive.clocked || values.count < 2 || !values.finite || !values.ordered
-        || values.keys[0] < 0 || values.keys[values.count - 1] > 1 || values.eases() || drivesFractionsOnly(values.node))
+        || values.keys[0] < 0 || values.keys[values.count - 1] > 1)
+        return;
+    if (values.eases() || drivesFractionsOnly(values.node))
         return;
     std::string const when = " whenever " + drive.looping->name + " loops";
     std::string const jump = jumpOf(values);

@@ -96,6 +96,8 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
         Turn const& turn = turns[i];
         double const written = std::abs(turn.written);
         bool const otherWay = turn.played * turn.written < 0;
+        if (!values.blends(i))
+            continue;
         if (turn.sameAxis && (written > pi + 1e-3 || (written > pi - 1e-3 && otherWay)) && !wraps(i)) {
             findings.add("long-turn", values.node, values.valueField,
                          [&] {
@@ -155,9 +157,11 @@ void checkColors(KeyedValues const& values, FindingCollector& findings)
     for (std::size_t i = 0; inRange && i + 1 < values.count; ++i) {
         Hsv const a(values.value(i)), b(values.value(i + 1));
         double const way = std::abs(b.hue - a.hue);
+        if (!values.blends(i))
+            continue;
         auto const text = [&] {
-            return "the hue runs from " + roundNumber(a.hue, 3) + " to " + roundNumber(b.hue, 3) + " degrees, through "
-                + hueName((a.hue + b.hue) / 2);
+            return "the hue runs from " + roundNumber(a.hue, 3) + " to " + roundNumber(b.hue, 3)
+                + " degrees, through " + hueName((a.hue + b.hue) / 2);
         };
         if (std::min(a.chroma(), b.chroma()) >= visible) {
             if (way > 180)
@@ -170,10 +174,11 @@ void checkColors(KeyedValues const& values, FindingCollector& findings)
             std::size_t const grey = a.chroma() < b.chroma() ? i : i + 1;
             findings.add("grey-hue", values.node, values.valueField,
                          [&] {
-                             return values.valueName(grey) + ' ' + listed(values.value(grey)) + " is grey or black, of hue "
+                             return values.valueName(grey) + ' ' + listed(values.value(grey))
+                                 + " is grey or black, of hue "
                                  + roundNumber(grey == i ? a.hue : b.hue, 3) + ": " + text();
                          },
-                         "give the grey a trace of its neighbour's colour, such as 0.001, so that it has the same hue");
+                         "give the grey a trace of its neighbour's colour, such as 0.001: then it has the same hue");
         }
     }
 }
@@ -192,7 +197,7 @@ void checkNormals(KeyedValues const& values, FindingCollector& findings)
         } else if (i + values.perKey < values.count * values.perKey) {
             std::size_t const next = i + values.perKey;
             Numbers const b = values.value(next);
-            if (dot(a, b) < opposite * length(a) * length(b))
+            if (values.blends(i / values.perKey) && dot(a, b) < opposite * length(a) * length(b))
                 findings.add("opposite-normals", values.node, values.valueField,
                              [&] {
                                  return values.valueName(i) + ' ' + listed(a) + " and [" + std::to_string(next) + "] "
@@ -231,11 +236,12 @@ void checkMatrices(KeyedValues const& values, FindingCollector& findings)
                                 : "leave the projection to the camera");
         }
         if (byComponents) {
-            if (i > 0 && std::signbit(matrix.det3()) != std::signbit(matrices[i - 1].det3()))
+            auto const mirrors = [&](std::size_t k) { return matrices[k].det3() < 0; };
+            if (i > 0 && values.blends(i - 1) && mirrors(i - 1) != mirrors(i))
                 findings.add("matrix-mirrored", values.node, values.valueField,
                              [&] {
-                                 return step(values, i - 1) + ": one mirrors and the other does not, so that the scale "
-                                                              "passes through zero";
+                                 return step(values, i - 1)
+                                     + ": one mirrors and the other does not: the scale passes through zero";
                              },
                              "let both mirror or neither", Severity::warning);
             continue;
@@ -255,7 +261,7 @@ void checkMatrices(KeyedValues const& values, FindingCollector& findings)
             continue;
         }
         turn = rotationOf(log);
-        if (before.empty())
+        if (before.empty() || !values.blends(i - 1))
             continue;
         double const way = std::hypot(turn[0] - before[0], turn[1] - before[1], turn[2] - before[2]);
         if (way > pi * 1.01)

@@ -1,0 +1,242 @@
+#include "player/Application.h"
+#include "player/Check.h"
+#include "tests/player/Files.h"
+
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <regex>
+
+namespace Zelvan::play::test {
+namespace {
+
+using testing::HasSubstr;
+
+struct Checked {
+    int status;
+    std::string out, err;
+
+    nlohmann::json json() const { return nlohmann::json::parse(out); }
+    /// "severity code" of all findings.
+    std::vector<std::string> codes() const
+    {
+        std::vector<std::string> codes;
+        auto const document = json();
+        for (auto const& finding : document["findings"])
+            codes.push_back(finding["severity"].get<std::string>() + ' ' + finding["code"].get<std::string>());
+        return codes;
+    }
+};
+
+/// Checks a file's text: "a.b>c.d" in it stands for a ROUTE.
+Checked checkFile(std::string const& text, std::vector<char const*> const& options = {"--format", "json"})
+{
+    Folder const folder;
+    std::regex const route(R"((\w+)\.(\w+)>(\w+)\.(\w+))");
+    std::string const file = folder.add("s.x3d", std::regex_replace(text, route,
+        "<ROUTE fromNode='$1' fromField='$2' toNode='$3' toField='$4'/>"));
+    std::vector<char const*> arguments = {"zelvan-play", "check"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    arguments.push_back(file.c_str());
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    int const status = runApplication(static_cast<int>(arguments.size()), arguments.data());
+    auto const shown = [&](std::string captured) {
+        return std::regex_replace(captured, std::regex(folder.path("")), "");
+    };
+    std::string const out = shown(testing::internal::GetCapturedStdout());
+    return {status, out, shown(testing::internal::GetCapturedStderr())};
+}
+
+Checked check(std::string const& scene, std::vector<char const*> const& options = {"--format", "json"})
+{
+    return checkFile(x3d(scene), options);
+}
+
+// An interpolator: "Scalar", DEF name, key, keyValue.
+std::string node(std::string const& type, std::string const& name, std::string const& key, std::string const& values)
+{
+    return '<' + type + "Interpolator DEF='" + name + "' key='" + key + "' keyValue='" + values + "'/>";
+}
+
+// A clock that loops, and a place for what is sent.
+std::string const loop = "<TimeSensor DEF='C' loop='true'/><Transform DEF='T'/>C.fraction_changed>S.set_fraction "
+                         "S.value_changed>T.x ";
+std::string const brain = "<Script DEF='B'><field type='SFFloat' name='f'/></Script>B.f>S.set_fraction ";
+std::string const identity = "1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1 ";
+std::string const plain = node("Scalar", "S", "0 1", "0 1");
+std::string const byComponents = "<TransformationInterpolator DEF='S' mode='component' ";
+
+// What looks much like the example of a code and is fine.
+std::map<std::string, std::string> const nearMisses = {
+    {"bad-xml", "<X3D><Scene><Transform/></Scene></X3D>"},
+    {"bad-value", node("Position", "S", "0 1", "0 0 0,1 2 3,")},
+    {"unknown-attribute", "<PositionInterpolator key='0 1' containerField='children'/>"},
+    {"bad-route", "C.fraction>S.fraction <TimeSensor DEF='C'/>" + plain},
+    {"duplicate-def", "<Transform DEF='Box'/><Transform DEF='box'/>"},
+    {"unknown-use", "<Transform DEF='Box'/><Transform USE='Box'/>"},
+    {"bad-proto", "<ProtoDeclare name='P'><ProtoBody><Group/></ProtoBody></ProtoDeclare><ProtoInstance name='P'/>"},
+    {"bad-inline", "<Inline load='false' url='\"missing.x3d\"'/>"},
+    {"no-keys", "<Script DEF='B'><field type='MFFloat' name='f'/></Script><ScalarInterpolator DEF='S'/>B.f>S.key "},
+    {"no-values", node("Scalar", "S", "0 1", "0 x")}, // refused, which was said
+    {"too-few-values", "<EaseInEaseOut key='0 0.5 1' easeInEaseOut='0 0 0 0 0 0'/>"},
+    {"too-many-values", node("Vector", "S", "0 1", "0 1 2 3")},
+    {"uneven-blocks", node("Coordinate", "S", "0 1", "0 0 0 1 0 0 2 0 0 3 0 0")},
+    {"one-key", node("Scalar", "S", "0 1", "1 1")},
+    {"key-order", node("Scalar", "S", "0 0.5 0.5 1 0.2", "0 1 2 3")}, // the last one does not count
+    {"key-equal", node("Scalar", "S", "0 0.5 0.5000001 1", "0 0 1 1")},
+    {"key-range", brain + node("Scalar", "S", "0 50 100", "0 1 0")},
+    {"key-span", plain},
+    {"not-finite", node("Scalar", "S", "0 1", "0 3.4e38 nan")},
+    {"zero-axis", node("Orientation", "S", "0 1", "0 1 0 0 0 0 0.001 1.57")},
+    {"long-turn", node("Orientation", "S", "0 1", "0 1 0 -1.57 0 2 0 1.57")},
+    {"half-turn", node("Orientation", "S", "0 1", "0 1 0 0 0 1 0 3.14")},
+    {"color-range", node("Color", "S", "0 1", "1.00001 0 0 0 1 -0")},
+    {"hue-long-way", node("Color", "S", "0 1", "0 0 1 1 0 0.001")},
+    {"grey-hue", node("Color", "S", "0 1", "0 0 0.001 0 0 1")},
+    {"zero-normal", node("Normal", "S", "0 1", "0 0 9 0 0.001 0")},
+    {"opposite-normals", node("Normal", "S", "0 1", "0 0 1 0 0 -1 0 1 0 1 0 0")},
+    {"matrix-mirrored", byComponents + "key='0 1' keyValue='-" + identity + '-' + identity + "'/>"},
+    {"matrix-no-log", node("Transformation", "S", "0 1", identity + "-1 0 0 0 0 -1 0 0 0 0 1 0 0 0 0 1")},
+    {"matrix-projective", node("Transformation", "S", "0", "1 0 0 0 0 1 0 0 0 0 1 0 5 6 7 1")},
+    {"matrix-long-turn", node("Transformation", "S", "0 1", "0 1 0 0 -1 0 0 0 0 0 1 0 0 0 0 1 "
+                                                            "0.17 -0.98 0 0 0.98 0.17 0 0 0 0 1 0 0 0 0 1")},
+    {"ease-range", "<EaseInEaseOut key='0 1' easeInEaseOut='0 1 1 0'/>"},
+    {"no-effect", "<SplineScalarInterpolator closed='false' key='0 1' keyValue='0 0'/>"},
+    {"loop-jump", loop + node("Orientation", "S", "0 0.3 0.7 1", "0 1 0 0 0 1 0 2 0 1 0 4 0 1 0 6.2832")},
+    {"loop-kink", loop + node("Scalar", "S", "0 0.2 0.4 0.6 0.8 1", "0 9 1 9 3 0")},
+    {"undriven", brain + plain},
+    {"unrouted", loop + plain},
+    {"route-loop", node("Scalar", "X", "0 1", "0 1") + node("Scalar", "Y", "0 1", "0 1") + plain
+                       + "X.value>Y.set_fraction X.value>S.set_fraction Y.value>S.set_fraction "},
+    {"foreign-driver", loop + plain},
+    {"cycle-interval", "<TimeSensor cycleInterval='1e-3'/>"},
+    {"idle-sensor", loop + plain}};
+
+TEST(Check, EveryCodeHasAnExampleThatTriggersItAndANearMiss)
+{
+    EXPECT_EQ(nearMisses.size(), checkCodes().size());
+    for (CheckCode const& code : checkCodes()) {
+        SCOPED_TRACE(code.code);
+        bool const whole = code.code == std::string("bad-xml");
+        std::string const found = severityName(code.severity) + std::string(" ") + code.code;
+        EXPECT_THAT((whole ? checkFile(code.example) : check(code.example)).codes(), testing::Contains(found));
+        auto const codes = (whole ? checkFile : check)(nearMisses.at(code.code), {"--format", "json"}).codes();
+        EXPECT_THAT(codes, testing::Each(testing::Not(testing::EndsWith(std::string(" ") + code.code))));
+    }
+}
+
+TEST(Check, FindsWhatIsThereAndNothingElse)
+{
+    struct Case {
+        std::string scene;
+        std::vector<std::string> codes; ///< all, in any order
+    };
+    auto const rotations = [](char const* key, char const* values) { return node("Orientation", "S", key, values); };
+    std::string const clock = "<TimeSensor DEF='C' loop='true'/><Transform DEF='T'/>S.value>T.x ";
+    Case const cases[] = {
+        // A spin whose half turns are just too long, angles that wrap, an axis that a program turned over.
+        {loop + rotations("0 0.5 1", "0 1 0 0 0 1 0 3.1416 0 1 0 6.2832"),
+         {"warning long-turn", "warning long-turn"}},
+        {loop + rotations("0 0.3 0.6 1", "0 1 0 5.2 0 1 0 6 0 1 0 0.5 0 1 0 1.3"), {"note loop-jump"}},
+        {loop + rotations("0 0.3 0.6 1", "0 0 1 0 0 1 0 3 0 -1 0 3.1 0 0 1 0"), {}},
+        {loop + rotations("0 0.3 0.6 1", "0 1 0 0 0 1 0 4.7 0 1 0 0.1 0 1 0 0"),
+         {"warning long-turn", "warning long-turn"}},
+        {loop + rotations("0 1", "0 0 0 0 0 0 1 0"), {"note zero-axis"}},
+        // Where keys are equal nothing is blended.
+        {loop + rotations("0 0.5 0.5 1", "0 1 0 0 0 1 0 3 0 1 0 -3 0 1 0 0"), {"note key-equal"}},
+        {loop + node("Color", "S", "0 0.5 0.5 1", "0 0 1 1 0 0.001 1 0 0 0 0 1"),
+         {"note key-equal", "warning hue-long-way"}},
+        // Through an ease, a loop stays a loop; what drives fractions may begin again.
+        {clock + "<EaseInEaseOut DEF='E' key='0 1' easeInEaseOut='0 1 1 0'/>C.fraction>E.fraction "
+                 "E.modifiedFraction>S.fraction " + node("Scalar", "S", "0 1", "0 9"), {"note loop-jump"}},
+        {clock + node("Scalar", "A", "0 1", "0 9") + "C.fraction>A.fraction A.value>S.fraction "
+             + node("Scalar", "S", "0 9", "0 9"), {}},
+        {loop + node("Scalar", "S", "0 0.1 0.2 0.3 0.4 0.9 1", "0 8 14 18 20 20 0"), {}},
+        // In mode component mirrors are only a matter of neighbours.
+        {loop + byComponents + "key='0 0.5 1' keyValue='" + identity + '-' + identity + identity + "'/>",
+         {"warning matrix-mirrored", "warning matrix-mirrored"}},
+        // Instances of a PROTO have one place in the file; a node that only passes events on is no driver.
+        {"<ProtoDeclare name='P'><ProtoBody><ScalarInterpolator key='0'/></ProtoBody></ProtoDeclare>"
+         "<ProtoInstance name='P'/><ProtoInstance name='P'/>", {"warning undriven", "error no-values"}},
+        {plain + "<Transform DEF='T'/>S.value>T.x T.x>S.fraction ", {"warning route-loop"}},
+        {clock + "<ScalarInterpolator DEF='S'/>C.time>S.fraction ", {"error no-keys", "warning bad-route"}}};
+    for (Case const& c : cases)
+        EXPECT_THAT(check(c.scene).codes(), testing::UnorderedElementsAreArray(c.codes)) << c.scene;
+}
+
+std::string const faulty = "<ScalarInterpolator DEF='S' key='0 0.9 0.5 1'\n keyValue='0 1 2'/>";
+
+TEST(Check, WritesTheSameFindingsAsTextAndAsJson)
+{
+    Checked const text = check(faulty, {});
+    EXPECT_EQ(text.out,
+              "s.x3d:3:1: warning undriven S gets no fraction, and its output goes nowhere (ROUTE a TimeSensor's "
+              "fraction_changed to its set_fraction)\n"
+              "s.x3d:3:34: error key-order S.key[2] is 0.5, after 0.9: some fractions between them give no value or "
+              "a wrong "
+              "one (sort the keys, and their values with them)\n"
+              "s.x3d:4:12: error too-few-values S has 3 values for 4 keys: from key[3] on the keys do not count "
+              "(write as "
+              "many values as keys)\n");
+    EXPECT_EQ(text.err, "s.x3d: 2 errors, 1 warning, 0 notes\n");
+    EXPECT_EQ(text.status, exitScene);
+    std::string lines;
+    auto const json = check(faulty).json();
+    for (auto const& f : json["findings"]) {
+        auto const string = [&f](char const* name) { return f[name].get<std::string>(); };
+        lines += string("file") + ':' + f["line"].dump() + ':' + f["column"].dump() + ": " + string("severity") + ' '
+            + string("code") + ' ' + string("message") + " (" + string("advice") + ")\n";
+    }
+    EXPECT_EQ(lines, text.out);
+    EXPECT_EQ(json["errors"], 2);
+    EXPECT_THAT(checkFile("<X3D><Scene>\n<A></Scene></X3D>", {}).out, HasSubstr("s.x3d:2:6: error bad-xml not "
+    "well-formed"));
+}
+
+TEST(Check, TakesCodesAndSeveritiesFromTheCommandLine)
+{
+    struct Case {
+        std::vector<char const*> options;
+        std::vector<std::string> codes;
+        int status;
+    };
+    Case const cases[] = {
+        {{"--only", "undriven,key-order", "--only", "loop-jump"}, {"warning undriven", "error key-order"}, exitScene},
+        {{"--ignore", "key-order,too-few-values"}, {"warning undriven"}, exitFine},
+        {{"--ignore", "key-order,too-few-values", "--strict"}, {"warning undriven"}, exitScene},
+        {{"--severity", "key-order=note", "--severity", "too-few-values=off,undriven=note", "--strict"},
+         {"note undriven", "note key-order"}, exitFine}};
+    for (Case const& c : cases) {
+        auto options = c.options;
+        options.insert(options.begin(), {"--format", "json"});
+        Checked const checked = check(faulty, options);
+        EXPECT_EQ(checked.codes(), c.codes);
+        EXPECT_EQ(checked.status, c.status);
+    }
+    for (char const* const option : {"--only", "--severity", "--ignore"}) {
+        Checked const checked = check(faulty, {option, "key"});
+        EXPECT_EQ(checked.status, exitUsage);
+        EXPECT_THAT(checked.err, HasSubstr("no code \"key\"; there are: bad-xml, bad-value"));
+    }
+    EXPECT_EQ(check(faulty, {"--severity", "key-order=loud"}).status, exitUsage);
+}
+
+TEST(Check, NeverFloods)
+{
+    std::string keys, scene;
+    for (int i = 100; i > 0; --i)
+        keys += std::to_string(i) + ' ';
+    for (int i = 0; i < 60; ++i)
+        scene += "<ScalarInterpolator key='" + keys + "' keyValue='" + keys + "'/>\n";
+    Checked const text = check(scene, {"--only", "key-order"});
+    EXPECT_EQ(std::count(text.out.begin(), text.out.end(), '\n'), 50 + 16 + 1);
+    EXPECT_THAT(text.out, HasSubstr("\ns.x3d:3:26: ... and 96 more key-order at ScalarInterpolator#1\n"));
+    EXPECT_THAT(text.out, HasSubstr("... and " + std::to_string(60 * 99 - 50 - 16 * 96) + " more key-order\n"));
+    EXPECT_THAT(text.err, HasSubstr(": 5940 errors"));
+    EXPECT_EQ(check(scene).json()["errors"], 5940);
+    Checked const all = check(scene, {"--only", "key-order", "--per-node", "0", "--per-code", "0"});
+    EXPECT_EQ(std::count(all.out.begin(), all.out.end(), '\n'), 5940);
+}
+
+} // namespace
+} // namespace Zelvan::play::test
