@@ -66,10 +66,15 @@ void writeCodes(std::ostream& out, bool markdown)
             << code.meaning << "\n\n```xml\n" << code.example << "\n```\n";
 }
 
+std::string shownName(std::string const& file)
+{
+    return file == "-" ? "<stdin>" : file;
+}
+
 // A scene that cannot be read is a finding, too. The message begins with the place as far as it is known.
 Finding unreadable(std::string const& file, std::string message)
 {
-    Place place{file == "-" ? "<stdin>" : file};
+    Place place{shownName(file)};
     std::string const error = ": error: ";
     if (auto const at = message.find(error); at != std::string::npos) {
         std::string const before = message.substr(0, at);
@@ -133,7 +138,7 @@ void check(Session& session, CheckCommandOptions& options)
         std::size_t const count = countFindings(findings, severity);
         return std::to_string(count) + ' ' + severityName(severity) + (count == 1 ? "" : "s");
     };
-    std::cerr << printable(options.scene.file) << ": " << counted(Severity::error) << ", "
+    std::cerr << printable(shownName(options.scene.file)) << ": " << counted(Severity::error) << ", "
               << counted(Severity::warning) << ", " << counted(Severity::note) << '\n';
     Severity const worst = session.strict ? Severity::warning : Severity::error;
     if (std::ranges::any_of(findings, [&](Finding const& finding) { return finding.severity >= worst; }))
