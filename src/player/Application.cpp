@@ -23,6 +23,7 @@ int runApplication(int argc, char const* const* argv)
         auto* const level = app.add_option("--log-level", session.logLevel, "0 traces only ... 5 everything (1)");
         level->check(CLI::Range(0, 5))->option_text("0-5");
         app.add_option("--param", session.params, "set a context parameter, such as binSearchKeyIndex")
+            ->allow_extra_args(false)
             ->option_text("NAME=true|false");
         app.add_flag("--strict", session.strict, "treat warnings as errors");
         app.footer("Exit status: 0 fine, 1 the scene has errors, 2 wrong usage, 3 something cannot be read, written or "

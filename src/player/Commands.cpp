@@ -139,11 +139,14 @@ void addTimeOptions(CLI::App& command, TimeOptions& options)
     group(to);
     group(command.add_option("--duration", options.duration, "play this long from --from on")->option_text("SECONDS")->excludes(to));
     group(command.add_option("--fps", timing.fps, "frames per second (60)")->option_text("N"));
-    group(command.add_option("--at", timing.at, "record at these times only")->delimiter(',')->option_text("T[,T...]"));
+    group(command.add_option("--at", timing.at, "record at these times only")->delimiter(',')->allow_extra_args(false)->option_text("T[,T...]"));
     group(command.add_option("--start", options.start, "start a TimeSensor, as if something had triggered it")
+              ->allow_extra_args(false)
               ->option_text("NAME[@SECONDS]"));
     group(command.add_flag("--start-all", options.startAll, "start all TimeSensors that wait for something"));
-    group(command.add_option("--inject", options.inject, "give a value to a field")->option_text("NODE.field=VALUE[@SECONDS]"));
+    group(command.add_option("--inject", options.inject, "give a value to a field")
+              ->allow_extra_args(false)
+              ->option_text("NODE.field=VALUE[@SECONDS]"));
 }
 
 void prepare(Clock& clock, TimeOptions& options)

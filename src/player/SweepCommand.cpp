@@ -121,7 +121,7 @@ void addSweepCommand(CLI::App& app, Session& session)
     grouped(command.add_option("--from", options->from, "first fraction (the first key)"), "F");
     grouped(command.add_option("--to", options->to, "last fraction (the last key)"), "F");
     grouped(command.add_option("--steps", options->steps, "evenly spaced steps between them (100)"), "N");
-    grouped(command.add_option("--at", options->at, "these fractions only")->delimiter(','), "F[,F...]");
+    grouped(command.add_option("--at", options->at, "these fractions only")->delimiter(',')->allow_extra_args(false), "F[,F...]");
     command.add_flag("--at-keys", options->atKeys, "the keys only")->group("Fractions");
     auto const output = [&](char const* name, std::string& value, char const* what) {
         command.add_option(name, value, what)->option_text("FILE")->group("Output");

@@ -45,7 +45,7 @@ TEST(Program, ShowsARunToPeopleAndPrograms)
     EXPECT_EQ(play(folder, "run s.x3d --at 0,1 --csv -", "LC_ALL=de_DE.UTF-8 ZELVAN_KERNELS=baseline").out, csv);
     EXPECT_EQ(play(folder, "run - --at 0,1 --csv e.csv", "cat s.x3d |").status, 0);
     EXPECT_EQ(folder.read("e.csv"), csv);
-    EXPECT_EQ(play(folder, "export s.x3d --at 0,1").out,
+    EXPECT_EQ(play(folder, "export --at 0,1 s.x3d").out,
               "time,A.value_changed,B.value_changed.red,B.value_changed.green,B.value_changed.blue,M.diffuseColor.red,"
               "M.diffuseColor.green,M.diffuseColor.blue\n0,0,1,0,0,1,0,0\n1,0.25,1,1,0,1,1,0\n");
     EXPECT_THAT(play(folder, "export s.x3d --at 1 --format jsonl").out,
