@@ -144,13 +144,14 @@ inline Route const* onward(Node const& node)
         route = route->_previousOut;
         return !route->_removed;
     };
+    // A node's fields are its members: those behind the one that receives are the ones it computes with.
+    constexpr int line = 64;
     if (next())
-        __builtin_prefetch(route->_to);
-    if (next()) {
-        char const* const node = reinterpret_cast<char const*>(route->_to->_node);
-        __builtin_prefetch(node);
-        __builtin_prefetch(node + 128);
-    }
+        for (int i = 0; i < 4; ++i)
+            __builtin_prefetch(reinterpret_cast<char const*>(route->_to) + i * line);
+    if (next())
+        for (int i = 0; i < 5; ++i)
+            __builtin_prefetch(reinterpret_cast<char const*>(route->_to->_node) + i * line);
     if (next()) {
         Node const& node = *route->_to->_node;
         __builtin_prefetch(node._proc);

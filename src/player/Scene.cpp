@@ -88,6 +88,8 @@ void UnknownNode::shutdown() const
 
 void UnknownNode::fieldChanged(Field& field, TimeStamp const& timeStamp, Field*)
 {
+    if (field._routesOut == nullptr)
+        return field.send(timeStamp, true, false); // to the observer only
     auto& part = static_cast<Part&>(const_cast<NodePartDesc&>(*field._desc));
     if (part.changing)
         return;
