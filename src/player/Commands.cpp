@@ -4,6 +4,7 @@
 #include "base/OpenSG.h"
 #include "player/Pictures.h"
 #include "player/Playing.h"
+#include "player/Report.h"
 #include "player/Tables.h"
 
 #include <CLI/CLI.hpp>
@@ -241,20 +242,52 @@ void EventWriter::write(Track const& track, double time, Field const& field)
     _file.check();
 }
 
-void writePictures(std::string const& svg, std::string const& html, std::vector<Curve> const& curves,
-                   std::string const& title, char const* axis)
+void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axis)
 {
-    std::string const name = title.substr(title.rfind('/') + 1);
-    bool const runs = std::string_view(axis) != "fraction"; // the curves of a sweep have axes of their own
+    auto const output = [&](char const* name, std::string& value, std::string const& what) {
+        command.add_option(name, value, what)->option_text("FILE")->group("Output");
+    };
+    output("--csv", options.csv, "one line per event: " + std::string(axis) + ", node, field, value; \"-\" is standard output");
+    output("--jsonl", options.jsonLines, "the same as JSON Lines");
+    output("--svg", options.svg, "the curves as a picture");
+    output("--html", options.html, "the curves as a page to zoom into");
+}
+
+Outputs::Outputs(OutputOptions const& options, Recorder& recorder, char const* axis)
+    : _options(options), _recorder(recorder), _axis(axis)
+{
+    if (!options.csv.empty())
+        _writers.push_back(std::make_unique<EventWriter>(options.csv, EventWriter::csv, axis));
+    if (!options.jsonLines.empty())
+        _writers.push_back(std::make_unique<EventWriter>(options.jsonLines, EventWriter::jsonLines, axis));
+    if (!_writers.empty())
+        recorder.onEvent = [this](Track const& track, double time, Field const& field) {
+            for (auto const& writer : _writers)
+                writer->write(track, time, field);
+        };
+}
+
+void Outputs::finish(Scene const& scene, Clock const* clock, std::vector<Curve> const& curves, std::string const& title)
+{
+    for (auto const& writer : _writers)
+        writer->commit();
+    // The curves of a sweep have axes of their own.
+    PictureOptions const picture{title.substr(title.rfind('/') + 1), clock ? _axis + " (s)" : _axis, clock != nullptr};
     auto const write = [&](std::string const& path, auto writer) {
         if (path.empty())
             return;
         OutputFile file(path);
-        writer(file.stream(), curves, PictureOptions{name, axis, runs});
+        writer(file.stream(), curves, picture);
         file.commit();
     };
-    write(svg, writeSvg);
-    write(html, writeHtml);
+    write(_options.svg, writeSvg);
+    write(_options.html, writeHtml);
+    for (std::string const* const path : {&_options.csv, &_options.jsonLines, &_options.svg, &_options.html})
+        if (*path == "-")
+            return;
+    OutputFile out("-");
+    writeReport(out.stream(), scene, _recorder, clock, styledOutput(STDOUT_FILENO));
+    out.commit();
 }
 
 std::string csvCell(std::string const& text)

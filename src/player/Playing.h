@@ -57,10 +57,29 @@ private:
     std::vector<double> _numbers;
 };
 
-/// One track's curves with the marks on their axis.
 struct Curve;
-void writePictures(std::string const& svg, std::string const& html, std::vector<Curve> const& curves,
-                   std::string const& title, char const* axis);
+
+/// Where a run or a sweep writes what it recorded; "" leaves one out, "-" is standard output.
+struct OutputOptions {
+    std::string csv, jsonLines, svg, html;
+    bool pictures() const { return !svg.empty() || !html.empty(); }
+};
+/// `axis` names what stands beside the values: "time", "fraction".
+void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axis);
+
+/// Writes events while they are recorded, then pictures and the summary. Goes before its recorder does.
+class Outputs {
+public:
+    Outputs(OutputOptions const& options, Recorder& recorder, char const* axis);
+    /// `title` is the scene's file. The summary is left out where something else goes to standard output.
+    void finish(Scene const& scene, Clock const* clock, std::vector<Curve> const& curves, std::string const& title);
+
+private:
+    OutputOptions const& _options;
+    Recorder& _recorder;
+    std::string _axis;
+    std::vector<std::unique_ptr<EventWriter>> _writers;
+};
 
 /// A CSV cell, quoted where it must be.
 std::string csvCell(std::string const& text);

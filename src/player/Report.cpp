@@ -43,28 +43,28 @@ std::string degrees(Range const& angle)
     return between(angle) + " rad (" + between(angle, 180 / std::numbers::pi) + " deg)";
 }
 
-// The component whose curve tells most: the angle of a rotation, else the one with the widest range.
-std::size_t tellingComponent(Track const& track)
-{
-    if (track.type == SFRotationType || track.type == MFRotationType)
-        return 3;
-    auto const width = [](Range const& r) { return r.any ? r.high - r.low : -1; };
-    std::size_t best = 0;
-    for (std::size_t c = 1; c < track.ranges.size(); ++c)
-        if (width(track.ranges[c]) > width(track.ranges[best]))
-            best = c;
-    return best;
-}
-
 std::string curveOf(Track const& track)
 {
     std::size_t const width = track.ranges.size();
     if (track.outline.empty() || width == 0)
         return "";
-    std::vector<float> values;
-    for (std::size_t i = tellingComponent(track); i < track.outline.size(); i += width)
-        values.push_back(track.outline[i]);
-    return sparkline(values);
+    bool const rotation = track.type == SFRotationType || track.type == MFRotationType;
+    // The component that tells most: the angle of a rotation, else the one that changes most along the curve.
+    std::vector<float> telling;
+    double widest = -1;
+    for (std::size_t c = rotation ? 3 : 0; c < width; ++c) {
+        std::vector<float> values;
+        Range range;
+        for (std::size_t i = c; i < track.outline.size(); i += width) {
+            values.push_back(track.outline[i]);
+            range.add(track.outline[i]);
+        }
+        if (double const change = range.any ? range.high - range.low : 0; change > widest) {
+            widest = change;
+            telling = std::move(values);
+        }
+    }
+    return sparkline(telling);
 }
 
 std::size_t keyCount(SceneNode const& node)
@@ -130,13 +130,21 @@ void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder
         out << counted(clock->sensors().size(), "TimeSensor") << ", ";
     out << counted(scene.routes.size(), "route") << ", " << counted(recorder.events(), "event") << "\n";
 
-    Table table({"Interpolator", "Type", "Driven by", ">Keys", ">Events", "Values", "Curve"});
+    // Without a clock nothing drives anything.
+    std::vector<std::string> headings = {"Interpolator", "Type", ">Keys", ">Events", "Values", "Curve"};
+    if (clock != nullptr)
+        headings.insert(headings.begin() + 2, "Driven by");
+    Table table(headings);
     std::size_t rows = 0;
     for (Track const& track : tracks)
-        if (track.leaves && rows++ < shownRows)
-            table.row({printable(track.node->name), track.node->typeName, driverOf(scene, *track.node),
-                       std::to_string(keyCount(*track.node)), std::to_string(track.events), rangeText(track),
-                       curveOf(track)});
+        if (track.leaves && rows++ < shownRows) {
+            std::vector<std::string> cells = {printable(track.node->name), track.node->typeName,
+                                              std::to_string(keyCount(*track.node)), std::to_string(track.events),
+                                              rangeText(track), curveOf(track)};
+            if (clock != nullptr)
+                cells.insert(cells.begin() + 2, driverOf(scene, *track.node));
+            table.row(std::move(cells));
+        }
     if (!table.empty()) {
         out << '\n';
         table.write(out, styled);

@@ -2,12 +2,9 @@
 #include "player/Pictures.h"
 #include "player/Playing.h"
 #include "player/Report.h"
-#include "player/Tables.h"
 
 #include <CLI/CLI.hpp>
-#include <iostream>
 #include <memory>
-#include <unistd.h>
 
 namespace Zelvan::play {
 
@@ -16,7 +13,7 @@ namespace {
 struct RunOptions {
     SceneOptions scene;
     TimeOptions time;
-    std::string csv, jsonLines, svg, html;
+    OutputOptions output;
 };
 
 constexpr unsigned curveSteps = 24;
@@ -46,39 +43,19 @@ void run(Session& session, RunOptions& options)
     prepare(clock, options.time);
     auto const frames = options.time.timing.frames();
 
-    bool const pictures = !options.svg.empty() || !options.html.empty();
     Recorder::Options recording;
-    recording.keepSamples = pictures;
+    recording.keepSamples = options.output.pictures();
     recording.statistics = shownRows;
     recording.outlineSteps = curveSteps;
     recording.axisBegin = options.time.timing.from;
     recording.axisEnd = frames.back().time;
     Recorder recorder(*opened.scene, recording);
-    std::vector<std::unique_ptr<EventWriter>> writers;
-    if (!options.csv.empty())
-        writers.push_back(std::make_unique<EventWriter>(options.csv, EventWriter::csv, "time"));
-    if (!options.jsonLines.empty())
-        writers.push_back(std::make_unique<EventWriter>(options.jsonLines, EventWriter::jsonLines, "time"));
-    if (!writers.empty())
-        recorder.onEvent = [&](Track const& track, double time, Field const& field) {
-            for (auto const& writer : writers)
-                writer->write(track, time, field);
-        };
+    Outputs outputs(options.output, recorder, "time");
 
     playFrames(clock, recorder, frames);
     recorder.finish();
-
-    for (auto const& writer : writers)
-        writer->commit();
-    if (pictures)
-        writePictures(options.svg, options.html, curvesOf(recorder, clock), options.scene.file, "time (s)");
-    // Where the events go to standard output, the summary must not stand between them.
-    bool const taken = options.csv == "-" || options.jsonLines == "-" || options.svg == "-" || options.html == "-";
-    if (!taken) {
-        OutputFile out("-");
-        writeReport(out.stream(), *opened.scene, recorder, &clock, styledOutput(STDOUT_FILENO));
-        out.commit();
-    }
+    outputs.finish(*opened.scene, &clock, recording.keepSamples ? curvesOf(recorder, clock) : std::vector<Curve>(),
+                   options.scene.file);
     if (opened.diagnostics.errors() > 0)
         session.status = exitScene;
 }
@@ -91,13 +68,7 @@ void addRunCommand(CLI::App& app, Session& session)
     CLI::App& command = *app.add_subcommand("run", "Play a scene and show what its interpolators send");
     addSceneOptions(command, options->scene);
     addTimeOptions(command, options->time);
-    auto const output = [&](char const* name, std::string& value, char const* what) {
-        command.add_option(name, value, what)->option_text("FILE")->group("Output");
-    };
-    output("--csv", options->csv, "one line per event: time, node, field, value; \"-\" is standard output");
-    output("--jsonl", options->jsonLines, "the same as JSON Lines");
-    output("--svg", options->svg, "the curves as a picture");
-    output("--html", options->html, "the curves as a page to zoom into");
+    addOutputOptions(command, options->output, "time");
     command.footer("Examples:\n"
                    "  zelvan-play run door.x3d\n"
                    "  zelvan-play run door.x3d --start Clock@1 --duration 10 --csv door.csv\n"

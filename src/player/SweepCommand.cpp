@@ -2,14 +2,12 @@
 #include "player/Pictures.h"
 #include "player/Playing.h"
 #include "player/Report.h"
-#include "player/Tables.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <memory>
 #include <optional>
-#include <unistd.h>
 
 namespace Zelvan::play {
 
@@ -21,7 +19,7 @@ struct SweepOptions {
     std::vector<float> at;
     unsigned steps = 100;
     bool atKeys = false;
-    std::string csv, jsonLines, svg, html;
+    OutputOptions output;
 };
 
 // The fractions that an interpolator is given, in the order they are given.
@@ -61,22 +59,13 @@ void sweep(Session& session, SweepOptions const& options)
 
     Recorder::Options recording;
     recording.arrivals = false;
-    recording.keepSamples = !options.svg.empty() || !options.html.empty();
+    recording.keepSamples = options.output.pictures();
     recording.statistics = shownRows;
     recording.outlineSteps = 24;
     recording.axisBegin = options.from.value_or(0);
     recording.axisEnd = options.to.value_or(1);
     Recorder recorder(scene, recording);
-    std::vector<std::unique_ptr<EventWriter>> writers;
-    if (!options.csv.empty())
-        writers.push_back(std::make_unique<EventWriter>(options.csv, EventWriter::csv, "fraction"));
-    if (!options.jsonLines.empty())
-        writers.push_back(std::make_unique<EventWriter>(options.jsonLines, EventWriter::jsonLines, "fraction"));
-    if (!writers.empty())
-        recorder.onEvent = [&](Track const& track, double time, Field const& field) {
-            for (auto const& writer : writers)
-                writer->write(track, time, field);
-        };
+    Outputs outputs(options.output, recorder, "fraction");
 
     std::vector<Curve> curves;
     for (SceneNode const& node : scene.sceneNodes) {
@@ -96,16 +85,7 @@ void sweep(Session& session, SweepOptions const& options)
     }
 
     recorder.finish();
-    for (auto const& writer : writers)
-        writer->commit();
-    if (recording.keepSamples)
-        writePictures(options.svg, options.html, curves, options.scene.file, "fraction");
-    bool const taken = options.csv == "-" || options.jsonLines == "-" || options.svg == "-" || options.html == "-";
-    if (!taken) {
-        OutputFile out("-");
-        writeReport(out.stream(), scene, recorder, nullptr, styledOutput(STDOUT_FILENO));
-        out.commit();
-    }
+    outputs.finish(scene, nullptr, curves, options.scene.file);
     if (opened.diagnostics.errors() > 0)
         session.status = exitScene;
 }
@@ -123,13 +103,7 @@ void addSweepCommand(CLI::App& app, Session& session)
     grouped(command.add_option("--steps", options->steps, "evenly spaced steps between them (100)"), "N");
     grouped(command.add_option("--at", options->at, "these fractions only")->delimiter(',')->allow_extra_args(false), "F[,F...]");
     command.add_flag("--at-keys", options->atKeys, "the keys only")->group("Fractions");
-    auto const output = [&](char const* name, std::string& value, char const* what) {
-        command.add_option(name, value, what)->option_text("FILE")->group("Output");
-    };
-    output("--csv", options->csv, "one line per value: fraction, node, field, value; \"-\" is standard output");
-    output("--jsonl", options->jsonLines, "the same as JSON Lines");
-    output("--svg", options->svg, "the curves as a picture");
-    output("--html", options->html, "the curves as a page to zoom into");
+    addOutputOptions(command, options->output, "fraction");
     command.footer("Examples:\n"
                    "  zelvan-play sweep door.x3d --at-keys\n"
                    "  zelvan-play sweep door.x3d --from 0 --to 1 --steps 20 --csv -");
