@@ -63,7 +63,6 @@ struct Element<Rotation> {
 };
 template <>
 struct Element<double> {
-    static constexpr unsigned numbers = 1;
     static constexpr char const* what = "one number (seconds)";
     static bool validBin(char const*) { return true; }
 };

@@ -47,21 +47,21 @@ public:
     bool set1ValueByBin(int index, std::string const& bin) override;
 };
 
-extern template class SFieldOf<bool, SFBoolType>;
-extern template class SFieldOf<osg::Color3<float>, SFColorType>;
-extern template class MFieldOf<osg::Color3<float>, MFColorType>;
-extern template class SFieldOf<float, SFFloatType>;
-extern template class MFieldOf<float, MFFloatType>;
-extern template class SFieldOf<osg::TransformationMatrix<float>, SFMatrix4fType>;
-extern template class MFieldOf<osg::TransformationMatrix<float>, MFMatrix4fType>;
-extern template class SFieldOf<Rotation, SFRotationType>;
-extern template class MFieldOf<Rotation, MFRotationType>;
-extern template class SFieldOf<std::string, SFStringType>;
-extern template class SFieldOf<double, SFTimeType>;
-extern template class SFieldOf<osg::Vector<float, 2u>, SFVec2fType>;
-extern template class MFieldOf<osg::Vector<float, 2u>, MFVec2fType>;
-extern template class SFieldOf<osg::Vector<float, 3u>, SFVec3fType>;
-extern template class MFieldOf<osg::Vector<float, 3u>, MFVec3fType>;
+extern template class ZELVAN_BASE_API SFieldOf<bool, SFBoolType>;
+extern template class ZELVAN_BASE_API SFieldOf<osg::Color3<float>, SFColorType>;
+extern template class ZELVAN_BASE_API MFieldOf<osg::Color3<float>, MFColorType>;
+extern template class ZELVAN_BASE_API SFieldOf<float, SFFloatType>;
+extern template class ZELVAN_BASE_API MFieldOf<float, MFFloatType>;
+extern template class ZELVAN_BASE_API SFieldOf<osg::TransformationMatrix<float>, SFMatrix4fType>;
+extern template class ZELVAN_BASE_API MFieldOf<osg::TransformationMatrix<float>, MFMatrix4fType>;
+extern template class ZELVAN_BASE_API SFieldOf<Rotation, SFRotationType>;
+extern template class ZELVAN_BASE_API MFieldOf<Rotation, MFRotationType>;
+extern template class ZELVAN_BASE_API SFieldOf<std::string, SFStringType>;
+extern template class ZELVAN_BASE_API SFieldOf<double, SFTimeType>;
+extern template class ZELVAN_BASE_API SFieldOf<osg::Vector<float, 2u>, SFVec2fType>;
+extern template class ZELVAN_BASE_API MFieldOf<osg::Vector<float, 2u>, MFVec2fType>;
+extern template class ZELVAN_BASE_API SFieldOf<osg::Vector<float, 3u>, SFVec3fType>;
+extern template class ZELVAN_BASE_API MFieldOf<osg::Vector<float, 3u>, MFVec3fType>;
 
 /// Texts: "true" and "false", also in capitals.
 class ZELVAN_BASE_API SFBool : public SFieldOf<bool, SFBoolType> {

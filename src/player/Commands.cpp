@@ -175,18 +175,18 @@ void prepare(Clock& clock, TimeOptions& options)
 
 void playFrames(Clock& clock, Recorder& recorder, std::vector<Timing::Frame> const& frames)
 {
-    using Time = std::chrono::steady_clock;
+    using Steady = std::chrono::steady_clock;
     bool const terminal = ::isatty(STDERR_FILENO) != 0;
-    auto shown = Time::now() + std::chrono::seconds(1);
+    auto due = Steady::now() + std::chrono::seconds(1);
     bool any = false;
     for (Timing::Frame const& frame : frames) {
         recorder.paused = !frame.recorded;
         recorder.beginFrame();
         clock.advance(frame.time);
-        if (terminal && Time::now() > shown) {
+        if (terminal && Steady::now() > due) {
             std::cerr << "\rat " << roundNumber(frame.time, 4) << " of " << roundNumber(frames.back().time, 4) << " s   "
                       << std::flush;
-            shown = Time::now() + std::chrono::milliseconds(200);
+            due = Steady::now() + std::chrono::milliseconds(200);
             any = true;
         }
     }

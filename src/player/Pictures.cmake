@@ -1,6 +1,8 @@
 # Sources of the pictures, and the texts they carry: pictureSources is for the target that draws.
 set(pictureSources Derived.cpp Drawing.cpp PictureHtml.cpp PictureSvg.cpp PictureText.cpp
     ${CMAKE_CURRENT_BINARY_DIR}/PictureAssets.cpp)
+# The charting library is one long line; every compiler there is takes it.
+set_source_files_properties(PictureAssets.cpp PROPERTIES COMPILE_OPTIONS -Wno-overlength-strings)
 
 find_path(ZELVAN_DYGRAPHS dygraph.min.js PATHS /usr/share/javascript/dygraphs
     DOC "Folder of the dygraphs charting library (dygraph.min.js, dygraph.min.css)")

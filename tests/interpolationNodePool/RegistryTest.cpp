@@ -149,7 +149,8 @@ TYPED_TEST(EveryNode, IsBuiltAsItsRecordSays)
         NodeNameSpace nodes(context);
         NodeType& given = ScalarInterpolator::_type; // any other type
         std::unique_ptr<Node> const node(own._createNode(given, nodes, "built"));
-        EXPECT_EQ(typeid(*node), typeid(TypeParam));
+        Node const& made = *node;
+        EXPECT_EQ(typeid(made), typeid(TypeParam));
         EXPECT_EQ(&node->type(), &given);
         EXPECT_EQ(node->name(), "built");
         EXPECT_EQ(BaseObject::_objCount, before + 1 + node->fields().size());

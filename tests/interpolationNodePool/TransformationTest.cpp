@@ -41,7 +41,7 @@ protected:
     TransformationInterpolator& node = scene.add<TransformationInterpolator>();
     TransformationInterpolatorProc& proc = *node.getTransformationInterpolatorProc();
     std::vector<Matrix>& keyValue = node._keyValue._value;
-    Matrix const identity;
+    Matrix const identity{};
 };
 
 TEST_F(Transformation, BlendsByLogarithmOrByComponents)
