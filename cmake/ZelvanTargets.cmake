@@ -47,7 +47,11 @@ function(zelvan_library name exportDefine)
         INSTALL_RPATH "$ORIGIN")
     # Nobody replaces single functions of these libraries at run time: calls inside one are direct.
     target_compile_options(${name} PRIVATE -fno-semantic-interposition)
-    target_link_options(${name} PRIVATE LINKER:--no-undefined LINKER:-Bsymbolic-functions)
+    target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions)
+    # Clang's sanitizers and fuzzer live in the program, and libraries find them there.
+    if(NOT ZELVAN_FUZZ)
+        target_link_options(${name} PRIVATE LINKER:--no-undefined)
+    endif()
 endfunction()
 
 # zelvan_publish(<target> <include root> <header>...): installs a library and the headers that other projects
