@@ -79,11 +79,15 @@ std::string load(fs::path const& path)
         return error && status.type() != fs::file_type::not_found ? error.message() : "no such file";
     if (!fs::is_regular_file(status))
         return "is not a file";
-    if (std::string refusal = inspect(path); !refusal.empty())
-        return refusal;
     // A name without a folder would be looked for in the system's library folders.
     std::string const file = fs::absolute(path).string();
-    void* const library = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    // What this process has loaded before has been looked into.
+    void* library = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
+    if (library == nullptr) {
+        if (std::string refusal = inspect(path); !refusal.empty())
+            return refusal;
+        library = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    }
     if (library == nullptr)
         return linkerMessage(file);
     std::string refusal = callEntry(library);
