@@ -164,7 +164,7 @@ void decompose(Matrix m)
     require(same(transposed(S), S), "the second polar factor is symmetric");
     require(distance(Wide(Q) * Wide(S), Wide(m)) <= fine, "the polar factors make the matrix");
     require((det == 1.f || det == -1.f) && std::abs(Q.det3() - det) < 1e-4f, "the determinant is that of the factor");
-    require(!(std::abs(determinant) > 1e-5 * norm * norm * norm) || (det < 0) == (determinant < 0), "mirrors mirror");
+    require(!std::isfinite(determinant) || !(std::abs(determinant) > 1e-5 * norm * norm * norm) || (det < 0) == (determinant < 0), "mirrors mirror");
 
     auto const scaled = [&] {
         Matrix diagonal;
