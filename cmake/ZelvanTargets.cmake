@@ -48,6 +48,9 @@ function(zelvan_library name exportDefine)
     # Nobody replaces single functions of these libraries at run time: calls inside one are direct.
     target_compile_options(${name} PRIVATE -fno-semantic-interposition)
     target_link_options(${name} PRIVATE LINKER:-Bsymbolic-functions)
+    # Visibility does not reach templates of the standard library; this list does.
+    target_link_options(${name} PRIVATE LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/exports.map)
+    set_property(TARGET ${name} PROPERTY LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/exports.map)
     # Clang's sanitizers and fuzzer live in the program, and libraries find them there.
     if(NOT ZELVAN_FUZZ)
         target_link_options(${name} PRIVATE LINKER:--no-undefined)

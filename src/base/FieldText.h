@@ -1,14 +1,12 @@
 #pragma once
 
-#include "base/Export.h"
-
 #include <cstddef>
 #include <string>
 
 namespace Zelvan {
 
 /// Reads the numbers of X3D attribute text: separated by white space and commas, in any mixture.
-class ZELVAN_BASE_API NumberReader {
+class NumberReader {
 public:
     /// `text` ends with a zero byte.
     explicit NumberReader(char const* text) : _begin(text), _at(text) {}
@@ -37,7 +35,7 @@ private:
 
 /// Appends the shortest decimal that reads back to the same bits; infinities as "inf", quiet NaNs as "nan",
 /// other NaNs with their bits, "nan(0x1)".
-ZELVAN_BASE_API void appendNumber(std::string& text, float value);
-ZELVAN_BASE_API void appendNumber(std::string& text, double value);
+void appendNumber(std::string& text, float value);
+void appendNumber(std::string& text, double value);
 
 } // namespace Zelvan

@@ -20,7 +20,7 @@ private:
         float _hsv[3] = {};
         bool _valid = false;
     };
-    static float const* hsv(Converted& kept, osg::Color3<float> const& color);
+    ZELVAN_INTERPOLATION_LOCAL static float const* hsv(Converted& kept, osg::Color3<float> const& color);
 
     Converted _kept[2]; ///< of the two keys around the fraction
 };

@@ -37,11 +37,11 @@ public:
 private:
     /// `calculateIndex` for a fraction between the first and the last of n usable keys that is not in the interval
     /// found before.
-    FractionType searchInterval(float fraction, unsigned n, bool binary, unsigned& index, unsigned valuesPerKey,
-                                float& alpha);
+    ZELVAN_INTERPOLATION_LOCAL FractionType searchInterval(float fraction, unsigned n, bool binary, unsigned& index,
+                                                           unsigned valuesPerKey, float& alpha);
     /// `calculateIndex` for one usable key or none: says so and takes the whole list as one block.
-    FractionType withoutInterval(unsigned keyValueCount, bool multiValue, unsigned& index, unsigned& valuesPerKey,
-                                 LogPlace const& place);
+    ZELVAN_INTERPOLATION_LOCAL FractionType withoutInterval(unsigned keyValueCount, bool multiValue, unsigned& index,
+                                                            unsigned& valuesPerKey, LogPlace const& place);
 };
 
 } // namespace Zelvan

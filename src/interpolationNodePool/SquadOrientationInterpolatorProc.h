@@ -34,7 +34,7 @@ private:
         osg::Quaternion _point;
         bool _valid = false;
     };
-    static osg::Quaternion const& innerPoint(InnerPoint& kept, Rotation const* key);
+    ZELVAN_INTERPOLATION_LOCAL static osg::Quaternion const& innerPoint(InnerPoint& kept, Rotation const* key);
 
     /// Those of the keys around the fraction, even keys in the first, odd ones in the second: going on to the
     /// next interval changes one of them.

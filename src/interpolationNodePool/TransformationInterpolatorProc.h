@@ -38,7 +38,7 @@ private:
         osg::Quaternion _rotation, _scaleOrientation;
         bool _valid = false;
     };
-    Components const& components(Components& kept, osg::Matrix const& matrix);
+    ZELVAN_INTERPOLATION_LOCAL Components const& components(Components& kept, osg::Matrix const& matrix);
 
     /// Of the keys around the fraction, even keys in the first, odd ones in the second: going on to the next
     /// interval changes one of them.
