@@ -2,10 +2,22 @@
 
 #include "base/Export.h"
 
+#include <cstddef>
+
 namespace Zelvan {
 
+/// Memory for the objects that events pass through. Those of one size lie side by side in the order they were made,
+/// on cache lines of their own: a scene of many nodes is read from memory as a stream. For one thread, like events.
+class ZELVAN_BASE_API DenseMemory {
+public:
+    static void* operator new(std::size_t size);
+    static void operator delete(void* memory, std::size_t size) noexcept;
+    static void* operator new(std::size_t, void* place) noexcept { return place; }
+    static void operator delete(void*, void*) noexcept {}
+};
+
 /// Counts the framework objects alive (fields, nodes, processors), so that a host can see a leak.
-class ZELVAN_BASE_API BaseObject {
+class ZELVAN_BASE_API BaseObject : public DenseMemory {
 public:
     static unsigned _objCount;
 

@@ -1,5 +1,7 @@
 #include "base/Route.h"
 
+#include "base/Fields.h"
+
 #include <deque>
 #include <vector>
 
@@ -129,6 +131,32 @@ inline Route const* onward(Node const& node)
     return last != nullptr ? last->_routesOut : nullptr;
 }
 
+template <class List>
+inline void const* firstElement(Field const& field)
+{
+    return static_cast<List const&>(field)._value.data();
+}
+
+// What a node computes from mostly stands in lists.
+inline void fetchLists(Node const& node)
+{
+    for (Field const* const field : node.fields()) {
+        if (field == nullptr)
+            continue;
+        void const* first = nullptr;
+        switch (field->_desc->_dataType) {
+        case MFColorType: first = firstElement<MFColor>(*field); break;
+        case MFFloatType: first = firstElement<MFFloat>(*field); break;
+        case MFMatrix4fType: first = firstElement<MFMatrix4f>(*field); break;
+        case MFRotationType: first = firstElement<MFRotation>(*field); break;
+        case MFVec2fType: first = firstElement<MFVec2f>(*field); break;
+        case MFVec3fType: first = firstElement<MFVec3f>(*field); break;
+        default: continue;
+        }
+        __builtin_prefetch(first);
+    }
+}
+
 } // namespace
 
 // A field with thousands of receivers meets each of them cold, and a cold receiver sends to another cold one. So what
@@ -158,6 +186,7 @@ inline Route const* onward(Node const& node)
         if (!node.fields().empty())
             __builtin_prefetch(&node.fields().back());
     }
+    next(); // time for what was asked for in the last two steps
     if (next() && !route->_to->_node->fields().empty())
         __builtin_prefetch(route->_to->_node->fields().back());
     if (next())
@@ -168,11 +197,13 @@ inline Route const* onward(Node const& node)
     if (next())
         if (Route const* const then = onward(*route->_to->_node); then != nullptr && !then->_removed)
             __builtin_prefetch(then->_to->_node);
+    if (next())
+        fetchLists(*route->_to->_node);
 }
 
 inline void Route::deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly)
 {
-    constexpr int distance = 7;
+    constexpr int distance = 11;
     Route* ahead = from._routesOut;
     for (int i = 0; i < distance && ahead != nullptr; ++i)
         ahead = ahead->_nextOut;

@@ -10,7 +10,7 @@ namespace Zelvan {
 
 /// A connection that carries the values of one field to another of the same data type.
 /// Routes are links in two lists, the sender's and the receiver's; either end removes them when it goes.
-class ZELVAN_BASE_API Route {
+class ZELVAN_BASE_API Route : public DenseMemory {
 public:
     /// Connects two fields. Null, with the reason in `error`, when the data types differ or the access kinds
     /// do not allow it. An existing route between the two fields is returned as it is.
