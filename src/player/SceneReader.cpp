@@ -43,7 +43,10 @@ std::vector<std::string> quotedStrings(std::string_view text)
 
 fs::path canonicalPath(fs::path const& path, std::error_code& error)
 {
-    return fs::weakly_canonical(fs::absolute(path, error), error);
+    fs::path canonical = fs::weakly_canonical(fs::absolute(path, error), error);
+    if (error == std::errc::not_enough_memory)
+        throw std::bad_alloc();
+    return canonical;
 }
 
 // A few names for a message: "key, keyValue, set_fraction".
@@ -113,6 +116,7 @@ private:
     Location locate(pugi::xml_attribute const& attribute, pugi::xml_node const& element, File const& file) const;
     void warn(Location where, char const* kind, std::string const& message);
 
+    void requireRoomForFile(std::string const& path) const;
     File& load(std::string const& path);
     /// The file that a local URL means, in the folder of the scene; null, with a message, when there is none.
     File* loadLocal(std::string const& urls, File const& from, Location where, char const* kind, std::string* fragment);
@@ -151,6 +155,7 @@ private:
     Diagnostics& _diagnostics;
     std::vector<std::unique_ptr<File>> _files;
     std::unordered_map<std::string, File*> _filesByPath;
+    std::unordered_map<std::string, std::string> _unreadable; ///< why, by path: tried once, however often it is asked for
     std::deque<Scope> _scopes;
     std::deque<Instance> _instances;
     std::vector<pugi::xml_node> _expanding; ///< PROTO declarations being expanded
@@ -191,11 +196,15 @@ void SceneReader::warn(Location where, char const* kind, std::string const& mess
     _diagnostics.warning(_scene.place(where), kind, message);
 }
 
-SceneReader::File& SceneReader::load(std::string const& path)
+void SceneReader::requireRoomForFile(std::string const& path) const
 {
-    if (_files.size() >= _limits.files)
+    if (_scene.fileNames.size() >= _limits.files)
         throw Failure(exitScene, path + ": more than " + std::to_string(_limits.files)
                                      + " files in one scene (--max-files raises the limit)");
+}
+
+SceneReader::File& SceneReader::load(std::string const& path)
+{
     auto file = std::make_unique<File>(SourceFile(path, _limits));
     file->number = static_cast<std::uint32_t>(_scene.fileNames.size());
     file->folder = path == "-" ? fs::path() : fs::path(path).parent_path();
@@ -238,16 +247,19 @@ SceneReader::File* SceneReader::loadLocal(std::string const& urls, File const& f
         }
         if (auto const known = _filesByPath.find(path.string()); known != _filesByPath.end())
             return known->second;
+        if (auto const unreadable = _unreadable.find(path.string()); unreadable != _unreadable.end()) {
+            why = unreadable->second;
+            continue;
+        }
+        // Shown as the author would name it: relative to where the program was started.
+        std::string const shown = url.empty() ? path.string() : (from.folder / url).lexically_normal().string();
+        requireRoomForFile(shown);
         try {
-            // Shown as the author would name it: relative to where the program was started.
-            std::string const shown = url.empty() ? path.string() : (from.folder / url).lexically_normal().string();
             File& file = load(shown);
             _filesByPath[path.string()] = &file;
             return &file;
         } catch (Failure const& failure) {
-            if (_files.size() >= _limits.files)
-                throw;
-            why = failure.what();
+            why = _unreadable[path.string()] = failure.what();
         }
     }
     warn(where, kind, why);
@@ -259,6 +271,7 @@ void SceneReader::read(std::string const& path)
     std::error_code error;
     fs::path const whole = canonicalPath(path, error);
     _root = whole.parent_path();
+    requireRoomForFile(path);
     File& file = load(path);
     _filesByPath[whole.string()] = &file;
     pugi::xml_node const root = file.document.document_element();
