@@ -18,7 +18,12 @@ NodeNameSpace::~NodeNameSpace()
 void NodeNameSpace::add(Node& node)
 {
     node.ref();
-    _nodes.push_back(&node);
+    try {
+        _nodes.push_back(&node);
+    } catch (...) {
+        node.unref(); // gone, unless the caller holds it too
+        throw;
+    }
     if (node.hasName())
         _byName[node.name()] = &node;
 }

@@ -121,11 +121,16 @@ Node* NodeType::createNodeWithProc(NodeNameSpace& nameSpace, char const* name)
     if (concrete == nullptr)
         return nullptr;
     Node* const node = concrete->_createNode(*concrete, nameSpace, name);
-    if (concrete->_createProc != nullptr)
-        node->setProc(concrete->_createProc(*concrete, *node));
-    for (Field* const field : node->fields())
-        if (field != nullptr)
-            field->setToDefault();
+    try {
+        if (concrete->_createProc != nullptr)
+            node->setProc(concrete->_createProc(*concrete, *node));
+        for (Field* const field : node->fields())
+            if (field != nullptr)
+                field->setToDefault();
+    } catch (...) {
+        delete node;
+        throw;
+    }
     return node;
 }
 
