@@ -180,6 +180,8 @@ void SourceFile::uncompress(ReadLimits const& limits)
                 break;
             continue;
         }
+        if (result == Z_MEM_ERROR)
+            throw std::bad_alloc();
         if (result != Z_OK)
             refuse(exitScene, stream.avail_in == 0 ? "gzip data ends too early" : "damaged gzip data");
     }
@@ -189,6 +191,8 @@ void SourceFile::uncompress(ReadLimits const& limits)
 void SourceFile::convertEncoding(char const* encoding, std::size_t skip, ReadLimits const& limits)
 {
     iconv_t const converter = iconv_open("UTF-8", encoding);
+    if (converter == reinterpret_cast<iconv_t>(-1) && errno == ENOMEM)
+        throw std::bad_alloc();
     if (converter == reinterpret_cast<iconv_t>(-1))
         refuse(exitScene, std::string("unknown encoding \"") + encoding + '"');
     struct Close {
