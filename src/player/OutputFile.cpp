@@ -18,7 +18,8 @@ namespace Zelvan::play {
 // Writes through a descriptor and remembers the first error, which an std::ofstream would lose.
 class OutputFile::Buffer : public std::streambuf {
 public:
-    explicit Buffer(int fd) : _fd(fd), _room(1 << 16) { setp(_room.data(), _room.data() + _room.size()); }
+    Buffer() : _room(1 << 16) { setp(_room.data(), _room.data() + _room.size()); }
+    void writeTo(int fd) { _fd = fd; }
     ~Buffer() override
     {
         if (_fd > STDERR_FILENO)
@@ -56,13 +57,15 @@ protected:
     }
 
 private:
-    int _fd;
+    int _fd = -1;
     int _error = 0;
     std::vector<char> _room;
 };
 
-OutputFile::OutputFile(std::string path) : _path(std::move(path))
+OutputFile::OutputFile(std::string path)
+    : _path(std::move(path)), _buffer(std::make_unique<Buffer>()), _stream(std::make_unique<std::ostream>(_buffer.get()))
 {
+    // Memory comes first: nobody would remove a file of an object that was not made.
     int fd = STDOUT_FILENO;
     struct stat status;
     // Beside its name only where a file is meant: a device or a pipe is written to as it is.
@@ -80,8 +83,7 @@ OutputFile::OutputFile(std::string path) : _path(std::move(path))
     }
     if (fd < 0)
         throw Failure(exitMachine, _path + ": cannot write: " + std::strerror(errno));
-    _buffer = std::make_unique<Buffer>(fd);
-    _stream = std::make_unique<std::ostream>(_buffer.get());
+    _buffer->writeTo(fd);
 }
 
 OutputFile::~OutputFile()
@@ -93,7 +95,9 @@ OutputFile::~OutputFile()
 
 void OutputFile::check()
 {
-    if (int const error = _buffer->error(); error != 0)
+    // A stream keeps to itself that there was no memory for something.
+    int const error = _buffer->error() == 0 && _stream->bad() ? ENOMEM : _buffer->error();
+    if (error != 0)
         throw Failure(exitMachine, (_path == "-" ? "standard output" : _path) + ": cannot write: " + std::strerror(error));
 }
 
