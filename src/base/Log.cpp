@@ -48,7 +48,12 @@ void writeLog(osg::LogLevel level, LogPlace const& place, char const* format, ..
     if (osg::osgLogP == nullptr)
         osg::doInitLog();
     osg::osgStartLog(true, level, LogModuleName, file.c_str(), place.line, place.function);
-    osg::osgLogP->doLog("%s", text.c_str());
+    try {
+        osg::osgLogP->doLog("%s", text.c_str());
+    } catch (...) {
+        osg::osgLogP->unlock();
+        throw;
+    }
     osg::osgLogP->unlock();
 }
 

@@ -86,7 +86,8 @@ void Log::doLog(Char8 const* format, ...)
     std::vsnprintf(text.data(), text.size() + 1, format, again);
     va_end(again);
     va_end(arguments);
-    *this << text;
+    // Past the stream, which would keep it to itself if there were no memory.
+    _buffer->sputn(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
 void Log::lock()
@@ -97,15 +98,21 @@ void Log::lock()
 
 void Log::unlock()
 {
+    struct Release {
+        ~Release()
+        {
+            if (_pLogLock != nullptr)
+                _pLogLock->_mutex.unlock();
+        }
+    } const release; // whatever a callback throws
     if (osgLogP != nullptr)
         osgLogP->end();
-    if (_pLogLock != nullptr)
-        _pLogLock->_mutex.unlock();
 }
 
 void Log::begin(bool logHeader, LogRecord record)
 {
     end(); // an entry opened inside another closes it
+    clear();
     _record = std::move(record);
     _withHeader = logHeader;
     _open = true;
