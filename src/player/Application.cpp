@@ -3,16 +3,24 @@
 #include "player/Commands.h"
 
 #include <CLI/CLI.hpp>
+#include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <iostream>
 #include <new>
+#include <unistd.h>
 
 namespace Zelvan::play {
 
 int runApplication(int argc, char const* const* argv)
 {
-    // A reader that goes away is an error of writing, not the end of the process in the middle of it.
+    // A reader that goes away and a limit on files are errors of writing, not the end of the process in the middle.
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    // What is opened later must not become a standard stream that the caller has closed.
+    for (int const fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (::fcntl(fd, F_GETFD) < 0 && errno == EBADF)
+            ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY); // as useless as before
     Session session;
     try {
         CLI::App app("Plays, checks and exports the animation of X3D scenes.", "zelvan-play");
@@ -37,7 +45,11 @@ int runApplication(int argc, char const* const* argv)
         try {
             app.parse(argc, argv);
         } catch (CLI::ParseError const& error) {
-            return app.exit(error) == 0 ? exitFine : exitUsage;
+            if (app.exit(error) != 0)
+                return exitUsage;
+            if (!std::cout.flush())
+                throw Failure(exitMachine, "standard output: cannot write");
+            return exitFine;
         }
         return session.status;
     } catch (Failure const& failure) {

@@ -109,8 +109,44 @@ TEST(Program, EndsWithTheStatusThatTellsWhoIsAtFault)
     }
     // What could not be finished leaves nothing behind, and what was there stays.
     folder.add("kept.csv", "old");
-    EXPECT_EQ(play(folder, "export good.x3d -o kept.csv", "ulimit -f 1 &&").status == 0, false);
+    EXPECT_EQ(play(folder, "export good.x3d -o kept.csv", "ulimit -f 1 &&").status, 3);
     EXPECT_EQ(folder.read("kept.csv"), "old");
+}
+
+TEST(Program, NoticesWhatTheMachineRefuses)
+{
+    Folder const folder;
+    folder.add("s.x3d", x3d(chain));
+    struct Case {
+        char const* command; // of a shell; $P is the program
+        int status;
+        char const* err;
+    };
+    Case const cases[] = {
+        {"$P run s.x3d >/dev/full", 3, "standard output: cannot write: No space left on device"},
+        {"$P check s.x3d >/dev/full", 3, "No space left"},
+        {"$P types >/dev/full", 3, "No space left"},
+        {"$P export s.x3d -o /dev/full", 3, "No space left"},
+        {"$P --help >/dev/full", 3, "standard output: cannot write"},
+        {"$P run s.x3d >&-", 3, "standard output: cannot write: Bad file descriptor"},
+        {"$P run - <&-", 3, "<stdin>: cannot read: Bad file descriptor"},
+        {"$P run s.x3d 2>&-", 0, ""},
+        {"{ sleep 0.2; $P export s.x3d; echo $? >status; } | true; exit $(cat status)", 3, "Broken pipe"},
+        {"$P run /proc/self/mem", 3, "/proc/self/mem: cannot read: Input/output error"},
+        {"mkdir d; $P export s.x3d -o d", 3, "d: cannot write: Is a directory"},
+        // What is opened while standard output is closed gets none of it.
+        {"$P run s.x3d --at 1 --csv a.csv >&-; $P run s.x3d --at 1 --csv b.csv; cmp a.csv b.csv", 0, "cannot write"},
+        // The file grows to so many blocks, by a short write, and no further.
+        {"for k in 1 2 5 80; do (ulimit -f $k; $P run s.x3d --html h; test $? = 3) || exit 1; done", 0, "File too large"},
+        {"test \"$(echo *)\" = 'a.csv b.csv d s.x3d status' || { ls; exit 1; }", 0, ""},
+    };
+    for (Case const& c : cases) {
+        std::string const shell = "cd '" + folder.path("") + "'; P='" ZELVAN_PLAY "'; { " + c.command + "; } >.out 2>.err";
+        int const status = std::system(shell.c_str());
+        EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), c.status)
+            << c.command << '\n' << folder.read(".out");
+        EXPECT_THAT(folder.read(".err"), HasSubstr(c.err)) << c.command;
+    }
 }
 
 } // namespace
