@@ -14,12 +14,10 @@ constexpr NodePartDataType types[] = {SFBoolType,     SFColorType,    MFColorTyp
 /// Bits of a value as far as a text carries them: of rotations axis and angle.
 std::string textBits(Field const& field)
 {
-    std::string const all = field.getValueAsBin(-1);
-    if (field.dataType() != SFRotationType && field.dataType() != MFRotationType)
-        return all;
-    std::string bits;
-    for (std::size_t at = 0; at < all.size(); at += 36)
-        bits += all.substr(at + 16, 16);
+    std::string bits = field.getValueAsBin(-1);
+    bool const rotations = field.dataType() == SFRotationType || field.dataType() == MFRotationType;
+    for (std::size_t at = 0; rotations && at < bits.size(); at += 16)
+        bits.erase(at, 16).erase(at + 16, 4);
     return bits;
 }
 
@@ -33,8 +31,7 @@ void roundTrip(Field& field, int index)
         return; // a text ends there
     require(copy->setValueByStr(text.c_str(), Field::multiple) && copy->getValueAsStr() == text, "a text reads back");
     require(textBits(*copy) == bits, "a value reads back from its text");
-    require(field.set1ValueByBin(index, one) == !one.empty() || field.dataType() == SFStringType, "an element is taken");
-    require(field.set1ValueByStr(index, element.c_str()) == !one.empty() || one.empty(), "so is its text");
+    require(one.empty() || (field.set1ValueByBin(index, one) && field.set1ValueByStr(index, element.c_str())), "an element is taken back");
     require(textBits(field) == bits, "an element reads back");
 }
 
@@ -58,8 +55,7 @@ void step(Field& field, Input& input)
     default: field.resize(input.below(8));
     }
     require(taken || field.getValueAsBin(-1) == before, "a refusal leaves the field as it was");
-    FieldTextError const& error = Field::textError();
-    require(taken || operation != 0 || (!error.expected.empty() && error.position <= given.size()), "a refusal says why");
+    require(taken || operation != 0 || !Field::textError().expected.empty(), "a refusal says why");
     roundTrip(field, index);
 }
 

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Zelvan::fuzz {
@@ -15,17 +13,16 @@ namespace Zelvan::fuzz {
 /// What must hold for every input. If it does not, the process ends here and the input is kept.
 inline void require(bool holds, char const* what)
 {
-    if (!holds) {
-        std::fprintf(stderr, "broken: %s\n", what);
-        std::abort();
-    }
+    if (holds)
+        return;
+    std::fprintf(stderr, "broken: %s\n", what);
+    std::abort();
 }
 
 /// Numbers and texts out of a run of bytes; zeros and nothing after its end.
 class Input {
 public:
     Input(std::uint8_t const* data, std::size_t size) : _rest(reinterpret_cast<char const*>(data), size) {}
-
     bool empty() const { return _rest.empty(); }
     std::string bytes(std::size_t count)
     {
@@ -34,26 +31,21 @@ public:
         return taken;
     }
     unsigned below(unsigned count) { return empty() ? 0 : static_cast<unsigned char>(bytes(1)[0]) % count; }
-    /// One byte for a round or odd number, five for any bits.
-    float number()
+    /// One byte each for round and odd numbers, five for any bits.
+    std::vector<float> numbers(std::size_t count)
     {
         using Float = std::numeric_limits<float>;
         constexpr float odd[] = {-0.f, 1e-6f, 1e-30f, Float::denorm_min(), Float::min(), 16777216.f, 1e30f, Float::max(),
                                  -Float::max(), Float::infinity(), -Float::infinity(), Float::quiet_NaN(), 3.14159274f};
-        unsigned const kind = below(256);
-        if (kind <= 200)
-            return (static_cast<float>(kind) - 100.f) / 20.f;
-        if (kind <= 200 + std::size(odd))
-            return odd[kind - 201];
-        std::string const raw = bytes(4);
-        float value = 0;
-        std::memcpy(&value, raw.data(), raw.size());
-        return value;
-    }
-    std::vector<float> numbers(std::size_t count)
-    {
         std::vector<float> list(count);
-        std::generate(list.begin(), list.end(), [this] { return number(); });
+        for (float& value : list) {
+            unsigned const kind = below(256), index = kind - 201;
+            value = kind <= 200 ? (static_cast<float>(kind) - 100.f) / 20.f : index < std::size(odd) ? odd[index] : 0.f;
+            if (kind > 200 && index >= std::size(odd)) {
+                std::string const raw = bytes(4);
+                std::memcpy(&value, raw.data(), raw.size());
+            }
+        }
         return list;
     }
 

@@ -10,14 +10,14 @@ namespace {
 
 using osg::Matrix;
 using Wide = Eigen::Matrix4d;
-Wide const unit = Wide::Identity();
 
 Wide wide(Matrix const& m) { return Eigen::Map<Eigen::Matrix4f const>(m.getValues()).cast<double>(); }
 double magnitude(Wide const& m) { return m.cwiseAbs().sum(); }
-bool isNaN(Matrix const& m) { return wide(m).array().isNaN().all(); }
-bool isFinite(Matrix const& m) { return wide(m).allFinite(); }
+double magnitude(Matrix const& m) { return magnitude(wide(m)); }
 bool isSame(Matrix const& a, Matrix const& b) { return std::memcmp(a.getValues(), b.getValues(), sizeof a) == 0; }
 bool isNear(Wide const& a, Wide const& b, double tolerance) { return magnitude(a - b) <= tolerance; }
+/// A result that was promised is finite; one that was refused is NaN throughout.
+bool isResult(Matrix const& m, bool promised) { return promised ? wide(m).allFinite() : wide(m).array().isNaN().all(); }
 
 /// A transformation, an affine or any matrix.
 Matrix matrix(Input& input)
@@ -42,22 +42,20 @@ void invert(Matrix const& m)
     Matrix inverse, own = m;
     bool const taken = m.inverse(inverse);
     require(own.invert() == taken && isSame(own, taken ? inverse : m), "invert and inverse agree");
-    require(taken ? isFinite(inverse) : isSame(inverse, Matrix()), "an inverse is finite; none, no change");
-    double const bound = magnitude(wide(m)) * magnitude(wide(inverse));
-    require(!taken || !(bound < 1e12) || isNear(wide(m) * wide(inverse), unit, 1e-6 * bound + 1e-13 * bound * bound),
-            "a matrix times its inverse is the identity");
+    require(taken ? isResult(inverse, true) : isSame(inverse, Matrix()), "an inverse is finite; none, no change");
+    double const bound = magnitude(m) * magnitude(inverse), tolerance = 1e-6 * bound + 1e-13 * bound * bound;
+    require(!taken || !(bound < 1e12) || isNear(wide(m) * wide(inverse), Wide::Identity(), tolerance), "an inverse inverts");
 }
 
 void logarithm(Matrix const& m)
 {
     Matrix log, own = m, back, half;
     bool const taken = log.logOf(m);
-    require(own.logOf(own) == taken && (!taken || isSame(own, log)), "a matrix may take its own logarithm");
-    require(taken ? isFinite(log) : isNaN(log), "a logarithm is finite, or NaN throughout");
+    require(isResult(log, taken) && own.logOf(own) == taken && (!taken || isSame(own, log)), "a logarithm, or NaN");
     double const upper = wide(log).leftCols<3>().cwiseAbs().sum();
-    if (!(upper < 12) || !(magnitude(wide(m)) < 1e30) || !wide(m).row(3).head<3>().isZero(0))
+    if (!(upper < 12) || !(magnitude(m) < 1e30) || !wide(m).row(3).head<3>().isZero(0))
         return;
-    double const tolerance = 1e-3 * magnitude(wide(m)) + 4e-7 * std::exp(upper) * (1 + magnitude(wide(log)));
+    double const tolerance = 1e-3 * magnitude(m) + 4e-7 * std::exp(upper) * (1 + magnitude(log));
     require(back.expOf(log) && isNear(wide(back), wide(m), tolerance), "the exponential undoes the logarithm");
     log.scale(0.5f);
     require(half.expOf(log) && isNear(wide(half) * wide(half), wide(m), 2 * tolerance), "half of it is the square root's");
@@ -67,11 +65,11 @@ void exponential(Matrix const& m)
 {
     Matrix exp, inverse, negative = m;
     negative.negate();
-    bool const taken = exp.expOf(m), small = magnitude(wide(m)) < 8;
-    require(taken ? isFinite(exp) : isNaN(exp), "an exponential is finite, or NaN throughout");
-    require(taken || !(magnitude(wide(m)) < 80), "a small matrix has an exponential");
-    double const tolerance = 1e-6 * magnitude(wide(exp)) * (inverse.expOf(negative), magnitude(wide(inverse)));
-    require(!small || isNear(wide(exp) * wide(inverse), unit, tolerance), "that of the negative is the inverse");
+    bool const taken = exp.expOf(m), inverted = inverse.expOf(negative);
+    require(isResult(exp, taken) && isResult(inverse, inverted), "an exponential, or NaN");
+    require(taken || !(magnitude(m) < 80), "a small matrix has an exponential");
+    double const tolerance = 1e-6 * magnitude(exp) * magnitude(inverse);
+    require(!(magnitude(m) < 8) || isNear(wide(exp) * wide(inverse), Wide::Identity(), tolerance), "the negative inverts");
 }
 
 void decompose(Matrix m)
@@ -79,7 +77,7 @@ void decompose(Matrix m)
     osg::Vec3f const translation(m[3][0], m[3][1], m[3][2]);
     for (unsigned i = 0; i < 4; ++i)
         m[3][i] = m[i][3] = 0.f;
-    double const norm = magnitude(wide(m));
+    double const norm = magnitude(m), fine = 1e-5 * norm + 1e-42;
     m[3][3] = 1.f;
     Matrix Q, S, SO, scale, again;
     osg::Vec3f k;
@@ -88,14 +86,14 @@ void decompose(Matrix m)
     m.polarDecompose(Q, S, det);
     m.spectralDecompose(SO, k);
     if (!(norm < 1e37)) // NaN, or S may be too large for floats
-        return require(std::isfinite(norm) || (isNaN(Q) && isNaN(S) && isNaN(SO)), "no parts are NaN throughout");
+        return require(std::isfinite(norm) || (isResult(Q, false) && isResult(S, false) && isResult(SO, false)), "NaN");
     scale.setScale(k);
-    double const fine = 1e-5 * norm + 1e-42, determinant = m.det3();
-    Wide symmetric = (wide(m) + wide(m).transpose()) / 2;
+    Wide const symmetric = (wide(m) + wide(m).transpose()) / 2;
     require(isNear(wide(SO) * wide(scale) * wide(SO).transpose(), symmetric, fine), "the spectral factors fit");
-    require(isNear(wide(Q) * wide(Q).transpose(), unit, 1e-5), "the first polar factor is orthogonal");
+    require(isNear(wide(Q) * wide(Q).transpose(), Wide::Identity(), 1e-5), "the first polar factor is orthogonal");
     require(wide(S) == wide(S).transpose(), "the second polar factor is symmetric");
     require(isNear(wide(Q) * wide(S), wide(m), fine), "the polar factors make the matrix");
+    double const determinant = m.det3();
     bool const clear = std::isfinite(determinant) && std::abs(determinant) > 1e-5 * norm * norm * norm;
     require(std::abs(det) == 1.f && (!clear || (det < 0) == (determinant < 0)), "mirrors mirror");
     S.spectralDecompose(SO, k);
@@ -126,6 +124,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     Matrix left = a, right = b;
     left.mult(b);
     right.multLeft(a);
-    require(isSame(left, right) || !isFinite(left), "a product is the same from both sides");
+    require(isSame(left, right) || !isResult(left, true), "a product is the same from both sides");
     return 0;
 }

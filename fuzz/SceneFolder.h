@@ -16,39 +16,36 @@ class SceneFolder : std::streambuf {
 public:
     SceneFolder()
     {
-        ::setenv("PATH", "/nowhere", 1);
+        std::string name = (std::filesystem::temp_directory_path() / "zelvan-fuzz-XXXXXX").string();
+        require(::mkdtemp(name.data()) != nullptr && ::setenv("PATH", "/nowhere", 1) == 0, "a temporary folder");
+        _files[0] = name + "/scene.x3d";
+        _files[1] = name + "/other.x3d";
         ::dup2(::open("/dev/null", O_RDWR), STDOUT_FILENO);
         std::cerr.rdbuf(this);
         play::loadPool("");
-        std::string name = (std::filesystem::temp_directory_path() / "zelvan-fuzz-XXXXXX").string();
-        require(::mkdtemp(name.data()) != nullptr, "a temporary folder");
-        _folder = name;
-        for (int i = 0; i < 2; ++i)
-            _files[i] = ::open((_folder / names[i]).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     }
-    ~SceneFolder() { std::filesystem::remove_all(_folder); }
+    ~SceneFolder() { std::filesystem::remove_all(_files[0].parent_path()); }
 
     /// The scene's file. `encoded`: it may turn into VRML on the way, and the machine lacks what converts that.
     std::string write(std::uint8_t const* data, std::size_t size, bool& encoded)
     {
-        std::string_view const all(reinterpret_cast<char const*>(data), size);
-        encoded = !all.starts_with('<') || all.find("encoding") != all.npos || all.find("#VRML") != all.npos
-            || all.find("#X3D") != all.npos;
+        std::string const all = Input(data, size).bytes(size);
+        encoded = all[0] != '<' || (all + "encoding").find("encoding") < size;
         std::size_t const end = std::min(all.find('\f'), size);
-        std::string_view const texts[] = {all.substr(0, end), all.substr(std::min(end + 1, size))};
-        for (int i = 0; i < 2; ++i)
-            require(::pwrite(_files[i], texts[i].data(), texts[i].size(), 0) >= 0
-                        && ::ftruncate(_files[i], static_cast<off_t>(texts[i].size())) == 0, "the scene is written");
-        return _folder / names[0];
+        for (int i = 0; i < 2; ++i) {
+            int const file = ::open(_files[i].c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+            std::string const text = i == 0 ? all.substr(0, end) : all.substr(std::min(end + 1, size));
+            require(::write(file, text.data(), text.size()) >= 0, "the scene is written");
+            require(::ftruncate(file, static_cast<off_t>(text.size())) == 0 && ::close(file) == 0, "and nothing else");
+        }
+        return _files[0];
     }
 
 private:
-    static constexpr char const* names[] = {"scene.x3d", "other.x3d"};
     std::streamsize xsputn(char const*, std::streamsize count) override { return count; }
     int_type overflow(int_type c) override { return traits_type::not_eof(c); }
 
-    std::filesystem::path _folder;
-    int _files[2];
+    std::filesystem::path _files[2];
 };
 
 } // namespace Zelvan::fuzz
