@@ -245,6 +245,11 @@ SceneReader::File* SceneReader::loadLocal(std::string const& urls, File const& f
             why = '"' + url + "\" lies outside the scene's folder";
             continue;
         }
+        // Reading from a pipe would wait for a writer.
+        if (fs::file_status const status = fs::status(path, error); fs::exists(status) && !fs::is_regular_file(status)) {
+            why = '"' + url + "\" is not a file";
+            continue;
+        }
         if (auto const known = _filesByPath.find(path.string()); known != _filesByPath.end())
             return known->second;
         if (auto const unreadable = _unreadable.find(path.string()); unreadable != _unreadable.end()) {
