@@ -1,0 +1,214 @@
+#include "tests/player/Files.h"
+
+#include <chrono>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Zelvan::play::test {
+namespace {
+
+// With a sanitizer everything takes more of everything: smaller files, and no limits.
+#ifdef __SANITIZE_ADDRESS__
+constexpr bool limited = false;
+constexpr std::size_t million = 50'000;
+#else
+constexpr bool limited = true;
+constexpr std::size_t million = 1'000'000;
+#endif
+
+std::string times(std::size_t n, std::string const& text)
+{
+    std::string all;
+    for (std::size_t i = 0; i < n; ++i)
+        all += text;
+    return all;
+}
+
+/// With # as the number of the time.
+std::string numbered(std::size_t n, std::string const& text)
+{
+    std::string all;
+    for (std::size_t i = 0; i < n; ++i)
+        for (char const c : text)
+            all += c == '#' ? std::to_string(i) : std::string(1, c);
+    return all;
+}
+
+std::string route(std::string const& from, std::string const& to)
+{
+    auto const end = [](std::string const& name, std::string const& which) {
+        auto const dot = name.find('.');
+        return " " + which + "Node='" + name.substr(0, dot) + "' " + which + "Field='" + name.substr(dot + 1) + "'";
+    };
+    return "<ROUTE" + end(from, "from") + end(to, "to") + "/>";
+}
+
+std::string const clock = "<TimeSensor DEF='T' loop='true'/>";
+
+/// Every creatable type with these numbers as keys and values, driven.
+std::string everywhere(std::string const& numbers)
+{
+    std::string scene = clock;
+    for (std::string const type : {"Color", "Coordinate", "Coordinate2D", "Coordinate3D", "Normal", "Orientation", "Position",
+                                   "Position2D", "Position3D", "Scalar", "SplinePosition", "SplinePosition2D", "SplineScalar",
+                                   "SquadOrientation", "Transformation", "EaseInEaseOut"}) {
+        bool const ease = type == "EaseInEaseOut";
+        auto const digit = type.ends_with('D') ? type.size() - 2 : type.size();
+        scene += '<' + (ease ? type : type.substr(0, digit) + "Interpolator" + type.substr(digit)) + " DEF='" + type + "' key='"
+            + numbers + "' " + (ease ? "easeInEaseOut='" : "keyValue='") + times(48, numbers + ' ') + "'/>"
+            + route("T.fraction_changed", type + ".set_fraction");
+    }
+    return scene;
+}
+
+std::vector<std::string> hostileFiles(Folder const& folder)
+{
+    std::vector<std::string> names;
+    auto const file = [&](std::string const& name, std::string const& text) {
+        folder.add(name, text);
+        names.push_back(name);
+    };
+    auto const scene = [&](std::string const& name, std::string const& body) { file(name, x3d(body)); };
+    auto const packed = [&](std::string const& text) {
+        folder.add("part", text);
+        std::ignore = std::system(("gzip -1f '" + folder.path("part") + "'").c_str());
+        return folder.read("part.gz");
+    };
+    std::string const list = times(million / 2, "1 "), proto = "<ProtoDeclare name='P#'><ProtoBody>", end = "</ProtoBody></ProtoDeclare>";
+
+    file("entity-bomb", "<!DOCTYPE X3D [<!ENTITY a0 'ha'>" + numbered(9, "<!ENTITY b# '&a#;&a#;&a#;&a#;&a#;&a#;&a#;&a#;'>")
+                            + "]><X3D><Scene><Group DEF='&b8;'/></Scene></X3D>");
+    file("entity-outside", "<!DOCTYPE X3D [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><X3D><Scene><Group DEF='&e;'/></Scene></X3D>");
+    scene("deep", times(million, "<Group>") + times(million, "</Group>"));
+    file("deep-unclosed", "<X3D><Scene>" + times(million, "<Group>"));
+    file("gzip-bomb", packed("<X3D>") + times(limited ? 500 : 5, packed(times(million, " "))));
+    file("gzip-cut", packed(x3d(list)).substr(0, 500));
+    file("gzip-rubbish", "\x1f\x8b\b" + times(9999, "\xff"));
+    scene("long-list", clock + "<ScalarInterpolator DEF='S' key='" + list + "' keyValue='" + list + "'/>"
+                           + route("T.fraction_changed", "S.set_fraction"));
+    scene("long-block", clock + "<CoordinateInterpolator DEF='S' key='0' keyValue='" + list + "'/>"
+                            + route("T.fraction_changed", "S.set_fraction"));
+    scene("long-name", "<Group DEF='" + list + "'/>" + times(99, route("T.x", list.substr(0, 10'000) + ".y")));
+    scene("huge-counts", "<CoordinateInterpolator key='4294967296' keyValue='18446744073709551616 1 1'/>");
+    scene("nan", everywhere("nan NaN -nan"));
+    scene("inf", everywhere("inf -inf 0"));
+    scene("overflow", everywhere("1e38 -3e38 3.4e38"));
+    scene("beyond-float", everywhere("1e999 -1e999 1e-999"));
+    scene("unsorted", everywhere("1 0 -1 0.5"));
+    scene("bad-times", numbered(9, "<TimeSensor DEF='T#' loop='true' cycleInterval='1e-30#' startTime='-1e30#' stopTime='nan' "
+                                   "pauseTime='-inf' resumeTime='inf'/><TimeSensor cycleInterval='-#' loop='true'/>"));
+    scene("use-cycle", "<Group DEF='A'><Group DEF='B'><Group USE='A'/><Group USE='B'/></Group></Group>");
+    scene("route-loop", clock + numbered(2, "<ScalarInterpolator DEF='S#' key='0 1' keyValue='0 1'/>") + route("T.fraction_changed", "S0.set_fraction")
+                            + route("S0.value_changed", "S1.set_fraction") + route("S1.value_changed", "S0.set_fraction") + route("T.time", "T.startTime"));
+    {
+        std::string layers = clock + numbered(90, "<ScalarInterpolator DEF='S#' key='0 1' keyValue='0 1'/>");
+        for (int i = 0; i < 80; ++i)
+            for (int j = 0; j < 10; ++j)
+                layers += route("S" + std::to_string(i) + ".value_changed", "S" + std::to_string(i / 10 * 10 + 10 + j) + ".set_fraction");
+        scene("route-fans", layers + route("T.fraction_changed", "S0.set_fraction"));
+        std::string chain = clock + numbered(million / 400, "<ScalarInterpolator DEF='S#' key='0 1' keyValue='0 1'/>");
+        for (std::size_t i = 1; i < million / 400; ++i)
+            chain += route("S" + std::to_string(i - 1) + ".value_changed", "S" + std::to_string(i) + ".set_fraction");
+        scene("route-chain", chain + route("T.fraction_changed", "S0.set_fraction"));
+    }
+    scene("proto-itself", proto + "<ProtoInstance name='P#'/>" + end + "<ProtoInstance name='P#'/>");
+    scene("proto-cycle", "<ProtoDeclare name='A'><ProtoBody><ProtoInstance name='B'/>" + end
+                             + "<ProtoDeclare name='B'><ProtoBody><ProtoInstance name='A'/>" + end + "<ProtoInstance name='A'/>");
+    {
+        std::string bomb = "<ProtoDeclare name='P0'><ProtoBody><Group/>" + end;
+        for (int i = 1; i < 20; ++i) {
+            std::string const before = "<ProtoInstance name='P" + std::to_string(i - 1) + "'/>";
+            bomb += "<ProtoDeclare name='P" + std::to_string(i) + "'><ProtoBody><ScalarInterpolator/>" + times(9, before) + end;
+        }
+        scene("proto-bomb", bomb + "<ProtoInstance name='P19'/>");
+    }
+    scene("proto-fans", "<ProtoDeclare name='P'><ProtoInterface><field name='f' type='SFFloat' accessType='inputOnly'/></ProtoInterface><ProtoBody>"
+                            + times(3000, "<ScalarInterpolator><IS><connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator>")
+                            + end + clock + "<ProtoInstance name='P' DEF='I'/>" + times(3000, route("T.fraction_changed", "I.f")));
+    scene("proto-url-itself", "<ExternProtoDeclare name='E' url='\"proto-url-itself\"'/><ProtoInstance name='E'/>");
+    scene("inline-itself", "<Inline url='\"inline-itself\"'/>");
+    scene("inline-b", "<Inline url='\"inline-a\"'/>");
+    scene("inline-a", "<Inline url='\"inline-b\"'/>");
+    for (int i = 20; i-- > 0;)
+        (i ? names.pop_back() : void()), scene("inline-fan" + std::to_string(i), times(9, "<Inline url='\"inline-fan" + std::to_string(i + 1) + "\"'/>"));
+    ::mkfifo(folder.path("pipe").c_str(), 0600);
+    std::filesystem::create_symlink("/dev/zero", folder.path("zero"));
+    scene("inline-devices", "<Inline url='\"pipe\" \"zero\" \"/dev/zero\" \"../../../../dev/zero\" \".\"'/>");
+    file("not-utf8", x3d("<Group DEF='\xc3\x28\xff'/>"));
+    file("zero-bytes", x3d("<Group DEF='a" + std::string(99, '\0') + "'/>"));
+    file("utf16-odd", "\xff\xfe<" + std::string(1, '\0') + "X");
+    file("encoding", "<?xml version='1.0' encoding='" + times(20, "x") + "'?>" + x3d(""));
+    file("empty", "");
+    scene("many-warnings", times(million / 20, "<Group USE='N'/>"));
+    scene("many-attributes", "<ScalarInterpolator " + numbered(million / 12, "a#='1' ") + "/>");
+    scene("many-defs", times(million / 20, "<Group DEF='N'/>"));
+    scene("many-sensors", numbered(million / 100, "<TimeSensor DEF='T#' loop='true' cycleInterval='0.0#1'/>"));
+    return names;
+}
+
+class Hostile : public testing::TestWithParam<char const*> {};
+
+TEST_P(Hostile, FilesEndSoonWithAStatus)
+{
+    Folder const folder;
+    auto const names = hostileFiles(folder);
+    for (std::string const& name : names) {
+        auto const began = std::chrono::steady_clock::now();
+        pid_t const child = ::fork();
+        if (child == 0) {
+            rlimit const core{0, 0};
+            ::setrlimit(RLIMIT_CORE, &core);
+            ::alarm(limited ? 10 : 60);
+            std::ignore = ::chdir(folder.path("").c_str());
+            ::dup2(::open("/dev/null", O_WRONLY), STDOUT_FILENO);
+            ::dup2(STDOUT_FILENO, STDERR_FILENO);
+            ::execl(ZELVAN_PLAY, "zelvan-play", GetParam(), name.c_str(), nullptr);
+            ::_exit(99);
+        }
+        int state = 0;
+        rusage used;
+        ::wait4(child, &state, 0, &used);
+        int const status = WIFEXITED(state) ? WEXITSTATUS(state) : 128 + WTERMSIG(state);
+        auto const ms = [](timeval const& t) { return t.tv_sec * 1000 + t.tv_usec / 1000; };
+        // Of the processor, so that others on the machine do not count.
+        long const busy = ms(used.ru_utime) + ms(used.ru_stime), megabytes = used.ru_maxrss / 1024;
+        std::printf("%-7s %-18s status %d %5ld ms (%5ld passed) %4ld MB\n", GetParam(), name.c_str(), status, busy,
+                    static_cast<long>((std::chrono::steady_clock::now() - began) / std::chrono::milliseconds(1)), megabytes);
+        EXPECT_TRUE(status == exitFine || status == exitScene) << name << ": " << status;
+        EXPECT_TRUE(!limited || (busy < 1000 && megabytes < 256)) << name;
+    }
+    EXPECT_GE(names.size(), 30u);
+}
+INSTANTIATE_TEST_SUITE_P(, Hostile, testing::Values("run", "check", "export"), [](auto const& of) { return of.param; });
+
+TEST(HostileScene, CutAnywhereIsReadOrRefused)
+{
+    Folder const folder;
+    std::string const whole = x3d("<!-- c --><![CDATA[x]]>&amp;&#65;" + clock + "<ProtoDeclare name='P'><ProtoInterface><field name='f' type='MFFloat' "
+        "accessType='inputOutput' value='0 1'/></ProtoInterface><ProtoBody><ScalarInterpolator><IS><connect nodeField='key' protoField='f'/>"
+        "</IS></ScalarInterpolator></ProtoBody></ProtoDeclare><ProtoInstance name='P' DEF='I'><fieldValue name='f' value='.5,1e3'/>"
+        "</ProtoInstance><Inline url='\"x\"'/>" + route("T.fraction_changed", "I.f"));
+    loadPool("");
+    for (std::string const root : {"", "<Scene>"})
+        for (std::size_t length = 0; length <= whole.size(); ++length) {
+            // Cut off, and closed again behind the cut.
+            std::string const file = folder.add("s.x3d", whole.substr(0, length) + (root.empty() ? "" : "'/></Scene></X3D>"));
+            Diagnostics diagnostics(std::cout);
+            diagnostics.onMessage = [](auto...) {};
+            bool const complete = root.empty() && length >= whole.size() - 1;
+            try {
+                EXPECT_NE(readScene(file, {}, diagnostics), nullptr);
+                EXPECT_TRUE(complete || !root.empty()) << length;
+            } catch (Failure const& failure) {
+                EXPECT_EQ(failure.status(), exitScene) << failure.what();
+                EXPECT_FALSE(complete);
+            }
+        }
+}
+
+} // namespace
+} // namespace Zelvan::play::test
