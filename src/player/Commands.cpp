@@ -129,6 +129,7 @@ void addSceneOptions(CLI::App& command, SceneOptions& options)
     limit("--max-nodes", options.limits.nodes, "most nodes that can be routed to");
     limit("--max-expanded", options.limits.expanded, "most PROTO instances, with the nodes in them");
     limit("--max-files", options.limits.files, "most files, inlined ones included");
+    limit("--max-values", options.limits.values, "most numbers recorded for curves and tables");
 }
 
 void addTimeOptions(CLI::App& command, TimeOptions& options)

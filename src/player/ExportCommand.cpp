@@ -101,6 +101,7 @@ void exportScene(Session& session, ExportOptions& options)
     bool const lines = options.format == "jsonl";
     Recorder::Options recording;
     recording.keepSamples = !lines;
+    recording.mostKept = options.scene.limits.values;
     Recorder recorder(*opened.scene, recording);
     if (lines) {
         EventWriter writer(options.output, EventWriter::jsonLines, "time");

@@ -147,6 +147,10 @@ void Recorder::sent(Field& field, TimeStamp const& timeStamp)
             }
         }
         if (_options.keepSamples) {
+            _kept += _scratch.size() + 2;
+            if (_kept > _options.mostKept)
+                throw Failure(exitScene, "error: more than " + std::to_string(_options.mostKept) + " values recorded: fewer "
+                                             "frames or a shorter time are less (--max-values raises the limit)");
             track.times.push_back(timeStamp);
             track.numbers.insert(track.numbers.end(), _scratch.begin(), _scratch.end());
             track.starts.push_back(track.numbers.size());

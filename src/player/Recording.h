@@ -57,6 +57,7 @@ public:
     struct Options {
         bool arrivals = true;    ///< also what reaches nodes without a class
         bool keepSamples = false;///< keep all numbers, for curves and exports
+        std::size_t mostKept = ~std::size_t(0); ///< numbers, times included; Failure(exitScene) beyond
         unsigned statistics = ~0u; ///< ranges and outlines for this many tracks of each kind, the first ones
         unsigned outlineSteps = 0; ///< steps of the coarse curves
         double axisBegin = 0, axisEnd = 1;
@@ -95,7 +96,7 @@ private:
     };
     std::vector<Count> _counts;
     std::vector<double> _scratch;
-    std::size_t _events = 0;
+    std::size_t _events = 0, _kept = 0;
     std::size_t _sentInFrame = 0, _mostInFrame;
 };
 

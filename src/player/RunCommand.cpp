@@ -45,6 +45,7 @@ void run(Session& session, RunOptions& options)
 
     Recorder::Options recording;
     recording.keepSamples = options.output.pictures();
+    recording.mostKept = options.scene.limits.values;
     recording.statistics = shownRows;
     recording.outlineSteps = curveSteps;
     recording.axisBegin = options.time.timing.from;

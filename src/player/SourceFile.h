@@ -19,6 +19,7 @@ struct ReadLimits {
     unsigned nodes = 300'000;                   ///< kept nodes: those that can be routed to
     unsigned expanded = 100'000;                ///< PROTO instances and the kept nodes in them
     unsigned files = 100;                       ///< with all that is inlined
+    std::size_t values = 8'000'000;             ///< numbers of a recording that is kept for curves and tables
 };
 
 /// The text of one file: UTF-8 X3D XML, whatever form it was stored in.

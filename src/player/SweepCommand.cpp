@@ -60,6 +60,7 @@ void sweep(Session& session, SweepOptions const& options)
     Recorder::Options recording;
     recording.arrivals = false;
     recording.keepSamples = options.output.pictures();
+    recording.mostKept = options.scene.limits.values;
     recording.statistics = shownRows;
     recording.outlineSteps = 24;
     recording.axisBegin = options.from.value_or(0);

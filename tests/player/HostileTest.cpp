@@ -38,31 +38,27 @@ std::string numbered(std::size_t n, std::string const& text)
     return all;
 }
 
+/// From one interpolator to another, or from the clock.
 std::string route(std::string const& from, std::string const& to)
 {
-    auto const end = [](std::string const& name, std::string const& which) {
-        auto const dot = name.find('.');
-        return " " + which + "Node='" + name.substr(0, dot) + "' " + which + "Field='" + name.substr(dot + 1) + "'";
-    };
-    return "<ROUTE" + end(from, "from") + end(to, "to") + "/>";
+    return "<ROUTE fromNode='" + from + "' fromField='" + (from == "T" ? "fraction" : "value") + "_changed' toNode='" + to
+        + "' toField='set_fraction'/>";
 }
 
 std::string const clock = "<TimeSensor DEF='T' loop='true'/>";
+std::string const scalars = "<ScalarInterpolator DEF='S#' key='0 1' keyValue='0 1'/>";
 
 /// Every creatable type with these numbers as keys and values, driven.
 std::string everywhere(std::string const& numbers)
 {
     std::string scene = clock;
-    for (std::string const type : {"Color", "Coordinate", "Coordinate2D", "Coordinate3D", "Normal", "Orientation", "Position",
-                                   "Position2D", "Position3D", "Scalar", "SplinePosition", "SplinePosition2D", "SplineScalar",
-                                   "SquadOrientation", "Transformation", "EaseInEaseOut"}) {
-        bool const ease = type == "EaseInEaseOut";
-        auto const digit = type.ends_with('D') ? type.size() - 2 : type.size();
-        scene += '<' + (ease ? type : type.substr(0, digit) + "Interpolator" + type.substr(digit)) + " DEF='" + type + "' key='"
-            + numbers + "' " + (ease ? "easeInEaseOut='" : "keyValue='") + times(48, numbers + ' ') + "'/>"
-            + route("T.fraction_changed", type + ".set_fraction");
-    }
-    return scene;
+    std::string const values = " key='" + numbers + "' keyValue='" + times(48, numbers + ' ') + "'/>";
+    for (std::string const type :
+         {"ColorInterpolator", "CoordinateInterpolator", "CoordinateInterpolator2D", "NormalInterpolator", "OrientationInterpolator",
+          "PositionInterpolator", "PositionInterpolator2D", "ScalarInterpolator", "SplinePositionInterpolator",
+          "SplinePositionInterpolator2D", "SplineScalarInterpolator", "SquadOrientationInterpolator", "TransformationInterpolator"})
+        scene += '<' + type + " DEF='" + type + '\'' + values + route("T", type);
+    return scene + "<EaseInEaseOut DEF='E' easeInEaseOut='" + numbers + ' ' + numbers + "' key='" + numbers + "'/>" + route("T", "E");
 }
 
 std::vector<std::string> hostileFiles(Folder const& folder)
@@ -78,7 +74,13 @@ std::vector<std::string> hostileFiles(Folder const& folder)
         std::ignore = std::system(("gzip -1f '" + folder.path("part") + "'").c_str());
         return folder.read("part.gz");
     };
-    std::string const list = times(million / 2, "1 "), proto = "<ProtoDeclare name='P#'><ProtoBody>", end = "</ProtoBody></ProtoDeclare>";
+    auto const proto = [](std::string const& name, std::string const& body) {
+        return "<ProtoDeclare name='" + name + "'><ProtoInterface><field name='f' type='SFFloat' accessType='inputOnly'/>"
+               "</ProtoInterface><ProtoBody>" + body + "</ProtoBody></ProtoDeclare>";
+    };
+    auto const instance = [](std::string const& name) { return "<ProtoInstance name='" + name + "' DEF='I'/>"; };
+    auto const at = [](int i) { return std::to_string(i); };
+    std::string const list = times(million / 2, "1 ");
 
     file("entity-bomb", "<!DOCTYPE X3D [<!ENTITY a0 'ha'>" + numbered(9, "<!ENTITY b# '&a#;&a#;&a#;&a#;&a#;&a#;&a#;&a#;'>")
                             + "]><X3D><Scene><Group DEF='&b8;'/></Scene></X3D>");
@@ -88,60 +90,49 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     file("gzip-bomb", packed("<X3D>") + times(limited ? 500 : 5, packed(times(million, " "))));
     file("gzip-cut", packed(x3d(list)).substr(0, 500));
     file("gzip-rubbish", "\x1f\x8b\b" + times(9999, "\xff"));
-    scene("long-list", clock + "<ScalarInterpolator DEF='S' key='" + list + "' keyValue='" + list + "'/>"
-                           + route("T.fraction_changed", "S.set_fraction"));
-    scene("long-block", clock + "<CoordinateInterpolator DEF='S' key='0' keyValue='" + list + "'/>"
-                            + route("T.fraction_changed", "S.set_fraction"));
-    scene("long-name", "<Group DEF='" + list + "'/>" + times(99, route("T.x", list.substr(0, 10'000) + ".y")));
+    scene("long-list", clock + "<ScalarInterpolator DEF='S' key='" + list + "' keyValue='" + list + "'/>" + route("T", "S"));
+    scene("long-block", clock + "<CoordinateInterpolator DEF='S' key='0' keyValue='" + list + "1'/>" + route("T", "S"));
+    scene("long-name", "<Group DEF='" + list + "'/>" + times(99, route("T", list.substr(0, 10'000))));
     scene("huge-counts", "<CoordinateInterpolator key='4294967296' keyValue='18446744073709551616 1 1'/>");
     scene("nan", everywhere("nan NaN -nan"));
     scene("inf", everywhere("inf -inf 0"));
     scene("overflow", everywhere("1e38 -3e38 3.4e38"));
     scene("beyond-float", everywhere("1e999 -1e999 1e-999"));
     scene("unsorted", everywhere("1 0 -1 0.5"));
-    scene("bad-times", numbered(9, "<TimeSensor DEF='T#' loop='true' cycleInterval='1e-30#' startTime='-1e30#' stopTime='nan' "
+    scene("bad-times", numbered(9, "<TimeSensor loop='true' cycleInterval='1e-30#' startTime='-1e30#' stopTime='nan' "
                                    "pauseTime='-inf' resumeTime='inf'/><TimeSensor cycleInterval='-#' loop='true'/>"));
     scene("use-cycle", "<Group DEF='A'><Group DEF='B'><Group USE='A'/><Group USE='B'/></Group></Group>");
-    scene("route-loop", clock + numbered(2, "<ScalarInterpolator DEF='S#' key='0 1' keyValue='0 1'/>") + route("T.fraction_changed", "S0.set_fraction")
-                            + route("S0.value_changed", "S1.set_fraction") + route("S1.value_changed", "S0.set_fraction") + route("T.time", "T.startTime"));
-    {
-        std::string layers = clock + numbered(90, "<ScalarInterpolator DEF='S#' key='0 1' keyValue='0 1'/>");
-        for (int i = 0; i < 80; ++i)
-            for (int j = 0; j < 10; ++j)
-                layers += route("S" + std::to_string(i) + ".value_changed", "S" + std::to_string(i / 10 * 10 + 10 + j) + ".set_fraction");
-        scene("route-fans", layers + route("T.fraction_changed", "S0.set_fraction"));
-        std::string chain = clock + numbered(million / 400, "<ScalarInterpolator DEF='S#' key='0 1' keyValue='0 1'/>");
-        for (std::size_t i = 1; i < million / 400; ++i)
-            chain += route("S" + std::to_string(i - 1) + ".value_changed", "S" + std::to_string(i) + ".set_fraction");
-        scene("route-chain", chain + route("T.fraction_changed", "S0.set_fraction"));
-    }
-    scene("proto-itself", proto + "<ProtoInstance name='P#'/>" + end + "<ProtoInstance name='P#'/>");
-    scene("proto-cycle", "<ProtoDeclare name='A'><ProtoBody><ProtoInstance name='B'/>" + end
-                             + "<ProtoDeclare name='B'><ProtoBody><ProtoInstance name='A'/>" + end + "<ProtoInstance name='A'/>");
-    {
-        std::string bomb = "<ProtoDeclare name='P0'><ProtoBody><Group/>" + end;
-        for (int i = 1; i < 20; ++i) {
-            std::string const before = "<ProtoInstance name='P" + std::to_string(i - 1) + "'/>";
-            bomb += "<ProtoDeclare name='P" + std::to_string(i) + "'><ProtoBody><ScalarInterpolator/>" + times(9, before) + end;
-        }
-        scene("proto-bomb", bomb + "<ProtoInstance name='P19'/>");
-    }
-    scene("proto-fans", "<ProtoDeclare name='P'><ProtoInterface><field name='f' type='SFFloat' accessType='inputOnly'/></ProtoInterface><ProtoBody>"
-                            + times(3000, "<ScalarInterpolator><IS><connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator>")
-                            + end + clock + "<ProtoInstance name='P' DEF='I'/>" + times(3000, route("T.fraction_changed", "I.f")));
-    scene("proto-url-itself", "<ExternProtoDeclare name='E' url='\"proto-url-itself\"'/><ProtoInstance name='E'/>");
+    scene("route-loop", clock + numbered(2, scalars) + route("T", "S0") + route("S0", "S1") + route("S1", "S0"));
+    std::string fans, chain, bomb = proto("P0", "<Group/>");
+    for (int i = 0; i < 80; ++i)
+        for (int j = 0; j < 10; ++j)
+            fans += route("S" + at(i), "S" + at(i / 10 * 10 + 10 + j));
+    scene("route-fans", clock + numbered(90, scalars) + fans + route("T", "S0"));
+    for (int i = 1; i < static_cast<int>(million / 400); ++i)
+        chain += route("S" + at(i - 1), "S" + at(i));
+    scene("route-chain", clock + numbered(million / 400, scalars) + chain + route("T", "S0"));
+    scene("proto-itself", proto("P", instance("P")) + instance("P"));
+    scene("proto-cycle", proto("P", instance("Q")) + proto("Q", instance("P")) + instance("P"));
+    for (int i = 1; i < 20; ++i)
+        bomb += proto("P" + at(i), "<ScalarInterpolator/>" + times(9, instance("P" + at(i - 1))));
+    scene("proto-bomb", bomb + instance("P19"));
+    std::string const part = "<ScalarInterpolator><IS><connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator>";
+    std::string const in = "<ROUTE fromNode='T' fromField='fraction_changed' toNode='I' toField='f'/>";
+    scene("proto-fans", proto("P", times(3000, part)) + clock + instance("P") + times(3000, in));
+    scene("proto-url-itself", "<ExternProtoDeclare name='E' url='\"proto-url-itself\"'/>" + instance("E"));
     scene("inline-itself", "<Inline url='\"inline-itself\"'/>");
-    scene("inline-b", "<Inline url='\"inline-a\"'/>");
-    scene("inline-a", "<Inline url='\"inline-b\"'/>");
-    for (int i = 20; i-- > 0;)
-        (i ? names.pop_back() : void()), scene("inline-fan" + std::to_string(i), times(9, "<Inline url='\"inline-fan" + std::to_string(i + 1) + "\"'/>"));
+    scene("inline-each-other", "<Inline url='\"other\"'/>");
+    folder.add("other", x3d("<Inline url='\"inline-each-other\"'/>"));
+    scene("inline-fans", times(9, "<Inline url='\"fan1\"'/>"));
+    for (int i = 1; i < 20; ++i)
+        folder.add("fan" + at(i), x3d(times(9, "<Inline url='\"fan" + at(i + 1) + "\"'/>")));
     ::mkfifo(folder.path("pipe").c_str(), 0600);
     std::filesystem::create_symlink("/dev/zero", folder.path("zero"));
     scene("inline-devices", "<Inline url='\"pipe\" \"zero\" \"/dev/zero\" \"../../../../dev/zero\" \".\"'/>");
     file("not-utf8", x3d("<Group DEF='\xc3\x28\xff'/>"));
     file("zero-bytes", x3d("<Group DEF='a" + std::string(99, '\0') + "'/>"));
     file("utf16-odd", "\xff\xfe<" + std::string(1, '\0') + "X");
-    file("encoding", "<?xml version='1.0' encoding='" + times(20, "x") + "'?>" + x3d(""));
+    file("encoding", "<?xml version='1.0' encoding='" + times(20, "x") + "'?>");
     file("empty", "");
     scene("many-warnings", times(million / 20, "<Group USE='N'/>"));
     scene("many-attributes", "<ScalarInterpolator " + numbered(million / 12, "a#='1' ") + "/>");
@@ -191,7 +182,7 @@ TEST(HostileScene, CutAnywhereIsReadOrRefused)
     std::string const whole = x3d("<!-- c --><![CDATA[x]]>&amp;&#65;" + clock + "<ProtoDeclare name='P'><ProtoInterface><field name='f' type='MFFloat' "
         "accessType='inputOutput' value='0 1'/></ProtoInterface><ProtoBody><ScalarInterpolator><IS><connect nodeField='key' protoField='f'/>"
         "</IS></ScalarInterpolator></ProtoBody></ProtoDeclare><ProtoInstance name='P' DEF='I'><fieldValue name='f' value='.5,1e3'/>"
-        "</ProtoInstance><Inline url='\"x\"'/>" + route("T.fraction_changed", "I.f"));
+        "</ProtoInstance><Inline url='\"x\"'/>" + route("T", "I"));
     loadPool("");
     for (std::string const root : {"", "<Scene>"})
         for (std::size_t length = 0; length <= whole.size(); ++length) {
