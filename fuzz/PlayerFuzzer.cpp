@@ -16,8 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         return made;
     }();
     bool encoded;
-    std::string const scene = folder.write(data, size, encoded)
-        + " --max-bytes=262144 --max-nodes=300 --max-expanded=300 --max-files=8 --format=";
+    std::string const scene = folder.write(data, size, encoded) + " --max-expanded=300 --format=";
     for (std::string const& command : {"check " + scene + (size % 2 ? "json" : "text"),
                                       "export --start-all --to=0.5 --fps=8 " + scene + (size % 2 ? "jsonl" : "csv")}) {
         session.status = exitFine;
