@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <compare>
 #include <iostream>
 
 namespace Zelvan::fuzz {
@@ -23,7 +24,7 @@ std::vector<NodeType*> creatableTypes()
     osg::osgLog().setLogLevel(osg::LOG_DEBUG); // messages are made, and go nowhere
     std::cerr.rdbuf(nullptr);
     std::vector<NodeType*> types = theSceneNodeTypeFactory().types();
-    std::erase_if(types, [](NodeType* type) { return !type->isDerivedFrom(Interpolator::_type) || !type->_createNode; });
+    std::erase_if(types, [](NodeType* t) { return !t->isDerivedFrom(Interpolator::_type) || !t->_createNode; });
     require(initInterpolationNodePool() && types.size() == 15, "there are 15 types");
     return types;
 }
@@ -83,10 +84,10 @@ private:
     void sent(Field& field, TimeStamp const&) override
     {
         ++_sent;
-        require(field.type() != outputOnly || static_cast<Interpolator*>(field._node)->enabled(), "disabled, but sends");
+        require(field.type() != outputOnly || static_cast<Interpolator*>(field._node)->enabled(), "disabled");
     }
-    Node& any() { return *_nodes.nodes()[_input.below(static_cast<unsigned>(_nodes.nodes().size()))]; }
-    Field& anyField(Node& node) { return *node.fields()[_input.below(static_cast<unsigned>(node.fields().size()))]; }
+    Node& any() { return *_nodes.nodes()[_input.below(unsigned(_nodes.nodes().size()))]; }
+    Field& anyField(Node& node) { return *node.fields()[_input.below(unsigned(node.fields().size()))]; }
     void setBinary(bool binary) { _context.setBValue(InterpolatorProc::_binSearchKeyIndexID, _binary = binary); }
     void tell(Field& field)
     {
@@ -108,7 +109,8 @@ private:
         bin = size == 1 ? std::string(1, second) : size == 0 ? (second ? "matrix" : "component") : bin;
         require(field.setValueByBin(bin), "a value is taken");
         if (std::string(field.findName()) == "key" && _input.below(4) != 0)
-            std::ranges::sort(static_cast<MFFloat&>(field)._value, [](float a, float b) { return std::strong_order(a, b) < 0; });
+            std::ranges::sort(static_cast<MFFloat&>(field)._value,
+                              [](float a, float b) { return std::strong_order(a, b) < 0; });
     }
 
     /// A few routes lead to loops soon enough; what does not fit is refused.
@@ -134,14 +136,15 @@ private:
 
         std::string expected; // at or beyond an end key
         std::size_t const perKey = output.cardinality() == Field::multiple && n > 0 ? values.size() / n : 1;
-        std::size_t const k = n == 1 || (n > 1 && fraction <= key[0]) ? 0 : n > 1 && fraction >= key[n - 1] ? n - 1 : n;
+        bool const first = n == 1 || (n > 1 && fraction <= key[0]), last = n > 1 && fraction >= key[n - 1];
+        std::size_t const k = first ? 0 : last ? n - 1 : n;
         for (std::size_t i = k * perKey; k < n && i < (k + 1) * perKey; ++i)
             expected += (eased ? node._key : values).get1ValueAsBin(static_cast<int>(i));
         if (!expected.empty() && node.type()._name == "NormalInterpolator") {
             std::vector<float> in(expected.size() / 4), unit(in.size());
             std::memcpy(in.data(), expected.data(), expected.size());
             Kernels::baseline.normalise(in.data(), unit.data(), in.size() / 3);
-            bool const number = std::ranges::none_of(unit, [](float f) { return std::isnan(f); }); // else bits may differ
+            bool const number = std::ranges::none_of(unit, [](float f) { return std::isnan(f); }); // else any bits
             expected.assign(reinterpret_cast<char const*>(unit.data()), number ? expected.size() : 0);
         }
 
@@ -157,7 +160,7 @@ private:
         tell(node._set_fraction);
         std::string const sent = output.getValueAsBin(-1);
         require(enabled || (_sent == 0 && sent == old), "a disabled node sends nothing");
-        require(!enabled || expected.empty() || sent == expected, "at or beyond an end key the stored value comes out");
+        require(!enabled || expected.empty() || sent == expected, "at an end the stored value comes out");
         if (!clear || state() != before)
             return;
         setBinary(!_binary);

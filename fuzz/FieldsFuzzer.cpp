@@ -29,9 +29,10 @@ void roundTrip(Field& field, int index)
     std::string const text = field.getValueAsStr(), element = field.get1ValueAsStr(index), bits = textBits(field);
     if (text.find('\0') != text.npos)
         return; // a text ends there
-    require(copy->setValueByStr(text.c_str(), Field::multiple) && copy->getValueAsStr() == text, "a text reads back");
+    require(copy->setValueByStr(text.c_str(), Field::multiple) && copy->getValueAsStr() == text, "texts read back");
     require(textBits(*copy) == bits, "a value reads back from its text");
-    require(one.empty() || (field.set1ValueByBin(index, one) && field.set1ValueByStr(index, element.c_str())), "an element is taken back");
+    bool const taken = field.set1ValueByBin(index, one) && field.set1ValueByStr(index, element.c_str());
+    require(one.empty() || taken, "an element is taken back");
     require(textBits(field) == bits, "an element reads back");
 }
 

@@ -35,12 +35,13 @@ public:
     std::vector<float> numbers(std::size_t count)
     {
         using Float = std::numeric_limits<float>;
-        constexpr float odd[] = {-0.f, 1e-6f, 1e-30f, Float::denorm_min(), Float::min(), 16777216.f, 1e30f, Float::max(),
-                                 -Float::max(), Float::infinity(), -Float::infinity(), Float::quiet_NaN(), 3.14159274f};
+        constexpr float odd[] = {-0.f, 1e-6f, 1e-30f, Float::denorm_min(), Float::min(), 16777216.f, 1e30f,
+                                 Float::max(), -Float::max(), Float::infinity(), -Float::infinity(), Float::quiet_NaN(),
+                                 3.14159274f};
         std::vector<float> list(count);
         for (float& value : list) {
             unsigned const kind = below(256), index = kind - 201;
-            value = kind <= 200 ? (static_cast<float>(kind) - 100.f) / 20.f : index < std::size(odd) ? odd[index] : 0.f;
+            value = kind <= 200 ? (float(kind) - 100.f) / 20.f : index < std::size(odd) ? odd[index] : 0.f;
             if (kind > 200 && index >= std::size(odd)) {
                 std::string const raw = bytes(4);
                 std::memcpy(&value, raw.data(), raw.size());

@@ -17,7 +17,7 @@ double magnitude(Matrix const& m) { return magnitude(wide(m)); }
 bool isSame(Matrix const& a, Matrix const& b) { return std::memcmp(a.getValues(), b.getValues(), sizeof a) == 0; }
 bool isNear(Wide const& a, Wide const& b, double tolerance) { return magnitude(a - b) <= tolerance; }
 /// A result that was promised is finite; one that was refused is NaN throughout.
-bool isResult(Matrix const& m, bool promised) { return promised ? wide(m).allFinite() : wide(m).array().isNaN().all(); }
+bool isResult(Matrix const& m, bool finite) { return finite ? wide(m).allFinite() : wide(m).array().isNaN().all(); }
 
 /// A transformation, an affine or any matrix.
 Matrix matrix(Input& input)
@@ -44,7 +44,8 @@ void invert(Matrix const& m)
     require(own.invert() == taken && isSame(own, taken ? inverse : m), "invert and inverse agree");
     require(taken ? isResult(inverse, true) : isSame(inverse, Matrix()), "an inverse is finite; none, no change");
     double const bound = magnitude(m) * magnitude(inverse), tolerance = 1e-6 * bound + 1e-13 * bound * bound;
-    require(!taken || !(bound < 1e12) || isNear(wide(m) * wide(inverse), Wide::Identity(), tolerance), "an inverse inverts");
+    bool const sound = isNear(wide(m) * wide(inverse), Wide::Identity(), tolerance);
+    require(!taken || !(bound < 1e12) || sound, "a matrix times its inverse is the identity");
 }
 
 void logarithm(Matrix const& m)
@@ -58,7 +59,7 @@ void logarithm(Matrix const& m)
     double const tolerance = 1e-3 * magnitude(m) + 4e-7 * std::exp(upper) * (1 + magnitude(log));
     require(back.expOf(log) && isNear(wide(back), wide(m), tolerance), "the exponential undoes the logarithm");
     log.scale(0.5f);
-    require(half.expOf(log) && isNear(wide(half) * wide(half), wide(m), 2 * tolerance), "half of it is the square root's");
+    require(half.expOf(log) && isNear(wide(half) * wide(half), wide(m), 2 * tolerance), "half of it is the root's");
 }
 
 void exponential(Matrix const& m)
@@ -69,7 +70,8 @@ void exponential(Matrix const& m)
     require(isResult(exp, taken) && isResult(inverse, inverted), "an exponential, or NaN");
     require(taken || !(magnitude(m) < 80), "a small matrix has an exponential");
     double const tolerance = 1e-6 * magnitude(exp) * magnitude(inverse);
-    require(!(magnitude(m) < 8) || isNear(wide(exp) * wide(inverse), Wide::Identity(), tolerance), "the negative inverts");
+    bool const sound = isNear(wide(exp) * wide(inverse), Wide::Identity(), tolerance);
+    require(!(magnitude(m) < 8) || sound, "the exponential of the negative is the inverse");
 }
 
 void decompose(Matrix m)
@@ -86,7 +88,7 @@ void decompose(Matrix m)
     m.polarDecompose(Q, S, det);
     m.spectralDecompose(SO, k);
     if (!(norm < 1e37)) // NaN, or S may be too large for floats
-        return require(std::isfinite(norm) || (isResult(Q, false) && isResult(S, false) && isResult(SO, false)), "NaN");
+        return require(norm < HUGE_VAL || (isResult(Q, false) && isResult(S, false) && isResult(SO, false)), "NaN");
     scale.setScale(k);
     Wide const symmetric = (wide(m) + wide(m).transpose()) / 2;
     require(isNear(wide(SO) * wide(scale) * wide(SO).transpose(), symmetric, fine), "the spectral factors fit");

@@ -1,4 +1,4 @@
-// The commands from their arguments to the exit status: checking and exporting any file ends well or blames the scene.
+// The commands from their arguments to the exit status: checking and exporting any file ends well, or blames it.
 
 #include "fuzz/SceneFolder.h"
 
@@ -16,16 +16,18 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         return made;
     }();
     bool encoded;
+    bool const odd = size % 2 != 0;
     std::string const scene = folder.write(data, size, encoded) + " --max-expanded=300 --format=";
-    for (std::string const& command : {"check " + scene + (size % 2 ? "json" : "text"),
-                                      "export --start-all --to=0.5 --fps=8 " + scene + (size % 2 ? "jsonl" : "csv")}) {
+    for (std::string const& command : {"check " + scene + (odd ? "json" : "text"),
+                                      "export --start-all --to=0.5 --fps=8 " + scene + (odd ? "jsonl" : "csv")}) {
         session.status = exitFine;
         try {
             app->parse(command);
         } catch (Failure const& failure) {
             session.status = failure.status();
         }
-        Zelvan::fuzz::require(session.status <= exitScene || (session.status == exitMachine && encoded), "status 0 or 1");
+        bool const documented = session.status <= exitScene || (session.status == exitMachine && encoded);
+        Zelvan::fuzz::require(documented, "the exit status is 0 or 1");
     }
     return 0;
 }

@@ -36,7 +36,7 @@ public:
             int const file = ::open(_files[i].c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
             std::string const text = i == 0 ? all.substr(0, end) : all.substr(std::min(end + 1, size));
             require(::write(file, text.data(), text.size()) >= 0, "the scene is written");
-            require(::ftruncate(file, static_cast<off_t>(text.size())) == 0 && ::close(file) == 0, "and nothing else");
+            require(::ftruncate(file, off_t(text.size())) == 0 && ::close(file) == 0, "and nothing else");
         }
         return _files[0];
     }

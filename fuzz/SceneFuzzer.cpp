@@ -14,12 +14,12 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     play::Diagnostics diagnostics(std::cerr);
     try {
         auto const scene = play::readScene(file, limits, diagnostics);
-        require(scene->sceneNodes.size() <= limits.nodes && scene->fileNames.size() <= limits.files, "limits are kept");
+        require(scene->sceneNodes.size() <= limits.nodes && scene->fileNames.size() <= limits.files, "limits");
         for (play::SceneNode const& node : scene->sceneNodes)
             require(scene->place(node).line > 0 && (!node.known || scene->sceneNode(*node.node) == &node),
                     "a node has a place, and is found again");
         for (play::SceneRoute const& route : scene->routes)
-            require(!route.route || route.route->from().dataType() == route.route->to().dataType(), "a route's ends fit");
+            require(!route.route || route.route->from().dataType() == route.route->to().dataType(), "its ends fit");
         scene->goLive();
     } catch (play::Failure const& failure) {
         require(failure.status() == play::exitScene || encoded, "what cannot be read is the scene's fault");
