@@ -1,5 +1,11 @@
 # What every target of this project has in common.
 
+# Counting what tests reach needs the sources where they are; else no file tells where it was built.
+set(prefixMap -ffile-prefix-map)
+if(CMAKE_CXX_FLAGS MATCHES --coverage)
+    set(prefixMap -fmacro-prefix-map)
+endif()
+
 # One interface target carries the flags, so that none of them is set twice.
 add_library(zelvanOptions INTERFACE)
 target_compile_features(zelvanOptions INTERFACE cxx_std_20)
@@ -8,8 +14,8 @@ target_compile_options(zelvanOptions INTERFACE
     # the results would depend on the instruction set the compiler was allowed to use.
     -ffp-contract=off
     # Log lines name sources relative to src/, whatever folder this was checked out into.
-    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=
-    -ffile-prefix-map=${PROJECT_SOURCE_DIR}/src/=
+    ${prefixMap}=${PROJECT_SOURCE_DIR}/=
+    ${prefixMap}=${PROJECT_SOURCE_DIR}/src/=
     -Wall -Wextra -Wpedantic -Wshadow
     # g++ 12 sees an overlap in every "text" + std::to_string(n) that it inlines (GCC bug 105651).
     $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>

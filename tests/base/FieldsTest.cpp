@@ -8,31 +8,6 @@ namespace Zelvan {
 namespace {
 
 using test::bits;
-using test::slotOf;
-
-TEST(Fields, VirtualSlotsKeepTheirOrder)
-{
-    EXPECT_EQ(slotOf(&Field::findName), 2u);
-    EXPECT_EQ(slotOf(&Field::type), 5u);
-    EXPECT_EQ(slotOf(&Field::typeName), 6u);
-    EXPECT_EQ(slotOf(&Field::setValueByStr), 7u);
-    EXPECT_EQ(slotOf(&Field::setAndValidateValueByStr), 8u);
-    EXPECT_EQ(slotOf(&Field::setValueByBin), 11u);
-    EXPECT_EQ(slotOf(&Field::getValueAsBin), 15u);
-    EXPECT_EQ(slotOf(&Field::get1ValueAsBin), 16u);
-    EXPECT_EQ(slotOf(&Field::addValueByStr), 17u);
-    EXPECT_EQ(slotOf(&Field::set1ValueByBin), 18u);
-    EXPECT_EQ(slotOf(&Field::cardinality), 19u);
-    EXPECT_EQ(slotOf(&Field::free), 25u);
-    EXPECT_EQ(slotOf(&Field::equalValue), 26u);
-    EXPECT_EQ(slotOf(&SFFloat::addValueFieldDep), 27u);
-    EXPECT_EQ(slotOf(&MFRotation::addValueFieldDep), 27u);
-    // The stored value follows the members of Field: owner, description and three words.
-    SFFloat field;
-    EXPECT_EQ(sizeof(Field), 6 * sizeof(void*));
-    EXPECT_EQ(reinterpret_cast<char*>(&field._value) - reinterpret_cast<char*>(&field),
-              static_cast<std::ptrdiff_t>(sizeof(Field)));
-}
 
 template <class FieldClass>
 std::string reparsed(char const* text)

@@ -6,45 +6,6 @@ namespace {
 
 using test::Scene;
 using test::Sink;
-using test::slotOf;
-
-TEST(Nodes, VirtualSlotsKeepTheirOrder)
-{
-    EXPECT_EQ(slotOf(&Node::shutdown), 2u);
-    EXPECT_EQ(slotOf(&Node::fieldChanged), 3u);
-
-    EXPECT_EQ(slotOf(static_cast<void (NodeProc::*)() const>(&NodeProc::shutdown)), 2u);
-    EXPECT_EQ(slotOf(&NodeProc::setup), 3u);
-    EXPECT_EQ(slotOf(&NodeProc::initialize), 4u);
-    EXPECT_EQ(slotOf(&SceneBaseNodeProc::attach), 5u);
-    EXPECT_EQ(slotOf(&SceneBaseNodeProc::detach), 6u);
-    EXPECT_EQ(slotOf(static_cast<void (NodeProc::*)(TimeStamp const&)>(&NodeProc::shutdown)), 7u);
-    EXPECT_EQ(slotOf(&NodeProc::dispose), 8u);
-    EXPECT_EQ(slotOf(&NodeProc::childChanged), 9u);
-    EXPECT_EQ(slotOf(&SceneBaseNodeProc::nodeChanged), 10u);
-    EXPECT_EQ(slotOf(&NodeProc::childAdded), 11u);
-    EXPECT_EQ(slotOf(&NodeProc::childRemoved), 12u);
-    EXPECT_EQ(slotOf(&NodeProc::parentAdded), 13u);
-    EXPECT_EQ(slotOf(&NodeProc::parentRemoved), 14u);
-    EXPECT_EQ(slotOf(&NodeProc::fieldAdded), 15u);
-    EXPECT_EQ(slotOf(&NodeProc::fieldRemoved), 16u);
-    EXPECT_EQ(slotOf(&NodeProc::routeAdded), 17u);
-    EXPECT_EQ(slotOf(&NodeProc::routeRemoved), 18u);
-    EXPECT_EQ(slotOf(static_cast<bool (NodeProc::*)(NodePartType, NodePartDataType, char const*, char const*,
-                                                    char const*, char const*, bool, bool, bool, char const*)>(
-                  &NodeProc::addNodePart)),
-              19u);
-    EXPECT_EQ(slotOf(static_cast<bool (NodeProc::*)(NodePartDesc const&, BitVector<unsigned int>*)>(
-                  &NodeProc::addNodePart)),
-              20u);
-    EXPECT_EQ(slotOf(&NodeProc::removeNodePart), 21u);
-    EXPECT_EQ(slotOf(&NodeProc::findField), 22u);
-    EXPECT_EQ(slotOf(&NodeProc::mergeNode), 23u);
-    EXPECT_EQ(slotOf(&NodeProc::nameSpace), 24u);
-    EXPECT_EQ(slotOf(&NodeProc::childNameSpace), 25u);
-    EXPECT_EQ(slotOf(&NodeProc::setChildNameSpace), 26u);
-    EXPECT_EQ(slotOf(&SceneBaseNodeProc::getInfoStr), 27u);
-}
 
 NodeType makeType(NodeTypeNameSpace& types, char const* name, char const* parent, char const* alias = nullptr,
                   NodeType::CreateNode create = nullptr)
