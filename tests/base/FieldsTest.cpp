@@ -72,6 +72,13 @@ TEST(Fields, BadTextsAreRefusedWithPlaceAndExpectation)
         {SFRotationType, "0 0 1 2 3", 8, "no more than four numbers (axis x y z, angle)", "3"},
         {MFVec2fType, "1 2 3", 5, "a multiple of 2 numbers", "3 numbers"},
         {SFBoolType, "yes", 0, "true or false", "yes"},
+        {SFFloatType, "-nan(0x800000)", 0, "a number", "-nan(0x800000)"},
+        {SFFloatType, "x234567890123456789012345678901234567890x", 0, "a number",
+         "x234567890123456789012345678901234567890..."},
+        {SFFloatType, "x2345678901234567890123456789012345678\u00e9\u00e9\u00e9", 0, "a number",
+         "x2345678901234567890123456789012345678\u00e9..."},
+        {SFFloatType, "x23456789012345678901234567890123456789\u00e9\u00e9", 0, "a number",
+         "x23456789012345678901234567890123456789..."},
     };
     for (Case const& c : cases) {
         SFFloat sfFloat;
@@ -93,6 +100,29 @@ TEST(Fields, BadTextsAreRefusedWithPlaceAndExpectation)
             EXPECT_EQ(Field::textError().found, c.found) << c.text;
         }
     }
+}
+
+TEST(Fields, TakeWhatTheirDescriptionAllows)
+{
+    NodePartDesc const desc(0, NodePart::_nullMask, inputOutput, SFStringType, 0, "mode", nullptr, "fast", "fast , slow",
+                            "", 0);
+    SFString field;
+    EXPECT_TRUE(field.setAndValidateValueByStr("any", false)) << "without a description";
+    EXPECT_EQ(field.findName(), std::string());
+    field._desc = &desc;
+    EXPECT_EQ(field.findName(), std::string("mode"));
+    for (char const* const text : {"slow", "fast"}) {
+        EXPECT_TRUE(field.setAndValidateValueByStr(text, true));
+        EXPECT_EQ(field._value, text);
+    }
+    for (char const* const text : {"", "fas", "fast ", "fast,slow"}) {
+        EXPECT_FALSE(field.setAndValidateValueByStr(text, false)) << text;
+        EXPECT_EQ(Field::textError().expected, "one of: fast , slow");
+    }
+    field._value = "other";
+    field.setToDefault();
+    EXPECT_EQ(field._value, "fast");
+    field._desc = nullptr;
 }
 
 // Values with random bits, NaNs of every kind among them, survive both forms.

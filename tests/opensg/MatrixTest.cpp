@@ -282,6 +282,7 @@ TEST(Matrix, MovesPointsByConvention)
     ASSERT_TRUE(m.inverse(other));
     other.mult(m);
     EXPECT_EQ(other, Matrix::identity());
+    EXPECT_EQ(Matrix(2, 1, 3, 1, 4, 1, 0, 2, 1, 5, 2, 3, 7, 1, 1, 6).det(), 160) << "every minor counts";
     m.setScale(0);
     EXPECT_FALSE(Matrix(0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1).inverse(other));
 }

@@ -27,6 +27,22 @@ std::string played(std::string const& attributes, std::vector<Injection> const& 
     return text;
 }
 
+TEST(Clock, NodesWithoutAClassPassEveryEventOn)
+{
+    ReadScene read("<TimeSensor DEF='T' loop='true'/><Sink DEF='A'/><Sink DEF='B'/>"
+                   "<ROUTE fromNode='T' fromField='fraction_changed' toNode='A' toField='in'/>"
+                   "<ROUTE fromNode='A' fromField='in' toNode='B' toField='in'/>"
+                   "<ROUTE fromNode='B' fromField='in' toNode='A' toField='in'/>");
+    Clock clock(*read.scene);
+    Recorder recorder(*read.scene, {});
+    for (double const time : {0.0, 0.25, 0.5})
+        clock.advance(time);
+    recorder.finish();
+    ASSERT_EQ(recorder.tracks().size(), 2u);
+    for (Track const& track : recorder.tracks())
+        EXPECT_EQ(track.events, 3u) << track.name() << ": the loop ends where it began";
+}
+
 TEST(Clock, RunsSensorsAsTheyAreMeant)
 {
     std::vector<double> const quarters = {0, 0.5, 1, 1.5, 2, 2.5, 3, 3.5, 4};
