@@ -126,6 +126,23 @@ bool same(float a, float b)
     return bits(a) == bits(b) || (std::isnan(a) && std::isnan(b));
 }
 
+// The spline with all tangents and both lists of factors, for a single component.
+float plainSpline(std::vector<float> const& t, std::vector<float> const& v, unsigned j, float s)
+{
+    std::size_t const n = v.size();
+    std::vector<float> tangent(n - 1), leaving(n), arriving(n);
+    for (unsigned i = 1; i + 1 < n; ++i) {
+        tangent[i] = (v[i + 1] - v[i - 1]) * 0.5f;
+        leaving[i] = (t[i] - t[i - 1]) / (t[i + 1] - t[i - 1]) * 2;
+        arriving[i] = (t[i + 1] - t[i]) / (t[i + 1] - t[i - 1]) * 2;
+    }
+    float const m0 = j == 0 ? 0 : leaving[j] * tangent[j], m1 = j == n - 2 ? 0 : arriving[j + 1] * tangent[j + 1];
+    float const p0 = v[j], p1 = v[j + 1], s2 = s * s, s3 = s2 * s;
+    float const c3 = (((p0 + p0) - (p1 + p1)) + m0) + m1;
+    float const c2 = (((-3 * p0) + 3 * p1) - (m0 + m0)) - m1;
+    return ((c3 * s3 + c2 * s2) + m0 * s) + p0;
+}
+
 osg::Quaternion plainSquadSlerp(osg::Quaternion const& a, osg::Quaternion const& b, float t)
 {
     return test::plainSlerp(a, b, t, [](double distance) { return distance < 0.01; });
