@@ -62,6 +62,14 @@ TEST(Log, WritesHeadersAndTextsWhereItIsTold)
         ASSERT_TRUE(log.setLogFile(file.c_str()));
         write(false, text);
     }
+    log.setLogType(LOG_STDERR);
+    testing::internal::CaptureStderr();
+    write(false, "aloud");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "aloud 5");
+    {
+        Log own(LOG_NONE, LOG_FATAL); // gives its file back when it goes
+        EXPECT_TRUE(own.setLogFile(file.c_str()) && own.checkLevel(LOG_FATAL) && !own.checkLevel(LOG_WARNING));
+    }
     std::ostringstream read;
     read << std::ifstream(file).rdbuf();
     EXPECT_EQ(read.str(), "one 5two 5");
