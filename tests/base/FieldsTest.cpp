@@ -72,6 +72,10 @@ TEST(Fields, BadTextsAreRefusedWithPlaceAndExpectation)
         {SFRotationType, "0 0 1 2 3", 8, "no more than four numbers (axis x y z, angle)", "3"},
         {MFVec2fType, "1 2 3", 5, "a multiple of 2 numbers", "3 numbers"},
         {SFBoolType, "yes", 0, "true or false", "yes"},
+        {SFFloatType, "nan(1)", 0, "a number", "nan(1)"},
+        {SFFloatType, "nan(0x1", 0, "a number", "nan(0x1"},
+        {SFFloatType, "nan(0xg1)", 0, "a number", "nan(0xg1)"},
+        {SFFloatType, "infx", 0, "a number", "infx"},
         {SFFloatType, "-nan(0x800000)", 0, "a number", "-nan(0x800000)"},
         {SFFloatType, "x234567890123456789012345678901234567890x", 0, "a number",
          "x234567890123456789012345678901234567890..."},
@@ -131,6 +135,8 @@ TEST(Fields, SingleValuesAreTheirOnlyElement)
     }
     EXPECT_FALSE(time.setValueByStr("soon", Field::single));
     EXPECT_FALSE(flag.setValueByBin("\2")) << "neither true nor false";
+    MFRotation turns;
+    EXPECT_FALSE(turns.setValueByBin(std::string(36, '\7')) || !turns.empty()) << "no such state";
     MFVec2f list;
     EXPECT_EQ(list.addValueByStr("1 2 3", Field::multiple), 0) << "nothing of a bad text";
     EXPECT_TRUE(list.setValueByStr("1 2", Field::single) && !list.setValueByStr("1", Field::single));
