@@ -151,8 +151,10 @@ TEST(Fields, TakeWhatTheirDescriptionAllows)
     SFString field;
     EXPECT_TRUE(field.setAndValidateValueByStr("any", false)) << "without a description";
     EXPECT_EQ(field.findName(), std::string());
+    EXPECT_EQ(field.type(), initializeOnly);
     field._desc = &desc;
     EXPECT_EQ(field.findName(), std::string("mode"));
+    EXPECT_EQ(field.type(), inputOutput);
     for (char const* const text : {"slow", "fast"}) {
         EXPECT_TRUE(field.setAndValidateValueByStr(text, true));
         EXPECT_EQ(field._value, text);
@@ -164,6 +166,10 @@ TEST(Fields, TakeWhatTheirDescriptionAllows)
     field._value = "other";
     field.setToDefault();
     EXPECT_EQ(field._value, "fast");
+    NodePartDesc const optional(0, NodePart::_nullMask, inputOutput, SFStringType, 0, "mode", nullptr, nullptr, "fast, ",
+                                "", 0);
+    field._desc = &optional;
+    EXPECT_TRUE(field.setAndValidateValueByStr("", false)) << "an empty word is allowed there";
     field._desc = nullptr;
 }
 
