@@ -56,6 +56,9 @@ TEST(Reader, NamesPlaceFieldAndExpectationOfWhatIsWrong)
          "scene.x3d:3:51: warning: ROUTE T.time TO S.set_fraction: cannot send SFTime outputOnly to SFFloat inputOnly"},
         {"<ScalarInterpolator DEF='S' keyValue='1'/><ScalarInterpolator DEF='S' keyValue='2'/>",
          "scene.x3d:3:43: warning: DEF \"S\" is taken already; the last one counts"},
+        {"<ScalarInterpolator DEF='S' key='1e-50 2' style='a' class='b' id='c' xml:lang='d'><MetadataString name='m'/>"
+         "</ScalarInterpolator><Inline DEF='I' url='\"no\\\"ne.x3d\"'/>",
+         "scene.x3d:3:130: warning: no\"ne.x3d: cannot open"},
         {"<Group USE='Nobody'/>", "scene.x3d:3:1: warning: USE \"Nobody\": no node before this one has that DEF name"},
         {"<ProtoInstance name='P'/>", "scene.x3d:3:1: warning: no PROTO is named \"P\""},
         {"<ProtoDeclare name='P'><ProtoBody><ProtoInstance name='P'/></ProtoBody></ProtoDeclare><ProtoInstance name='P'/>",
