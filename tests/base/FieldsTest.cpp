@@ -39,19 +39,6 @@ TEST(Fields, TextsAreReadAndWritten)
     EXPECT_EQ(reparsed<SFMatrix4f>("1 0 0 0 0 1 0 0 0 0 1 0 7 8 9 1"), "1 0 0 0 0 1 0 0 0 0 1 0 7 8 9 1");
 }
 
-TEST(Fields, MatrixTextsHoldTheColumns)
-{
-    SFMatrix4f field;
-    ASSERT_TRUE(field.setValueByStr("0 1 0 0 -1 0 0 0 0 0 1 0 10 20 30 1", Field::multiple));
-    // The point (1, 0, 0) turns a quarter about z and moves by (10, 20, 30).
-    float moved[3];
-    for (osg::UInt32 row = 0; row < 3; ++row)
-        moved[row] = field._value[0][row] * 1 + field._value[3][row];
-    EXPECT_EQ(moved[0], 10);
-    EXPECT_EQ(moved[1], 21);
-    EXPECT_EQ(moved[2], 30);
-}
-
 TEST(Fields, BadTextsAreRefusedWithPlaceAndExpectation)
 {
     struct Case {
@@ -171,46 +158,6 @@ TEST(Fields, TakeWhatTheirDescriptionAllows)
     field._desc = &optional;
     EXPECT_TRUE(field.setAndValidateValueByStr("", false)) << "an empty word is allowed there";
     field._desc = nullptr;
-}
-
-// Values with random bits, NaNs of every kind among them, survive both forms.
-template <class FieldClass>
-class EveryField : public testing::Test {};
-using NumberFields = testing::Types<SFFloat, MFFloat, SFColor, MFColor, SFVec2f, MFVec2f, SFVec3f, MFVec3f, SFMatrix4f,
-                                    MFMatrix4f, SFTime>;
-TYPED_TEST_SUITE(EveryField, NumberFields);
-
-TYPED_TEST(EveryField, KeepsItsBitsInTextAndBinaryForm)
-{
-    std::mt19937 random(1);
-    TypeParam field;
-    unsigned const width = field.elementSize();
-    for (int round = 0; round < 500; ++round) {
-        std::string bin(field.cardinality() == Field::multiple ? width * (round % 4) : width, '\0');
-        for (char& byte : bin)
-            byte = static_cast<char>(random());
-        TypeParam fromBin, fromText;
-        ASSERT_TRUE(fromBin.setValueByBin(bin));
-        EXPECT_EQ(fromBin.getValueAsBin(-1), bin);
-        std::string const text = fromBin.getValueAsStr();
-        ASSERT_TRUE(fromText.setValueByStr(text.c_str(), Field::multiple)) << text;
-        EXPECT_EQ(fromText.getValueAsBin(-1), bin) << text;
-        EXPECT_FALSE(fromBin.setValueByBin(bin + "x"));
-        EXPECT_EQ(fromBin.getValueAsBin(-1), bin);
-    }
-}
-
-TEST(Fields, RotationsKeepAllNineWords)
-{
-    Rotation rotation({0, 3, 0}, 1.f);
-    rotation.setQuaternion(Rotation({0, 0, 1}, 2.f).quaternion());
-    MFRotation field, copy;
-    field._value = {rotation, Rotation({1, 2, 3}, 4.f), Rotation()};
-    ASSERT_TRUE(copy.setValueByBin(field.getValueAsBin(-1)));
-    EXPECT_EQ(copy.getValueAsBin(-1), field.getValueAsBin(-1));
-    std::string bin = field.get1ValueAsBin(1);
-    bin[32] = 3; // no such state
-    EXPECT_FALSE(copy.set1ValueByBin(1, bin));
 }
 
 TEST(Fields, ListsGrowShrinkAndAppend)

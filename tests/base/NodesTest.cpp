@@ -75,49 +75,5 @@ TEST(Nodes, FieldsAreFoundWithAndWithoutSetAndChanged)
     EXPECT_EQ(node.findField("c"), nullptr);
 }
 
-TEST(Contexts, HoldTheirOwnParameterValues)
-{
-    unsigned const id = Context::createParamID("test.switch", "a switch", "Tests", false);
-    EXPECT_EQ(Context::createParamID("test.switch", "again", "Tests", true), id);
-    EXPECT_EQ(Context::findParamID("test.switch"), id);
-    EXPECT_EQ(Context::findParamID("test.none"), Context::unknownParam);
-    Context one, other;
-    EXPECT_FALSE(one.bValue(id));
-    one.setBValue(id, true);
-    EXPECT_TRUE(one.bValue(id));
-    EXPECT_FALSE(other.bValue(id));
-    one.setBValue(Context::unknownParam, true);
-    EXPECT_FALSE(one.bValue(Context::unknownParam));
-}
-
-TEST(Dictionaries, CompareExactly)
-{
-    NodeProc::StringDic const dictionary[] = {{"one", 1}, {"two", 2}, {"", 0}};
-    SFString field;
-    for (auto const& [text, value] : {std::pair{"one", 1}, {"two", 2}, {"Two", 0}, {"", 0}, {"three", 0}}) {
-        field._value = text;
-        EXPECT_EQ(NodeProc::findDic(dictionary, field), value) << text;
-    }
-}
-
-TEST(Nodes, LeaveNothingBehind)
-{
-    unsigned const before = BaseObject::_objCount;
-    {
-        Scene scene;
-        auto* const a = new Sink<SFFloat>(scene._nodes, inputOutput);
-        auto* const b = new Sink<SFFloat>(scene._nodes, inputOutput);
-        EXPECT_EQ(BaseObject::_objCount, before + 4) << "a node and its one field each";
-        scene._nodes.add(*a);
-        scene._nodes.add(*b);
-        scene._nodes.add(*b);
-        Scene::route(a->_in, b->_in);
-        Scene::route(b->_in, a->_in);
-        EXPECT_EQ(scene._nodes.find("sink"), b);
-        EXPECT_EQ(a->getIDStr(), "#1");
-    }
-    EXPECT_EQ(BaseObject::_objCount, before);
-}
-
 } // namespace
 } // namespace Zelvan

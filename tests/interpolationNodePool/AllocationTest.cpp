@@ -99,20 +99,5 @@ TYPED_TEST(Allocations, AreNotMadeByEvents)
     }
 }
 
-TYPED_TEST(Allocations, AreNotMadeForMessagesThatNobodyReads)
-{
-    osg::osgLog().setLogLevel(osg::LOG_NOTICE);
-    this->giveValues(1);
-    this->ofPlayback();
-    std::size_t const before = allocations;
-    this->node._isChangingMask = Interpolator::set_fractionMask;
-    this->node.fieldChanged(this->node._set_fraction, 1, nullptr);
-    this->node._isChangingMask = {};
-    this->node._key.resize(1);
-    test::listOf(this->node).resize(1);
-    this->node.fieldChanged(this->node._set_fraction, 1, nullptr);
-    EXPECT_EQ(allocations, before);
-}
-
 } // namespace
 } // namespace Zelvan

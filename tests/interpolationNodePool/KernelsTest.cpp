@@ -155,48 +155,6 @@ TEST_P(KernelsTest, lerpNormalsGivesTheBitsOfBothPlainLoops)
     });
 }
 
-TEST_P(KernelsTest, normaliseKeepsWhatIsTooShort)
-{
-    struct {
-        float in[3], out[3];
-    } const cases[] = {
-        {{0, 0, 2}, {0, 0, 1}},
-        {{0, -4, 0}, {0, -1, 0}},
-        {{0, 0, -0.f}, {0, 0, -0.f}},
-        {{9e-7f, 0, 0}, {9e-7f, 0, 0}},
-        {{1.1e-6f, 0, 0}, {1, 0, 0}},
-        {{1e30f, 0, -1}, {0, 0, -0.f}}, // the length overflows to infinity
-    };
-    // Each case at every place of a list that is a whole number of vectors long, and alone.
-    for (auto const& [in, out] : cases) {
-        for (std::size_t const length : {1, 4, 8, 16}) {
-            std::vector<float> list, expected, got(3 * length);
-            for (std::size_t k = 0; k < length; ++k) {
-                list.insert(list.end(), in, in + 3);
-                expected.insert(expected.end(), out, out + 3);
-            }
-            kernels.normalise(list.data(), got.data(), length);
-            expectSame(got.data(), expected.data(), 3 * length, testing::PrintToString(in));
-        }
-    }
-}
-
-TEST_P(KernelsTest, firstAboveFindsTheOneKeyAbove)
-{
-    for (unsigned end = 0; end <= 70; ++end) {
-        Floats keys(end, end % 5);
-        for (unsigned begin = 0; begin <= end; ++begin) {
-            for (unsigned above = 0; above < end; ++above) {
-                for (unsigned j = 0; j < end; ++j)
-                    keys[j] = j == above ? 0.75f : 0.5f;
-                ASSERT_EQ(kernels.firstAbove(keys.data(), begin, end, 0.5f), above < begin ? end : above)
-                    << "keys " << begin << " to " << end;
-            }
-            ASSERT_EQ(kernels.firstAbove(keys.data(), begin, end, 0.75f), end);
-        }
-    }
-}
-
 TEST_P(KernelsTest, firstAboveFollowsThePlainLoopThroughOddKeys)
 {
     static constexpr float values[] = {0.f, -0.f, 0.25f, 0.5f, 0.75f, 1.f, 1e-45f, infinity, -infinity, notANumber};
@@ -217,19 +175,6 @@ TEST_P(KernelsTest, firstAboveFollowsThePlainLoopThroughOddKeys)
     }
 }
 
-TEST_P(KernelsTest, firstAbovePassesOverWholeBlocksOfNaN)
-{
-    std::vector<float> keys(5000, notANumber);
-    EXPECT_EQ(kernels.firstAbove(keys.data(), 0, 5000, 0.f), 5000u);
-    for (unsigned const above : {0u, 15u, 16u, 17u, 1023u, 4983u, 4984u, 4999u}) {
-        keys[above] = 1.f;
-        EXPECT_EQ(kernels.firstAbove(keys.data(), 0, 5000, 0.f), above);
-        EXPECT_EQ(kernels.firstAbove(keys.data(), 0, 5000, notANumber), 5000u);
-        EXPECT_EQ(kernels.firstAbove(keys.data(), 0, 5000, -infinity), above);
-        keys[above] = notANumber;
-    }
-}
-
 INSTANTIATE_TEST_SUITE_P(Sets, KernelsTest,
                          testing::ValuesIn(Kernels::supported().begin(), Kernels::supported().end()),
                          [](auto const& test) { return test.param->name; });
@@ -246,26 +191,6 @@ TEST(KernelsChoice, takesOnlyWhatTheCpuCanRun)
         EXPECT_EQ(&Kernels::active(), kernels);
     }
     Kernels::use(before.name);
-}
-
-TEST(KernelsChoice, isTheBestSetUnlessTheEnvironmentSaysOtherwise)
-{
-    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a new process, which loads anew
-    std::string const best = Kernels::supported().back()->name;
-    struct {
-        char const* wanted;
-        std::string expected;
-    } const cases[] = {{"baseline", "baseline"}, {"avx1024", best}, {"", best}, {best.c_str(), best}};
-    for (auto const& [wanted, expected] : cases) {
-        setenv("ZELVAN_KERNELS", wanted, 1);
-        EXPECT_EXIT(
-            {
-                std::fprintf(stderr, "uses %s\n", Kernels::active().name);
-                std::exit(0);
-            },
-            testing::ExitedWithCode(0), "uses " + expected + "\n");
-    }
-    unsetenv("ZELVAN_KERNELS");
 }
 
 } // namespace

@@ -1,96 +1,15 @@
+#include "base/NodeProc.h"
+#include "interpolationNodePool/Interpolator.h"
 #include "interpolationNodePool/InterpolatorProc.h"
 #include "tests/Scene.h"
-#include "tests/interpolationNodePool/PoolNodes.h"
-
-#include <gmock/gmock.h>
-
-#include <dlfcn.h>
-#include <link.h>
 
 #include <cstddef>
-#include <map>
-#include <memory>
+#include <vector>
 
 // What the framework and the pool, compiled apart, have to agree on.
 
 namespace Zelvan {
 namespace {
-
-using testing::ElementsAre;
-using testing::StartsWith;
-
-/// The virtual table of an object as the linker placed it (Itanium C++ ABI): the symbols in its slots.
-std::vector<std::string> virtualTable(void const* object)
-{
-    void* const* const slots = *static_cast<void* const* const*>(object);
-    Dl_info info;
-    void* found = nullptr;
-    if (dladdr1(slots, &info, &found, RTLD_DL_SYMENT) == 0 || found == nullptr)
-        return {};
-    // Two words stand before the first slot.
-    std::vector<std::string> symbols(static_cast<ElfW(Sym) const*>(found)->st_size / sizeof(void*) - 2);
-    for (std::size_t i = 0; i < symbols.size(); ++i)
-        if (dladdr(slots[i], &info) != 0 && info.dli_sname != nullptr)
-            symbols[i] = info.dli_sname;
-    return symbols;
-}
-
-/// What the symbols of a class's member functions begin with.
-std::string memberPrefix(std::type_info const& type)
-{
-    std::string const name = type.name(); // N6Zelvan...E
-    return "_Z" + name.substr(0, name.size() - 1);
-}
-
-/// Bytes of each field class: six words of Field, then the value.
-unsigned sizeOf(Field const& field)
-{
-    static std::map<NodePartDataType, unsigned> const sizes = {
-        {SFBoolType, 56},   {SFColorType, 64},     {MFColorType, 72},    {SFFloatType, 56},    {MFFloatType, 72},
-        {SFStringType, 80}, {SFMatrix4fType, 112}, {MFMatrix4fType, 72}, {SFRotationType, 88}, {MFRotationType, 72},
-        {SFVec2fType, 56},  {MFVec2fType, 72},     {SFVec3fType, 64},    {MFVec3fType, 72}};
-    return sizes.at(field.dataType());
-}
-
-template <class NodeClass>
-class Layout : public testing::Test {};
-template <class... Abstract, class... Creatable>
-testing::Types<Abstract..., Creatable...> joined(testing::Types<Abstract...>, testing::Types<Creatable...>);
-using AllNodes = decltype(joined(test::AbstractNodes(), test::CreatableNodes()));
-TYPED_TEST_SUITE(Layout, AllNodes);
-
-TYPED_TEST(Layout, OfNodesTheirFieldsAndTheirProcessors)
-{
-    Context context;
-    NodeNameSpace nodes(context);
-    auto const node = std::make_unique<TypeParam>(TypeParam::_type, nodes, "node");
-    std::string const own = memberPrefix(typeid(TypeParam));
-    EXPECT_THAT(virtualTable(node.get()), ElementsAre(StartsWith(own + "D"), own + "D0Ev",
-                                                      "_ZNK6Zelvan4Node8shutdownEv",
-                                                      StartsWith(own + "12fieldChanged")));
-
-    char const* next = reinterpret_cast<char const*>(node.get()) + sizeof(TransCoder);
-    for (std::size_t index = Interpolator::set_fractionIndex; index < node->fields().size(); ++index) {
-        Field const& field = *node->fields()[index];
-        EXPECT_EQ(reinterpret_cast<char const*>(&field), next) << field.findName();
-        EXPECT_EQ(virtualTable(&field).size(), 28u) << field.findName();
-        next += sizeOf(field);
-    }
-    EXPECT_EQ(reinterpret_cast<char const*>(node.get() + 1), next) << "nothing but fields";
-
-    if (TypeParam::_type._createProc == nullptr)
-        return;
-    NodeProc* const proc = TypeParam::_type._createProc(TypeParam::_type, *node);
-    node->setProc(proc);
-    std::vector<std::string> const table = virtualTable(proc);
-    ASSERT_EQ(table.size(), 28u);
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        bool const owned = table[i].starts_with(memberPrefix(typeid(*proc)));
-        EXPECT_EQ(owned, i < 2 || (i == 10 && std::is_same_v<TypeParam, EaseInEaseOut>)) << i << ": " << table[i];
-        EXPECT_TRUE(owned || table[i].find("NodeProc") != std::string::npos
-                    || table[i].find("RefCountObject") != std::string::npos) << i << ": " << table[i];
-    }
-}
 
 template <class... Members>
 std::vector<unsigned> slotsOf(Members... members)

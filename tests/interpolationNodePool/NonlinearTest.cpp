@@ -78,54 +78,6 @@ TEST(Nonlinear, GivesTheKnownValues)
     }
 }
 
-class Random {
-public:
-    unsigned below(unsigned end) { return static_cast<unsigned>(_engine() % end); }
-    float number()
-    {
-        unsigned const kind = below(40);
-        return kind == 0 ? inf : kind == 1 ? nan : kind == 2 ? -0.f : static_cast<float>(_engine()) / 4e8f - 5.f;
-    }
-    // Rising, with many equal neighbours, or in any order with infinite and NaN ones.
-    std::vector<float> keys()
-    {
-        std::vector<float> keys(2 + below(9));
-        unsigned const kind = below(3);
-        for (float& key : keys)
-            key = kind == 0 ? number() : static_cast<float>(below(kind == 1 ? 5 : 1000));
-        if (kind != 0)
-            std::sort(keys.begin(), keys.end());
-        return keys;
-    }
-
-private:
-    std::mt19937 _engine{11};
-};
-
-// A fraction, and what the search makes of it when it starts at 0, as that of the event after it does.
-struct Found {
-    Found(Interpolator& node, unsigned n, Random& random)
-    {
-        std::vector<float> const& keys = node._key._value;
-        float const from = keys[random.below(static_cast<unsigned>(keys.size()))];
-        fraction = from + (keys.back() - from) * static_cast<float>(random.below(32)) / 32.f;
-        InterpolatorProc& proc = *node.getInterpolatorProc();
-        unsigned valuesPerKey;
-        proc._lastIndex = 0;
-        type = proc.calculateIndex(fraction, n, false, j, valuesPerKey, s);
-        proc._lastIndex = 0;
-    }
-    InterpolatorProc::FractionType type;
-    unsigned j;
-    float fraction, s;
-};
-
-// Which of two NaN operands survives is the compiler's choice: a NaN equals a NaN.
-bool same(float a, float b)
-{
-    return bits(a) == bits(b) || (std::isnan(a) && std::isnan(b));
-}
-
 // The spline with all tangents and both lists of factors, for a single component.
 float plainSpline(std::vector<float> const& t, std::vector<float> const& v, unsigned j, float s)
 {
@@ -175,72 +127,6 @@ osg::Quaternion plainSquad(std::vector<Rotation> const& v, std::size_t n, unsign
     osg::Quaternion const s1 = j > 0 ? plainInnerPoint(q1, v[j - 1].quaternion(), q2) : q1;
     osg::Quaternion const s2 = j + 2 < n ? plainInnerPoint(q2, q1, v[j + 2].quaternion()) : q2;
     return plainSquadSlerp(plainSquadSlerp(q1, q2, t), plainSquadSlerp(s1, s2, t), (t + t) * (1 - t));
-}
-
-// Keys change behind the node's back between events: what it has kept must never show.
-TEST(Squad, EqualsThePlainOneBitForBit)
-{
-    Scene scene;
-    auto& node = scene.add<SquadOrientationInterpolator>();
-    std::vector<Rotation>& v = node._keyValue._value;
-    Rotation const& value = node._value_changed._value;
-    Random random;
-    // Angles up to two turns give quaternions of both signs, tiny ones the linear branches.
-    auto const rotation = [&random] {
-        return Rotation({random.number(), random.number(), random.number()},
-                        random.number() * (random.below(3) == 0 ? 1e-6f : 2.f));
-    };
-    unsigned compared = 0;
-    for (int set = 0; set < 2000; ++set) {
-        node._key._value = random.keys();
-        v.resize(1 + random.below(11));
-        for (Rotation& key : v)
-            key = random.below(4) == 0 ? v[0] : rotation();
-        unsigned const n = static_cast<unsigned>(std::min(node._key._value.size(), v.size()));
-        for (int event = 0; event < 12; ++event) {
-            if (event > 5)
-                v[random.below(n)] = rotation();
-            Found const at(node, n, random);
-            unsigned const j = at.j;
-            std::vector<Rotation> const before = v;
-            output(node, at.fraction);
-            // A key is copied whole, whichever of its two forms is stale.
-            ASSERT_TRUE(at.type != InterpolatorProc::FractionKey || bits(value) == bits(before[j]));
-            if (at.type != InterpolatorProc::FractionInterval)
-                continue;
-            ++compared;
-            osg::Quaternion const expected = plainSquad(v, n, j, at.s);
-            ASSERT_EQ(value._state, Rotation::quaternionOnly);
-            for (unsigned c = 0; c < 4; ++c)
-                ASSERT_TRUE(same(value._quaternion[c], expected[c])) << set << ": " << value._quaternion[c];
-        }
-    }
-    EXPECT_GT(compared, 4000u);
-}
-
-TEST(Nonlinear, ClosedAndNormalizeVelocityAreOnlyKept)
-{
-    for (char const* const type : {"SplineScalarInterpolator", "SplinePositionInterpolator2D",
-                                   "SplinePositionInterpolator3D", "SquadOrientationInterpolator"}) {
-        Scene scene;
-        auto& node = static_cast<Interpolator&>(scene.add(type));
-        node._key._value = {0, 1, 2};
-        values(node).setValueByStr("1 2 3 4 3 5 1 6 1 1 1 2", Field::multiple);
-        float const before = output(node, 0.7f)[0];
-        for (Field* const field : {node.findField("normalizeVelocity"), node.findField("closed")}) {
-            if (field == nullptr && type[1] == 'q')
-                continue; // squads cannot be closed
-            test::LogCapture log(osg::LOG_FATAL);
-            Scene::send(node, field->findName(), "TRUE");
-            bool const closed = field->findName()[0] == 'c';
-            std::string const owner = closed ? "SplineInterpolatorProc" : "NonlinearInterpolatorProc";
-            ASSERT_EQ(log.size(), 1u);
-            EXPECT_EQ(log[0].level, osg::LOG_FATAL);
-            EXPECT_EQ(log[0].file + ": " + log[0].text, "interpolationNodePool/" + owner + ": " + owner + "::fieldChanged("
-                                                            + field->findName() + ") not impl.\n");
-            EXPECT_EQ(bits(output(node, 0.7f)[0]), bits(before));
-        }
-    }
 }
 
 } // namespace

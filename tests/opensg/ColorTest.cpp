@@ -79,22 +79,4 @@ TEST(Color, ConvertsToTheBit)
         }
 }
 
-TEST(Color, HueOutsideTheSectorsIsReportedAndChangesNothing)
-{
-    float const nan = std::nanf(""), infinity = std::numeric_limits<float>::infinity();
-    for (float hue : {nan, infinity, -infinity, -1.f, 361.f, 3e38f}) {
-        Color3f colour(0.1f, 0.2f, 0.3f);
-        testing::internal::CaptureStderr();
-        colour.setValuesHSV(hue, 0.5f, 1);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "ERROR i not in [0, 5] in Color::setHSV()!\n") << hue;
-        EXPECT_TRUE(same(values(colour), {0.1f, 0.2f, 0.3f})) << hue;
-        // Grey has no hue to look at.
-        colour.setValuesHSV(hue, 0, 0.5f);
-        EXPECT_TRUE(same(values(colour), {0.5f, 0.5f, 0.5f})) << hue;
-    }
-    Triple hsv{1, 1, 1};
-    Color3f(nan, nan, nan).getValuesHSV(hsv.a, hsv.b, hsv.c);
-    EXPECT_TRUE(std::isnan(hsv.b));
-}
-
 } // namespace

@@ -193,34 +193,6 @@ TEST(Check, WritesTheSameFindingsAsTextAndAsJson)
     "well-formed"));
 }
 
-TEST(Check, TakesCodesAndSeveritiesFromTheCommandLine)
-{
-    struct Case {
-        std::vector<char const*> options;
-        std::vector<std::string> codes;
-        int status;
-    };
-    Case const cases[] = {
-        {{"--only", "undriven,key-order", "--only", "loop-jump"}, {"warning undriven", "error key-order"}, exitScene},
-        {{"--ignore", "key-order,too-few-values"}, {"warning undriven"}, exitFine},
-        {{"--ignore", "key-order,too-few-values", "--strict"}, {"warning undriven"}, exitScene},
-        {{"--severity", "key-order=note", "--severity", "too-few-values=off,undriven=note", "--strict"},
-         {"note undriven", "note key-order"}, exitFine}};
-    for (Case const& c : cases) {
-        auto options = c.options;
-        options.insert(options.begin(), {"--format", "json"});
-        Checked const checked = check(faulty, options);
-        EXPECT_EQ(checked.codes(), c.codes);
-        EXPECT_EQ(checked.status, c.status);
-    }
-    for (char const* const option : {"--only", "--severity", "--ignore"}) {
-        Checked const checked = check(faulty, {option, "key"});
-        EXPECT_EQ(checked.status, exitUsage);
-        EXPECT_THAT(checked.err, HasSubstr("no code \"key\"; there are: bad-xml, bad-value"));
-    }
-    EXPECT_EQ(check(faulty, {"--severity", "key-order=loud"}).status, exitUsage);
-}
-
 TEST(Check, NeverFloods)
 {
     std::string keys, scene;

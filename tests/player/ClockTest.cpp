@@ -93,21 +93,6 @@ TEST(Clock, StartsASensorThatAnotherOneStartsInTheSameFrame)
     EXPECT_EQ(clock.waitsFor(clock.sensors()[0]), "has ended");
 }
 
-TEST(Clock, SaysWhatASensorWaitsFor)
-{
-    ReadScene read("<TouchSensor DEF='Touch'/><TimeSensor DEF='T'/>"
-                   "<ROUTE fromNode='Touch' fromField='touchTime' toNode='T' toField='set_startTime'/>");
-    Clock clock(*read.scene);
-    EXPECT_EQ(clock.waitsFor(clock.sensors()[0]), "waits for Touch.touchTime (--start T)");
-    clock.inject({"Touch", "touchTime", "1", 1});
-    clock.advance(1);
-    EXPECT_TRUE(clock.sensors()[0].active);
-    for (Injection const& bad : {Injection{"No", "x", "1", 0}, Injection{"T", "time", "1", 0}, Injection{"T", "nope", "1", 0},
-                                 Injection{"T", "loop", "maybe", 0}, Injection{"Touch", "isOver", "true", 0}})
-        EXPECT_THROW(clock.inject(bad), Failure) << bad.node << '.' << bad.field;
-    EXPECT_THROW(clock.startSensor("Touch", 0), Failure);
-}
-
 TEST(Clock, MakesFramesWithoutAddingUpErrors)
 {
     Timing timing;

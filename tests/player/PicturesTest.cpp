@@ -60,56 +60,6 @@ Drawing drawn(Recorded const& recorded, std::size_t columns = 500, Values keys =
     return drawingOf(curve, {"", "time (s)"}, axisOf(curve), columns);
 }
 
-TEST(Drawing, DerivesWhatEyesWant)
-{
-    double const pi = std::numbers::pi;
-    // A quarter turn a second about an axis that is not a unit vector, starting again at 2 s: the jump is no speed.
-    Recorded const spin("Spin", SFRotationType, spread(9, 4), [&](double t) {
-        return Values{0, 3, 0, std::fmod(t, 2) * pi / 2};
-    });
-    Drawing const turning = drawn(spin, 500, {}, {2, 4});
-    EXPECT_EQ(turning.panels.at(0).lines.at(1).values.at(1), 1);
-    EXPECT_NEAR(turning.panels.at(1).lines.at(0).values.at(3), 135, 1e-9);
-    Values const speed = turning.panels.at(2).lines.at(0).values;
-    EXPECT_EQ(turning.panels[2].unit, "° per s");
-    for (std::size_t i = 0; i < speed.size(); ++i)
-        EXPECT_TRUE(i == 3 || i == 4 || i == 7 ? !drawable(speed[i]) : std::abs(speed[i] - 90) < 1e-9) << i;
-
-    // 30 degrees about z after scaling, column by column; the same mirrored.
-    double const c = std::cos(pi / 6), s = std::sin(pi / 6);
-    for (double const side : {1., -1.}) {
-        Recorded const matrix("Matrix", SFMatrix4fType, {0}, [&](double) {
-            return Values{2 * c * side, 2 * s * side, 0, 0, -3 * s * side, 3 * c * side, 0, 0,
-                          0, 0, 4 * side, 0, 7, 8, 9, 1};
-        });
-        Drawing const parts = drawn(matrix);
-        Values found;
-        for (Panel const& panel : parts.panels)
-            for (Line const& line : panel.lines)
-                found.push_back(std::round(line.values.at(0) * 1e4) / 1e4);
-        EXPECT_THAT(found, ElementsAre(7, 8, 9, 30, 2 * side, 3 * side, 4 * side));
-        EXPECT_EQ(side < 0, testing::Value(parts.facts, testing::Contains(HasSubstr("mirrored"))));
-    }
-
-    // From violet-red to orange past 0 degrees: the curve breaks, and does not run back through all hues.
-    Recorded const hue("Hue", SFColorType, spread(2, 1), [](double t) { return Values{1, t / 2, (1 - t) / 2}; });
-    Drawing const colour = drawn(hue, 500, {0.5}), looped = drawn(hue, 500, {}, {1});
-    ASSERT_EQ(colour.panels.at(1).lines.at(0).values.size(), 3u);
-    EXPECT_FALSE(drawable(colour.panels[1].lines[0].values[1]));
-    EXPECT_EQ(colour.strip.rows.at(0).at(0), 0xff0080u);
-    EXPECT_EQ(colour.strip.at(0, 0.5), 0xff4040u);
-    EXPECT_EQ(colour.path.kind, PlanePath::hueWheel);
-    EXPECT_NEAR(colour.path.keys.at(0)[0], 0.75, 1e-6);
-    EXPECT_EQ(looped.path.points.size(), colour.path.points.size() + 1) << "a leap at a seam is no way";
-
-    // A path lies in the plane of the two widest axes; a block is its mean and its outermost elements.
-    Recorded const position("Way", SFVec3fType, spread(3, 1), [](double t) { return Values{t, 5 * t, -9 * t}; });
-    EXPECT_THAT(drawn(position).path.axes, ElementsAre(1, 2));
-    Recorded const block("Block", MFVec2fType, {0}, [](double) { return Values{1, 10, 2, 20, 6, none}; });
-    Line const y = drawn(block).panels.at(1).lines.at(0);
-    EXPECT_THAT((Values{y.low.at(0), y.values.at(0), y.high.at(0)}), ElementsAre(10, 15, 20));
-}
-
 TEST(Drawing, ThinsToTheExtremesOfEachColumnAndKeepsGaps)
 {
     Recorded const spike("Spike", SFFloatType, spread(100001, 10), [](double t) {
@@ -205,19 +155,6 @@ TEST(Pictures, OddTracksGiveTheSameCleanFilesInEveryLocale)
     EXPECT_EQ(count("<script"), odd.size() + 2); // the data of each track, the library and the page's own
     EXPECT_EQ(count("</script"), odd.size() + 2);
     EXPECT_THAT(html, testing::AllOf(HasSubstr("&lt;/script&gt;&lt;script&gt;&quot;&amp;&#39;"), HasSubstr("Copyright (c)")));
-}
-
-TEST(Pictures, AxesAreSharedOrOwn)
-{
-    Recorded const brief("Brief", SFFloatType, spread(3, 1), [](double t) { return Values{t}; });
-    Recorded const lasting("Lasting", SFFloatType, spread(3, 8), [](double t) { return Values{t}; });
-    std::vector<Curve> const curves{{&brief.track, {}, {}}, {&lasting.track, {}, {}}};
-    for (bool const shared : {true, false}) {
-        std::ostringstream out;
-        writeHtml(out, curves, {"", "fraction", shared});
-        EXPECT_EQ(out.str().find("{\"axis\":[0,1]") == std::string::npos, shared);
-        EXPECT_EQ(out.str().find("id=\"together\"") != std::string::npos, shared);
-    }
 }
 
 } // namespace

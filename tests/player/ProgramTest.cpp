@@ -28,34 +28,6 @@ std::string const chain = R"(<TimeSensor DEF='Clock' cycleInterval='2' loop='tru
     <ROUTE fromNode='A' fromField='value_changed' toNode='B' toField='set_fraction'/>
     <ROUTE fromNode='B' fromField='value_changed' toNode='M' toField='diffuseColor'/>)";
 
-TEST(Program, ShowsARunToPeopleAndPrograms)
-{
-    Folder const folder;
-    folder.add("s.x3d", x3d(chain));
-    Result const run = play(folder, "run s.x3d --duration 2");
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_THAT(run.out, HasSubstr("s.x3d: 2 interpolators, 2 TimeSensors, 3 routes, 363 events"));
-    EXPECT_THAT(run.out, testing::ContainsRegex("B +ColorInterpolator +A \\(ScalarInterpolator\\) +2 +121 +\\(0 0 0\\) .. \\(1 1 0\\) hue 0 .. 120"));
-    EXPECT_THAT(run.out, HasSubstr("TimeSensor Idle waits for a startTime event (--start Idle)"));
-
-    std::string const csv = "time,node,field,value\n0,A,value_changed,0\n0,B,value_changed,1 0 0\n0,M,diffuseColor,1 0 0\n"
-                            "1,A,value_changed,0.25\n1,B,value_changed,1 1 0\n1,M,diffuseColor,1 1 0\n";
-    EXPECT_EQ(play(folder, "run s.x3d --at 1,0 --csv -").out, csv);
-    // Neither a locale with decimal commas nor the vector code changes a byte.
-    EXPECT_EQ(play(folder, "run s.x3d --at 0,1 --csv -", "LC_ALL=de_DE.UTF-8 ZELVAN_KERNELS=baseline").out, csv);
-    EXPECT_EQ(play(folder, "run - --at 0,1 --csv e.csv", "cat s.x3d |").status, 0);
-    EXPECT_EQ(folder.read("e.csv"), csv);
-    EXPECT_EQ(play(folder, "export --at 0,1 s.x3d").out,
-              "time,A.value_changed,B.value_changed.red,B.value_changed.green,B.value_changed.blue,M.diffuseColor.red,"
-              "M.diffuseColor.green,M.diffuseColor.blue\n0,0,1,0,0,1,0,0\n1,0.25,1,1,0,1,1,0\n");
-    EXPECT_THAT(play(folder, "export s.x3d --at 1 --format jsonl").out,
-                HasSubstr("{\"time\":1,\"node\":\"B\",\"field\":\"value_changed\",\"type\":\"SFColor\",\"value\":[1,1,0]}\n"));
-    EXPECT_THAT(play(folder, "export s.x3d --at-keys --to 2").out, HasSubstr("\n2,0.5,0,1,0,0,1,0\n"));
-    EXPECT_EQ(play(folder, "sweep s.x3d --at 0.5,2 --csv -").out,
-              "fraction,node,field,value\n0.5,A,value_changed,0.25\n2,A,value_changed,0.5\n"
-              "0.5,B,value_changed,0 1 0\n2,B,value_changed,0 0 1\n");
-}
-
 TEST(Program, ReachesContextSensorsAndFields)
 {
     Folder const folder;
