@@ -108,14 +108,4 @@ std::vector<std::uint32_t> bits(T const& value)
     return words;
 }
 
-/// Slot of a virtual member function in its class's table (Itanium C++ ABI: 1 plus the offset in bytes).
-template <class Member>
-unsigned slotOf(Member member)
-{
-    std::ptrdiff_t word;
-    static_assert(sizeof member == 2 * sizeof word);
-    std::memcpy(&word, &member, sizeof word);
-    return word % 2 == 1 ? static_cast<unsigned>((word - 1) / static_cast<std::ptrdiff_t>(sizeof(void*))) : ~0u;
-}
-
 } // namespace Zelvan::test

@@ -102,6 +102,50 @@ public:
     std::vector<Route*> _toRemove;
 };
 
+TEST(ValueChange, LogsFromFixedPlaces)
+{
+    std::string const function =
+        "void Zelvan::Field::processValueChange(const TimeStamp&, Zelvan::Field::CallerType)";
+    LogCapture log(osg::LOG_INFO);
+    Sender s(outputOnly, 9, Node::live);
+    s.node._traceFlags = Node::trace;
+    s.node._isChangingMask.set(s.node._desc._mask);
+    s.node._in.processValueChange(1, Field::byProcessor);
+    ASSERT_EQ(log.size(), 2u);
+    EXPECT_EQ(log[0], (test::LogEntry{osg::LOG_LOG, "base/Field", 152, function,
+                                      "Sink/sink.in: processValueChange()\n"}));
+    EXPECT_EQ(log[1], (test::LogEntry{osg::LOG_WARNING, "base/Field", 159, function,
+                                      "Sink/sink.in: processValueChange() && _isChangingMask set\n"}));
+    EXPECT_EQ(s.receiver._received.size(), 1u);
+
+    log.clear();
+    s.node._desc._flags = 1;
+    osg::osgLogP->setLogLevel(osg::LOG_LOG);
+    s.node._in.processValueChange(1, Field::byProcessor);
+    EXPECT_EQ(log.size(), 1u) << "the trace asks for no level, and only fields with flag 8 warn";
+
+    log.clear();
+    osg::osgLogP->setLogLevel(osg::LOG_INFO);
+    SFFloat bare;
+    bare.processValueChange(1, Field::byHost);
+    EXPECT_EQ(log.size(), 0u);
+    bare.markChanged();
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_EQ(log[0], (test::LogEntry{osg::LOG_INFO, "base/Field", 92, "void Zelvan::Field::markChanged()",
+                                      "Field without desc in XField::markChanged()\n"}));
+}
+
+TEST(ValueChange, ComparingDifferentTypesIsReported)
+{
+    LogCapture log(osg::LOG_FATAL);
+    EXPECT_FALSE(SFFloat().equalValue(SFVec3f()));
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_EQ(log[0].level, osg::LOG_FATAL);
+    EXPECT_EQ(log[0].file, "base/XField");
+    EXPECT_EQ(log[0].line, 271u);
+    EXPECT_EQ(log[0].text, "Type mismatch in XField::opperator==\n");
+}
+
 TEST(Routes, MayBeRemovedWhileTheyDeliver)
 {
     Scene scene;

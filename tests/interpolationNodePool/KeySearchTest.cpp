@@ -91,5 +91,32 @@ TEST_F(KeySearch, FindsIntervalsAndKeys)
     }
 }
 
+TEST_F(KeySearch, ReportsTooFewKeys)
+{
+    LogCapture log(osg::LOG_INFO);
+    find(.5f, 3);
+    node._key._value = {1};
+    find(.5f, 3);
+    ASSERT_EQ(log.size(), 2u);
+    EXPECT_EQ(log[0].level, osg::LOG_FATAL);
+    EXPECT_EQ(log[0].file, "interpolationNodePool/InterpolatorProc");
+    EXPECT_EQ(log[0].text, "ScalarInterpolator/node: Not enough keys/KeyValues 0/3; cannot calc. alpha\n");
+    EXPECT_THAT(log[0].function, testing::HasSubstr("InterpolatorProc::calculateIndex(float, unsigned int, bool, "));
+    EXPECT_EQ(log[1].level, osg::LOG_INFO);
+    EXPECT_EQ(log[1].text, "ScalarInterpolator/node: One key; cannot calc. alpha\n");
+
+    ScalarInterpolator& unnamed = scene.add<ScalarInterpolator>(nullptr);
+    Scene::send(unnamed, "set_fraction", "0.5");
+    ASSERT_EQ(log.size(), 3u);
+    EXPECT_EQ(log[2].text, "ScalarInterpolator/" + unnamed.getIDStr()
+                               + ": Not enough keys/KeyValues 0/0; cannot calc. alpha\n");
+
+    log.clear();
+    static_cast<LinearInterpolatorProc*>(proc)->fieldChanged(node, node._set_fraction, 1, nullptr);
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_EQ(log[0].level, osg::LOG_FATAL);
+    EXPECT_EQ(log[0].text, "Interpolator::_set_fractionSlot not handled ScalarInterpolator\n");
+}
+
 } // namespace
 } // namespace Zelvan

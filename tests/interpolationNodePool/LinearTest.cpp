@@ -225,26 +225,6 @@ TEST(Linear, GivesTheKnownValues)
         EXPECT_EQ(play(key, keyValue, fraction), expected) << key << " / " << keyValue << " at " << fraction;
 }
 
-TEST(Linear, StoredRotationsAreConvertedWhenTheyAreMet)
-{
-    Scene scene;
-    auto& node = scene.add<OrientationInterpolator>();
-    Scene::send(node, "key", "0 1 2");
-    Scene::send(node, "keyValue", "1 0 0 3 0 0 2 1 0 0 1 7.2831853");
-    std::vector<Rotation> const& keyValue = node._keyValue._value;
-    Rotation const& value = node._value_changed._value;
-    Scene::send(node, "set_fraction", "0");
-    EXPECT_EQ(bits(value), bits(keyValue[0])) << "all nine words";
-    // The same rotation a whole turn away has the opposite quaternion: nothing turns.
-    Scene::send(node, "set_fraction", "1.5");
-    EXPECT_NEAR(value._quaternion.w(), std::cos(0.5), 1e-6);
-    EXPECT_EQ(value._state, Rotation::quaternionOnly);
-    EXPECT_EQ(value._axis, osg::Vec3f(1, 0, 0)) << "axis and angle stay as they were";
-    EXPECT_EQ(keyValue[0]._state, Rotation::axisAngleOnly) << "no part of this interval";
-    for (unsigned i : {1u, 2u})
-        EXPECT_EQ(keyValue[i]._state, Rotation::both);
-}
-
 TEST(Linear, CyclesEndAndChangesOfOtherFieldsNest)
 {
     Scene scene;

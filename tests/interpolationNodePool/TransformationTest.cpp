@@ -106,6 +106,49 @@ Matrix plainBlend(Matrix const& a, Matrix const& b, float t)
     return result;
 }
 
+TEST_F(Transformation, SendsAnOldMatrixWithoutKeysOrMode)
+{
+    test::Sink<SFMatrix4f> sink(scene._nodes);
+    Scene::route(node._value_changed, sink._in);
+    LogCapture log(osg::LOG_LOG);
+    at(.5f);
+    EXPECT_EQ(sink._received.size(), 1u);
+    EXPECT_EQ(bits(sink._in._value), bits(identity));
+
+    setKeys({0, 1}, {identity, placed(0, {4, 4, 4})});
+    osg::osgLogP->setLogLevel(osg::LOG_FATAL);
+    struct Step {
+        char const* mode;
+        unsigned code;
+        float scale;
+    } const steps[] = {{"matrix", 1, 2}, {"component", 2, 2.5f}, {"linear", 0, 2.5f}, {"Matrix", 0, 2.5f}};
+    std::size_t sent = 1;
+    for (Step const& step : steps) {
+        if (&step != steps) { // the first is the default, which needs no event
+            node._mode._value = step.mode;
+            change(node._mode);
+        }
+        EXPECT_FLOAT_EQ(at(.5f)[0][0], step.scale);
+        EXPECT_EQ(sink._received.size(), ++sent) << "sent, even if it is an old one";
+        EXPECT_EQ(proc._modeCode, step.code);
+        ASSERT_EQ(log.size(), step.code == 0 ? 1u : 0u);
+        for (; log.size() > 0; log.clear())
+            EXPECT_EQ(log[0].file + ": " + log[0].text,
+                      "interpolationNodePool/TransformationInterpolatorProc: Invalid mode in TI::calculateValue()\n");
+    }
+    node._mode._value = "component"; // no event: looked up again as long as there is no valid code
+    EXPECT_FLOAT_EQ(at(.25f)[0][0], 1.75f);
+    node._enabled._value = false;
+    EXPECT_FLOAT_EQ(at(.5f)[0][0], 1.75f);
+    EXPECT_EQ(sink._received.size(), ++sent);
+
+    osg::osgLogP->setLogLevel(osg::LOG_WARNING);
+    EXPECT_FALSE(node._mode.setAndValidateValueByStr("linear", true));
+    EXPECT_EQ(node._mode._value, "component");
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_THAT(log[0].text, testing::HasSubstr("/node.mode: expected one of: matrix, component"));
+}
+
 TEST_F(Transformation, RefreshesLogarithmsWhenKeyValuesChange)
 {
     std::vector<Matrix>& cache = proc._logCache;

@@ -81,18 +81,6 @@ TEST(Clock, RunsSensorsAsTheyAreMeant)
         EXPECT_EQ(played(c.attributes, c.injections, quarters, c.field), c.expected) << c.name;
 }
 
-TEST(Clock, StartsASensorThatAnotherOneStartsInTheSameFrame)
-{
-    ReadScene read("<TimeSensor DEF='B'/><TimeSensor DEF='A' loop='true' cycleInterval='9'/>"
-                   "<ROUTE fromNode='A' fromField='cycleTime' toNode='B' toField='startTime'/>");
-    Clock clock(*read.scene);
-    clock.advance(0);
-    EXPECT_TRUE(clock.sensors()[0].active);
-    EXPECT_EQ(clock.waitsFor(clock.sensors()[0]), "");
-    clock.advance(2);
-    EXPECT_EQ(clock.waitsFor(clock.sensors()[0]), "has ended");
-}
-
 TEST(Clock, MakesFramesWithoutAddingUpErrors)
 {
     Timing timing;

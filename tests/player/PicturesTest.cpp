@@ -54,27 +54,6 @@ Values spread(std::size_t count, double to)
     return times;
 }
 
-Drawing drawn(Recorded const& recorded, std::size_t columns = 500, Values keys = {}, Values seams = {})
-{
-    Curve const curve{&recorded.track, std::move(keys), std::move(seams)};
-    return drawingOf(curve, {"", "time (s)"}, axisOf(curve), columns);
-}
-
-TEST(Drawing, ThinsToTheExtremesOfEachColumnAndKeepsGaps)
-{
-    Recorded const spike("Spike", SFFloatType, spread(100001, 10), [](double t) {
-        return Values{t == 5 ? 100 : t == 7 ? none : std::sin(t * 1000)};
-    });
-    Drawing const thin = drawn(spike, 200);
-    Values const& values = thin.panels.at(0).lines.at(0).values;
-    EXPECT_TRUE(thin.thinned);
-    EXPECT_LE(values.size(), 2 * 201 + 1u);
-    EXPECT_EQ(std::count(values.begin(), values.end(), 100), 1);
-    EXPECT_EQ(std::count_if(values.begin(), values.end(), [](double v) { return !drawable(v); }), 1);
-    EXPECT_TRUE(std::is_sorted(thin.panels[0].times.begin(), thin.panels[0].times.end()));
-    EXPECT_FALSE(drawn(spike, 100000).thinned);
-}
-
 struct GroupedNumbers : std::numpunct<char> {
     char do_decimal_point() const override { return ','; }
     char do_thousands_sep() const override { return '.'; }

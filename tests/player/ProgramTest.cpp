@@ -28,21 +28,6 @@ std::string const chain = R"(<TimeSensor DEF='Clock' cycleInterval='2' loop='tru
     <ROUTE fromNode='A' fromField='value_changed' toNode='B' toField='set_fraction'/>
     <ROUTE fromNode='B' fromField='value_changed' toNode='M' toField='diffuseColor'/>)";
 
-TEST(Program, ReachesContextSensorsAndFields)
-{
-    Folder const folder;
-    folder.add("s.x3d", x3d("<TimeSensor DEF='T'/><EaseInEaseOut DEF='E' key='0 0.5 1' easeInEaseOut='0 0.6 0.1 0.1 0.2 0'/>"
-                            "<ROUTE fromNode='T' fromField='fraction_changed' toNode='E' toField='set_fraction'/>"));
-    auto const value = [&](std::string const& options) {
-        std::string const out = play(folder, "run s.x3d --at 0.5 --csv - " + options).out;
-        return out.substr(std::min(out.size(), out.find('\n') + 1));
-    };
-    EXPECT_EQ(value(""), "");
-    EXPECT_EQ(value("--start T"), "0.5,E,modifiedFraction_changed,0.5294118\n");
-    EXPECT_EQ(value("--start-all --param binSearchKeyIndex=true"), "0.5,E,modifiedFraction_changed,0.3205128\n");
-    EXPECT_EQ(value("--inject E.set_fraction=0.2@0.5"), "0.5,E,modifiedFraction_changed,0.051282052\n");
-}
-
 TEST(Program, EndsWithTheStatusThatTellsWhoIsAtFault)
 {
     Folder const folder;

@@ -72,14 +72,6 @@ TEST(Reader, NamesPlaceFieldAndExpectationOfWhatIsWrong)
     EXPECT_EQ(ReadScene(cases[8].scene).value("S", "keyValue"), "2");
 }
 
-TEST(Reader, HoldsBackAFloodOfOneKind)
-{
-    std::string scene;
-    for (int i = 0; i < 30; ++i)
-        scene += "<Group USE='Nobody'/>";
-    EXPECT_THAT(ReadScene(scene).messages(), testing::EndsWith("... and 20 more of the kind: unknown-use\n"));
-}
-
 TEST(Reader, ExpandsProtosForEveryInstance)
 {
     ReadScene read(R"(
