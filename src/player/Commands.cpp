@@ -127,7 +127,7 @@ void addSceneOptions(CLI::App& command, SceneOptions& options)
     limit("--max-bytes", options.limits.bytes, "largest file, uncompressed");
     limit("--max-depth", options.limits.depth, "deepest nesting");
     limit("--max-nodes", options.limits.nodes, "most nodes that can be routed to");
-    limit("--max-expanded", options.limits.expanded, "most PROTO instances, with the nodes in them");
+    limit("--max-expanded", options.limits.expanded, "most nodes that PROTOs and repeated Inlines stand for");
     limit("--max-files", options.limits.files, "most files, inlined ones included");
     limit("--max-values", options.limits.values, "most numbers recorded for curves and tables");
 }

@@ -19,7 +19,15 @@ NodeType& unknownType()
     return type;
 }
 
-// "translation" for all three names of an input and output.
+} // namespace
+
+UnknownNode::UnknownNode(Scene& scene, SceneNode& sceneNode)
+    : Node(unknownType(), scene.nodes(), sceneNode.name.c_str())
+{
+}
+
+UnknownNode::~UnknownNode() = default;
+
 std::string_view baseName(std::string_view name)
 {
     constexpr std::string_view set = "set_", changed = "_changed";
@@ -29,15 +37,6 @@ std::string_view baseName(std::string_view name)
         return name.substr(0, name.size() - changed.size());
     return name;
 }
-
-} // namespace
-
-UnknownNode::UnknownNode(Scene& scene, SceneNode& sceneNode)
-    : Node(unknownType(), scene.nodes(), sceneNode.name.c_str())
-{
-}
-
-UnknownNode::~UnknownNode() = default;
 
 UnknownNode::Part::Part(std::unique_ptr<char[]> name, NodePartDataType dataType, Node& node)
     : NodePartDesc(noFieldIndex, NodePart::_nullMask, inputOutput, dataType, 1, name.get(), nullptr, nullptr, nullptr,
@@ -52,10 +51,8 @@ UnknownNode::Part::~Part() = default;
 
 Field* UnknownNode::find(std::string_view name) const
 {
-    for (auto const& part : _parts)
-        if (part->text.get() == baseName(name))
-            return part->field.get();
-    return nullptr;
+    auto const found = _byName.find(baseName(name));
+    return found != _byName.end() ? found->second : nullptr;
 }
 
 Field* UnknownNode::require(std::string_view name, NodePartDataType type)
@@ -67,8 +64,8 @@ Field* UnknownNode::require(std::string_view name, NodePartDataType type)
     std::string_view const base = baseName(name);
     auto text = std::make_unique<char[]>(base.size() + 1);
     base.copy(text.get(), base.size());
-    _parts.push_back(std::make_unique<Part>(std::move(text), type, *this));
-    return _parts.back()->field.get();
+    Part const& part = *_parts.emplace_back(std::make_unique<Part>(std::move(text), type, *this));
+    return _byName[part.text.get()] = part.field.get();
 }
 
 std::vector<Field*> UnknownNode::inputs() const

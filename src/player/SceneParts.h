@@ -2,7 +2,12 @@
 
 #include "player/Scene.h"
 
+#include <map>
+
 namespace Zelvan::play {
+
+/// "translation" for all three names of an input and output.
+std::string_view baseName(std::string_view name);
 
 /// Stands for a node of a type without a class: takes any event and sends it on.
 /// A field comes into being with the first route that touches it.
@@ -30,6 +35,7 @@ private:
         bool changing = false;
     };
     std::vector<std::unique_ptr<Part>> _parts;
+    std::map<std::string_view, Field*> _byName; ///< names as the parts keep them
 };
 
 /// Where the lines of a file begin.

@@ -6,9 +6,13 @@
 #include "player/SceneParts.h"
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <filesystem>
+#include <map>
 #include <pugixml.hpp>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 namespace Zelvan::play {
@@ -16,6 +20,9 @@ namespace Zelvan::play {
 namespace fs = std::filesystem;
 
 namespace {
+
+// Reading them as numbers takes about as long as passing over an element.
+constexpr std::size_t bytesForATenth = 16;
 
 bool isElement(pugi::xml_node const& node)
 {
@@ -70,12 +77,16 @@ public:
     void read(std::string const& path);
 
 private:
+    struct Scope;
     struct File {
         explicit File(SourceFile&& read) : source(std::move(read)) {}
         SourceFile source;
         pugi::xml_document document;
         std::uint32_t number = 0;
         fs::path folder;
+        Scope* declared = nullptr; ///< its PROTOs, for those who know the file as an EXTERNPROTO
+        pugi::xml_node firstProto;
+        bool wasRead = false;
     };
     struct Instance;
     /// What a DEF name stands for: a node, or a PROTO instance.
@@ -93,7 +104,6 @@ private:
         std::string name;
         std::unordered_map<std::string, InterfaceField> fields;
     };
-    struct Scope;
     struct Proto {
         pugi::xml_node declaration; ///< null for an EXTERNPROTO whose file was not found
         File* file;
@@ -115,6 +125,10 @@ private:
     Location locate(pugi::xml_node const& element, File const& file) const;
     Location locate(pugi::xml_attribute const& attribute, pugi::xml_node const& element, File const& file) const;
     void warn(Location where, char const* kind, std::string const& message);
+    /// An attribute that holds a name; empty when there is none.
+    std::string nameIn(pugi::xml_node const& element, char const* attribute, File const& file) const;
+    /// A name as messages have it, with those of the PROTO instances and inlined files around it.
+    static std::string qualified(Scope const& scope, std::string const& name);
 
     void requireRoomForFile(std::string const& path) const;
     File& load(std::string const& path);
@@ -130,9 +144,10 @@ private:
     Proto* findProto(Scope& scope, std::string const& name) const;
     Target readInstance(pugi::xml_node const& element, Scope& scope, Instance* outer, File& file);
     void connectParts(pugi::xml_node const& element, Target target, Instance* instance, File& file);
-    void addScriptFields(pugi::xml_node const& element, SceneNode& node);
+    void addScriptFields(pugi::xml_node const& element, SceneNode& node, File const& file);
 
-    void countExpanded(Location where);
+    void spend(std::size_t tenths, Location where);
+    void spendOn(pugi::xml_node const& element, File const& file, unsigned tenths);
     SceneNode& addNode(pugi::xml_node const& element, Scope const& scope, File const& file);
     void define(std::string const& name, Target target, Scope& scope, Location where);
     void setField(SceneNode& node, Field& field, char const* text, Location where);
@@ -140,7 +155,7 @@ private:
 
     void resolve(Scope& scope);
     void ends(Target target, std::string const& field, Node::FieldSearchOrder order, std::vector<End>& found,
-              unsigned depth);
+              unsigned depth, Location where);
     void connect(SceneRoute& route);
     void connectUnknowns();
 
@@ -163,7 +178,8 @@ private:
     std::vector<SceneRoute*> _untyped;      ///< routes between nodes without classes
     unsigned _depth = 0;
     unsigned _inlineCount = 0;
-    unsigned _expanded = 0;
+    unsigned _again = 0;                    ///< above 0 in the body of a PROTO, and in a file that was read before
+    std::size_t _spent = 0;
     fs::path _root;                         ///< folder that nothing is read outside of
 };
 
@@ -194,6 +210,26 @@ Location SceneReader::locate(pugi::xml_attribute const& attribute, pugi::xml_nod
 void SceneReader::warn(Location where, char const* kind, std::string const& message)
 {
     _diagnostics.warning(_scene.place(where), kind, message);
+}
+
+std::string SceneReader::nameIn(pugi::xml_node const& element, char const* attribute, File const& file) const
+{
+    // One long name can end up in any number of others, and in any number of messages.
+    constexpr std::size_t longest = 1000;
+    std::string name = element.attribute(attribute).value();
+    if (name.size() > longest)
+        throw Failure(exitScene, _scene.place(locate(element.attribute(attribute), element, file)).text() + ": error: "
+                                     + attribute + " is longer than " + std::to_string(longest) + " characters");
+    return name;
+}
+
+std::string SceneReader::qualified(Scope const& scope, std::string const& name)
+{
+    constexpr std::size_t longest = 500;
+    std::string const& prefix = scope.prefix;
+    if (prefix.size() <= longest)
+        return prefix + name;
+    return ".../" + prefix.substr(prefix.find('/', prefix.size() - longest) + 1) + name;
 }
 
 void SceneReader::requireRoomForFile(std::string const& path) const
@@ -302,13 +338,17 @@ void SceneReader::walk(pugi::xml_node const& parent, Scope& scope, Instance* ins
         return;
     Deeper const deeper(*this, locate(parent, file));
     for (; child; child = child.next_sibling())
-        if (isElement(child))
+        if (isElement(child)) {
+            spendOn(child, file, 1);
             readElement(child, scope, instance, file);
+        }
 }
 
 void SceneReader::readElement(pugi::xml_node const& element, Scope& scope, Instance* instance, File& file)
 {
     std::string_view const name = element.name();
+    if (name == "ROUTE" || name == "IMPORT" || name == "EXPORT" || name.ends_with("ProtoDeclare"))
+        spendOn(element, file, 10);
     if (name == "ROUTE")
         scope.routes.emplace_back(element, &file);
     else if (name == "ProtoDeclare")
@@ -320,20 +360,32 @@ void SceneReader::readElement(pugi::xml_node const& element, Scope& scope, Insta
     else if (name == "IMPORT")
         scope.imports.emplace_back(element, &file);
     else if (name == "EXPORT") {
-        std::string const local = element.attribute("localDEF").value();
-        scope.exports[element.attribute("AS").as_string(local.c_str())] = local;
+        std::string const local = nameIn(element, "localDEF", file), as = nameIn(element, "AS", file);
+        scope.exports[as.empty() ? local : as] = local;
     } else if (name == "Scene" || name == "field" || name == "fieldValue")
         walk(element, scope, instance, file);
     else if (name != "head" && name != "IS" && !name.starts_with("Metadata"))
         readNode(element, scope, instance, file);
 }
 
-// A few lines of PROTO can stand for any number of nodes.
-void SceneReader::countExpanded(Location where)
+// A few lines of PROTO, or of a file that is inlined again and again, can stand for any amount of anything. What takes
+// memory costs as much as ten elements that are passed over.
+void SceneReader::spend(std::size_t tenths, Location where)
 {
-    if (++_expanded > _limits.expanded)
-        throw Failure(exitScene, _scene.place(where).text() + ": error: more than " + std::to_string(_limits.expanded)
-                                     + " PROTO instances and nodes in them (--max-expanded raises the limit)");
+    _spent += tenths;
+    if (_spent / 10 > _limits.expanded)
+        throw Failure(exitScene, _scene.place(where).text() + ": error: PROTOs and repeated Inlines stand for more than "
+                                     + std::to_string(_limits.expanded) + " nodes (--max-expanded raises the limit)");
+}
+
+void SceneReader::spendOn(pugi::xml_node const& element, File const& file, unsigned tenths)
+{
+    if (_again == 0)
+        return;
+    std::size_t sum = tenths + std::strlen(element.name()) / bytesForATenth;
+    for (pugi::xml_attribute const& attribute : element.attributes())
+        sum += 2 + (std::strlen(attribute.name()) + std::strlen(attribute.value())) / bytesForATenth;
+    spend(sum, locate(element, file));
 }
 
 SceneNode& SceneReader::addNode(pugi::xml_node const& element, Scope const& scope, File const& file)
@@ -341,14 +393,12 @@ SceneNode& SceneReader::addNode(pugi::xml_node const& element, Scope const& scop
     if (_scene.sceneNodes.size() >= _limits.nodes)
         throw Failure(exitScene, _scene.place(locate(element, file)).text() + ": error: more than "
                                      + std::to_string(_limits.nodes) + " nodes (--max-nodes raises the limit)");
-    if (!_expanding.empty())
-        countExpanded(locate(element, file));
+    spend((_again > 0 ? 10 : 0) + scope.prefix.size() / bytesForATenth, locate(element, file));
     SceneNode& node = _scene.sceneNodes.emplace_back();
-    std::string_view const def = element.attribute("DEF").value();
+    std::string const def = nameIn(element, "DEF", file);
     node.named = !def.empty();
     node.typeName = element.name();
-    node.name = scope.prefix
-        + (node.named ? std::string(def) : node.typeName + '#' + std::to_string(_scene.sceneNodes.size()));
+    node.name = qualified(scope, node.named ? def : node.typeName + '#' + std::to_string(_scene.sceneNodes.size()));
     node.where = locate(element, file);
     return node;
 }
@@ -366,12 +416,13 @@ void SceneReader::define(std::string const& name, Target target, Scope& scope, L
 SceneReader::Target SceneReader::readNode(pugi::xml_node const& element, Scope& scope, Instance* instance, File& file)
 {
     std::string const name = element.name();
-    if (pugi::xml_attribute const use = element.attribute("USE")) {
-        auto const found = scope.names.find(use.value());
+    if (element.attribute("USE")) {
+        std::string const wanted = nameIn(element, "USE", file);
+        auto const found = scope.names.find(wanted);
         if (found != scope.names.end())
             return found->second;
         warn(locate(element, file), kinds::unknownUse,
-             "USE \"" + std::string(use.value()) + "\": no node before this one has that DEF name");
+             "USE \"" + wanted + "\": no node before this one has that DEF name");
         return {};
     }
     if (name == "Inline")
@@ -390,9 +441,9 @@ SceneReader::Target SceneReader::readNode(pugi::xml_node const& element, Scope& 
             _scene.nodes().add(*node.node);
             setAttributes(element, node, file);
         } else if (name == "Script") {
-            addScriptFields(element, node);
+            addScriptFields(element, node, file);
         }
-        define(element.attribute("DEF").value(), target, scope, node.where);
+        define(nameIn(element, "DEF", file), target, scope, node.where);
         connectParts(element, target, instance, file);
     }
     walk(element, scope, instance, file);
@@ -434,11 +485,13 @@ void SceneReader::setAttributes(pugi::xml_node const& element, SceneNode& node, 
     }
 }
 
-void SceneReader::addScriptFields(pugi::xml_node const& element, SceneNode& node)
+void SceneReader::addScriptFields(pugi::xml_node const& element, SceneNode& node, File const& file)
 {
-    for (pugi::xml_node const& field : element.children("field"))
+    for (pugi::xml_node const& field : element.children("field")) {
+        spendOn(field, file, 10);
         if (NodePartDataType const type = dataTypeCode(field.attribute("type").value()); type != 0)
-            _scene.fieldOfUnknown(node, field.attribute("name").value(), type);
+            _scene.fieldOfUnknown(node, nameIn(field, "name", file), type);
+    }
 }
 
 void SceneReader::readInline(pugi::xml_node const& element, Scope& scope, File& file)
@@ -455,39 +508,47 @@ void SceneReader::readInline(pugi::xml_node const& element, Scope& scope, File& 
     if (++_inlineCount >= _limits.files)
         throw Failure(exitScene, _scene.place(where).text() + ": error: more than " + std::to_string(_limits.files)
                                      + " files in one scene (--max-files raises the limit)");
-    std::string const def = element.attribute("DEF").value();
+    std::string const def = nameIn(element, "DEF", file);
     Scope& inner = _scopes.emplace_back();
-    inner.prefix = scope.prefix + (def.empty() ? "Inline#" + std::to_string(_scopes.size()) : def) + '/';
+    inner.prefix = qualified(scope, (def.empty() ? "Inline#" + std::to_string(_scopes.size()) : def) + '/');
     if (!def.empty())
         scope.inlines[def] = &inner;
     Deeper const deeper(*this, where);
+    bool const again = std::exchange(inlined->wasRead, true);
+    _again += again;
     _inlining.push_back(inlined);
     readFile(*inlined, inner);
     _inlining.pop_back();
+    _again -= again;
 }
 
 void SceneReader::declareProto(pugi::xml_node const& element, Scope& scope, File& file)
 {
-    scope.protos[element.attribute("name").value()] = {element, &file, &scope};
+    scope.protos[nameIn(element, "name", file)] = {element, &file, &scope};
 }
 
 void SceneReader::declareExternProto(pugi::xml_node const& element, Scope& scope, File& file)
 {
-    std::string const name = element.attribute("name").value();
+    std::string const name = nameIn(element, "name", file);
     std::string fragment;
     Proto& proto = scope.protos[name] = {{}, &file, &scope};
     File* const other = loadLocal(element.attribute("url").value(), file, locate(element, file), kinds::badProto, &fragment);
     if (other == nullptr)
         return;
-    // The other file's own declarations are what the body may use.
-    Scope& inner = _scopes.emplace_back();
-    pugi::xml_node const root = other->document.document_element();
-    pugi::xml_node const scene = std::string_view(root.name()) == "X3D" ? root.child("Scene") : root;
-    for (pugi::xml_node const& child : scene.children("ProtoDeclare")) {
-        declareProto(child, inner, *other);
-        if (!proto.declaration && (fragment.empty() || fragment == child.attribute("name").value()))
-            proto = {child, other, &inner};
+    if (other->declared == nullptr) {
+        // The other file's own declarations are what the body may use.
+        other->declared = &_scopes.emplace_back();
+        pugi::xml_node const root = other->document.document_element();
+        pugi::xml_node const scene = std::string_view(root.name()) == "X3D" ? root.child("Scene") : root;
+        other->firstProto = scene.child("ProtoDeclare");
+        for (pugi::xml_node const& child : scene.children("ProtoDeclare"))
+            declareProto(child, *other->declared, *other);
     }
+    auto const& declared = other->declared->protos;
+    if (fragment.empty())
+        proto = {other->firstProto, other, other->declared};
+    else if (auto const found = declared.find(fragment); found != declared.end())
+        proto = found->second;
     if (!proto.declaration)
         warn(locate(element, file), kinds::badProto,
              '"' + other->source.name() + "\" declares no PROTO \"" + (fragment.empty() ? name : fragment) + '"');
@@ -505,8 +566,7 @@ SceneReader::Target SceneReader::readInstance(pugi::xml_node const& element, Sco
 {
     if (element.attribute("USE"))
         return readNode(element, scope, outer, file);
-    std::string const protoName = element.attribute("name").value();
-    std::string const def = element.attribute("DEF").value();
+    std::string const protoName = nameIn(element, "name", file), def = nameIn(element, "DEF", file);
     Location const where = locate(element, file);
     Proto const* const proto = findProto(scope, protoName);
     if (proto == nullptr || !proto->declaration) {
@@ -524,51 +584,59 @@ SceneReader::Target SceneReader::readInstance(pugi::xml_node const& element, Sco
     }
 
     Deeper const deeper(*this, where);
-    countExpanded(where);
+    spend(10, where);
     Instance& instance = _instances.emplace_back();
-    instance.name = scope.prefix + (def.empty() ? protoName + '#' + std::to_string(_instances.size()) : def);
+    instance.name = qualified(scope, def.empty() ? protoName + '#' + std::to_string(_instances.size()) : def);
     define(def, {nullptr, &instance}, scope, where);
 
     Scope body;
     body.outer = proto->scope;
     body.prefix = instance.name + '/';
     std::vector<pugi::xml_node> defaults;
+    std::unordered_set<std::string_view> given;
+    for (pugi::xml_node const& value : element.children("fieldValue"))
+        given.insert(value.attribute("name").value());
     for (pugi::xml_node const& field : proto->declaration.child("ProtoInterface").children("field")) {
-        InterfaceField& added = instance.fields[field.attribute("name").value()];
+        spend(2, where);
+        std::string const name = nameIn(field, "name", *proto->file);
+        InterfaceField& added = instance.fields[name];
         if (pugi::xml_attribute const value = field.attribute("value")) {
             added.value = value.value();
             added.where = locate(value, field, *proto->file);
         }
-        if (!element.find_child_by_attribute("fieldValue", "name", field.attribute("name").value()))
+        if (!given.contains(name))
             defaults.push_back(field);
     }
-    for (pugi::xml_node const& given : element.children("fieldValue")) {
-        auto const found = instance.fields.find(given.attribute("name").value());
+    for (pugi::xml_node const& part : element.children("fieldValue")) {
+        std::string const name = nameIn(part, "name", file);
+        auto const found = instance.fields.find(name);
         if (found == instance.fields.end()) {
-            warn(locate(given, file), kinds::badProto,
-                 "PROTO \"" + protoName + "\" has no field \"" + given.attribute("name").value() + '"');
-        } else if (pugi::xml_attribute const value = given.attribute("value")) {
+            warn(locate(part, file), kinds::badProto, "PROTO \"" + protoName + "\" has no field \"" + name + '"');
+        } else if (pugi::xml_attribute const value = part.attribute("value")) {
             found->second.value = value.value();
-            found->second.where = locate(value, given, file);
+            found->second.where = locate(value, part, file);
         }
     }
     connectParts(element, {nullptr, &instance}, outer, file);
     walk(element, scope, outer, file); // the nodes given to fields belong to where the instance stands
 
+    ++_again;
     _expanding.push_back(proto->declaration);
     for (pugi::xml_node const& field : defaults)
         walk(field, body, &instance, *proto->file);
     walk(proto->declaration.child("ProtoBody"), body, &instance, *proto->file);
     resolve(body);
     _expanding.pop_back();
+    --_again;
     return {nullptr, &instance};
 }
 
 void SceneReader::connectParts(pugi::xml_node const& element, Target target, Instance* instance, File& file)
 {
     for (pugi::xml_node const& connect : element.child("IS").children("connect")) {
-        std::string const nodeField = connect.attribute("nodeField").value();
-        std::string const protoField = connect.attribute("protoField").value();
+        spendOn(connect, file, 5);
+        std::string const nodeField = nameIn(connect, "nodeField", file);
+        std::string const protoField = nameIn(connect, "protoField", file);
         auto const found = instance ? instance->fields.find(protoField) : decltype(instance->fields.end()){};
         if (instance == nullptr || found == instance->fields.end()) {
             warn(locate(connect, file), kinds::badProto,
@@ -590,15 +658,19 @@ void SceneReader::connectParts(pugi::xml_node const& element, Target target, Ins
             if (field == nullptr)
                 warn(locate(connect, file), kinds::badProto,
                      "IS: a " + target.node->typeName + " has no field \"" + nodeField + '"');
-            else if (outer.value != nullptr && (field->type() & initializeOnly) != 0)
+            else if (outer.value != nullptr && (field->type() & initializeOnly) != 0) {
+                spend(std::strlen(outer.value) / bytesForATenth, outer.where);
                 setField(*target.node, *field, outer.value, outer.where);
+            }
         }
     }
 }
 
 void SceneReader::ends(Target target, std::string const& field, Node::FieldSearchOrder order, std::vector<End>& found,
-                       unsigned depth)
+                       unsigned depth, Location where)
 {
+    if (depth > 0)
+        spend(10, where);
     if (target.node != nullptr) {
         found.emplace_back(target.node, field);
         return;
@@ -618,17 +690,19 @@ void SceneReader::ends(Target target, std::string const& field, Node::FieldSearc
     if (at == fields.end())
         return;
     for (auto const& [part, partField] : at->second.connections)
-        ends(part, partField, order, found, depth + 1);
+        ends(part, partField, order, found, depth + 1, where);
 }
 
 void SceneReader::resolve(Scope& scope)
 {
     for (auto const& [import, file] : scope.imports) {
-        std::string const from = import.attribute("inlineDEF").value();
-        std::string name = import.attribute("importedDEF").value();
+        std::string const from = nameIn(import, "inlineDEF", *file);
+        std::string name = nameIn(import, "importedDEF", *file);
         if (name.empty())
-            name = import.attribute("exportedDEF").value();
-        std::string const as = import.attribute("AS").as_string(name.c_str());
+            name = nameIn(import, "exportedDEF", *file);
+        std::string as = nameIn(import, "AS", *file);
+        if (as.empty())
+            as = name;
         Target target;
         if (auto const inner = scope.inlines.find(from); inner != scope.inlines.end()) {
             auto const exported = inner->second->exports.find(name);
@@ -641,37 +715,36 @@ void SceneReader::resolve(Scope& scope)
         // What was not read is kept as a node that takes any event.
         if (!target) {
             target.node = &addNode(import, scope, *file);
-            target.node->name = scope.prefix + as;
+            target.node->name = qualified(scope, as);
             target.node->named = true;
         }
         scope.names[as] = target;
     }
     for (auto const& [element, file] : scope.routes) {
         Location const where = locate(element, *file);
-        std::string const names[2] = {element.attribute("fromNode").value(), element.attribute("toNode").value()};
-        std::string const fields[2] = {element.attribute("fromField").value(), element.attribute("toField").value()};
-        std::string const text = "ROUTE " + names[0] + '.' + fields[0] + " TO " + names[1] + '.' + fields[1] + ": ";
+        std::string const names[2] = {nameIn(element, "fromNode", *file), nameIn(element, "toNode", *file)};
+        std::string const fields[2] = {nameIn(element, "fromField", *file), nameIn(element, "toField", *file)};
+        auto const refuse = [&](std::string const& why) {
+            warn(where, kinds::badRoute,
+                 "ROUTE " + names[0] + '.' + fields[0] + " TO " + names[1] + '.' + fields[1] + ": " + why);
+        };
         std::vector<End> found[2];
         bool bad = false;
         for (int end = 0; end < 2 && !bad; ++end) {
             auto const target = scope.names.find(names[end]);
             bad = target == scope.names.end();
             if (bad) {
-                warn(where, kinds::badRoute, text + "no node has the DEF name \"" + names[end] + '"');
+                refuse("no node has the DEF name \"" + names[end] + '"');
                 break;
             }
-            ends(target->second, fields[end], end == 0 ? Node::asOutput : Node::asInput, found[end], 0);
+            ends(target->second, fields[end], end == 0 ? Node::asOutput : Node::asInput, found[end], 0, where);
             bad = found[end].empty();
             if (bad)
-                warn(where, kinds::badRoute,
-                     text + "the PROTO instance \"" + names[end] + "\" has no such field, or it IS nothing");
+                refuse("the PROTO instance \"" + names[end] + "\" has no such field, or it IS nothing");
         }
         if (bad)
             continue;
-        if (found[0].size() * found[1].size() + _scene.routes.size() > 4 * std::size_t(_limits.nodes))
-            throw Failure(exitScene, _scene.place(where).text() + ": error: more than "
-                                         + std::to_string(4 * std::size_t(_limits.nodes))
-                                         + " routes (--max-nodes raises the limit)");
+        spend(10 * (found[0].size() * found[1].size() - 1), where);
         for (End const& from : found[0])
             for (End const& to : found[1])
                 connect(_scene.routes.emplace_back(SceneRoute{from.first, from.second, to.first, to.second, where, nullptr}));
@@ -716,13 +789,28 @@ void SceneReader::connect(SceneRoute& route)
         warn(route.where, kinds::badRoute, text() + error);
 }
 
+// A field whose type has become known settles the routes that wait at it, and these the fields at their other ends.
 void SceneReader::connectUnknowns()
 {
-    for (std::size_t before = _untyped.size() + 1; _untyped.size() < before && !_untyped.empty();) {
-        before = _untyped.size();
-        std::vector<SceneRoute*> const waiting = std::exchange(_untyped, {});
-        for (SceneRoute* const route : waiting)
-            connect(*route);
+    using Waiting = std::vector<SceneRoute*>;
+    std::map<std::pair<SceneNode*, std::string_view>, Waiting> byEnd;
+    auto const atEnds = [&byEnd](SceneRoute const& route) {
+        return std::array{&byEnd[{route.from, baseName(route.fromField)}], &byEnd[{route.to, baseName(route.toField)}]};
+    };
+    for (SceneRoute* const route : _untyped)
+        for (Waiting* const end : atEnds(*route))
+            end->push_back(route);
+    std::unordered_set<SceneRoute*> open(_untyped.begin(), _untyped.end());
+    std::deque<SceneRoute*> next(_untyped.begin(), _untyped.end());
+    for (; !next.empty(); next.pop_front()) {
+        SceneRoute* const route = next.front();
+        _untyped.clear();
+        if (!open.contains(route) || (connect(*route), !_untyped.empty()))
+            continue;
+        open.erase(route);
+        for (Waiting* const end : atEnds(*route))
+            for (SceneRoute* const other : std::exchange(*end, {}))
+                next.push_back(other);
     }
 }
 

@@ -196,6 +196,16 @@ TEST(Reader, HoldsItsLimitsAtTheLimitAndOneAbove)
     EXPECT_EQ(status("<Group DEF='a'/><Group DEF='b'/>", limits), 0);
     EXPECT_EQ(status("<Group DEF='a'/><Group DEF='b'/><Group DEF='c'/>", limits), exitScene);
     limits = {};
+    // Ten for the instance, ten for the node, one for each element, and for every 16 bytes of what is read again.
+    std::string const expanded = "<ProtoDeclare name='P'><ProtoBody><ScalarInterpolator/></ProtoBody></ProtoDeclare>"
+                                 "<ProtoInstance name='P'/><ProtoInstance name='P'/>";
+    limits.expanded = 4;
+    EXPECT_EQ(status(expanded, limits), 0);
+    limits.expanded = 3;
+    EXPECT_EQ(status(expanded, limits), exitScene);
+    limits = {};
+    EXPECT_EQ(status("<Group DEF='" + std::string(1000, 'n') + "'/>", limits), 0);
+    EXPECT_EQ(status("<Group DEF='" + std::string(1001, 'n') + "'/>", limits), exitScene);
     std::string const body = "<Group/>";
     limits.bytes = x3d(body).size();
     EXPECT_EQ(status(body, limits), 0);
