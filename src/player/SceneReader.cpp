@@ -669,8 +669,6 @@ void SceneReader::connectParts(pugi::xml_node const& element, Target target, Ins
 void SceneReader::ends(Target target, std::string const& field, Node::FieldSearchOrder order, std::vector<End>& found,
                        unsigned depth, Location where)
 {
-    if (depth > 0)
-        spend(10, where);
     if (target.node != nullptr) {
         found.emplace_back(target.node, field);
         return;
@@ -689,8 +687,10 @@ void SceneReader::ends(Target target, std::string const& field, Node::FieldSearc
         at = fields.find(field.substr(0, field.size() - affix.size()));
     if (at == fields.end())
         return;
-    for (auto const& [part, partField] : at->second.connections)
+    for (auto const& [part, partField] : at->second.connections) {
+        spend(10, where);
         ends(part, partField, order, found, depth + 1, where);
+    }
 }
 
 void SceneReader::resolve(Scope& scope)

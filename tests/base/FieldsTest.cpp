@@ -1,3 +1,4 @@
+#include "tests/LogCapture.h"
 #include "tests/Scene.h"
 
 #include <cmath>
@@ -150,6 +151,14 @@ TEST(Fields, TakeWhatTheirDescriptionAllows)
         EXPECT_FALSE(field.setAndValidateValueByStr(text, false)) << text;
         EXPECT_EQ(Field::textError().expected, "one of: fast , slow");
     }
+    test::Scene scene;
+    test::Sink<SFString> node(scene._nodes);
+    node._in._desc = &desc;
+    test::LogCapture log(osg::LOG_WARNING);
+    for (bool const report : {false, true})
+        EXPECT_FALSE(node._in.setAndValidateValueByStr("no", report) || !node._in.setAndValidateValueByStr("slow", report));
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_EQ(log[0].text, "Sink/sink.mode: expected one of: fast , slow at position 0, found \"no\"\n");
     field._value = "other";
     field.setToDefault();
     EXPECT_EQ(field._value, "fast");
@@ -255,6 +264,9 @@ TEST(Fields, RotationFormsAreDerivedWhenRead)
             EXPECT_FLOAT_EQ(rotation.axis()[i], c.axis[i]);
         EXPECT_EQ(rotation._state, Rotation::both);
     }
+    Rotation turned({0, 1, 0}, 2.f);
+    turned.setQuaternion(osg::Quaternion());
+    EXPECT_TRUE(turned.axis() == osg::Vec3f(0, 0, 1) && turned.angle() == 0) << "no old axis";
     osg::Quaternion broken;
     broken.setValueAsQuat(NAN, 0, 0, 1);
     EXPECT_TRUE(std::isnan(Rotation(broken).angle()));

@@ -251,39 +251,4 @@ TEST(Matrix, MovesPointsByConvention)
     EXPECT_FALSE(Matrix(0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1).inverse(other));
 }
 
-TEST(Matrix, EveryInputEnds)
-{
-    std::mt19937 random(11);
-    for (int i = 0; i < 20000; ++i) {
-        Matrix m;
-        for (int k = 0; k < 16; ++k) {
-            std::uint32_t const bits = random();
-            int const sign = bits & 1 ? 1 : -1, power = static_cast<int>(bits >> 1) % 40 - 20;
-            // Any bits, small integers (singular, mirrored, defective, paired), powers of two of any size.
-            m.getValues()[k] = i % 3 == 0 ? std::bit_cast<float>(bits)
-                : i % 3 == 1              ? static_cast<float>(static_cast<int>(bits % 5) - 2)
-                                          : std::ldexp(static_cast<float>(sign), power);
-        }
-        if (i % 2 != 0)
-            m[0][3] = m[1][3] = m[2][3] = 0, m[3][3] = 1;
-        Matrix log, exp, Q, S, SO;
-        Vec3f k;
-        float det;
-        bool const exists = log.logOf(m);
-        ASSERT_EQ(contentsOf(log), exists ? Contents::Finite : Contents::NaN);
-        if (exists && largest(exact(log)) < 1e3L) {
-            ASSERT_LE(difference(m, exact(log).exp()), 1e-2L) << i;
-        }
-        bool const fits = exp.expOf(m);
-        ASSERT_EQ(contentsOf(exp), fits ? Contents::Finite : Contents::NaN);
-        m.polarDecompose(Q, S, det);
-        m.spectralDecompose(SO, k);
-        ASSERT_NE(contentsOf(Q), Contents::Mixed);
-        ASSERT_NE(contentsOf(SO), Contents::Mixed);
-        m.invert();
-        Quaternion q;
-        q.setValue(m);
-    }
-}
-
 } // namespace
