@@ -102,20 +102,18 @@ bool NumberReader::readReal(Real& value)
     char const* const end = wordEnd(_at);
     char const* const digits = *_at == '+' && _at[1] != '-' ? _at + 1 : _at;
     auto [stop, error] = std::from_chars(digits, end, value);
-    if (error == std::errc::result_out_of_range || (error == std::errc() && std::isinf(value))) {
-        // Too small is as good as zero, too large is not a number of this kind; "inf" means what it says.
+    if (error == std::errc::result_out_of_range) {
+        // Too small is as good as zero, too large is not a number of this kind.
         double wide = 0;
         bool const tiny = std::from_chars(digits, stop, wide).ec == std::errc::result_out_of_range
             ? std::strtod(std::string(digits, stop).c_str(), nullptr) == 0
             : std::abs(wide) < 1;
-        bool const literal = (digits[0] == '-' ? digits[1] : digits[0]) == 'i';
-        if (tiny)
-            value = static_cast<Real>(*digits == '-' ? -0.0 : 0.0);
-        else if (!literal) {
+        if (!tiny) {
             _expected = sizeof(Real) == 4 ? "a number within the range of a float"
                                           : "a number within the range of a double";
             return false;
         }
+        value = static_cast<Real>(*digits == '-' ? -0.0 : 0.0);
         error = std::errc();
     } else if (error == std::errc() && std::isnan(value)) {
         stop = readNaN(digits, end, value);

@@ -159,6 +159,9 @@ TEST(Routes, MayBeRemovedWhileTheyDeliver)
     EXPECT_EQ(first._received.size(), 1u);
     EXPECT_EQ(second._received.size(), 0u);
     EXPECT_EQ(third._received.size(), 2u);
+    Scene::route(first._in, third._in);
+    Route::removeAll(first._in);
+    EXPECT_EQ(third._in._routesIn->nextIn(), nullptr) << "only the one from the source is left";
 }
 
 TEST(Routes, ChainsOfAnyLengthArrive)

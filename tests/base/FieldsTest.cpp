@@ -94,33 +94,10 @@ TEST(Fields, BadTextsAreRefusedWithPlaceAndExpectation)
     }
 }
 
-TEST(Fields, SingleValuesAreTheirOnlyElement)
+TEST(Fields, RefuseWhatIsNoValueOfTheirs)
 {
     SFBool flag;
-    SFString text;
     SFTime time;
-    SFVec3f place;
-    SFRotation turn;
-    struct Case {
-        Field& field;
-        char const* value;
-        unsigned bytes;
-    };
-    for (Case const& c : {Case{flag, "true", 1}, {text, "a b", 0}, {time, "2.5", 8}, {place, "1 2 3", 12},
-                          {turn, "0 0 1 0.5", 36}}) {
-        EXPECT_TRUE(c.field.set1ValueByStr(7, c.value)) << c.value;
-        c.field.resize(5), c.field.reserve(5), c.field.clear(), c.field.free();
-        EXPECT_EQ(c.field.size(), 1u);
-        EXPECT_EQ(c.field.get1ValueAsStr(7), c.value);
-        EXPECT_EQ(c.field.elementSize(), c.bytes);
-        std::string const bin = c.field.get1ValueAsBin(7);
-        c.field.setToDefault();
-        EXPECT_NE(c.field.getValueAsStr(), c.value);
-        EXPECT_TRUE(c.field.set1ValueByBin(7, bin));
-        EXPECT_EQ(c.field.getValueAsStr(), c.value);
-        EXPECT_TRUE(c.bytes == 0 || !c.field.setValueByBin(bin + 'x')) << c.value;
-        EXPECT_EQ(c.field.addValueByStr(c.value, Field::single), 0);
-    }
     EXPECT_FALSE(time.setValueByStr("soon", Field::single));
     EXPECT_FALSE(flag.setValueByBin("\2")) << "neither true nor false";
     MFRotation turns;

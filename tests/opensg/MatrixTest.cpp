@@ -137,6 +137,25 @@ TEST(Matrix, MatricesWithoutLogarithmGiveNaN)
     EXPECT_EQ(contentsOf(tooLarge), Contents::NaN);
 }
 
+TEST(Matrix, RotationsOfAnySizeHaveExactLogarithms)
+{
+    Worst whole{"log/exp: rotation x uniform scale 1e-3..1e3, moved to 1e4", 4e-6L};
+    Worst halves{"log/exp: half of a rotation x uniform scale, half turn included", 4e-6L};
+    for (Vec3f const& axis : {Vec3f(1, 0, 0), Vec3f(0, 1, 0), Vec3f(0, 0, 1), Vec3f(-1, 2, 3), Vec3f(1e-4f, 1, -1e-3f)})
+        for (Real angle : {0.L, 1e-7L, 0.01L, 1.L, pi / 2, 2.5L, 3.1L, 3.14L, pi - 1e-4L, pi - 1e-6L, pi})
+            for (Real scale : {1e-3L, 0.3L, 1.L, 17.L, 1e3L}) {
+                Reference const turned = rotation(axis, angle) * scaling(scale, scale, scale);
+                whole(roundTrip(rounded(moved(turned, 1e4L, -20, 1))));
+                Matrix log, half;
+                log.logOf(rounded(turned));
+                log.scale(0.5f);
+                half.expOf(log);
+                Real const s = std::sqrt(scale), back = angle < pi - 1e-5L ? 1 : -1; // an exact half turn goes either way
+                halves(std::min(difference(half, rotation(axis, angle / 2) * scaling(s, s, s)),
+                                difference(half, rotation(axis, back * angle / 2) * scaling(s, s, s))));
+            }
+}
+
 TEST(Matrix, ExponentialAndDecompositionsAreExact)
 {
     Worst exponentials{"expOf against long double", 3e-7L};
@@ -211,6 +230,7 @@ TEST(Matrix, MovesPointsByConvention)
     moves(Matrix(0, -1, 0, 10, 1, 0, 0, 20, 0, 0, 1, 30, 0, 0, 0, 1), {8, 21, 33});
     m.setTransform({10, 20, 30}, quarter);
     moves(m, {8, 21, 33});
+    m.setTransform({10, 20, 30}, tilt, {5, 5, 5}, tilt); // nothing of it stays
     m.setTransform({10, 20, 30}, quarter, {2, 3, 4});
     moves(m, {4, 22, 42});
     m.setTransform({10, 20, 30}, quarter, {2, 3, 4}, quarter);
