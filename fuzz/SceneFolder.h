@@ -21,10 +21,13 @@ public:
         _files[0] = name + "/scene.x3d";
         _files[1] = name + "/other.x3d";
         ::dup2(::open("/dev/null", O_RDWR), STDOUT_FILENO);
-        std::cerr.rdbuf(this);
         play::loadPool("");
     }
-    ~SceneFolder() { std::filesystem::remove_all(_files[0].parent_path()); }
+    ~SceneFolder()
+    {
+        std::cerr.rdbuf(_shown);
+        std::filesystem::remove_all(_files[0].parent_path());
+    }
 
     /// The scene's file. `encoded`: it may turn into VRML on the way, and the machine lacks what converts that.
     std::string write(std::uint8_t const* data, std::size_t size, bool& encoded)
@@ -46,6 +49,7 @@ private:
     int_type overflow(int_type c) override { return traits_type::not_eof(c); }
 
     std::filesystem::path _files[2];
+    std::streambuf* const _shown = std::cerr.rdbuf(this);
 };
 
 } // namespace Zelvan::fuzz
