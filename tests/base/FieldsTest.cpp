@@ -111,7 +111,7 @@ TEST(Fields, RefuseWhatIsNoValueOfTheirs)
 
 TEST(Fields, TakeWhatTheirDescriptionAllows)
 {
-    NodePartDesc const desc(0, NodePart::_nullMask, inputOutput, SFStringType, 0, "mode", nullptr, "fast", "fast , slow",
+    NodePartDesc const desc(0, NodePart::_nullMask, inputOutput, SFStringType, 0, "mode", nullptr, "fast", "fast ,slow",
                             "", 0);
     SFString field;
     EXPECT_TRUE(field.setAndValidateValueByStr("any", false)) << "without a description";
@@ -126,7 +126,7 @@ TEST(Fields, TakeWhatTheirDescriptionAllows)
     }
     for (char const* const text : {"", "fas", "fast ", "fast,slow"}) {
         EXPECT_FALSE(field.setAndValidateValueByStr(text, false)) << text;
-        EXPECT_EQ(Field::textError().expected, "one of: fast , slow");
+        EXPECT_EQ(Field::textError().expected, "one of: fast ,slow");
     }
     test::Scene scene;
     test::Sink<SFString> node(scene._nodes);
@@ -135,7 +135,7 @@ TEST(Fields, TakeWhatTheirDescriptionAllows)
     for (bool const report : {false, true})
         EXPECT_FALSE(node._in.setAndValidateValueByStr("no", report) || !node._in.setAndValidateValueByStr("slow", report));
     ASSERT_EQ(log.size(), 1u);
-    EXPECT_EQ(log[0].text, "Sink/sink.mode: expected one of: fast , slow at position 0, found \"no\"\n");
+    EXPECT_EQ(log[0].text, "Sink/sink.mode: expected one of: fast ,slow at position 0, found \"no\"\n");
     field._value = "other";
     field.setToDefault();
     EXPECT_EQ(field._value, "fast");
@@ -244,6 +244,10 @@ TEST(Fields, RotationFormsAreDerivedWhenRead)
     Rotation turned({0, 1, 0}, 2.f);
     turned.setQuaternion(osg::Quaternion());
     EXPECT_TRUE(turned.axis() == osg::Vec3f(0, 0, 1) && turned.angle() == 0) << "no old axis";
+    turned._axis.setValues(0, 0, 9e-7f);
+    turned._quaternion.setValueAsQuat(1, 0, 0, 0);
+    turned._state = Rotation::axisAngleOnly;
+    EXPECT_EQ(turned.quaternion(), osg::Quaternion()) << "too short an axis";
     osg::Quaternion broken;
     broken.setValueAsQuat(NAN, 0, 0, 1);
     EXPECT_TRUE(std::isnan(Rotation(broken).angle()));

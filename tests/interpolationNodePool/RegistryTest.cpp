@@ -3,6 +3,7 @@
 #include "tests/interpolationNodePool/PoolNodes.h"
 
 #include <fstream>
+#include <span>
 #include <sstream>
 
 namespace Zelvan {
@@ -10,6 +11,30 @@ namespace {
 
 using test::LogCapture;
 using test::Scene;
+
+TEST(Registry, HoldsTheDocumentedRecords)
+{
+    std::ostringstream records, documented;
+    for (NodeType const* const type : theSceneNodeTypeFactory().types()) {
+        if (type->_poolName != "InterpolationNodePool")
+            continue;
+        records << type->_name << " < " << type->_parentName << (type->_aliasName.empty() ? "" : " alias " + type->_aliasName)
+                << ", " << type->_status << ", " << type->_standard << ", " << (type->_createNode ? "creatable" : "abstract")
+                << "\n    " << type->_description << '\n';
+        for (NodePartDesc const& part : std::span(type->_parts, type->_ownPartCount)) {
+            EXPECT_TRUE(part._mask.bits() == 1ul << part._index && part._hint == nullptr && part._reserved == 0);
+            records << "  " << part._index << ' ' << part._name << ' ' << dataTypeName(part._dataType) << '(' << part._dataType
+                    << ") " << accessName(part._type) << '(' << part._type << ") flags " << part._flags;
+            if (part._defaultValue)
+                records << " default " << part._defaultValue;
+            if (part._allowedValues)
+                records << " of " << part._allowedValues;
+            records << "\n    " << part._description << '\n';
+        }
+    }
+    documented << std::ifstream(ZELVAN_RECORDS).rdbuf();
+    EXPECT_EQ(records.str(), documented.str());
+}
 
 template <class NodeClass>
 class EveryNode : public testing::Test {};

@@ -117,7 +117,7 @@ TEST(Matrix, MatricesWithoutLogarithmGiveNaN)
         {"half turn in the other order", {-1, 0, 0, 3, 0, 1, 0, 5, 0, 0, -1, 6, 0, 0, 0, 1}, true},
         {"negated identity", {-1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1}, true},
         {"two half turns", {-1, 0, 0, 0, 0, -3, 0, 0, 0, 0, -1, 0, 0, 0, 0, -3}, true},
-        {"perspective with a logarithm", {2, 0, 0, 0, 0, 2, 0, 0, 0, 0, 3, 1, 0, 0, 0.5f, 1}, true},
+        {"perspective with a logarithm", {2, 0, 0, 40, 0, 2, 0, 0, 0, 0, 3, 1, 0, 0, 0.5f, 1}, true},
         {"perspective of a viewer", {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, -1.2f, -2.2f, 0, 0, -1, 0}, false},
         {"denormal", {1e-40f, 0, 0, 0, 0, 1e-40f, 0, 0, 0, 0, 1e-40f, 0, 0, 0, 0, 1}, true},
         {"huge", {0, -3e38f, 0, 1, 3e38f, 0, 0, 1, 0, 0, 3e38f, 1e-30f, 0, 0, 0, 1}, true},

@@ -95,33 +95,8 @@ class AllocationFailure : public testing::Test {
 protected:
     AllocationFailure()
     {
-        std::string utf16 = "\xff\xfe";
-        for (char const c : "<X3D><Scene><PositionInterpolator DEF='P' key='0 1' keyValue='0 0 0 1 2 3'/></Scene></X3D>\n")
-            utf16 += c == '\0' ? std::string() : std::string{c, '\0'};
-        folder.add("inlined.x3d", utf16);
-        folder.add("far.x3d", x3d("<ProtoDeclare name='Far'><ProtoBody><SplineScalarInterpolator/></ProtoBody></ProtoDeclare>"));
-        std::string scene = R"(<ExternProtoDeclare name='Far' url='"far.x3d#Far"'/><ProtoInstance name='Far'/>
-            <ProtoDeclare name='Swing'><ProtoInterface><field name='open' type='SFFloat' accessType='inputOnly'/>
-            <field name='to' type='MFRotation' accessType='initializeOnly' value='0 1 0 0 0 1 0 3'/></ProtoInterface>
-            <ProtoBody><OrientationInterpolator DEF='O' key='0 1'><IS><connect nodeField='set_fraction' protoField='open'/>
-            <connect nodeField='keyValue' protoField='to'/></IS></OrientationInterpolator></ProtoBody></ProtoDeclare>
-            <TimeSensor DEF='Clock' loop='true'/><TimeSensor DEF='Idle'/><Inline DEF='In' url='"no.x3d" "inlined.x3d"'/>
-            <IMPORT inlineDEF='In' importedDEF='P'/><ProtoInstance name='Swing' DEF='S'/><Material DEF='M'/><Script DEF='A'/>
-            <EaseInEaseOut DEF='E' key='0 1' easeInEaseOut='0 0.5 0.5 0'/><ScalarInterpolator DEF='N' key='0 nan' keyValue='0 1'/>
-            <ColorInterpolator DEF='C' key='0 1' keyValue='1 0 0 0 1 7'/><Group USE='C'/><Group USE='none'/>
-            <CoordinateInterpolator DEF='B' key='0 0.5 1' keyValue='0 0 0 1 1 1 1 0 0 0 1 1 0 0 1 0 1 0'/>
-            <TransformationInterpolator DEF='T' key='0 1' mode='component'
-                keyValue='1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1 0 1 0 0 -1 0 0 0 0 0 2 0 0 0 4 1'/>)";
-        auto const route = [&scene](std::string const& from, std::string const& out, std::string const& to, std::string const& in) {
-            scene += "<ROUTE fromNode='" + from + "' fromField='" + out + "' toNode='" + to + "' toField='" + in + "'/>\n";
-        };
-        for (char const* const to : {"E", "N", "C", "B", "T", "P"})
-            route("Clock", "fraction_changed", to, "set_fraction");
-        route("Clock", "fraction_changed", "S", "open");
-        route("C", "value_changed", "M", "diffuseColor");
-        route("M", "diffuseColor_changed", "A", "color");
-        route("E", "modifiedFraction_changed", "nobody", "x");
-        folder.add("scene.x3d", x3d(scene));
+        // PROTOs, an Inline in UTF-16, every message, values of every kind.
+        std::filesystem::copy(ZELVAN_FAILING_SCENE, folder.path(""));
         if (std::system(("gzip '" + folder.path("scene.x3d") + "'").c_str()) != 0)
             throw std::runtime_error("no gzip");
         std::filesystem::current_path(folder.path(""));
