@@ -73,15 +73,8 @@ void FindingCollector::add(char const* code, SceneRoute const& route, std::strin
 
 void FindingCollector::add(Finding finding)
 {
-    constexpr std::size_t most = 1000; // whoever wants to see more has other worries
     if (!wants(finding.code))
         return;
-    auto& [count, last] = _read[finding.code];
-    if (++count > most) {
-        ++_findings[last].more;
-        return;
-    }
-    last = _findings.size();
     finding.severity = severityOf(finding.code, finding.severity);
     _findings.push_back(std::move(finding));
 }
@@ -91,7 +84,6 @@ std::vector<Finding> FindingCollector::take()
     std::stable_sort(_findings.begin(), _findings.end(),
                      [](Finding const& a, Finding const& b) { return order(a) < order(b); });
     _slots.clear();
-    _read.clear();
     return std::move(_findings);
 }
 
@@ -188,21 +180,21 @@ void writeFindings(std::ostream& out, std::vector<Finding> const& findings, Chec
 
 void writeFindingsJson(std::ostream& out, std::vector<Finding> const& findings)
 {
-    auto list = nlohmann::ordered_json::array();
-    for (Finding const& finding : findings) {
+    // One at a time: a document of them all takes many times the memory.
+    out << "{\n  \"findings\": [";
+    for (std::size_t i = 0; i < findings.size(); ++i) {
+        Finding const& finding = findings[i];
         nlohmann::ordered_json entry = {
             {"file", finding.place.file}, {"line", finding.place.line},  {"column", finding.place.column},
             {"severity", severityName(finding.severity)}, {"code", finding.code}, {"node", finding.node},
             {"message", finding.message}, {"advice", finding.advice}};
         if (finding.more > 0)
             entry["more"] = finding.more;
-        list.push_back(std::move(entry));
+        out << (i == 0 ? "" : ",") << "\n    " << entry.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     }
-    nlohmann::ordered_json const document = {{"findings", std::move(list)},
-                                             {"errors", countFindings(findings, Severity::error)},
-                                             {"warnings", countFindings(findings, Severity::warning)},
-                                             {"notes", countFindings(findings, Severity::note)}};
-    out << document.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+    out << (findings.empty() ? "],\n" : "\n  ],\n");
+    out << "  \"errors\": " << countFindings(findings, Severity::error) << ",\n  \"warnings\": "
+        << countFindings(findings, Severity::warning) << ",\n  \"notes\": " << countFindings(findings, Severity::note) << "\n}\n";
 }
 
 std::size_t countFindings(std::vector<Finding> const& findings, Severity severity)

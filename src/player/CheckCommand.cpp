@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <unistd.h>
 
@@ -92,10 +93,18 @@ Finding unreadable(std::string const& file, std::string message)
 
 std::vector<Finding> findingsOf(Session const& session, CheckCommandOptions const& options)
 {
+    constexpr std::size_t most = 1000; // of a kind; the others are counted
     std::vector<Finding> read;
+    std::map<std::string, std::pair<std::size_t, std::size_t>, std::less<>> kinds; // how many, and where the last one is
     Diagnostics diagnostics(std::cerr);
     diagnostics.onMessage = [&](Severity severity, Place const& place, std::string_view kind,
                                 std::string const& text) {
+        auto& [count, last] = kinds.try_emplace(std::string(kind)).first->second;
+        if (++count > most) {
+            ++read[last].more;
+            return;
+        }
+        last = read.size();
         read.push_back({severity, std::string(kind), place, "", text, ""});
     };
     std::unique_ptr<Scene> scene;

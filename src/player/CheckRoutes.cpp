@@ -44,13 +44,14 @@ private:
     struct At {
         Field* field; ///< that an event arrives at
         Route* next;  ///< to follow
+        SceneNode const* node;
+        std::size_t interpolators; ///< on the path up to here
     };
     enum class State : char { onPath, done };
 
     // The field that sends what arrives; null where events end.
-    Field* passedOn(Field& field) const
+    static Field* passedOn(Field& field, SceneNode const* node)
     {
-        SceneNode const* const node = _scene.sceneNode(*field._node);
         if (node == nullptr || !node->known)
             return node ? &field : nullptr;
         bool const fraction = std::string_view(field.findName()) == "set_fraction";
@@ -58,10 +59,12 @@ private:
     }
     bool enter(Field& field)
     {
-        Field* const out = passedOn(field);
+        SceneNode const* const node = _scene.sceneNode(*field._node);
+        Field* const out = passedOn(field, node);
         if (out == nullptr || !_states.try_emplace(&field, State::onPath).second)
             return false;
-        _path.push_back({&field, out->_routesOut});
+        std::size_t const before = _path.empty() ? 0 : _path.back().interpolators;
+        _path.push_back({&field, out->_routesOut, node, before + isInterpolator(*node)});
         return true;
     }
     void step()
@@ -81,22 +84,21 @@ private:
     }
     void report(Route const& closing)
     {
+        if (_reported >= most)
+            return;
         auto const first = std::find_if(_path.begin(), _path.end(),
                                         [&](At const& at) { return at.field == &closing.to(); });
         constexpr std::ptrdiff_t shown = 6;
         std::string names, more = _path.end() - first > shown ? "... -> " : "";
-        bool any = false;
-        for (auto at = first; at != _path.end(); ++at) {
-            SceneNode const& node = *_scene.sceneNode(*at->field->_node);
-            any |= isInterpolator(node);
-            if (at - first < shown)
-                names += node.name + " -> ";
-        }
+        bool const any = _path.back().interpolators > first->interpolators - isInterpolator(*first->node);
+        for (auto at = first; at != _path.end() && at - first < shown; ++at)
+            names += at->node->name + " -> ";
         auto const place = std::find_if(_scene.routes.begin(), _scene.routes.end(),
                                         [&](SceneRoute const& r) { return r.route == &closing; });
-        if (any && place != _scene.routes.end() && ++_reported <= most)
+        ++_reported;
+        if (any && place != _scene.routes.end())
             _findings.add("route-loop", *place,
-                          names + more + _scene.sceneNode(*first->field->_node)->name
+                          names + more + first->node->name
                               + ": an event that comes round again is dropped",
                           "take one of the ROUTEs out");
     }
@@ -111,13 +113,14 @@ private:
 
 } // namespace
 
-Drive driveOf(Scene const& scene, SceneNode const& node, unsigned depth)
+namespace {
+
+void follow(Scene const& scene, SceneNode const& node, unsigned depth, unsigned& left, Drive& drive)
 {
-    constexpr unsigned deepest = 8, most = 64; // chains and fans beyond that are no animation
-    Drive drive;
-    unsigned count = 0;
+    constexpr unsigned deepest = 8;
     Route const* route = fieldOf(node, "set_fraction")->_routesIn;
-    for (; route != nullptr && count < most; route = route->nextIn(), ++count) {
+    for (; route != nullptr && left > 0; route = route->nextIn()) {
+        --left;
         SceneNode const* const from = scene.sceneNode(*route->from()._node);
         if (from == nullptr)
             continue;
@@ -127,15 +130,21 @@ Drive driveOf(Scene const& scene, SceneNode const& node, unsigned depth)
                 drive.looping = from;
         } else if (isInterpolator(*from) && from->node->type()._name == "EaseInEaseOut" && spansAll(*from)
                    && depth < deepest) {
-            Drive const before = driveOf(scene, *from, depth + 1);
             drive.eased = true;
-            drive.clocked &= before.clocked;
-            if (before.looping != nullptr)
-                drive.looping = before.looping;
+            follow(scene, *from, depth + 1, left, drive);
         } else {
             drive.clocked = false;
         }
     }
+}
+
+} // namespace
+
+Drive driveOf(Scene const& scene, SceneNode const& node)
+{
+    unsigned left = 64; // chains and fans of more routes are no animation
+    Drive drive;
+    follow(scene, node, 0, left, drive);
     return drive;
 }
 

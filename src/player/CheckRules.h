@@ -50,7 +50,6 @@ private:
     CheckOptions const& _options;
     std::vector<Finding> _findings;
     std::map<std::tuple<std::string_view, std::uint32_t, std::uint32_t>, Slot> _slots;
-    std::map<std::string, std::pair<std::size_t, std::size_t>> _read; ///< of the reader, by code: how many, the last
 };
 
 /// An interpolator's keys and values, as far as they count.
@@ -91,7 +90,7 @@ struct Drive {
     bool eased = false;                 ///< by way of an EaseInEaseOut
     SceneNode const* looping = nullptr; ///< a TimeSensor that loops
 };
-Drive driveOf(Scene const& scene, SceneNode const& node, unsigned depth = 0);
+Drive driveOf(Scene const& scene, SceneNode const& node);
 
 /// Nodes that a ROUTE names which could not be connected: that was reported.
 using FailedEnds = std::unordered_set<SceneNode const*>;

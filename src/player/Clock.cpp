@@ -20,7 +20,7 @@ TimeSensor& timeSensor(Clock::Sensor const& sensor)
 
 std::vector<Timing::Frame> Timing::frames() const
 {
-    constexpr double most = 1e8;
+    constexpr double most = 1e7;
     std::vector<double> exact = at;
     std::sort(exact.begin(), exact.end());
     double const last = exact.empty() ? to : exact.back();
@@ -53,8 +53,10 @@ std::vector<Timing::Frame> Timing::frames() const
 Clock::Clock(Scene& scene) : _scene(scene)
 {
     for (SceneNode& node : scene.sceneNodes)
-        if (node.known && TimeSensor::isType(node.node))
+        if (node.known && TimeSensor::isType(node.node)) {
+            _byNode[node.node] = _sensors.size();
             _sensors.emplace_back(node);
+        }
     scene.goLive();
     for (Sensor const& sensor : _sensors)
         timeSensor(sensor).sensorProc().open(0);
@@ -162,34 +164,40 @@ Clock::Sensor const* Clock::sensorOf(SceneNode const& node) const
     Route const* const in = fraction ? fraction->_routesIn : nullptr;
     if (in == nullptr || in->nextIn() != nullptr || in->from().dataType() != SFFloatType)
         return nullptr;
-    Node const* const from = in->from()._node;
-    auto const found = std::find_if(_sensors.begin(), _sensors.end(), [&](Sensor const& s) { return s.node->node == from; });
-    return found == _sensors.end() ? nullptr : &*found;
+    auto const found = _byNode.find(in->from()._node);
+    return found == _byNode.end() ? nullptr : &_sensors[found->second];
 }
 
-std::vector<double> Clock::timesOf(Sensor const& sensor, std::vector<float> const& fractions)
+std::optional<std::vector<double>> Clock::timesOf(Sensor const& sensor, std::vector<float> fractions, std::size_t most)
 {
-    constexpr std::size_t most = 100'000; // marks on an axis, not data
+    std::erase_if(fractions, [](float fraction) { return !(fraction >= 0 && fraction <= 1); });
     std::vector<double> times;
-    for (Run const& run : sensor.runs)
-        for (std::size_t n = 0; n < most && times.size() < most; ++n) {
+    if (fractions.empty())
+        return times;
+    for (Run const& run : sensor.runs) {
+        if (!((run.end - run.start) / run.cycle < static_cast<double>(most)))
+            return std::nullopt;
+        for (std::size_t n = 0;; ++n) {
             double const cycle = run.start + static_cast<double>(n) * run.cycle;
             if (!(cycle <= run.end))
                 break;
+            if (times.size() + fractions.size() > most)
+                return std::nullopt;
             for (float const fraction : fractions)
-                if (double const time = cycle + fraction * run.cycle; fraction >= 0 && fraction <= 1 && time <= run.end)
+                if (double const time = cycle + fraction * run.cycle; time <= run.end)
                     times.push_back(time);
         }
+    }
     std::sort(times.begin(), times.end());
     times.erase(std::unique(times.begin(), times.end()), times.end());
     return times;
 }
 
-std::vector<double> Clock::seamsOf(Sensor const& sensor)
+std::vector<double> Clock::seamsOf(Sensor const& sensor, std::size_t most)
 {
-    std::vector<double> seams = timesOf(sensor, {0.f});
-    std::erase_if(seams, [&](double time) {
-        return std::any_of(sensor.runs.begin(), sensor.runs.end(), [&](Run const& run) { return run.start == time; });
+    std::vector<double> seams = timesOf(sensor, {0.f}, most).value_or(std::vector<double>());
+    std::erase_if(seams, [&](double time) { // runs follow each other
+        return std::ranges::binary_search(sensor.runs, time, {}, &Run::start);
     });
     return seams;
 }

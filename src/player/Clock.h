@@ -2,7 +2,9 @@
 
 #include "player/Scene.h"
 
+#include <optional>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace Zelvan::play {
@@ -60,9 +62,10 @@ public:
     /// The sensor whose fraction a node gets directly; null when there is none, or more than one.
     Sensor const* sensorOf(SceneNode const& node) const;
     /// Times within a sensor's runs at which its fraction is that of one of `fractions` (0 to 1).
-    static std::vector<double> timesOf(Sensor const& sensor, std::vector<float> const& fractions);
-    /// Times at which a sensor begins another cycle.
-    static std::vector<double> seamsOf(Sensor const& sensor);
+    /// Nothing when there are more than `most`, or about as many.
+    static std::optional<std::vector<double>> timesOf(Sensor const& sensor, std::vector<float> fractions, std::size_t most);
+    /// Times at which a sensor begins another cycle; none when there are more than `most`.
+    static std::vector<double> seamsOf(Sensor const& sensor, std::size_t most);
     /// Runs that are known before time has passed: of sensors that run from the opening or that are to be started.
     std::vector<Sensor> planned(double until) const;
     /// What a sensor that does not run waits for, and the option that starts it; empty while it runs.
@@ -80,6 +83,7 @@ private:
 
     Scene& _scene;
     std::vector<Sensor> _sensors;
+    std::unordered_map<Node const*, std::size_t> _byNode; ///< sensors by their nodes
     std::vector<Event> _events; ///< by time, those to come last
     std::size_t _nextEvent = 0;
 };

@@ -8,8 +8,10 @@
 #include "player/Tables.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <chrono>
+#include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
@@ -56,7 +58,7 @@ void limitLog()
     osg::osgLog().setLogType(osg::LOG_NONE);
     osg::osgLog().setCallback([](osg::LogRecord const& record) {
         if (seen.size() >= texts && !seen.contains(record.text))
-            return;
+            return osg::osgLog().setLogLevel(osg::LOG_LOG); // no more is formatted
         unsigned const count = ++seen[record.text];
         if (count <= shown)
             std::cerr << "log: " << record.text << (count == shown ? "log: (not shown again)\n" : "");
@@ -126,6 +128,7 @@ void addSceneOptions(CLI::App& command, SceneOptions& options)
     };
     limit("--max-bytes", options.limits.bytes, "largest file, uncompressed");
     limit("--max-depth", options.limits.depth, "deepest nesting");
+    limit("--max-elements", options.limits.elements, "most elements in one file, and eight times as many lines");
     limit("--max-nodes", options.limits.nodes, "most nodes that can be routed to");
     limit("--max-expanded", options.limits.expanded, "most nodes that PROTOs and repeated Inlines stand for");
     limit("--max-files", options.limits.files, "most files, inlined ones included");
@@ -254,9 +257,23 @@ void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axi
     output("--html", options.html, "the curves as a page to zoom into");
 }
 
-Outputs::Outputs(OutputOptions const& options, Recorder& recorder, char const* axis)
+void requireOwnFiles(std::vector<std::string> outputs, std::string const& scene)
+{
+    std::erase(outputs, "");
+    std::ranges::sort(outputs);
+    auto const same = std::ranges::adjacent_find(outputs);
+    if (same != outputs.end())
+        throw Failure(exitUsage, '"' + *same + "\" is named for two outputs");
+    std::error_code error;
+    for (std::string const& output : outputs)
+        if (scene != "-" && std::filesystem::is_regular_file(output, error) && std::filesystem::equivalent(output, scene, error))
+            throw Failure(exitUsage, '"' + output + "\" is the scene itself and is not written over");
+}
+
+Outputs::Outputs(OutputOptions const& options, std::string const& scene, Recorder& recorder, char const* axis)
     : _options(options), _recorder(recorder), _axis(axis)
 {
+    requireOwnFiles({options.csv, options.jsonLines, options.svg, options.html}, scene);
     if (!options.csv.empty())
         _writers.push_back(std::make_unique<EventWriter>(options.csv, EventWriter::csv, axis));
     if (!options.jsonLines.empty())

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <memory>
 #include <optional>
+#include <set>
 
 namespace Zelvan::play {
 
@@ -20,7 +21,7 @@ struct ExportOptions {
 
 // Rows of one time each, a column per component. A value lasts until the next one; with `events` a cell is filled
 // only in the row of its event. A block has the columns of its largest size.
-void writeWide(std::ostream& out, Recorder const& recorder, bool events)
+void writeWide(std::ostream& out, Recorder const& recorder, bool events, std::size_t most)
 {
     std::vector<Track const*> tracks;
     std::vector<double> times;
@@ -32,10 +33,17 @@ void writeWide(std::ostream& out, Recorder const& recorder, bool events)
     std::sort(times.begin(), times.end());
     times.erase(std::unique(times.begin(), times.end()), times.end());
 
+    auto const elementsOf = [](Track const& track) { return isList(track.type) ? track.largestBlock : 1; };
+    std::size_t cells = 0;
+    for (Track const* const track : tracks) // about as many bytes in the heading as in a row's cell
+        cells += elementsOf(*track) * track->ranges.size() * (times.size() + track->name().size() / 8);
+    if (cells > most)
+        throw Failure(exitScene, "error: a table of more than " + std::to_string(most) + " cells; --format jsonl has none "
+                                     "that are empty (--max-values raises the limit)");
     out << "time";
     for (Track const* const track : tracks) {
         Components const components = componentsOf(track->type);
-        std::size_t const elements = isList(track->type) ? track->largestBlock : 1;
+        std::size_t const elements = elementsOf(*track);
         for (std::size_t e = 0; e < elements; ++e)
             for (unsigned c = 0; c < components.count; ++c)
                 out << ',' << csvCell(track->name() + (isList(track->type) ? '[' + std::to_string(e) + ']' : "")
@@ -51,7 +59,7 @@ void writeWide(std::ostream& out, Recorder const& recorder, bool events)
             while (next[t] < track.times.size() && track.times[next[t]] <= time)
                 ++next[t];
             std::size_t const width = track.ranges.size();
-            std::size_t const columns = (isList(track.type) ? track.largestBlock : 1) * width;
+            std::size_t const columns = elementsOf(track) * width;
             bool const filled = next[t] > 0 && (!events || next[t] != before);
             auto const sample = filled ? track.sample(next[t] - 1) : std::span<double const>();
             for (std::size_t i = 0; i < columns; ++i) {
@@ -67,15 +75,22 @@ void writeWide(std::ostream& out, Recorder const& recorder, bool events)
 // Times at which the fraction of a running sensor is that of a key of an interpolator it drives.
 std::vector<double> keyTimes(Scene const& scene, Clock const& clock, double until)
 {
+    constexpr std::size_t most = 4'000'000;
     std::vector<double> times;
+    std::set<std::pair<std::size_t, std::vector<float>>> seen; // many interpolators may have the same keys
     auto const plan = clock.planned(until);
     for (SceneNode const& node : scene.sceneNodes) {
         Clock::Sensor const* const sensor = isInterpolator(node) ? clock.sensorOf(node) : nullptr;
         if (sensor == nullptr)
             continue;
         auto const index = static_cast<std::size_t>(sensor - clock.sensors().data());
-        auto const at = Clock::timesOf(plan[index], static_cast<MFFloat&>(*fieldOf(node, "key"))._value);
-        times.insert(times.end(), at.begin(), at.end());
+        auto const& keys = static_cast<MFFloat&>(*fieldOf(node, "key"))._value;
+        if (!seen.insert({index, keys}).second)
+            continue;
+        auto const at = Clock::timesOf(plan[index], keys, most - times.size());
+        if (!at)
+            throw Failure(exitScene, "error: keys are passed more than " + std::to_string(most) + " times: a shorter time is less");
+        times.insert(times.end(), at->begin(), at->end());
     }
     std::sort(times.begin(), times.end());
     times.erase(std::unique(times.begin(), times.end()), times.end());
@@ -84,6 +99,7 @@ std::vector<double> keyTimes(Scene const& scene, Clock const& clock, double unti
 
 void exportScene(Session& session, ExportOptions& options)
 {
+    requireOwnFiles({options.output}, options.scene.file);
     OpenedScene const opened(session, options.scene);
     Clock clock(*opened.scene);
     if (options.rate)
@@ -112,7 +128,7 @@ void exportScene(Session& session, ExportOptions& options)
         playFrames(clock, recorder, frames);
         recorder.finish();
         OutputFile out(options.output);
-        writeWide(out.stream(), recorder, options.events);
+        writeWide(out.stream(), recorder, options.events, options.scene.limits.values);
         out.commit();
     }
     if (opened.diagnostics.errors() > 0)

@@ -9,7 +9,7 @@ namespace Zelvan::play {
 namespace {
 
 // What a browser still handles well: samples of all tracks together, samples of one, tracks.
-constexpr std::size_t mostSamples = 1'000'000, mostSamplesPerTrack = 20'000, mostTracks = 500;
+constexpr std::size_t mostSamples = 1'000'000, mostSamplesPerTrack = 20'000, mostTracks = drawnCurves;
 
 /// A float as the file has it; what has been derived from floats is no more precise than ten digits.
 std::string number(double value, int digits)

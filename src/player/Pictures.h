@@ -9,6 +9,9 @@
 namespace Zelvan::play {
 
 /// One track to draw, with what is marked on its axis.
+/// Beyond, nobody looks at a picture.
+inline constexpr std::size_t drawnCurves = 500;
+
 struct Curve {
     Track const* track;          ///< with its samples
     std::vector<double> keys;    ///< places of the interpolator's keys on the axis, within what was recorded

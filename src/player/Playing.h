@@ -70,7 +70,7 @@ void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axi
 /// Writes events while they are recorded, then pictures and the summary. Goes before its recorder does.
 class Outputs {
 public:
-    Outputs(OutputOptions const& options, Recorder& recorder, char const* axis);
+    Outputs(OutputOptions const& options, std::string const& scene, Recorder& recorder, char const* axis);
     /// `title` is the scene's file. The summary is left out where something else goes to standard output.
     void finish(Scene const& scene, Clock const* clock, std::vector<Curve> const& curves, std::string const& title);
 
@@ -80,6 +80,9 @@ private:
     std::string _axis;
     std::vector<std::unique_ptr<EventWriter>> _writers;
 };
+
+/// Usage failure when two outputs have one name, or one is the file of the scene.
+void requireOwnFiles(std::vector<std::string> outputs, std::string const& scene);
 
 /// A CSV cell, quoted where it must be.
 std::string csvCell(std::string const& text);

@@ -60,12 +60,14 @@ void addDerived(Track& track, std::vector<double> const& n)
 } // namespace
 
 Recorder::Recorder(Scene& scene, Options options)
-    : _options(options), _mostInFrame(100'000 + 100 * scene.routes.size())
+    : _options(options), _mostInFrame(1000 + 10 * scene.routes.size())
 {
     unsigned leaves = 0, arrivals = 0;
     for (SceneNode const& node : scene.sceneNodes)
         if (Field* const output = outputOf(node))
             add(node, *output, true, leaves++ < options.statistics);
+        else if (node.known) // a sensor sends of itself
+            _mostInFrame += 20;
     if (options.arrivals)
         for (SceneNode const& node : scene.sceneNodes)
             for (Field* const input : Scene::inputsOf(node))
@@ -117,6 +119,9 @@ void Recorder::sent(Field& field, TimeStamp const& timeStamp)
     if (++_sentInFrame > _mostInFrame)
         throw Failure(exitScene, "error: more than " + std::to_string(_mostInFrame) + " events in one frame: routes fan "
                                      "out and in again too often");
+    constexpr std::size_t large = 64;
+    if (field.cardinality() == Field::multiple && field.size() > large)
+        countMoved(field);
     unsigned const tag = field.tag();
     if (tag == 0 || paused)
         return;
@@ -147,17 +152,37 @@ void Recorder::sent(Field& field, TimeStamp const& timeStamp)
             }
         }
         if (_options.keepSamples) {
-            _kept += _scratch.size() + 2;
-            if (_kept > _options.mostKept)
-                throw Failure(exitScene, "error: more than " + std::to_string(_options.mostKept) + " values recorded: fewer "
-                                             "frames or a shorter time are less (--max-values raises the limit)");
+            requireRoomFor(_scratch.size() + 2);
             track.times.push_back(timeStamp);
             track.numbers.insert(track.numbers.end(), _scratch.begin(), _scratch.end());
             track.starts.push_back(track.numbers.size());
         }
     }
-    if (onEvent)
+    if (onEvent) {
+        requireRoomFor(field.size() * componentsOf(track.type).count + 2);
         onEvent(track, timeStamp, field);
+    }
+}
+
+void Recorder::requireRoomFor(std::size_t numbers)
+{
+    _kept += numbers;
+    if (_kept > _options.mostKept)
+        throw Failure(exitScene, "error: more than " + std::to_string(_options.mostKept) + " values recorded: fewer frames or "
+                                     "a shorter time are less (--max-values raises the limit)");
+}
+
+// Every route copies a block to where it leads.
+void Recorder::countMoved(Field const& field)
+{
+    constexpr std::size_t perValue = 40;
+    std::size_t moved = field.size();
+    for (Route const* route = field._routesOut; route != nullptr; route = route->nextOut())
+        moved += field.size();
+    _moved += moved;
+    if (moved / 2 > _options.mostKept || _moved / perValue > _options.mostKept)
+        throw Failure(exitScene, "error: routes move more elements of blocks than a run has time for: fewer frames, routes or "
+                                     "blocks are less (--max-values raises the limit)");
 }
 
 } // namespace Zelvan::play

@@ -57,7 +57,7 @@ public:
     struct Options {
         bool arrivals = true;    ///< also what reaches nodes without a class
         bool keepSamples = false;///< keep all numbers, for curves and exports
-        std::size_t mostKept = ~std::size_t(0); ///< numbers, times included; Failure(exitScene) beyond
+        std::size_t mostKept = ~std::size_t(0); ///< numbers kept or written, times included; Failure(exitScene) beyond
         unsigned statistics = ~0u; ///< ranges and outlines for this many tracks of each kind, the first ones
         unsigned outlineSteps = 0; ///< steps of the coarse curves
         double axisBegin = 0, axisEnd = 1;
@@ -77,7 +77,7 @@ public:
     TrackListener onEvent; ///< may be empty
     /// Only events of this node are recorded while set.
     SceneNode const* only = nullptr;
-    /// A frame begins: what it may send is counted anew. A frame in which every route is passed more than a hundred
+    /// A frame begins: what it may send is counted anew. A frame in which every route is passed more than ten
     /// times on average is a cascade that would not end in a lifetime: Failure(exitScene).
     void beginFrame() { _sentInFrame = 0; }
     /// Nothing is recorded while set.
@@ -85,6 +85,8 @@ public:
 
 private:
     void sent(Field& field, TimeStamp const& timeStamp) override;
+    void requireRoomFor(std::size_t numbers);
+    void countMoved(Field const& field);
     void add(SceneNode const& node, Field& field, bool leaves, bool statistics);
 
     Options _options;
@@ -96,7 +98,7 @@ private:
     };
     std::vector<Count> _counts;
     std::vector<double> _scratch;
-    std::size_t _events = 0, _kept = 0;
+    std::size_t _events = 0, _kept = 0, _moved = 0;
     std::size_t _sentInFrame = 0, _mostInFrame;
 };
 

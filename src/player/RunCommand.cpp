@@ -26,12 +26,16 @@ std::vector<float> keysOf(SceneNode const& node)
 
 std::vector<Curve> curvesOf(Recorder const& recorder, Clock const& clock)
 {
+    constexpr std::size_t mostMarks = 2000; // more would be a wall
     std::vector<Curve> curves;
     for (Track const& track : recorder.tracks())
         if (track.leaves && track.events > 0) {
-            Clock::Sensor const* const sensor = clock.sensorOf(*track.node);
-            curves.push_back({&track, sensor ? Clock::timesOf(*sensor, keysOf(*track.node)) : std::vector<double>(),
-                              sensor ? Clock::seamsOf(*sensor) : std::vector<double>()});
+            Curve& curve = curves.emplace_back(Curve{&track, {}, {}});
+            Clock::Sensor const* const sensor = curves.size() <= drawnCurves ? clock.sensorOf(*track.node) : nullptr;
+            if (sensor == nullptr)
+                continue;
+            curve.keys = Clock::timesOf(*sensor, keysOf(*track.node), mostMarks).value_or(std::vector<double>());
+            curve.seams = Clock::seamsOf(*sensor, mostMarks);
         }
     return curves;
 }
@@ -51,7 +55,7 @@ void run(Session& session, RunOptions& options)
     recording.axisBegin = options.time.timing.from;
     recording.axisEnd = frames.back().time;
     Recorder recorder(*opened.scene, recording);
-    Outputs outputs(options.output, recorder, "time");
+    Outputs outputs(options.output, options.scene.file, recorder, "time");
 
     playFrames(clock, recorder, frames);
     recorder.finish();

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <map>
 #include <pugixml.hpp>
+#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -125,6 +126,7 @@ private:
     Location locate(pugi::xml_node const& element, File const& file) const;
     Location locate(pugi::xml_attribute const& attribute, pugi::xml_node const& element, File const& file) const;
     void warn(Location where, char const* kind, std::string const& message);
+    void requireShort(std::string_view name, char const* what, Location where) const;
     /// An attribute that holds a name; empty when there is none.
     std::string nameIn(pugi::xml_node const& element, char const* attribute, File const& file) const;
     /// A name as messages have it, with those of the PROTO instances and inlined files around it.
@@ -134,6 +136,8 @@ private:
     File& load(std::string const& path);
     /// The file that a local URL means, in the folder of the scene; null, with a message, when there is none.
     File* loadLocal(std::string const& urls, File const& from, Location where, char const* kind, std::string* fragment);
+    /// The same for one URL, the first time it is met in `from`.
+    File* loadOnce(std::string url, File const& from, std::string& why);
     void readFile(File& file, Scope& scope);
     void walk(pugi::xml_node const& parent, Scope& scope, Instance* instance, File& file);
     void readElement(pugi::xml_node const& element, Scope& scope, Instance* instance, File& file);
@@ -170,7 +174,8 @@ private:
     Diagnostics& _diagnostics;
     std::vector<std::unique_ptr<File>> _files;
     std::unordered_map<std::string, File*> _filesByPath;
-    std::unordered_map<std::string, std::string> _unreadable; ///< why, by path: tried once, however often it is asked for
+    std::unordered_map<std::string, std::string> _unreadable; ///< why, by path: tried once, under whatever name
+    std::map<std::pair<File const*, std::string>, std::pair<File*, std::string>> _byUrl; ///< what a file's URLs led to, or why not
     std::deque<Scope> _scopes;
     std::deque<Instance> _instances;
     std::vector<pugi::xml_node> _expanding; ///< PROTO declarations being expanded
@@ -212,14 +217,19 @@ void SceneReader::warn(Location where, char const* kind, std::string const& mess
     _diagnostics.warning(_scene.place(where), kind, message);
 }
 
+// One long name can end up in any number of others, and in any number of messages.
+void SceneReader::requireShort(std::string_view name, char const* what, Location where) const
+{
+    constexpr std::size_t longest = 1000;
+    if (name.size() > longest)
+        throw Failure(exitScene, _scene.place(where).text() + ": error: " + what + " is longer than "
+                                     + std::to_string(longest) + " characters");
+}
+
 std::string SceneReader::nameIn(pugi::xml_node const& element, char const* attribute, File const& file) const
 {
-    // One long name can end up in any number of others, and in any number of messages.
-    constexpr std::size_t longest = 1000;
     std::string name = element.attribute(attribute).value();
-    if (name.size() > longest)
-        throw Failure(exitScene, _scene.place(locate(element.attribute(attribute), element, file)).text() + ": error: "
-                                     + attribute + " is longer than " + std::to_string(longest) + " characters");
+    requireShort(name, attribute, locate(element.attribute(attribute), element, file));
     return name;
 }
 
@@ -242,6 +252,12 @@ void SceneReader::requireRoomForFile(std::string const& path) const
 SceneReader::File& SceneReader::load(std::string const& path)
 {
     auto file = std::make_unique<File>(SourceFile(path, _limits));
+    // The tree of a document takes many times its text.
+    std::string_view const text(file->source.data(), file->source.size());
+    for (auto const& [mark, perElement, what] : {std::tuple{'<', 2, " elements"}, {'\n', 8, " lines"}})
+        if (std::size_t const most = std::size_t(_limits.elements) * perElement; std::size_t(std::ranges::count(text, mark)) > most)
+            throw Failure(exitScene, path + ": error: more than " + std::to_string(mark == '<' ? _limits.elements : most) + what
+                                         + " (--max-elements raises the limit)");
     file->number = static_cast<std::uint32_t>(_scene.fileNames.size());
     file->folder = path == "-" ? fs::path() : fs::path(path).parent_path();
     _scene.fileNames.push_back(file->source.name());
@@ -268,43 +284,53 @@ SceneReader::File* SceneReader::loadLocal(std::string const& urls, File const& f
                 *fragment = url.substr(hash + 1);
             url.resize(hash);
         }
-        if (url.starts_with("file://"))
-            url.erase(0, 7);
-        else if (url.find("://") != std::string::npos || url.starts_with("urn:")) {
-            why = '"' + url + "\" is not a local file, and nothing is fetched";
-            continue;
-        }
-        std::error_code error;
-        fs::path const path = canonicalPath(url.empty() ? fs::path(from.source.path()) : from.folder / url, error);
-        auto const inside = path.lexically_relative(_root);
-        if (!url.empty() && (error || inside.empty() || *inside.begin() == "..")) {
-            why = '"' + url + "\" lies outside the scene's folder";
-            continue;
-        }
-        // Reading from a pipe would wait for a writer.
-        if (fs::file_status const status = fs::status(path, error); fs::exists(status) && !fs::is_regular_file(status)) {
-            why = '"' + url + "\" is not a file";
-            continue;
-        }
-        if (auto const known = _filesByPath.find(path.string()); known != _filesByPath.end())
-            return known->second;
-        if (auto const unreadable = _unreadable.find(path.string()); unreadable != _unreadable.end()) {
-            why = unreadable->second;
-            continue;
-        }
-        // Shown as the author would name it: relative to where the program was started.
-        std::string const shown = url.empty() ? path.string() : (from.folder / url).lexically_normal().string();
-        requireRoomForFile(shown);
-        try {
-            File& file = load(shown);
-            _filesByPath[path.string()] = &file;
-            return &file;
-        } catch (Failure const& failure) {
-            why = _unreadable[path.string()] = failure.what();
-        }
+        // Asking the file system takes long; a scene names few files, but may name them often.
+        auto const [known, isNew] = _byUrl.try_emplace({&from, url});
+        if (isNew && _byUrl.size() > 10 * std::size_t(_limits.files))
+            throw Failure(exitScene, _scene.place(where).text() + ": error: more than " + std::to_string(_byUrl.size() - 1)
+                                         + " urls (--max-files raises the limit)");
+        auto& [file, reason] = known->second;
+        if (isNew)
+            file = loadOnce(url, from, reason);
+        if (file != nullptr)
+            return file;
+        why = reason;
     }
     warn(where, kind, why);
     return nullptr;
+}
+
+SceneReader::File* SceneReader::loadOnce(std::string url, File const& from, std::string& why)
+{
+    constexpr std::size_t longest = 1000, deepest = 64;
+    if (url.starts_with("file://"))
+        url.erase(0, 7);
+    else if (url.find("://") != std::string::npos || url.starts_with("urn:"))
+        return why = '"' + url + "\" is not a local file, and nothing is fetched", nullptr;
+    if (url.size() > longest || std::ranges::count(url, '/') > std::ptrdiff_t(deepest))
+        return why = '"' + url.substr(0, 40) + "...\" is longer than a file's name", nullptr;
+    std::error_code error;
+    fs::path const path = canonicalPath(url.empty() ? fs::path(from.source.path()) : from.folder / url, error);
+    auto const inside = path.lexically_relative(_root);
+    if (!url.empty() && (error || inside.empty() || *inside.begin() == ".."))
+        return why = '"' + url + "\" lies outside the scene's folder", nullptr;
+    // Reading from a pipe would wait for a writer.
+    if (fs::file_status const status = fs::status(path, error); fs::exists(status) && !fs::is_regular_file(status))
+        return why = '"' + url + "\" is not a file", nullptr;
+    if (auto const known = _filesByPath.find(path.string()); known != _filesByPath.end())
+        return known->second;
+    if (auto const unreadable = _unreadable.find(path.string()); unreadable != _unreadable.end())
+        return why = unreadable->second, nullptr;
+    // Shown as the author would name it: relative to where the program was started.
+    std::string const shown = url.empty() ? path.string() : (from.folder / url).lexically_normal().string();
+    requireRoomForFile(shown);
+    try {
+        File& file = load(shown);
+        return _filesByPath[path.string()] = &file;
+    } catch (Failure const& failure) {
+        why = _unreadable[path.string()] = failure.what();
+        return nullptr;
+    }
 }
 
 void SceneReader::read(std::string const& path)
@@ -398,6 +424,7 @@ SceneNode& SceneReader::addNode(pugi::xml_node const& element, Scope const& scop
     std::string const def = nameIn(element, "DEF", file);
     node.named = !def.empty();
     node.typeName = element.name();
+    requireShort(node.typeName, "a node type", locate(element, file));
     node.name = qualified(scope, node.named ? def : node.typeName + '#' + std::to_string(_scene.sceneNodes.size()));
     node.where = locate(element, file);
     return node;
@@ -597,8 +624,8 @@ SceneReader::Target SceneReader::readInstance(pugi::xml_node const& element, Sco
     for (pugi::xml_node const& value : element.children("fieldValue"))
         given.insert(value.attribute("name").value());
     for (pugi::xml_node const& field : proto->declaration.child("ProtoInterface").children("field")) {
-        spend(2, where);
         std::string const name = nameIn(field, "name", *proto->file);
+        spend(2 + name.size() / bytesForATenth, where);
         InterfaceField& added = instance.fields[name];
         if (pugi::xml_attribute const value = field.attribute("value")) {
             added.value = value.value();
@@ -744,10 +771,12 @@ void SceneReader::resolve(Scope& scope)
         }
         if (bad)
             continue;
-        spend(10 * (found[0].size() * found[1].size() - 1), where);
+        bool first = true;
         for (End const& from : found[0])
-            for (End const& to : found[1])
+            for (End const& to : found[1]) {
+                spend(std::exchange(first, false) ? 0 : 10 + (from.second.size() + to.second.size()) / bytesForATenth, where);
                 connect(_scene.routes.emplace_back(SceneRoute{from.first, from.second, to.first, to.second, where, nullptr}));
+            }
     }
 }
 

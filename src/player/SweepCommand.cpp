@@ -27,8 +27,11 @@ std::vector<float> fractionsFor(std::vector<float> const& keys, SweepOptions con
 {
     if (!options.at.empty())
         return options.at;
-    if (options.atKeys)
-        return keys;
+    if (options.atKeys) {
+        std::vector<float> numbers = keys; // a NaN is in no interval, and every key has to be asked
+        std::erase_if(numbers, [](float key) { return std::isnan(key); });
+        return numbers;
+    }
     float low = 0, high = 1;
     if (!keys.empty() && std::isfinite(keys.front()) && std::isfinite(keys.back())) {
         low = std::min(keys.front(), keys.back());
@@ -66,7 +69,7 @@ void sweep(Session& session, SweepOptions const& options)
     recording.axisBegin = options.from.value_or(0);
     recording.axisEnd = options.to.value_or(1);
     Recorder recorder(scene, recording);
-    Outputs outputs(options.output, recorder, "fraction");
+    Outputs outputs(options.output, options.scene.file, recorder, "fraction");
 
     std::vector<Curve> curves;
     for (SceneNode const& node : scene.sceneNodes) {

@@ -154,6 +154,24 @@ std::vector<std::string> hostileFiles(Folder const& folder)
         waiting += "<ROUTE fromNode='U" + at(i - 1) + "' fromField='a' toNode='U" + at(i) + "' toField='a'/>";
     scene("many-unknown", clock + numbered(million / 200 + 1, "<Foo DEF='U#'/>") + waiting
                               + "<ROUTE fromNode='T' fromField='fraction_changed' toNode='U0' toField='a'/>");
+    std::string layers = clock, loops;
+    for (int i = 0; i < 128; ++i) {
+        layers += "<EaseInEaseOut DEF='S" + at(i) + "' key='0 1' easeInEaseOut='0 0 0 0'/>";
+        for (int j = 0; j < 16; ++j)
+            layers += "<ROUTE fromNode='" + (i < 16 ? "T' fromField='fraction_changed" : "S" + at(i / 16 * 16 - 16 + j) + "' fromField='modifiedFraction_changed")
+                + "' toNode='S" + at(i) + "' toField='set_fraction'/>";
+    }
+    scene("ease-layers", layers);
+    for (int i = 0; i < static_cast<int>(million / 50); ++i)
+        loops += route("S" + at(2499 - i % 20), "S" + at(i / 20));
+    scene("many-loops", clock + numbered(2500, scalars) + chain + loops + route("T", "S0"));
+    std::string const fast = "<TimeSensor DEF='T' loop='true' cycleInterval='1e-9'/>";
+    scene("fast-keys", fast + numbered(500, scalars + route("T", "S#")) + "<ScalarInterpolator DEF='K' key='" + list + "'/>" + route("T", "K"));
+    scene("block-fans", clock + "<CoordinateInterpolator DEF='S' key='0' keyValue='" + list + "1'/>" + route("T", "S")
+                            + numbered(2000, "<Foo DEF='U#'/>" + route("S", "U#")));
+    scene("many-urls", "<Inline url='" + times(million / 8, "\"a\"") + "'/>" + numbered(999, "<Inline url='\"" + times(300, "./") + "#\"'/>"));
+    scene("long-type", "<" + std::string(million / 2, 'a') + " DEF='U'/>" + numbered(2000, scalars + route("U", "S#")));
+    file("gzip-lines", packed(times(100 * million, "\n")));
     scene("many-defs", times(million / 20, "<Group DEF='N'/>"));
     scene("many-sensors", numbered(million / 100, "<TimeSensor DEF='T#' loop='true' cycleInterval='0.0#1'/>"));
     return names;
