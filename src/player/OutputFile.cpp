@@ -2,7 +2,10 @@
 
 #include "player/Diagnostics.h"
 
+#include <array>
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +13,7 @@
 #include <streambuf>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -62,6 +66,46 @@ private:
     std::vector<char> _room;
 };
 
+namespace {
+
+// Files that a signal has to take away: as many as there are outputs.
+std::array<std::atomic<char const*>, 8> unfinished;
+
+void removeUnfinished(int signal)
+{
+    for (auto& path : unfinished)
+        if (char const* const temporary = path.exchange(nullptr))
+            ::unlink(temporary);
+    ::raise(signal); // by its usual action now
+}
+
+void remember(char const* temporary)
+{
+    static bool const prepared = [] {
+        for (int const signal : {SIGHUP, SIGINT, SIGTERM}) {
+            struct sigaction ending = {}, usual;
+            ending.sa_handler = removeUnfinished;
+            ending.sa_flags = static_cast<int>(SA_RESETHAND);
+            if (::sigaction(signal, nullptr, &usual) == 0 && usual.sa_handler == SIG_DFL)
+                ::sigaction(signal, &ending, nullptr);
+        }
+        return true;
+    }();
+    std::ignore = prepared;
+    for (auto& path : unfinished)
+        if (char const* none = nullptr; path.compare_exchange_strong(none, temporary))
+            return;
+}
+
+void forget(char const* temporary)
+{
+    for (auto& path : unfinished)
+        if (char const* here = temporary; path.compare_exchange_strong(here, nullptr))
+            return;
+}
+
+} // namespace
+
 OutputFile::OutputFile(std::string path)
     : _path(std::move(path)), _buffer(std::make_unique<Buffer>()), _stream(std::make_unique<std::ostream>(_buffer.get()))
 {
@@ -76,6 +120,7 @@ OutputFile::OutputFile(std::string path)
         _temporary = _path + ".XXXXXX";
         fd = ::mkostemp(_temporary.data(), O_CLOEXEC);
         if (fd >= 0) {
+            remember(_temporary.c_str());
             mode_t const mask = ::umask(0);
             ::umask(mask);
             ::fchmod(fd, 0666 & ~mask);
@@ -91,6 +136,7 @@ OutputFile::~OutputFile()
     _buffer->close();
     if (!_temporary.empty())
         ::unlink(_temporary.c_str());
+    forget(_temporary.c_str());
 }
 
 void OutputFile::check()
@@ -109,6 +155,7 @@ void OutputFile::commit()
     if (!_temporary.empty()) {
         if (std::rename(_temporary.c_str(), _path.c_str()) != 0)
             throw Failure(exitMachine, _path + ": cannot write: " + std::strerror(errno));
+        forget(_temporary.c_str());
         _temporary.clear();
     }
 }
