@@ -84,23 +84,24 @@ private:
     }
     void report(Route const& closing)
     {
-        if (_reported >= most)
+        if (_reported >= most || ++_closed > 10 * most)
             return;
         auto const first = std::find_if(_path.begin(), _path.end(),
                                         [&](At const& at) { return at.field == &closing.to(); });
+        if (_path.back().interpolators == first->interpolators - isInterpolator(*first->node))
+            return;
         constexpr std::ptrdiff_t shown = 6;
         std::string names, more = _path.end() - first > shown ? "... -> " : "";
-        bool const any = _path.back().interpolators > first->interpolators - isInterpolator(*first->node);
         for (auto at = first; at != _path.end() && at - first < shown; ++at)
             names += at->node->name + " -> ";
         auto const place = std::find_if(_scene.routes.begin(), _scene.routes.end(),
                                         [&](SceneRoute const& r) { return r.route == &closing; });
+        if (place == _scene.routes.end())
+            return;
         ++_reported;
-        if (any && place != _scene.routes.end())
-            _findings.add("route-loop", *place,
-                          names + more + first->node->name
-                              + ": an event that comes round again is dropped",
-                          "take one of the ROUTEs out");
+        _findings.add("route-loop", *place,
+                      names + more + first->node->name + ": an event that comes round again is dropped",
+                      "take one of the ROUTEs out");
     }
 
     static constexpr unsigned most = 100; // each is looked for among all routes
@@ -108,7 +109,7 @@ private:
     FindingCollector& _findings;
     std::vector<At> _path;
     std::unordered_map<Field const*, State> _states;
-    unsigned _reported = 0;
+    unsigned _reported = 0, _closed = 0; ///< loops, also those without interpolators
 };
 
 } // namespace
