@@ -153,7 +153,7 @@ TEST(Reader, RefusesWhatItDoesNotReadByName)
         ExitStatus status;
         char const* message; ///< part of it; what is read has a node of that name
     };
-    std::string const last = std::string(200'000, ' ') + "<X3D><Scene><Group DEF='Last'/></Scene></X3D>";
+    std::string const vrml = std::string(200'000, ' ') + "<X3D><Scene><Group DEF='Before'/></Scene></X3D>";
     std::string utf16 = "\xff\xfe";
     for (char const c : x3d("<ScalarInterpolator DEF='S'/>"))
         utf16 += {c, '\0'};
@@ -172,15 +172,15 @@ TEST(Reader, RefusesWhatItDoesNotReadByName)
         {"\x1f\x8bxyz", exitScene, "damaged gzip data"},
         {"\x1f\x8b\b" + std::string(9, '\0'), exitScene, "gzip data ends too early"},
         {utf16, exitFine, "S"},
-        {"#VRML V2.0 utf8\n" + last, exitFine, "Last"},
-        {"#X3D V3.2 utf8\n" + last, exitFine, "Last"},
-        {"#X3D V3.2 utf8\n" + last + "bad", exitScene, "not valid ClassicVRML: tovrmlx3d could not convert it"},
+        {"#VRML V2.0 utf8\n" + vrml, exitFine, "After"},
+        {"#X3D V3.2 utf8\n" + vrml, exitFine, "After"},
+        {"#X3D V3.2 utf8\n" + vrml + "bad", exitScene, "not valid ClassicVRML: tovrmlx3d could not convert it"},
         {"<?xml version='1.0' encoding='ISO-8859-1'?><!DOCTYPE X3D [<!ENTITY e 'x'>]><X3D><Scene><Group DEF='\xe4&e;'/></Scene></X3D>",
          exitFine, "\u00e4&e;"},
     };
     Folder const folder;
-    // Stands for the converter: the files above have XML behind the first line.
-    std::string const converter = folder.add("tovrmlx3d", "#!/bin/sh\nsed 1d \"$2\" && [ $1 = --encoding=xml ] && ! grep -q bad \"$2\"\n");
+    // Stands for the converter: the files above have XML behind the first line, but for a name.
+    std::string const converter = folder.add("tovrmlx3d", "#!/bin/sh\nsed \"1d; s/Before/After/\" \"$2\" && [ $1 = --encoding=xml ] && ! grep -q bad \"$2\"\n");
     std::string const before = std::getenv("PATH");
     ASSERT_TRUE(::chmod(converter.c_str(), 0700) == 0 && ::setenv("PATH", (folder.path(":") + before).c_str(), 1) == 0);
     for (std::string const bad : {"\xe0\x9f\xbf", "\xed\xa0\x80", "\xf0\x8f\xbf\xbf", "\xf4\x90\x80\x80", "\xc1\xbf", "\xc2"})
