@@ -184,5 +184,37 @@ TEST(Routes, ChainsOfAnyLengthArrive)
     EXPECT_LT(chain.front()->_received.size(), 3u);
 }
 
+TEST(Routes, NothingIsLeftOfACascadeThatAnObserverEnds)
+{
+    struct Stop : SendObserver {
+        void sent(Field& field, TimeStamp const&) override
+        {
+            if (&field == _at)
+                throw 1;
+        }
+        Field* _at = nullptr;
+    } stop;
+    Scene scene;
+    std::vector<std::unique_ptr<Relay>> nodes; // a chain deeper than deliveries nest, with a leaf at each node
+    for (std::size_t i = 0; i < 4000; ++i) {
+        nodes.push_back(std::make_unique<Relay>(scene._nodes));
+        if (i > 1)
+            Scene::route(nodes[i - 2 - i % 2]->_in, nodes[i]->_in);
+    }
+    stop._at = &nodes[3998]->_in;
+    Field::observe(&stop);
+    EXPECT_THROW(nodes[0]->_in.processValueChange(1, Field::byHost), int);
+    Field::observe(nullptr);
+    auto const received = [&nodes] {
+        std::size_t sum = 0;
+        for (auto const& node : nodes)
+            sum += node->_received.size();
+        return sum;
+    };
+    std::size_t const before = received();
+    nodes[3996]->_in.processValueChange(2, Field::byHost);
+    EXPECT_EQ(received(), before + 2);
+}
+
 } // namespace
 } // namespace Zelvan
