@@ -1,6 +1,8 @@
 #include "tests/LogCapture.h"
 #include "tests/Scene.h"
 
+#include <numeric>
+
 namespace Zelvan {
 namespace {
 
@@ -187,11 +189,7 @@ TEST(Routes, ChainsOfAnyLengthArrive)
 TEST(Routes, NothingIsLeftOfACascadeThatAnObserverEnds)
 {
     struct Stop : SendObserver {
-        void sent(Field& field, TimeStamp const&) override
-        {
-            if (&field == _at)
-                throw 1;
-        }
+        void sent(Field& field, TimeStamp const&) override { &field == _at ? throw 1 : void(); }
         Field* _at = nullptr;
     } stop;
     Scene scene;
@@ -206,12 +204,9 @@ TEST(Routes, NothingIsLeftOfACascadeThatAnObserverEnds)
     EXPECT_THROW(nodes[0]->_in.processValueChange(1, Field::byHost), int);
     Field::observe(nullptr);
     auto const received = [&nodes] {
-        std::size_t sum = 0;
-        for (auto const& node : nodes)
-            sum += node->_received.size();
-        return sum;
+        return std::accumulate(nodes.begin(), nodes.end(), 0u, [](auto sum, auto& node) { return sum + node->_received.size(); });
     };
-    std::size_t const before = received();
+    auto const before = received();
     nodes[3996]->_in.processValueChange(2, Field::byHost);
     EXPECT_EQ(received(), before + 2);
 }
