@@ -255,7 +255,7 @@ TEST(Matrix, MovesPointsByConvention)
     other = m;
     EXPECT_FALSE(other != m);
     EXPECT_TRUE(other.transpose());
-    EXPECT_TRUE(other != m && other[1][3] == 20 && other[3][1] == 0);
+    EXPECT_TRUE(other != m && other[0][3] == 10 && other[1][3] == 20 && other[3][1] == 0);
     other.transpose();
     other.add(m);
     other.addScaled(m, -2);
