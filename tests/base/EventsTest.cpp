@@ -88,6 +88,10 @@ TEST(ValueChange, MarksTheNodesAboveOnce)
     parent._flags = 0;
     child._in.markChanged();
     EXPECT_EQ(parent._flags, 0u);
+    child.removeParent(parent);
+    child._flags = 0;
+    child._in.markChanged();
+    EXPECT_TRUE(child._flags != 0 && parent._flags == 0) << "no longer above";
 }
 
 // A node that passes on what it receives, and can drop a route while it is being used.

@@ -42,6 +42,14 @@ private:
     std::filesystem::path _path;
 };
 
+inline std::string times(std::size_t n, std::string const& text)
+{
+    std::string all;
+    for (std::size_t i = 0; i < n; ++i)
+        all += text;
+    return all;
+}
+
 inline std::string x3d(std::string const& scene)
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<X3D><Scene>\n" + scene + "\n</Scene></X3D>\n";

@@ -19,14 +19,6 @@ constexpr bool limited = true;
 constexpr std::size_t million = 1'000'000;
 #endif
 
-std::string times(std::size_t n, std::string const& text)
-{
-    std::string all;
-    for (std::size_t i = 0; i < n; ++i)
-        all += text;
-    return all;
-}
-
 /// With # as the number of the time.
 std::string numbered(std::size_t n, std::string const& text)
 {

@@ -214,14 +214,7 @@ TEST(Reader, HoldsItsLimitsAtTheLimitAndOneAbove)
             return static_cast<int>(failure.status());
         }
     };
-    auto const nested = [](int depth) {
-        std::string text;
-        for (int i = 0; i < depth; ++i)
-            text += "<Group>";
-        for (int i = 0; i < depth; ++i)
-            text += "</Group>";
-        return text;
-    };
+    auto const nested = [](std::size_t depth) { return times(depth, "<Group>") + times(depth, "</Group>"); };
     ReadLimits limits;
     limits.depth = 20; // of which the root element and the Scene take two; the innermost holds nothing
     EXPECT_EQ(status(nested(19), limits), 0);
@@ -234,11 +227,11 @@ TEST(Reader, HoldsItsLimitsAtTheLimitAndOneAbove)
     // In tenths: 10 for the instance, a node in it, a ROUTE, an EXPORT, a field that an IS leads to, a ROUTE more by that; 5 for a connect, 2 for
     // an attribute or an interface field, 1 for an element, and for 16 bytes of a name or a value. 102, and 1 for each <a/>.
     limits.expanded = 10;
-    for (auto const& [more, expected] : {std::pair("<a/><a/><a/><a/><a/><a/><a/>", 0), {"<a/><a/><a/><a/><a/><a/><a/><a/>", 1}})
+    for (auto const& [more, expected] : {std::pair(7u, 0), {8u, 1}})
         EXPECT_EQ(status("<ProtoDeclare name='P'><ProtoInterface><field name='f'/></ProtoInterface><ProtoBody><ScalarInterpolator"
                          " key='0 0 0 0 0 0'><IS><connect nodeField='set_fraction' protoField='f'/>"
                          "<connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator>"
-                         "<ThatNobodyKnowsX/><ROUTE/><EXPORT/>" + std::string(more) + "</ProtoBody></ProtoDeclare><TimeSensor DEF='T'/>"
+                         "<ThatNobodyKnowsX/><ROUTE/><EXPORT/>" + times(more, "<a/>") + "</ProtoBody></ProtoDeclare><TimeSensor DEF='T'/>"
                          "<ProtoInstance name='P' DEF='I'/><ROUTE fromNode='T' fromField='fraction_changed' toNode='I' toField='f'/>",
                          limits), expected) << more;
     limits = {};
