@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <iostream>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <unistd.h>
 #include <unordered_map>
 #include <utility>
@@ -257,17 +258,20 @@ void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axi
     output("--html", options.html, "the curves as a page to zoom into");
 }
 
-void requireOwnFiles(std::vector<std::string> outputs, std::string const& scene)
+void requireOwnFiles(std::vector<std::string> const& outputs, std::string const& scene)
 {
-    std::erase(outputs, "");
-    std::ranges::sort(outputs);
-    auto const same = std::ranges::adjacent_find(outputs);
-    if (same != outputs.end())
-        throw Failure(exitUsage, '"' + *same + "\" is named for two outputs");
+    namespace fs = std::filesystem;
     std::error_code error;
-    for (std::string const& output : outputs)
-        if (scene != "-" && std::filesystem::is_regular_file(output, error) && std::filesystem::equivalent(output, scene, error))
+    std::set<fs::path> files;
+    for (std::string const& output : outputs) {
+        fs::file_status const status = fs::status(output, error);
+        if (output.empty() || (output != "-" && fs::exists(status) && !fs::is_regular_file(status)))
+            continue; // a device takes any number
+        if (output != "-" && fs::equivalent(output, scene, error))
             throw Failure(exitUsage, '"' + output + "\" is the scene itself and is not written over");
+        if (!files.insert(fs::absolute(output).lexically_normal()).second)
+            throw Failure(exitUsage, '"' + output + "\" is named for two outputs");
+    }
 }
 
 Outputs::Outputs(OutputOptions const& options, std::string const& scene, Recorder& recorder, char const* axis)

@@ -10,10 +10,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <streambuf>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -79,9 +79,10 @@ void removeUnfinished(int signal)
     ::raise(signal); // by its usual action now
 }
 
-void remember(char const* temporary)
+void catchSignals()
 {
-    static bool const prepared = [] {
+    static std::once_flag once;
+    std::call_once(once, [] {
         for (int const signal : {SIGHUP, SIGINT, SIGTERM}) {
             struct sigaction ending = {}, usual;
             ending.sa_handler = removeUnfinished;
@@ -89,9 +90,12 @@ void remember(char const* temporary)
             if (::sigaction(signal, nullptr, &usual) == 0 && usual.sa_handler == SIG_DFL)
                 ::sigaction(signal, &ending, nullptr);
         }
-        return true;
-    }();
-    std::ignore = prepared;
+    });
+}
+
+void remember(char const* temporary)
+{
+    catchSignals();
     for (auto& path : unfinished)
         if (char const* none = nullptr; path.compare_exchange_strong(none, temporary))
             return;

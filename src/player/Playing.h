@@ -82,7 +82,7 @@ private:
 };
 
 /// Usage failure when two outputs have one name, or one is the file of the scene.
-void requireOwnFiles(std::vector<std::string> outputs, std::string const& scene);
+void requireOwnFiles(std::vector<std::string> const& outputs, std::string const& scene);
 
 /// A CSV cell, quoted where it must be.
 std::string csvCell(std::string const& text);

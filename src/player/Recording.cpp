@@ -120,8 +120,8 @@ void Recorder::sent(Field& field, TimeStamp const& timeStamp)
         throw Failure(exitScene, "error: more than " + std::to_string(_mostInFrame) + " events in one frame: routes fan "
                                      "out and in again too often");
     constexpr std::size_t large = 64;
-    if (field.cardinality() == Field::multiple && field.size() > large)
-        countMoved(field);
+    if (std::size_t const size = field.size(); size > large) [[unlikely]]
+        countMoved(field, size);
     unsigned const tag = field.tag();
     if (tag == 0 || paused)
         return;
@@ -173,12 +173,12 @@ void Recorder::requireRoomFor(std::size_t numbers)
 }
 
 // Every route copies a block to where it leads.
-void Recorder::countMoved(Field const& field)
+void Recorder::countMoved(Field const& field, std::size_t size)
 {
     constexpr std::size_t perValue = 40;
-    std::size_t moved = field.size();
+    std::size_t moved = size;
     for (Route const* route = field._routesOut; route != nullptr; route = route->nextOut())
-        moved += field.size();
+        moved += size;
     _moved += moved;
     if (moved / 2 > _options.mostKept || _moved / perValue > _options.mostKept)
         throw Failure(exitScene, "error: routes move more elements of blocks than a run has time for: fewer frames, routes or "

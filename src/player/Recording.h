@@ -86,7 +86,7 @@ public:
 private:
     void sent(Field& field, TimeStamp const& timeStamp) override;
     void requireRoomFor(std::size_t numbers);
-    void countMoved(Field const& field);
+    void countMoved(Field const& field, std::size_t size);
     void add(SceneNode const& node, Field& field, bool leaves, bool statistics);
 
     Options _options;

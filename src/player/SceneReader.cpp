@@ -302,25 +302,30 @@ SceneReader::File* SceneReader::loadLocal(std::string const& urls, File const& f
 
 SceneReader::File* SceneReader::loadOnce(std::string url, File const& from, std::string& why)
 {
-    constexpr std::size_t longest = 1000, deepest = 64;
+    constexpr std::size_t longest = 1000;
+    constexpr std::ptrdiff_t deepest = 64;
+    auto const refuse = [&why](std::string const& reason) {
+        why = reason;
+        return nullptr;
+    };
     if (url.starts_with("file://"))
         url.erase(0, 7);
     else if (url.find("://") != std::string::npos || url.starts_with("urn:"))
-        return why = '"' + url + "\" is not a local file, and nothing is fetched", nullptr;
-    if (url.size() > longest || std::ranges::count(url, '/') > std::ptrdiff_t(deepest))
-        return why = '"' + url.substr(0, 40) + "...\" is longer than a file's name", nullptr;
+        return refuse('"' + url + "\" is not a local file, and nothing is fetched");
+    if (url.size() > longest || std::ranges::count(url, '/') > deepest)
+        return refuse('"' + url.substr(0, 40) + "...\" is longer than a file's name");
     std::error_code error;
     fs::path const path = canonicalPath(url.empty() ? fs::path(from.source.path()) : from.folder / url, error);
     auto const inside = path.lexically_relative(_root);
     if (!url.empty() && (error || inside.empty() || *inside.begin() == ".."))
-        return why = '"' + url + "\" lies outside the scene's folder", nullptr;
+        return refuse('"' + url + "\" lies outside the scene's folder");
     // Reading from a pipe would wait for a writer.
     if (fs::file_status const status = fs::status(path, error); fs::exists(status) && !fs::is_regular_file(status))
-        return why = '"' + url + "\" is not a file", nullptr;
+        return refuse('"' + url + "\" is not a file");
     if (auto const known = _filesByPath.find(path.string()); known != _filesByPath.end())
         return known->second;
     if (auto const unreadable = _unreadable.find(path.string()); unreadable != _unreadable.end())
-        return why = unreadable->second, nullptr;
+        return refuse(unreadable->second);
     // Shown as the author would name it: relative to where the program was started.
     std::string const shown = url.empty() ? path.string() : (from.folder / url).lexically_normal().string();
     requireRoomForFile(shown);
@@ -328,8 +333,7 @@ SceneReader::File* SceneReader::loadOnce(std::string url, File const& from, std:
         File& file = load(shown);
         return _filesByPath[path.string()] = &file;
     } catch (Failure const& failure) {
-        why = _unreadable[path.string()] = failure.what();
-        return nullptr;
+        return refuse(_unreadable[path.string()] = failure.what());
     }
 }
 
@@ -364,17 +368,15 @@ void SceneReader::walk(pugi::xml_node const& parent, Scope& scope, Instance* ins
         return;
     Deeper const deeper(*this, locate(parent, file));
     for (; child; child = child.next_sibling())
-        if (isElement(child)) {
-            spendOn(child, file, 1);
+        if (isElement(child))
             readElement(child, scope, instance, file);
-        }
 }
 
 void SceneReader::readElement(pugi::xml_node const& element, Scope& scope, Instance* instance, File& file)
 {
     std::string_view const name = element.name();
-    if (name == "ROUTE" || name == "IMPORT" || name == "EXPORT" || name.ends_with("ProtoDeclare"))
-        spendOn(element, file, 10);
+    bool const isKept = name == "ROUTE" || name == "IMPORT" || name == "EXPORT" || name.ends_with("ProtoDeclare");
+    spendOn(element, file, isKept ? 10 : 1);
     if (name == "ROUTE")
         scope.routes.emplace_back(element, &file);
     else if (name == "ProtoDeclare")

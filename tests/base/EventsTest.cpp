@@ -63,18 +63,6 @@ TEST(ValueChange, DeliversByStateAccessAndCaller)
     }
 }
 
-TEST(ValueChange, OnlyRecordsWhileTheNodeIsNotLive)
-{
-    for (unsigned const state : {Node::created, Node::initialized, 4u}) {
-        Sender s(outputOnly, 1, state);
-        s.node._in.processValueChange(2.5, Field::byProcessor);
-        EXPECT_EQ(s.node._changedMask.bits(), 8u);
-        EXPECT_TRUE(s.receiver._received.empty());
-        EXPECT_EQ(s.receiver._in._value, 7.f);
-        EXPECT_EQ(s.receiver._changedMask.bits(), 8u);
-    }
-}
-
 TEST(ValueChange, MarksTheNodesAboveOnce)
 {
     Scene scene;
