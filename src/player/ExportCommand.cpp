@@ -27,8 +27,10 @@ void writeWide(std::ostream& out, Recorder const& recorder, bool events, std::si
     std::vector<double> times;
     for (Track const& track : recorder.tracks())
         if (!track.ranges.empty()) {
+            // Most tracks have the times of the one before.
+            if (tracks.empty() || track.times != tracks.back()->times)
+                times.insert(times.end(), track.times.begin(), track.times.end());
             tracks.push_back(&track);
-            times.insert(times.end(), track.times.begin(), track.times.end());
         }
     std::sort(times.begin(), times.end());
     times.erase(std::unique(times.begin(), times.end()), times.end());
@@ -51,8 +53,9 @@ void writeWide(std::ostream& out, Recorder const& recorder, bool events, std::si
     }
     out << '\n';
     std::vector<std::size_t> next(tracks.size(), 0); // first event of each track not yet passed
+    std::string text; // not yet written: a stream takes its time for every piece
     for (double const time : times) {
-        out << shortNumber(time);
+        text += shortNumber(time);
         for (std::size_t t = 0; t < tracks.size(); ++t) {
             Track const& track = *tracks[t];
             std::size_t const before = next[t];
@@ -63,13 +66,18 @@ void writeWide(std::ostream& out, Recorder const& recorder, bool events, std::si
             bool const filled = next[t] > 0 && (!events || next[t] != before);
             auto const sample = filled ? track.sample(next[t] - 1) : std::span<double const>();
             for (std::size_t i = 0; i < columns; ++i) {
-                out << ',';
+                text += ',';
                 if (i < sample.size())
-                    out << (track.type == SFTimeType ? shortNumber(sample[i]) : shortNumber(static_cast<float>(sample[i])));
+                    text += track.type == SFTimeType ? shortNumber(sample[i]) : shortNumber(static_cast<float>(sample[i]));
+            }
+            if (text.size() > 1 << 15) {
+                out << text;
+                text.clear();
             }
         }
-        out << '\n';
+        text += '\n';
     }
+    out << text;
 }
 
 // Times at which the fraction of a running sensor is that of a key of an interpolator it drives.

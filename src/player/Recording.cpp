@@ -93,7 +93,8 @@ void Recorder::add(SceneNode const& node, Field& field, bool leaves, bool statis
     track.leaves = leaves;
     track.source = &field;
     track.detailed = statistics || _options.keepSamples;
-    track.starts.push_back(0);
+    if (isList(track.type))
+        track.starts.push_back(0);
     if (track.detailed) {
         track.ranges.resize(componentsOf(track.type).count);
         track.derived.resize(derivedCount(track.type));
@@ -155,7 +156,8 @@ void Recorder::sent(Field& field, TimeStamp const& timeStamp)
             requireRoomFor(_scratch.size() + 2);
             track.times.push_back(timeStamp);
             track.numbers.insert(track.numbers.end(), _scratch.begin(), _scratch.end());
-            track.starts.push_back(track.numbers.size());
+            if (!track.starts.empty())
+                track.starts.push_back(track.numbers.size());
         }
     }
     if (onEvent) {

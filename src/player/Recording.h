@@ -35,12 +35,15 @@ struct Track {
     /// A coarse curve: for each step of the axis the last value's components (the first element's of a block).
     std::vector<float> outline;
 
-    // Samples, when they are kept: event i holds numbers[starts[i]] up to numbers[starts[i + 1]].
+    // Samples, when they are kept. In a list type's track, event i holds numbers[starts[i]] up to numbers[starts[i + 1]];
+    // of all others every event has as many numbers as there are components, and `starts` is empty.
     std::vector<double> times;
     std::vector<std::size_t> starts;
     std::vector<double> numbers;
     std::span<double const> sample(std::size_t event) const
     {
+        if (starts.empty())
+            return {numbers.data() + event * ranges.size(), ranges.size()};
         return {numbers.data() + starts[event], starts[event + 1] - starts[event]};
     }
     /// "Mover.value_changed"

@@ -100,7 +100,8 @@ SourceFile::SourceFile(std::string path, ReadLimits const& limits) : _path(std::
     std::string_view body = text();
     if (body.starts_with("\xef\xbb\xbf"))
         body.remove_prefix(3);
-    body.remove_prefix(std::min(body.find_first_not_of(" \t\r\n"), body.size()));
+    auto const blank = [](char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; };
+    body.remove_prefix(static_cast<std::size_t>(std::find_if_not(body.begin(), body.end(), blank) - body.begin()));
     if (body.empty())
         refuse(exitScene, "expected an X3D scene, found nothing");
     if (body.starts_with("#VRML V1.0"))
