@@ -12,12 +12,9 @@ namespace {
 
 // What is particular to a width. Floats holds `width` floats. Of three Floats that hold `width` vectors x, y, z
 // in memory order, sumOfTriples gives (x + y) + z of each, in order; spread undoes that for one number per vector.
-// Blending is the width that serves lerp best: it waits for memory, and lists are seldom aligned to 64 bytes, so that
-// with 16 floats every access would meet two cache lines.
 
 struct Sse2 {
     using Floats = __m128;
-    using Blending = Sse2;
     static constexpr unsigned width = 4;
 
     static Floats load(float const* p) { return _mm_loadu_ps(p); }
@@ -54,7 +51,6 @@ struct Sse2 {
 struct Avx2 {
     using Floats = __m256;
     using Narrower = Sse2;
-    using Blending = Avx2;
     static constexpr unsigned width = 8;
 
     static Floats load(float const* p) { return _mm256_loadu_ps(p); }
@@ -95,7 +91,6 @@ struct Avx2 {
 struct Avx512 {
     using Floats = __m512;
     using Narrower = Avx2;
-    using Blending = Avx2;
     static constexpr unsigned width = 16;
     // GCC 12 warns inside its own unmasked forms of these; masked with all lanes they are the same instructions.
     static constexpr __mmask16 all = 0xffff;
@@ -225,9 +220,10 @@ void write(Blend source, float* out, std::size_t count)
         return;
     }
     auto const step = [&](std::size_t k) { V::store(out + k, source.at<V>(k)); };
-    // Writing a number twice does no harm, so the first and the last vector may overlap the aligned ones between.
+    // Writing a number twice does no harm, so the first and the last vector may overlap those between. There the loads
+    // from `a` are aligned rather than the stores: a load that meets two cache lines costs more than such a store.
     step(0);
-    std::size_t k = toAlignment<V>(out);
+    std::size_t k = toAlignment<V>(source.a);
     for (; k + 4 * w <= count; k += 4 * w) {
         step(k);
         step(k + w);
@@ -281,7 +277,7 @@ void writeUnit(Source source, float* out, std::size_t count)
 template <class V>
 void lerp(float const* a, float const* b, float t, float* out, std::size_t count)
 {
-    write<typename V::Blending>(Blend{a, b, t}, out, count);
+    write<V>(Blend{a, b, t}, out, count);
 }
 
 template <class V>
