@@ -2,7 +2,7 @@
 // field as it was.
 
 #include "fuzz/Input.h"
-#include "player/Scene.h"
+#include "player/scene/Scene.h"
 
 namespace Zelvan::fuzz {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "fuzz/Input.h"
-#include "player/Commands.h"
+#include "player/playing/PoolLoader.h"
 
 #include <fcntl.h>
 #include <filesystem>

@@ -1,7 +1,7 @@
 // Reading a scene: whatever the file holds, it becomes a scene or is refused as one.
 
 #include "fuzz/SceneFolder.h"
-#include "player/SceneReader.h"
+#include "player/reading/SceneReader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {

@@ -1,4 +1,4 @@
-#include "player/Application.h"
+#include "player/commands/Application.h"
 
 int main(int argc, char** argv)
 {

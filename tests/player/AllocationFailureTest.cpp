@@ -2,7 +2,7 @@
 
 #include "base/BaseObject.h"
 #include "base/NodeType.h"
-#include "player/Application.h"
+#include "player/commands/Application.h"
 
 #include <cerrno>
 #include <dlfcn.h>

@@ -1,5 +1,5 @@
-#include "player/Application.h"
-#include "player/Check.h"
+#include "player/commands/Application.h"
+#include "player/checking/Check.h"
 #include "tests/player/Files.h"
 
 #include <gmock/gmock.h>

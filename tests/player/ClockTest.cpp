@@ -1,6 +1,6 @@
-#include "player/Clock.h"
-#include "player/Recording.h"
-#include "player/Values.h"
+#include "player/playing/Clock.h"
+#include "player/playing/Recording.h"
+#include "player/scene/Values.h"
 #include "tests/player/Files.h"
 
 #include <gmock/gmock.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "player/Commands.h"
-#include "player/SceneReader.h"
+#include "player/playing/PoolLoader.h"
+#include "player/reading/SceneReader.h"
 
 #include <cstdlib>
 #include <filesystem>

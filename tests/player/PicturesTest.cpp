@@ -1,4 +1,4 @@
-#include "player/Drawing.h"
+#include "player/drawing/Drawing.h"
 
 #include <gmock/gmock.h>
 #include <pugixml.hpp>

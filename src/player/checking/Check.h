@@ -1,0 +1,56 @@
+#pragma once
+
+#include "player/scene/Scene.h"
+
+#include <iosfwd>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace Zelvan::play {
+
+/// One thing that is wrong, or worth knowing, about a scene's animation.
+struct Finding {
+    Severity severity;
+    std::string code;    ///< stable, e.g. "key-order"
+    Place place;         ///< of the attribute that it is about, where there is one
+    std::string node;    ///< name of the scene's node; "" for what reading the file reported
+    std::string message; ///< what is wrong; elements of lists count from 0
+    std::string advice;  ///< what to do; "" when the message says it
+    /// How many more of this code there are at this node: counted, not kept.
+    std::size_t more = 0;
+};
+
+/// A code with its usual severity, its meaning and an example; the list is the documentation's source.
+struct CheckCode {
+    char const* code;
+    Severity severity;
+    char const* meaning;
+    char const* example; ///< content of a Scene element that triggers it; for "bad-xml" a whole file
+};
+std::vector<CheckCode> const& checkCodes();
+
+struct CheckOptions {
+    std::set<std::string> only, ignore; ///< codes; an empty `only` takes all
+    std::map<std::string, Severity> severities;
+    unsigned perNode = 3;  ///< findings kept per code and node, the rest is counted; 0 keeps all
+    unsigned perCode = 50; ///< findings written as text per code; 0 writes all
+};
+
+/// Examines a scene that has been read and not run; opens it. `readerFindings` are what reading it reported.
+/// The findings that the options let through, by file, line and column.
+std::vector<Finding> checkScene(Scene& scene, std::vector<Finding> readerFindings, CheckOptions const& options);
+/// Findings without a scene: it could not be read.
+std::vector<Finding> checkUnread(std::vector<Finding> readerFindings, CheckOptions const& options);
+
+/// One line each: "file:line:column: severity code message (advice)".
+void writeFindings(std::ostream& out, std::vector<Finding> const& findings, CheckOptions const& options,
+                   bool styled = false);
+/// An object with the list "findings" and the counts "errors", "warnings" and "notes".
+void writeFindingsJson(std::ostream& out, std::vector<Finding> const& findings);
+
+/// How many there are of a severity, those that were only counted included.
+std::size_t countFindings(std::vector<Finding> const& findings, Severity severity);
+
+} // namespace Zelvan::play

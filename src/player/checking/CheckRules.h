@@ -1,0 +1,115 @@
+#pragma once
+
+#include "player/checking/Check.h"
+#include "player/scene/Values.h"
+
+#include <optional>
+#include <span>
+#include <string_view>
+#include <tuple>
+#include <unordered_map>
+#include <unordered_set>
+
+// What the rules of `check` share. A rule looks at one thing and adds findings; it reports by code, and the list of
+// codes has the severity.
+namespace Zelvan::play {
+
+class FindingCollector {
+public:
+    FindingCollector(Scene const& scene, CheckOptions const& options) : _scene(scene), _options(options) {}
+
+    /// A finding at the attribute that sets `field`, or at the node for null. `text()` follows the node's name
+    /// without a space: ".key[2] is 0.3". It is only called when the finding is kept.
+    template <class Text>
+    void add(char const* code, SceneNode const& node, Field const* field, Text text, std::string_view advice,
+             std::optional<Severity> severity = {})
+    {
+        if (Slot* const slot = open(code, node))
+            keep(*slot, code, node, field, text(), advice, severity);
+    }
+    /// A finding at a route.
+    void add(char const* code, SceneRoute const& route, std::string message, std::string_view advice);
+    void add(Finding finding);
+    /// Sorted; the collector is empty afterwards.
+    std::vector<Finding> take();
+
+private:
+    /// Findings of one code at one node. Instances of a PROTO share their place in the file, and so their slot.
+    struct Slot {
+        std::unordered_map<std::string, std::size_t> kept; ///< by text: which finding
+        std::size_t last = 0;
+    };
+    /// Null when the finding is not wanted, or only counted.
+    Slot* open(char const* code, SceneNode const& node);
+    void keep(Slot& slot, char const* code, SceneNode const& node, Field const* field, std::string const& text,
+              std::string_view advice, std::optional<Severity> severity);
+    bool wants(std::string const& code) const;
+    Severity severityOf(std::string const& code, Severity otherwise) const;
+
+    Scene const& _scene;
+    CheckOptions const& _options;
+    std::vector<Finding> _findings;
+    std::map<std::tuple<std::string_view, std::uint32_t, std::uint32_t>, Slot> _slots;
+};
+
+/// An interpolator's keys and values, as far as they count.
+struct KeyedValues {
+    explicit KeyedValues(SceneNode const& sceneNode);
+
+    SceneNode const& node;
+    Field const* keyField;
+    Field const* valueField; ///< keyValue, or easeInEaseOut
+    std::vector<float> const& keys;
+    std::size_t size;        ///< values there are
+    bool blocks;             ///< a key owns several values
+    std::size_t count;       ///< keys that count: as many as there are values for
+    std::size_t perKey;      ///< values per key
+    unsigned width;          ///< numbers per value
+    std::vector<double> numbers;
+    bool finite = true;      ///< all that counts is
+    bool ordered = true;     ///< so are the keys, none below the one before it
+
+    std::string const& type() const { return node.node->type()._name; }
+    bool eases() const { return type() == "EaseInEaseOut"; }
+    std::span<double const> value(std::size_t i) const { return {numbers.data() + i * width, width}; }
+    /// All numbers of a key.
+    std::span<double const> at(std::size_t key) const
+    {
+        return {numbers.data() + key * perKey * width, perKey * width};
+    }
+    /// Whether a fraction can fall between a key and the next one: not where the values jump.
+    bool blends(std::size_t key) const { return keys[key] < keys[key + 1]; }
+    /// ".keyValue[3]"
+    std::string valueName(std::size_t i) const;
+};
+
+/// What an interpolator's set_fraction comes from.
+struct Drive {
+    bool any = false;                   ///< something is routed there
+    bool clocked = true;                ///< nothing but TimeSensors, also by way of an EaseInEaseOut: 0 to 1
+    bool eased = false;                 ///< by way of an EaseInEaseOut
+    SceneNode const* looping = nullptr; ///< a TimeSensor that loops
+};
+Drive driveOf(Scene const& scene, SceneNode const& node);
+
+/// Nodes that a ROUTE names which could not be connected: that was reported.
+using FailedEnds = std::unordered_set<SceneNode const*>;
+
+void checkKeys(KeyedValues const& values, Drive const& drive, std::unordered_set<std::string> const& refusedFields,
+               FindingCollector& findings);
+void checkValues(KeyedValues const& values, FindingCollector& findings);
+void checkLoop(KeyedValues const& values, Drive const& drive, FindingCollector& findings);
+void checkRoutesOf(Scene const& scene, SceneNode const& node, Drive const& drive, FailedEnds const& failed,
+                   FindingCollector& findings);
+void checkRouteLoops(Scene const& scene, FindingCollector& findings);
+/// Opens the scene: comes last.
+void checkSensors(Scene& scene, FindingCollector& findings);
+
+/// "1 key", "3 keys"
+std::string countOf(std::size_t count, char const* what);
+/// "(1 0 0)"; a long list is shortened.
+std::string listed(std::span<double const> numbers);
+/// The size of an angle in degrees, without its sign.
+std::string degrees(double radians);
+
+} // namespace Zelvan::play

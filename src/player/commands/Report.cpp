@@ -1,0 +1,181 @@
+#include "player/commands/Report.h"
+
+#include "player/commands/Tables.h"
+
+#include <algorithm>
+#include <numbers>
+#include <ostream>
+
+namespace Zelvan::play {
+
+namespace {
+
+
+std::string counted(std::size_t count, char const* one)
+{
+    return std::to_string(count) + ' ' + one + (count == 1 ? "" : "s");
+}
+
+std::string between(Range const& range, double factor = 1)
+{
+    if (!range.any)
+        return "-";
+    std::string const low = roundNumber(range.low * factor), high = roundNumber(range.high * factor);
+    return low == high ? low : low + " .. " + high;
+}
+
+std::string vectorText(Track const& track, std::size_t first, std::size_t count, double Range::*end)
+{
+    std::string text = "(";
+    for (std::size_t c = first; c < first + count; ++c)
+        text += (c == first ? "" : " ") + (track.ranges[c].any ? roundNumber(track.ranges[c].*end, 4) : "-");
+    return text + ')';
+}
+
+std::string vectorRange(Track const& track, std::size_t first, std::size_t count)
+{
+    std::string const low = vectorText(track, first, count, &Range::low), high = vectorText(track, first, count, &Range::high);
+    return low == high ? low : low + " .. " + high;
+}
+
+std::string degrees(Range const& angle)
+{
+    return between(angle) + " rad (" + between(angle, 180 / std::numbers::pi) + " deg)";
+}
+
+std::string curveOf(Track const& track)
+{
+    std::size_t const width = track.ranges.size();
+    if (track.outline.empty() || width == 0)
+        return "";
+    bool const rotation = track.type == SFRotationType || track.type == MFRotationType;
+    // The component that tells most: the angle of a rotation, else the one that changes most along the curve.
+    std::vector<float> telling;
+    double widest = -1;
+    for (std::size_t c = rotation ? 3 : 0; c < width; ++c) {
+        std::vector<float> values;
+        Range range;
+        for (std::size_t i = c; i < track.outline.size(); i += width) {
+            values.push_back(track.outline[i]);
+            range.add(track.outline[i]);
+        }
+        if (double const change = range.any ? range.high - range.low : 0; change > widest) {
+            widest = change;
+            telling = std::move(values);
+        }
+    }
+    return sparkline(telling);
+}
+
+std::size_t keyCount(SceneNode const& node)
+{
+    Field const* const key = fieldOf(node, "key");
+    return key ? key->size() : 0;
+}
+
+void writeMore(std::ostream& out, std::size_t count, char const* what)
+{
+    if (count > shownRows)
+        out << "... and " << counted(count - shownRows, what) << " more\n";
+}
+
+} // namespace
+
+std::string driverOf(Scene const& scene, SceneNode const& node)
+{
+    Field const* const fraction = fieldOf(node, "set_fraction");
+    std::string text;
+    for (Route const* route = fraction ? fraction->_routesIn : nullptr; route != nullptr; route = route->nextIn()) {
+        SceneNode const* const from = scene.sceneNode(*route->from()._node);
+        if (from == nullptr)
+            continue;
+        text += (text.empty() ? "" : ", ") + printable(from->name);
+        // A node between the sensor and this one says what it does to the fraction.
+        text += from->known && !isInterpolator(*from) ? "" : " (" + from->typeName + ')';
+    }
+    return text.empty() ? "nothing" : text;
+}
+
+std::string rangeText(Track const& track)
+{
+    if (track.events == 0)
+        return "no value";
+    if (!track.detailed)
+        return "";
+    std::string const block = isList(track.type) ? std::to_string(track.largestBlock) + " x " : "";
+    switch (track.type) {
+    case SFColorType:
+        return vectorRange(track, 0, 3) + (track.derived[0].any ? " hue " + between(track.derived[0]) : " grey");
+    case SFRotationType: return degrees(track.ranges[3]);
+    case SFMatrix4fType:
+        return "at " + vectorRange(track, 12, 3) + " turned " + degrees(track.derived[0]) + " scale "
+            + between(track.derived[1]);
+    case SFStringType: return "text";
+    default: break;
+    }
+    std::size_t const width = track.ranges.size();
+    return block + (width == 1 ? between(track.ranges[0]) : vectorRange(track, 0, width));
+}
+
+void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder, Clock const* clock, bool styled)
+{
+    auto const& tracks = recorder.tracks();
+    auto const count = [&](bool leaves) {
+        return static_cast<std::size_t>(
+            std::count_if(tracks.begin(), tracks.end(), [&](Track const& t) { return t.leaves == leaves; }));
+    };
+    std::size_t const interpolators = count(true);
+    out << printable(scene.fileNames.front()) << ": " << counted(interpolators, "interpolator") << ", ";
+    if (clock != nullptr)
+        out << counted(clock->sensors().size(), "TimeSensor") << ", ";
+    out << counted(scene.routes.size(), "route") << ", " << counted(recorder.events(), "event") << "\n";
+
+    // Without a clock nothing drives anything.
+    std::vector<std::string> headings = {"Interpolator", "Type", ">Keys", ">Events", "Values", "Curve"};
+    if (clock != nullptr)
+        headings.insert(headings.begin() + 2, "Driven by");
+    Table table(headings);
+    std::size_t rows = 0;
+    for (Track const& track : tracks)
+        if (track.leaves && rows++ < shownRows) {
+            std::vector<std::string> cells = {printable(track.node->name), track.node->typeName,
+                                              std::to_string(keyCount(*track.node)), std::to_string(track.events),
+                                              rangeText(track), curveOf(track)};
+            if (clock != nullptr)
+                cells.insert(cells.begin() + 2, driverOf(scene, *track.node));
+            table.row(std::move(cells));
+        }
+    if (!table.empty()) {
+        out << '\n';
+        table.write(out, styled);
+        writeMore(out, interpolators, "interpolator");
+    }
+
+    Table reached({"Reaches", "Type", "Node", ">Events", "Values"});
+    rows = 0;
+    for (Track const& track : tracks)
+        if (!track.leaves && track.events > 0 && rows++ < shownRows)
+            reached.row({printable(track.name()), dataTypeName(track.type), printable(track.node->typeName),
+                         std::to_string(track.events), rangeText(track)});
+    if (!reached.empty()) {
+        out << '\n';
+        reached.write(out, styled);
+        writeMore(out, rows, "field");
+    }
+
+    if (clock == nullptr)
+        return;
+    std::size_t idle = 0;
+    for (Clock::Sensor const& sensor : clock->sensors()) {
+        std::string const waits = clock->waitsFor(sensor);
+        if (waits.empty())
+            continue;
+        if (idle++ == 0)
+            out << '\n';
+        if (idle <= shownRows)
+            out << "TimeSensor " << printable(sensor.node->name) << ' ' << printable(waits) << '\n';
+    }
+    writeMore(out, idle, "TimeSensor");
+}
+
+} // namespace Zelvan::play

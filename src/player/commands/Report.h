@@ -1,0 +1,23 @@
+#pragma once
+
+#include "player/playing/Clock.h"
+#include "player/playing/Recording.h"
+
+#include <iosfwd>
+#include <string>
+
+namespace Zelvan::play {
+
+/// Rows of a table that a person reads; the data formats have all.
+inline constexpr unsigned shownRows = 200;
+
+/// The summary of a run or a sweep, for people: each interpolator with its name, type, driver, number of keys,
+/// value range and a small curve; what events reached nodes without a class; which sensors wait for what.
+void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder, Clock const* clock, bool styled);
+
+/// What leads into an interpolator: "Clock.fraction_changed", "Ease (EaseInEaseOut)", "nothing".
+std::string driverOf(Scene const& scene, SceneNode const& node);
+/// "0 .. 1" and what suits the other types.
+std::string rangeText(Track const& track);
+
+} // namespace Zelvan::play

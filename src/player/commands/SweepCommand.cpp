@@ -1,0 +1,117 @@
+#include "base/Fields.h"
+#include "player/drawing/Pictures.h"
+#include "player/commands/Playing.h"
+#include "player/commands/Report.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <optional>
+
+namespace Zelvan::play {
+
+namespace {
+
+struct SweepOptions {
+    SceneOptions scene;
+    std::optional<double> from, to;
+    std::vector<float> at;
+    unsigned steps = 100;
+    bool atKeys = false;
+    OutputOptions output;
+};
+
+// The fractions that an interpolator is given, in the order they are given.
+std::vector<float> fractionsFor(std::vector<float> const& keys, SweepOptions const& options)
+{
+    if (!options.at.empty())
+        return options.at;
+    if (options.atKeys) {
+        std::vector<float> numbers = keys; // a NaN is in no interval, and every key has to be asked
+        std::erase_if(numbers, [](float key) { return std::isnan(key); });
+        return numbers;
+    }
+    float low = 0, high = 1;
+    if (!keys.empty() && std::isfinite(keys.front()) && std::isfinite(keys.back())) {
+        low = std::min(keys.front(), keys.back());
+        high = std::max(keys.front(), keys.back());
+    }
+    double const from = options.from.value_or(low), to = options.to.value_or(high);
+    std::vector<float> fractions;
+    // Each on its own, so that no error adds up; the last one is the end itself.
+    for (unsigned k = 0; k <= options.steps; ++k)
+        fractions.push_back(k == options.steps ? static_cast<float>(to)
+                                               : static_cast<float>(from + (to - from) * k / options.steps));
+    return fractions;
+}
+
+void sweep(Session& session, SweepOptions const& options)
+{
+    if (options.steps < 1 || options.steps > 10'000'000)
+        throw Failure(exitUsage, "--steps: expected 1 to 10000000");
+    if (!std::isfinite(options.from.value_or(0)) || !std::isfinite(options.to.value_or(0)))
+        throw Failure(exitUsage, "--from, --to: expected finite fractions");
+    OpenedScene const opened(session, options.scene);
+    Scene& scene = *opened.scene;
+    // Each curve by itself: what one interpolator sends must not change another one.
+    for (SceneRoute const& route : scene.routes)
+        if (route.route != nullptr)
+            Route::remove(*route.route);
+    scene.goLive();
+
+    Recorder::Options recording;
+    recording.arrivals = false;
+    recording.keepSamples = options.output.pictures();
+    recording.mostKept = options.scene.limits.values;
+    recording.statistics = shownRows;
+    recording.outlineSteps = 24;
+    recording.axisBegin = options.from.value_or(0);
+    recording.axisEnd = options.to.value_or(1);
+    Recorder recorder(scene, recording);
+    Outputs outputs(options.output, options.scene.file, recorder, "fraction");
+
+    std::vector<Curve> curves;
+    for (SceneNode const& node : scene.sceneNodes) {
+        Track const* const track = recorder.trackOf(node);
+        if (track == nullptr)
+            continue;
+        std::vector<float> const keys = static_cast<MFFloat*>(fieldOf(node, "key"))->_value;
+        auto& fraction = static_cast<SFFloat&>(*fieldOf(node, "set_fraction"));
+        recorder.only = &node;
+        for (float const f : fractionsFor(keys, options)) {
+            recorder.beginFrame();
+            fraction._value = f;
+            node.node->fieldChanged(fraction, f, nullptr);
+        }
+        if (recording.keepSamples && !track->times.empty())
+            curves.push_back({track, {keys.begin(), keys.end()}, {}});
+    }
+
+    recorder.finish();
+    outputs.finish(scene, nullptr, curves, options.scene.file);
+    if (opened.diagnostics.errors() > 0)
+        session.status = exitScene;
+}
+
+} // namespace
+
+void addSweepCommand(CLI::App& app, Session& session)
+{
+    auto const options = std::make_shared<SweepOptions>();
+    CLI::App& command = *app.add_subcommand("sweep", "Drive every interpolator over its key range, without a clock");
+    addSceneOptions(command, options->scene);
+    auto const grouped = [](CLI::Option* option, char const* text) { option->option_text(text)->group("Fractions"); };
+    grouped(command.add_option("--from", options->from, "first fraction (the first key)"), "F");
+    grouped(command.add_option("--to", options->to, "last fraction (the last key)"), "F");
+    grouped(command.add_option("--steps", options->steps, "evenly spaced steps between them (100)"), "N");
+    grouped(command.add_option("--at", options->at, "these fractions only")->delimiter(',')->allow_extra_args(false), "F[,F...]");
+    command.add_flag("--at-keys", options->atKeys, "the keys only")->group("Fractions");
+    addOutputOptions(command, options->output, "fraction");
+    command.footer("Examples:\n"
+                   "  zelvan-play sweep door.x3d --at-keys\n"
+                   "  zelvan-play sweep door.x3d --from 0 --to 1 --steps 20 --csv -");
+    command.callback([&session, options] { sweep(session, *options); });
+}
+
+} // namespace Zelvan::play

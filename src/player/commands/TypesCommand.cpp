@@ -1,0 +1,288 @@
+#include "base/Field.h"
+#include "base/NodeType.h"
+#include "base/OpenSG.h"
+#include "player/commands/Commands.h"
+#include "player/commands/OutputFile.h"
+#include "player/scene/Scene.h"
+#include "player/commands/Tables.h"
+#include "player/playing/PoolLoader.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cctype>
+#include <functional>
+#include <iostream>
+#include <memory>
+#include <numeric>
+#include <unistd.h>
+
+namespace Zelvan::play {
+
+namespace {
+
+struct TypesOptions {
+    std::string name;
+    bool markdown = false;
+};
+
+constexpr std::size_t pageWidth = 100;
+
+std::string lowerCase(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+// All registered types, each before those below it, siblings by name.
+void forEachType(std::function<void(NodeType& type, unsigned depth)> const& visit)
+{
+    auto types = theSceneNodeTypeFactory().types();
+    std::sort(types.begin(), types.end(), [](auto a, auto b) { return a->_name < b->_name; });
+    auto const below = [&](auto const& self, NodeType const* parent, unsigned depth) -> void {
+        for (NodeType* const type : types)
+            if (type->parent() == parent) {
+                visit(*type, depth);
+                self(self, type, depth + 1);
+            }
+    };
+    below(below, nullptr, 0);
+}
+
+// What a field holds when nothing sets it, in the syntax of a scene; "" for fields that only carry events.
+std::string defaultText(NodePartDesc const& part)
+{
+    auto const field = makeField(part._dataType);
+    if ((part._type & initializeOnly) == 0 || field == nullptr)
+        return "";
+    if (part._defaultValue != nullptr && !field->setValueByStr(part._defaultValue, Field::multiple))
+        return part._defaultValue;
+    if (field->cardinality() == Field::multiple && field->empty())
+        return "[]";
+    std::string const text = field->getValueAsStr();
+    return text.empty() ? "\"\"" : text;
+}
+
+bool restrictsValues(std::vector<NodePartDesc const*> const& parts)
+{
+    return std::any_of(parts.begin(), parts.end(), [](auto part) { return part->_allowedValues != nullptr; });
+}
+
+char const* orEmpty(char const* text)
+{
+    return text ? text : "";
+}
+
+std::vector<std::string> wrapped(std::string const& text, std::size_t width)
+{
+    std::vector<std::string> lines{""};
+    for (std::size_t at = 0; at < text.size();) {
+        std::size_t const end = std::min(text.find(' ', at), text.size());
+        std::string const word = text.substr(at, end - at);
+        std::string& line = lines.back();
+        if (line.empty())
+            line = word;
+        else if (characters(line) + 1 + characters(word) <= width)
+            line += ' ' + word;
+        else
+            lines.push_back(word);
+        at = end + 1;
+    }
+    return lines;
+}
+
+void writeTree(std::ostream& out, bool styled)
+{
+    Table table({"type", "kind", "alias", "status", "standard"});
+    forEachType([&](NodeType const& type, unsigned depth) {
+        table.row({std::string(2 * depth, ' ') + type._name, type._createNode ? "" : "abstract", type._aliasName,
+                   type._status, type._standard});
+    });
+    table.write(out, styled);
+}
+
+void writeType(std::ostream& out, NodeType& type, bool styled)
+{
+    out << type._name << ": " << (type._createNode ? "" : "abstract, ") << type._status << ", " << type._standard
+        << ", component " << type._componentName << " of " << type._poolName << '\n';
+    if (!type._aliasName.empty())
+        out << "Also created for " << type._aliasName << ".\n";
+    else if (NodeType const* const concrete = type.creatableType(); concrete != nullptr && concrete != &type)
+        out << "A scene's " << type._name << " becomes a " << concrete->_name << ".\n";
+    std::string chain;
+    for (NodeType const* parent = type.parent(); parent != nullptr; parent = parent->parent())
+        chain += (chain.empty() ? "Derived from " : ", ") + parent->_name;
+    if (!chain.empty())
+        out << chain << ".\n";
+    out << '\n';
+    for (std::string const& line : wrapped(type._description, pageWidth))
+        out << line << '\n';
+    out << '\n';
+
+    auto const parts = type.allParts();
+    bool const restricts = restrictsValues(parts);
+    std::vector<std::string> headings{">index", "name", "type", "access", "default"};
+    if (restricts)
+        headings.push_back("allowed values");
+    headings.push_back("description");
+    Table table(headings);
+
+    std::vector<std::vector<std::string>> rows;
+    std::vector<std::size_t> widths(headings.size() - 1);
+    std::transform(headings.begin(), headings.end() - 1, widths.begin(), characters);
+    for (NodePartDesc const* const part : parts) {
+        rows.push_back({std::to_string(part->_index), part->_name, dataTypeName(part->_dataType),
+                        accessName(part->_type), defaultText(*part)});
+        if (restricts)
+            rows.back().push_back(orEmpty(part->_allowedValues));
+        for (std::size_t c = 0; c < widths.size(); ++c)
+            widths[c] = std::max(widths[c], characters(rows.back()[c]));
+    }
+    std::size_t const used = std::accumulate(widths.begin(), widths.end(), 2 * widths.size());
+    std::size_t const rest = std::max<std::size_t>(pageWidth - std::min(used, pageWidth), 24);
+    for (std::size_t r = 0; r < rows.size(); ++r)
+        for (std::string const& line : wrapped(orEmpty(parts[r]->_description), rest)) {
+            rows[r].push_back(line);
+            table.row(rows[r]);
+            rows[r].assign(widths.size(), ""); // the following lines hold only text
+        }
+    table.write(out, styled);
+}
+
+std::string markdownText(std::string const& text)
+{
+    std::string escaped;
+    for (char const c : text) {
+        if (c == '|' || c == '*' || c == '<' || c == '\\' || c == '`')
+            escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
+}
+
+std::string markdownLink(std::string const& typeName)
+{
+    return '[' + typeName + "](#" + lowerCase(typeName) + ')';
+}
+
+std::string markdownCode(std::string const& text)
+{
+    return text.empty() ? "" : '`' + text + '`';
+}
+
+void writeMarkdown(std::ostream& out)
+{
+    out << "# Node types\n\n"
+           "Written by `zelvan-play types --markdown` from the records of the types; not edited by hand.\n\n";
+    forEachType([&](NodeType const& type, unsigned depth) {
+        out << std::string(2 * depth, ' ') << "- " << markdownLink(type._name)
+            << (type._createNode ? "" : " (abstract)") << '\n';
+    });
+    forEachType([&](NodeType& type, unsigned) {
+        out << "\n## " << type._name << "\n\n" << markdownText(type._description) << "\n\n";
+        out << "- Status: " << type._status << "; standard: " << type._standard << "; component: "
+            << type._componentName << " of " << type._poolName << '\n';
+        if (NodeType const* const parent = type.parent())
+            out << "- Parent: " << markdownLink(parent->_name) << '\n';
+        if (!type._aliasName.empty())
+            out << "- Alias: " << markdownCode(type._aliasName) << '\n';
+        if (NodeType const* const concrete = type.creatableType(); concrete == nullptr)
+            out << "- Abstract: scenes cannot create it\n";
+        else if (concrete != &type)
+            out << "- Abstract: a scene's " << markdownCode(type._name) << " becomes a "
+                << markdownLink(concrete->_name) << '\n';
+        auto const parts = type.allParts();
+        bool const restricts = restrictsValues(parts);
+        out << "\n| Index | Field | Type | Access | Default |" << (restricts ? " Allowed values |" : "")
+            << " Declared by | Description |\n|---:|---|---|---|---|" << (restricts ? "---|" : "") << "---|---|\n";
+        for (NodePartDesc const* const part : parts) {
+            NodeType const* owner = &type;
+            while (owner->findOwnPart(part->_index) != part)
+                owner = owner->parent();
+            out << "| " << part->_index << " | " << markdownCode(part->_name) << " | "
+                << dataTypeName(part->_dataType) << " | " << accessName(part->_type) << " | "
+                << markdownCode(defaultText(*part)) << " | ";
+            if (restricts)
+                out << markdownText(orEmpty(part->_allowedValues)) << " | ";
+            out << (owner == &type ? owner->_name : markdownLink(owner->_name)) << " | "
+                << markdownText(orEmpty(part->_description)) << " |\n";
+        }
+    });
+}
+
+// Number of letters to change, add or leave out.
+std::size_t editDistance(std::string const& a, std::string const& b)
+{
+    std::vector<std::size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        std::size_t diagonal = row[0]++;
+        for (std::size_t j = 0; j < b.size(); ++j) {
+            std::size_t const changed = diagonal + (a[i] != b[j]);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+// Types whose names contain `name` or nearly are it, whatever the case; the most alike first.
+std::string closeNames(std::string const& name)
+{
+    constexpr std::size_t mostErrors = 3, mostNames = 4;
+    std::string const wanted = lowerCase(name.substr(0, 100));
+    std::vector<std::pair<std::size_t, std::string>> close;
+    for (NodeType const* const type : theSceneNodeTypeFactory().types()) {
+        std::string const known = lowerCase(type->_name);
+        std::size_t const distance = editDistance(wanted, known);
+        bool const contained = wanted.size() >= 3 && known.find(wanted) != std::string::npos;
+        if (contained || distance <= std::min(mostErrors, known.size() / 3))
+            close.emplace_back(distance, type->_name);
+    }
+    std::sort(close.begin(), close.end());
+    close.resize(std::min(close.size(), mostNames));
+    std::string text;
+    for (auto const& [distance, typeName] : close)
+        text += (text.empty() ? "; there is " : ", ") + typeName;
+    return text.empty() ? "; \"zelvan-play types\" lists them all" : text;
+}
+
+void types(Session const& session, TypesOptions const& options)
+{
+    osg::osgLog().setLogLevel(static_cast<osg::LogLevel>(session.logLevel));
+    for (PoolCandidate const& candidate : loadPool(session.pool))
+        std::cerr << "pool: " << candidate.file << (candidate.refusal.empty() ? "" : ": not taken: ")
+                  << candidate.refusal << '\n';
+
+    OutputFile out("-");
+    bool const styled = styledOutput(STDOUT_FILENO);
+    if (options.markdown) {
+        writeMarkdown(out.stream());
+    } else if (options.name.empty()) {
+        writeTree(out.stream(), styled);
+    } else {
+        NodeType* const type = NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), options.name, searchExact);
+        if (type == nullptr)
+            throw Failure(exitUsage,
+                          "no node type is named \"" + printable(options.name) + '"' + closeNames(options.name));
+        writeType(out.stream(), *type, styled);
+    }
+    out.commit();
+}
+
+} // namespace
+
+void addTypesCommand(CLI::App& app, Session& session)
+{
+    auto const options = std::make_shared<TypesOptions>();
+    CLI::App& command = *app.add_subcommand("types", "List the node types, or the fields of one");
+    auto* const name = command.add_option("name", options->name, "a node type")->option_text("NAME");
+    command.add_flag("--markdown", options->markdown, "the whole reference as Markdown")->excludes(name);
+    command.footer("Which pool library was loaded, and why others were not, goes to standard error.\n"
+                   "Examples:\n"
+                   "  zelvan-play types\n"
+                   "  zelvan-play types ScalarInterpolator\n"
+                   "  ZELVAN_PLUGIN_PATH=$HOME/pools zelvan-play types");
+    command.callback([&session, options] { types(session, *options); });
+}
+
+} // namespace Zelvan::play

@@ -1,0 +1,244 @@
+#include "player/playing/Clock.h"
+
+#include "coreNodePool/TimeSensor.h"
+#include "coreNodePool/TimeSensorProc.h"
+#include "player/scene/Values.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Zelvan::play {
+
+namespace {
+
+TimeSensor& timeSensor(Clock::Sensor const& sensor)
+{
+    return static_cast<TimeSensor&>(*sensor.node->node);
+}
+
+} // namespace
+
+std::vector<Timing::Frame> Timing::frames() const
+{
+    constexpr double most = 1e7;
+    std::vector<double> exact = at;
+    std::sort(exact.begin(), exact.end());
+    double const last = exact.empty() ? to : exact.back();
+    bool const finite = std::isfinite(from) && std::isfinite(last) && std::isfinite(fps);
+    if (!finite || from < 0 || (exact.empty() && last < from) || !(fps > 0) || (!exact.empty() && exact.front() < 0))
+        throw Failure(exitUsage, "expected 0 <= from <= to, times that are not negative and fps above 0");
+    if (last * fps > most)
+        throw Failure(exitUsage, "more than " + roundNumber(most, 9) + " frames; choose a shorter time or a lower --fps");
+
+    std::vector<Frame> frames;
+    // The end counts as reached when only rounding keeps the last frame from it.
+    double const rounding = 1e-9;
+    auto const count = static_cast<std::size_t>(std::floor(last * fps + rounding));
+    frames.reserve(count + 1 + exact.size());
+    auto next = exact.begin();
+    for (std::size_t k = 0; k <= count; ++k) {
+        double const time = static_cast<double>(k) / fps;
+        for (; next != exact.end() && *next < time; ++next)
+            frames.push_back({*next, true});
+        bool const hit = next != exact.end() && *next == time;
+        while (next != exact.end() && *next == time)
+            ++next;
+        frames.push_back({time, exact.empty() ? time >= from - rounding / fps : hit});
+    }
+    for (; next != exact.end(); ++next)
+        frames.push_back({*next, true});
+    return frames;
+}
+
+Clock::Clock(Scene& scene) : _scene(scene)
+{
+    for (SceneNode& node : scene.sceneNodes)
+        if (node.known && TimeSensor::isType(node.node)) {
+            _byNode[node.node] = _sensors.size();
+            _sensors.emplace_back(node);
+        }
+    scene.goLive();
+    for (Sensor const& sensor : _sensors)
+        timeSensor(sensor).sensorProc().open(0);
+}
+
+void Clock::startSensor(std::string const& name, double time)
+{
+    SceneNode* const node = _scene.find(name);
+    if (node == nullptr || !node->known || !TimeSensor::isType(node->node)) {
+        std::string known;
+        for (Sensor const& sensor : _sensors)
+            known += (known.empty() ? "" : ", ") + sensor.node->name;
+        throw Failure(exitUsage, "--start: no TimeSensor is named \"" + name + "\"; there "
+                                     + (known.empty() ? "are none" : "are: " + known));
+    }
+    start(*node, time);
+}
+
+void Clock::startAll(double time)
+{
+    for (Sensor const& sensor : _sensors)
+        if (!timeSensor(sensor).sensorProc().isActive() && !timeSensor(sensor).sensorProc().startsAt(time))
+            start(*sensor.node, time);
+}
+
+void Clock::start(SceneNode& sensor, double time)
+{
+    auto& node = static_cast<TimeSensor&>(*sensor.node);
+    add(time, node._enabled, "true");
+    add(time, node._startTime, shortNumber(time));
+}
+
+void Clock::add(double time, Field& field, std::string const& value)
+{
+    auto const first = _events.begin() + static_cast<std::ptrdiff_t>(_nextEvent);
+    _events.insert(std::upper_bound(first, _events.end(), time, [](double t, Event const& e) { return t < e.time; }),
+                   {time, &field, value});
+}
+
+void Clock::inject(Injection const& injection)
+{
+    std::string const what = "--inject " + injection.node + '.' + injection.field + ": ";
+    SceneNode* const node = _scene.find(injection.node);
+    if (node == nullptr)
+        throw Failure(exitUsage, what + "no node is named \"" + injection.node + '"');
+    Field* const field = _scene.field(*node, injection.field, Node::asInput);
+    if (field == nullptr)
+        throw Failure(exitUsage, what + (node->known ? "a " + node->typeName + " has no such field"
+                                                     : "no route starts there, so nothing would happen"));
+    if ((field->type() & inputOnly) == 0)
+        throw Failure(exitUsage, what + "expected a field that takes events, this one is " + accessName(field->type()));
+    // Tried on a field of its own now, so that a bad value is refused before the run.
+    auto const trial = makeField(field->dataType());
+    trial->_desc = field->_desc;
+    bool const fits = trial->setAndValidateValueByStr(injection.value.c_str(), false);
+    trial->_desc = nullptr;
+    if (!fits) {
+        FieldTextError const& error = Field::textError();
+        throw Failure(exitUsage, what + "expected " + error.expected + ", found \"" + error.found + '"');
+    }
+    add(injection.time, *field, injection.value);
+}
+
+void Clock::frame(double time)
+{
+    // A sensor that another one starts begins in the same frame, whatever their order in the file.
+    constexpr int chains = 16;
+    for (Sensor& sensor : _sensors) {
+        timeSensor(sensor).sensorProc().startIfDue(time);
+        timeSensor(sensor).sensorProc().tick(time);
+    }
+    for (int pass = 0; pass < chains; ++pass) {
+        bool started = false;
+        for (Sensor& sensor : _sensors)
+            if (timeSensor(sensor).sensorProc().startIfDue(time)) {
+                timeSensor(sensor).sensorProc().tick(time);
+                started = true;
+            }
+        if (!started)
+            break;
+    }
+    for (Sensor& sensor : _sensors) {
+        TimeSensorProc const& proc = timeSensor(sensor).sensorProc();
+        if (proc.isActive() && (!sensor.active || sensor.runs.back().start != proc.startTime()))
+            sensor.runs.push_back({proc.startTime(), time, proc.interval()});
+        if (proc.isActive() || sensor.active)
+            sensor.runs.back().end = time;
+        sensor.active = proc.isActive();
+    }
+}
+
+void Clock::advance(double time)
+{
+    for (; _nextEvent < _events.size() && _events[_nextEvent].time <= time; ++_nextEvent) {
+        Event const& event = _events[_nextEvent];
+        event.field->setAndValidateValueByStr(event.value.c_str(), false);
+        event.field->_node->fieldChanged(*event.field, event.time, nullptr);
+    }
+    frame(time);
+}
+
+Clock::Sensor const* Clock::sensorOf(SceneNode const& node) const
+{
+    Field* const fraction = fieldOf(node, "set_fraction");
+    Route const* const in = fraction ? fraction->_routesIn : nullptr;
+    if (in == nullptr || in->nextIn() != nullptr || in->from().dataType() != SFFloatType)
+        return nullptr;
+    auto const found = _byNode.find(in->from()._node);
+    return found == _byNode.end() ? nullptr : &_sensors[found->second];
+}
+
+std::optional<std::vector<double>> Clock::timesOf(Sensor const& sensor, std::vector<float> fractions, std::size_t most)
+{
+    std::erase_if(fractions, [](float fraction) { return !(fraction >= 0 && fraction <= 1); });
+    std::vector<double> times;
+    if (fractions.empty())
+        return times;
+    for (Run const& run : sensor.runs) {
+        if (!((run.end - run.start) / run.cycle < static_cast<double>(most)))
+            return std::nullopt;
+        for (std::size_t n = 0;; ++n) {
+            double const cycle = run.start + static_cast<double>(n) * run.cycle;
+            if (!(cycle <= run.end))
+                break;
+            if (times.size() + fractions.size() > most)
+                return std::nullopt;
+            for (float const fraction : fractions)
+                if (double const time = cycle + fraction * run.cycle; time <= run.end)
+                    times.push_back(time);
+        }
+    }
+    std::sort(times.begin(), times.end());
+    times.erase(std::unique(times.begin(), times.end()), times.end());
+    return times;
+}
+
+std::vector<double> Clock::seamsOf(Sensor const& sensor, std::size_t most)
+{
+    std::vector<double> seams = timesOf(sensor, {0.f}, most).value_or(std::vector<double>());
+    std::erase_if(seams, [&](double time) { // runs follow each other
+        return std::ranges::binary_search(sensor.runs, time, {}, &Run::start);
+    });
+    return seams;
+}
+
+std::vector<Clock::Sensor> Clock::planned(double until) const
+{
+    std::vector<Sensor> plan;
+    for (Sensor const& sensor : _sensors) {
+        Sensor& copy = plan.emplace_back(*sensor.node);
+        TimeSensor& node = timeSensor(sensor);
+        double const cycle = node._cycleInterval._value;
+        auto const run = [&](double start) {
+            if (cycle > 0)
+                copy.runs.push_back({start, node._loop._value ? until : std::min(until, start + cycle), cycle});
+        };
+        if (node.enabled() && node.sensorProc().startsAt(0))
+            run(0);
+        for (Event const& event : _events)
+            if (event.field == &node._startTime && event.time <= until)
+                run(event.time);
+    }
+    return plan;
+}
+
+std::string Clock::waitsFor(Sensor const& sensor) const
+{
+    std::string const start = " (--start " + sensor.node->name + ')';
+    switch (timeSensor(sensor).sensorProc().idle()) {
+    case TimeSensorProc::Idle::no: return "";
+    case TimeSensorProc::Idle::disabled: return "waits to be enabled" + start;
+    case TimeSensorProc::Idle::badInterval: return "cannot run: cycleInterval is not above 0";
+    case TimeSensorProc::Idle::ended: return "has ended";
+    case TimeSensorProc::Idle::stopAfterStart:
+    case TimeSensorProc::Idle::notLooping: break;
+    }
+    // Whoever sets startTime is what the author meant to start it.
+    std::string by;
+    for (Route* route = timeSensor(sensor)._startTime._routesIn; route != nullptr; route = route->nextIn())
+        if (SceneNode const* const from = _scene.sceneNode(*route->from()._node))
+            by += (by.empty() ? "" : ", ") + from->name + '.' + route->from().findName();
+    return "waits for " + (by.empty() ? std::string("a startTime event") : by) + start;
+}
+
+} // namespace Zelvan::play

@@ -1,0 +1,190 @@
+#include "player/playing/Recording.h"
+
+#include "base/Rotation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace Zelvan::play {
+
+void Range::add(double value)
+{
+    if (std::isnan(value))
+        return;
+    if (!any) {
+        low = high = value;
+        any = true;
+    } else if (value < low) {
+        low = value;
+    } else if (value > high) {
+        high = value;
+    }
+}
+
+namespace {
+
+std::size_t derivedCount(NodePartDataType type)
+{
+    return type == SFColorType ? 1 : type == SFMatrix4fType ? 2 : 0;
+}
+
+void addDerived(Track& track, std::vector<double> const& n)
+{
+    auto const at = [&n](std::size_t i) { return static_cast<float>(n[i]); };
+    if (track.type == SFColorType) {
+        float hue, saturation, value;
+        osg::Color3<float>(at(0), at(1), at(2)).getValuesHSV(hue, saturation, value);
+        if (saturation > 0)
+            track.derived[0].add(hue);
+    } else if (track.type == SFMatrix4fType) {
+        osg::Matrix matrix, rotation, stretch, axes;
+        for (osg::UInt32 c = 0; c < 4; ++c)
+            for (osg::UInt32 r = 0; r < 4; ++r)
+                matrix[c][r] = c == 3 && r < 3 ? 0.f : at(4 * c + r);
+        float determinant;
+        osg::Vec3f scale;
+        matrix.polarDecompose(rotation, stretch, determinant);
+        bool const mirrored = determinant < 0;
+        if (mirrored)
+            rotation.negate();
+        stretch.spectralDecompose(axes, scale);
+        osg::Quaternion quaternion;
+        quaternion.setValue(rotation);
+        track.derived[0].add(Rotation(quaternion).angle());
+        for (osg::UInt32 c = 0; c < 3; ++c)
+            track.derived[1].add(mirrored ? -scale[c] : scale[c]);
+    }
+}
+
+} // namespace
+
+Recorder::Recorder(Scene& scene, Options options)
+    : _options(options), _mostInFrame(1000 + 10 * scene.routes.size())
+{
+    unsigned leaves = 0, arrivals = 0;
+    for (SceneNode const& node : scene.sceneNodes)
+        if (Field* const output = outputOf(node))
+            add(node, *output, true, leaves++ < options.statistics);
+        else if (node.known) // a sensor sends of itself
+            _mostInFrame += 20;
+    if (options.arrivals)
+        for (SceneNode const& node : scene.sceneNodes)
+            for (Field* const input : Scene::inputsOf(node))
+                add(node, *input, false, arrivals++ < options.statistics);
+    for (Track const& track : _tracks)
+        _counts.push_back({0, track.detailed});
+    Field::observe(this);
+}
+
+Recorder::~Recorder()
+{
+    Field::observe(nullptr);
+    for (Track const& track : _tracks)
+        track.source->setTag(0);
+}
+
+void Recorder::add(SceneNode const& node, Field& field, bool leaves, bool statistics)
+{
+    Track& track = _tracks.emplace_back();
+    track.node = &node;
+    track.field = field.findName();
+    track.type = field.dataType();
+    track.leaves = leaves;
+    track.source = &field;
+    track.detailed = statistics || _options.keepSamples;
+    if (isList(track.type))
+        track.starts.push_back(0);
+    if (track.detailed) {
+        track.ranges.resize(componentsOf(track.type).count);
+        track.derived.resize(derivedCount(track.type));
+        track.outline.resize(_options.outlineSteps * track.ranges.size(), std::numeric_limits<float>::quiet_NaN());
+    }
+    field.setTag(static_cast<unsigned>(_tracks.size()));
+}
+
+Track* Recorder::trackOf(SceneNode const& node)
+{
+    Field const* const output = outputOf(node);
+    return output != nullptr && output->tag() != 0 ? &_tracks[output->tag() - 1] : nullptr;
+}
+
+void Recorder::finish()
+{
+    for (std::size_t i = 0; i < _tracks.size(); ++i)
+        _tracks[i].events = _counts[i].events;
+}
+
+void Recorder::sent(Field& field, TimeStamp const& timeStamp)
+{
+    if (++_sentInFrame > _mostInFrame)
+        throw Failure(exitScene, "error: more than " + std::to_string(_mostInFrame) + " events in one frame: routes fan "
+                                     "out and in again too often");
+    constexpr std::size_t large = 64;
+    if (std::size_t const size = field.size(); size > large) [[unlikely]]
+        countMoved(field, size);
+    unsigned const tag = field.tag();
+    if (tag == 0 || paused)
+        return;
+    if (only != nullptr && only != _tracks[tag - 1].node)
+        return;
+    ++_events;
+    Count& count = _counts[tag - 1];
+    ++count.events;
+    if (!count.detailed && !onEvent)
+        return;
+    Track& track = _tracks[tag - 1];
+    if (count.detailed) {
+        _scratch.clear();
+        appendNumbers(field, _scratch);
+        std::size_t const width = track.ranges.size();
+        if (width != 0 && _scratch.size() >= width) {
+            for (std::size_t i = 0; i + width <= _scratch.size(); i += width)
+                for (std::size_t c = 0; c < width; ++c)
+                    track.ranges[c].add(_scratch[i + c]);
+            track.largestBlock = std::max(track.largestBlock, _scratch.size() / width);
+            addDerived(track, _scratch);
+            if (!track.outline.empty()) {
+                double const length = _options.axisEnd - _options.axisBegin;
+                double const share = length > 0 ? (timeStamp - _options.axisBegin) / length : 0;
+                auto const step = static_cast<std::size_t>(
+                    std::clamp(share * _options.outlineSteps, 0.0, _options.outlineSteps - 1.0));
+                std::copy_n(_scratch.begin(), width, track.outline.begin() + static_cast<std::ptrdiff_t>(step * width));
+            }
+        }
+        if (_options.keepSamples) {
+            requireRoomFor(_scratch.size() + 2);
+            track.times.push_back(timeStamp);
+            track.numbers.insert(track.numbers.end(), _scratch.begin(), _scratch.end());
+            if (!track.starts.empty())
+                track.starts.push_back(track.numbers.size());
+        }
+    }
+    if (onEvent) {
+        requireRoomFor(field.size() * componentsOf(track.type).count + 2);
+        onEvent(track, timeStamp, field);
+    }
+}
+
+void Recorder::requireRoomFor(std::size_t numbers)
+{
+    _kept += numbers;
+    if (_kept > _options.mostKept)
+        throw Failure(exitScene, "error: more than " + std::to_string(_options.mostKept) + " values recorded: fewer frames or "
+                                     "a shorter time are less (--max-values raises the limit)");
+}
+
+// Every route copies a block to where it leads.
+void Recorder::countMoved(Field const& field, std::size_t size)
+{
+    constexpr std::size_t perValue = 40;
+    std::size_t moved = size;
+    for (Route const* route = field._routesOut; route != nullptr; route = route->nextOut())
+        moved += size;
+    _moved += moved;
+    if (moved / 2 > _options.mostKept || _moved / perValue > _options.mostKept)
+        throw Failure(exitScene, "error: routes move more elements of blocks than a run has time for: fewer frames, routes or "
+                                     "blocks are less (--max-values raises the limit)");
+}
+
+} // namespace Zelvan::play

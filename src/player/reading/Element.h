@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace Zelvan::play {
+
+// What a file says, before anybody asks what it means: one tree for every syntax, in the vocabulary of X3D's XML.
+// A syntax fills it; PROTO expansion, names, routes and fields read it and do not know where it came from.
+//
+// The classic syntaxes are written into it so:
+//   DEF Top Transform { translation 1 2 3 children [ Shape { } USE X ] }
+//       Transform  DEF="Top" translation="1 2 3"  with the children  Shape containerField="children"  and
+//       an element without a name, USE="X" containerField="children"
+//   PROTO P [ inputOutput SFVec3f a 1 2 3 ] { ... }
+//       ProtoDeclare name="P", in it ProtoInterface with  field name="a" type="SFVec3f" accessType="inputOutput"
+//       value="1 2 3"  (nodes of a default are children of the field) and ProtoBody
+//   P { a 1 2 3 }  where a PROTO or EXTERNPROTO named P was declared
+//       ProtoInstance name="P" with fieldValue name="a" value="1 2 3"  (nodes are children of the fieldValue)
+//   translation IS a          IS with connect nodeField="translation" protoField="a"
+//   EXTERNPROTO P [...] "u"   ExternProtoDeclare name="P" url=... with its fields
+//   ROUTE, IMPORT, EXPORT, PROFILE, COMPONENT, META, UNIT, a Script's own fields   as in XML
+// VRML97's own words are translated: eventIn is inputOnly, exposedField inputOutput, and so on.
+
+struct Attribute {
+    std::string_view name;
+    std::string_view value;       ///< decoded; of lists without their brackets, comments as blanks
+    std::uint32_t offset = 0;     ///< of the value's first byte in the file's text
+    bool quoted = false;          ///< the value is strings in double quotes with \" and \\ in them, also for a single SFString
+};
+
+struct Element {
+    std::string_view name;        ///< "Transform", "ROUTE", "ProtoDeclare"; "" for a USE in a syntax that names no type there
+    std::uint32_t offset = 0;     ///< of its first byte in the file's text
+    std::uint32_t attributeCount = 0;
+    Attribute* attributes = nullptr; ///< in the order of the file
+    Element* parent = nullptr;
+    Element* firstChild = nullptr;
+    Element* next = nullptr;      ///< the next child of the same parent
+};
+
+} // namespace Zelvan::play

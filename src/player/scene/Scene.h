@@ -1,0 +1,113 @@
+#pragma once
+
+#include "base/Context.h"
+#include "base/Field.h"
+#include "base/NodeNameSpace.h"
+#include "base/Route.h"
+#include "player/scene/Diagnostics.h"
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Zelvan::play {
+
+class SourceFile;
+
+/// A place kept small: the file's number in the scene and the byte offset in it.
+struct Location {
+    std::uint32_t file = 0;
+    std::uint32_t offset = 0;
+};
+
+/// A node of the scene. Types without a node class (a Transform, a Script, ...) have a stand-in that takes any
+/// event, made when the first route touches it.
+struct SceneNode {
+    std::string name;     ///< DEF name, with those of the PROTO instances around it ("Door/Swing"); else "Type#3"
+    std::string typeName; ///< as the file has it
+    Location where;
+    Node* node = nullptr; ///< null for a node without a class that no route touches
+    bool known = false;   ///< has a node class
+    bool named = false;   ///< has a DEF name
+
+    struct AttributePlace {
+        unsigned index; ///< of the field
+        Location where; ///< of the value's first character
+    };
+    std::vector<AttributePlace> attributes; ///< of known nodes: the fields that the file sets
+};
+
+/// A route as it stands in the file, between two nodes of the scene (a PROTO instance is resolved to its nodes).
+struct SceneRoute {
+    SceneNode* from;
+    std::string fromField;
+    SceneNode* to;
+    std::string toField;
+    Location where;
+    /// Null when it could not be connected, or when neither end has a node class: nothing will pass.
+    Route* route = nullptr;
+};
+
+/// What was read from a file and everything it includes: nodes, routes, and where they stand.
+class Scene {
+public:
+    Scene();
+    ~Scene();
+    Scene(Scene const&) = delete;
+    Scene& operator=(Scene const&) = delete;
+
+    Context& context() { return _context; }
+    NodeNameSpace& nodes() { return *_nameSpace; }
+
+    /// Places are kept for the lifetime of the scene; the text itself is not.
+    Place place(Location where) const;
+    Place place(SceneNode const& node) const { return place(node.where); }
+    /// Of the attribute that sets `field`; of the node when the file does not set it.
+    Place place(SceneNode const& node, Field const& field) const;
+
+    /// Null when there is none. The last node of that name wins, as in the file.
+    SceneNode* find(std::string_view name);
+    /// The scene's node that stands for a framework node; null for nodes of other owners.
+    SceneNode* sceneNode(Node const& node) const;
+
+    /// A field of a node by the name a route uses: "translation", "set_translation", "translation_changed".
+    /// Fields of nodes without a class come into being with the data type asked for. Null when there is none;
+    /// a field that exists but cannot be used that way is returned all the same.
+    Field* field(SceneNode& node, std::string const& name, Node::FieldSearchOrder order);
+    Field* fieldOfUnknown(SceneNode& node, std::string const& name, NodePartDataType type);
+    /// The fields of a node without a class that routes lead to.
+    static std::vector<Field*> inputsOf(SceneNode const& node);
+
+    /// Makes all nodes deliver events at once.
+    void goLive();
+
+    std::deque<SceneNode> sceneNodes; ///< in the order of the file; addresses are stable
+    std::deque<SceneRoute> routes;
+    std::vector<std::string> fileNames;
+
+private:
+    friend class SceneReader;
+    struct Lines;
+
+    Context _context;
+    std::unique_ptr<NodeNameSpace> _nameSpace;
+    std::vector<std::unique_ptr<Lines>> _lines; ///< one for each of fileNames
+    std::vector<std::pair<Node const*, SceneNode*>> mutable _byNode; ///< sorted by address, built when asked
+};
+
+/// True for nodes of the interpolation pool.
+bool isInterpolator(SceneNode const& node);
+/// The field an interpolator sends its results from; null for other nodes.
+Field* outputOf(SceneNode const& node);
+/// An interpolator's field by name; null when it has none ("keyValue", "key", "easeInEaseOut").
+Field* fieldOf(SceneNode const& node, char const* name);
+
+/// A new field of a data type, of no node; null for a type no field class exists for.
+std::unique_ptr<Field> makeField(NodePartDataType type);
+/// The code for "SFVec3f"; 0 when there is no such field class.
+NodePartDataType dataTypeCode(std::string_view name);
+
+} // namespace Zelvan::play

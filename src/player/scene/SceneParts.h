@@ -1,0 +1,47 @@
+#pragma once
+
+#include "player/scene/Scene.h"
+
+#include <map>
+
+namespace Zelvan::play {
+
+/// "translation" for all three names of an input and output.
+std::string_view baseName(std::string_view name);
+
+/// Stands for a node of a type without a class: takes any event and sends it on.
+/// A field comes into being with the first route that touches it.
+class UnknownNode : public Node {
+public:
+    UnknownNode(Scene& scene, SceneNode& sceneNode);
+    ~UnknownNode() override;
+
+    void shutdown() const override;
+    void fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from) override;
+    /// By any of the names a route may use for it.
+    Field* find(std::string_view name) const;
+    /// Null for a data type without a field class.
+    Field* require(std::string_view name, NodePartDataType type);
+
+    std::vector<Field*> inputs() const;
+
+private:
+    /// A field and its description, by which the field finds its way back here.
+    struct Part : NodePartDesc {
+        Part(std::unique_ptr<char[]> name, NodePartDataType dataType, Node& node);
+        ~Part() override;
+        std::unique_ptr<char[]> text;
+        std::unique_ptr<Field> field;
+        bool changing = false;
+    };
+    std::vector<std::unique_ptr<Part>> _parts;
+    std::map<std::string_view, Field*> _byName; ///< names as the parts keep them
+};
+
+/// Where the lines of a file begin.
+struct Scene::Lines {
+    std::vector<std::uint32_t> starts; ///< offset of each line's first byte; the first is 0
+    void locate(std::uint32_t offset, unsigned& line, unsigned& column) const;
+};
+
+} // namespace Zelvan::play
