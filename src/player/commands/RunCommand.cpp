@@ -1,7 +1,8 @@
 #include "base/Fields.h"
-#include "player/drawing/Pictures.h"
+#include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Report.h"
+#include "player/drawing/Pictures.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -55,12 +56,11 @@ void run(Session& session, RunOptions& options)
     recording.axisBegin = options.time.timing.from;
     recording.axisEnd = frames.back().time;
     Recorder recorder(*opened.scene, recording);
-    Outputs outputs(options.output, options.scene.file, recorder, "time");
+    Outputs outputs(options.output, opened, recorder, "time");
 
-    playFrames(clock, recorder, frames);
+    playFrames(clock, recorder, frames, options.scene.limits.values);
     recorder.finish();
-    outputs.finish(*opened.scene, &clock, recording.keepSamples ? curvesOf(recorder, clock) : std::vector<Curve>(),
-                   options.scene.file);
+    outputs.finish(&clock, recording.keepSamples ? curvesOf(recorder, clock) : std::vector<Curve>());
     if (opened.diagnostics.errors() > 0)
         session.status = exitScene;
 }
