@@ -74,8 +74,12 @@ struct TurnedPlane {
 TurnedPlane turnedPlane(Matrix4 const& m, double mean, double otherSum, double otherProduct)
 {
     // A polynomial of the matrix that vanishes for the other eigenvalues.
-    Matrix4 const polynomial = (m * m - otherSum * m + otherProduct * Matrix4::Identity())
+    Matrix4 polynomial = (m * m - otherSum * m + otherProduct * Matrix4::Identity())
         / (mean * mean - otherSum * mean + otherProduct);
+    // Of an affine map the last one stands alone. Where it is far larger than the pair, rounding would leave more
+    // here than the pair has.
+    if (m.row(3).head<3>().isZero(0) && m(3, 3) > 0)
+        polynomial.row(3).setZero();
     Eigen::Matrix<double, 4, 2> basis;
     Matrix4 rest = polynomial;
     for (int i = 0; i < 2; ++i) {
@@ -112,8 +116,8 @@ bool isRounding(TurnedPlane const& plane, double unit)
         return true;
     // What decimals leave. Errors of half a unit in each element stretch by a fifth of a unit (standard deviation),
     // and in one plane of 100,000 by more than one. Half way, the stretch would bend by its ratio to the turn: where
-    // that is below a hundredth, it stays.
-    return plane._stretch <= unit && plane._turn < 100 * plane._stretch;
+    // that is below 0.5 %, it stays.
+    return plane._stretch <= unit && plane._turn < 200 * plane._stretch;
 }
 
 /// The real logarithm of m. What rounding leaves of a half turn, or nearly one, has a stretch beside it, and the
@@ -194,13 +198,17 @@ bool TransformationMatrix<T>::logOf(TransformationMatrix const& matrix)
     m.row(3).head<3>() *= powerOfTwo(-unit);
 
     Columns log, inverse;
+    Matrix4 const given = m;
     Matrix4 result;
-    if (!realLog(m, unitOfDecimals(matrix), result))
+    double const decimals = unitOfDecimals(matrix);
+    if (!realLog(m, decimals, result))
         return fail(*this);
     // Where the elements differ by more than doubles can hold, the steps above lose their way without noticing.
     Eigen::Map<Matrix4>(log.values()) = -result;
-    if (!exponential(log, inverse)
-        || !((Eigen::Map<Matrix4>(inverse.values()) * m - Matrix4::Identity()).cwiseAbs().maxCoeff() < 1e-4))
+    auto const largest = [](Matrix4 const& difference) { return difference.cwiseAbs().maxCoeff<Eigen::PropagateNaN>(); };
+    if (!(largest(m - given) <= 8 * std::max(decimals, 1e-6 * powerOfTwo(size)))
+        || !exponential(log, inverse)
+        || !(largest(Eigen::Map<Matrix4>(inverse.values()) * m - Matrix4::Identity()) < 1e-4))
         return fail(*this);
 
     result.col(3).head<3>() *= powerOfTwo(-unit);
