@@ -98,6 +98,7 @@ using FailedEnds = std::unordered_set<SceneNode const*>;
 void checkKeys(KeyedValues const& values, Drive const& drive, std::unordered_set<std::string> const& refusedFields,
                FindingCollector& findings);
 void checkValues(KeyedValues const& values, FindingCollector& findings);
+void checkMatrices(KeyedValues const& values, FindingCollector& findings);
 void checkLoop(KeyedValues const& values, Drive const& drive, FindingCollector& findings);
 void checkRoutesOf(Scene const& scene, SceneNode const& node, Drive const& drive, FailedEnds const& failed,
                    FindingCollector& findings);
