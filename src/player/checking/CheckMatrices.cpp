@@ -10,13 +10,7 @@ namespace Zelvan::play {
 
 namespace {
 
-using Numbers = std::span<double const>;
 constexpr double pi = std::numbers::pi;
-
-std::string step(KeyedValues const& values, std::size_t i)
-{
-    return values.valueName(i) + " to [" + std::to_string(i + 1) + ']';
-}
 
 // Axis times angle of the rotation in a logarithm.
 std::vector<double> rotationOf(osg::Matrix const& log)

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 namespace Zelvan::play {
 
@@ -41,7 +42,7 @@ void addDerived(Track& track, std::vector<double> const& n)
     } else if (track.type == SFMatrix4fType) {
         double quantities[7];
         matrixQuantities(n.data(), quantities);
-        track.derived[0].add(quantities[3]);
+        track.derived[0].add(quantities[3] * (std::numbers::pi / 180));
         for (int c = 4; c < 7; ++c)
             track.derived[1].add(quantities[c]);
     }
