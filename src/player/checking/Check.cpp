@@ -2,7 +2,7 @@
 
 #include "base/Fields.h"
 #include "player/reading/SceneReader.h"
-#include "player/commands/Tables.h"
+#include "player/scene/Utf8.h"
 
 #include <algorithm>
 #include <cmath>
@@ -167,7 +167,7 @@ void writeFindings(std::ostream& out, std::vector<Finding> const& findings, Chec
             << severityName(finding.severity) << (styled ? "\033[0m" : "") << ' ' << finding.code << ' '
             << printable(finding.message);
         if (!finding.advice.empty())
-            out << " (" << finding.advice << ')';
+            out << " (" << printable(finding.advice) << ')';
         out << '\n';
         if (finding.more > 0)
             out << place << ": ... and " << finding.more << " more " << finding.code
