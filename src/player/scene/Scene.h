@@ -15,8 +15,6 @@
 
 namespace Zelvan::play {
 
-class SourceFile;
-
 /// A place kept small: the file's number in the scene and the byte offset in it.
 struct Location {
     std::uint32_t file = 0;
@@ -62,6 +60,8 @@ public:
     Context& context() { return _context; }
     NodeNameSpace& nodes() { return *_nameSpace; }
 
+    /// One more file, with the offsets of the first bytes of its lines. Returns its number for Locations.
+    std::uint32_t addFile(std::string name, std::vector<std::uint32_t> lineStarts);
     /// Places are kept for the lifetime of the scene; the text itself is not.
     Place place(Location where) const;
     Place place(SceneNode const& node) const { return place(node.where); }
@@ -89,7 +89,6 @@ public:
     std::vector<std::string> fileNames;
 
 private:
-    friend class SceneReader;
     struct Lines;
 
     Context _context;
