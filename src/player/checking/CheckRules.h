@@ -116,6 +116,7 @@ bool checkMissing(KeyedValues const& values, Drive const& drive, FailedEnds cons
                   std::unordered_set<std::string> const& refusedFields, FindingCollector& findings);
 void checkKeys(KeyedValues const& values, Drive const& drive, FindingCollector& findings);
 void checkValues(KeyedValues const& values, FindingCollector& findings);
+void checkMatrices(KeyedValues const& values, FindingCollector& findings);
 void checkRotations(KeyedValues const& values, FindingCollector& findings);
 void checkColors(KeyedValues const& values, FindingCollector& findings);
 void checkNormals(KeyedValues const& values, FindingCollector& findings);

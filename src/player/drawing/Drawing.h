@@ -84,9 +84,6 @@ std::vector<double> ticksOf(Span span, unsigned most, bool degrees);
 /// A tick's label, with the digits that tell it from its neighbours.
 std::string tickLabel(double tick, std::vector<double> const& ticks);
 
-/// Text for XML and HTML, in elements and in quoted attributes: markup escaped, what XML has no character for
-/// (control characters, broken UTF-8) replaced.
-std::string escaped(std::string_view text);
 /// "1 key", "3 keys"
 std::string counted(std::size_t count, char const* what);
 

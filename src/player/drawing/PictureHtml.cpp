@@ -1,5 +1,6 @@
 #include "player/drawing/Drawing.h"
 #include "player/drawing/PictureAssets.h"
+#include "player/scene/Escape.h"
 
 #include <algorithm>
 #include <ostream>
@@ -101,10 +102,10 @@ void appendTrack(std::string& html, Drawing const& drawing, std::size_t number, 
 {
     constexpr double stillWidth = 600, pathSize = 200;
     double const height = drawing.panels.size() < 2 ? 190 : 60 + 68 * double(drawing.panels.size());
-    html += "<section class=\"track\" id=\"track" + std::to_string(number) + "\">\n<h2><bdi>" + escaped(drawing.name)
-            + "</bdi></h2>\n<p class=\"type\"><bdi>" + escaped(drawing.type) + "</bdi></p>\n<ul class=\"facts\">";
+    html += "<section class=\"track\" id=\"track" + std::to_string(number) + "\">\n<h2><bdi>" + escapedMarkup(drawing.name)
+            + "</bdi></h2>\n<p class=\"type\"><bdi>" + escapedMarkup(drawing.type) + "</bdi></p>\n<ul class=\"facts\">";
     for (std::string const& fact : drawing.facts)
-        html += "<li>" + escaped(fact) + "</li>";
+        html += "<li>" + escapedMarkup(fact) + "</li>";
     html += "</ul>\n<div class=\"picture\">\n<div class=\"curves\">\n<svg class=\"still\" viewBox=\"0 0 600 "
             + std::to_string(int(height)) + "\" role=\"img\" aria-label=\"curves\">\n";
     appendPanels(html, drawing, {stillWidth, height}, axis);
@@ -125,7 +126,7 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
 {
     std::size_t const count = std::min(curves.size(), mostTracks);
     std::size_t const samples = std::min(mostSamplesPerTrack, mostSamples / std::max<std::size_t>(count, 1));
-    std::string const title = escaped(options.title), axis = escaped(options.axis);
+    std::string const title = escapedMarkup(options.title), axis = escapedMarkup(options.axis);
 
     std::string summary = counted(curves.size(), "track") + " against " + axis + '.';
     if (count < curves.size())
@@ -157,8 +158,8 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
                "placeholder=\"filter by name\"></label>\n<ol>\n";
         for (std::size_t i = 0; i < count; ++i) {
             Track const& track = *curves[i].track;
-            html += "<li><a href=\"#track" + std::to_string(i + 1) + "\"><bdi>" + escaped(track.name())
-                    + "</bdi></a> <span>" + escaped(track.node->typeName) + "</span></li>\n";
+            html += "<li><a href=\"#track" + std::to_string(i + 1) + "\"><bdi>" + escapedMarkup(track.name())
+                    + "</bdi></a> <span>" + escapedMarkup(track.node->typeName) + "</span></li>\n";
         }
         out << html << "</ol>\n</nav>\n";
     }

@@ -1,6 +1,6 @@
 #include "player/playing/Derived.h"
 
-#include "base/OpenSG.h"
+#include "interpolationNodePool/DecomposableMatrix.h"
 
 #include <algorithm>
 #include <cmath>
@@ -35,7 +35,7 @@ bool matrixQuantities(double const* number, double* quantity)
 {
     float values[16];
     std::copy(number, number + 16, values);
-    osg::Matrix matrix, rotation, symmetric, axes;
+    DecomposableMatrix matrix, rotation, symmetric, axes;
     matrix.setValue(values);
     for (osg::UInt32 c = 0; c < 3; ++c) {
         quantity[c] = matrix[3][c];
