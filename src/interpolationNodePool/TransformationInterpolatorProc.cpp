@@ -1,5 +1,6 @@
 #include "interpolationNodePool/TransformationInterpolatorProc.h"
 
+#include "interpolationNodePool/DecomposableMatrix.h"
 #include "interpolationNodePool/LinearInterpolation.h"
 #include "interpolationNodePool/Slerp.h"
 #include "interpolationNodePool/TransformationInterpolator.h"
@@ -108,12 +109,12 @@ TransformationInterpolatorProc::components(Components& kept, osg::Matrix const& 
     kept._matrix = matrix;
     kept._valid = true;
 
-    osg::Matrix linear = matrix;
+    DecomposableMatrix linear = matrix;
     kept._translation.setValues(linear[3][0], linear[3][1], linear[3][2]);
     for (osg::UInt32 c = 0; c < 3; ++c)
         linear[3][c] = linear[c][3] = 0.f;
 
-    osg::Matrix orthogonal, symmetric, orientation;
+    DecomposableMatrix orthogonal, symmetric, orientation;
     float determinant = 0.f;
     linear.polarDecompose(orthogonal, symmetric, determinant);
     float sign = 1.f;

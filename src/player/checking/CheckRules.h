@@ -52,6 +52,12 @@ private:
     std::map<std::tuple<std::string_view, std::uint32_t, std::uint32_t>, Slot> _slots;
 };
 
+/// Components of one value, or of all values of a key.
+using Numbers = std::span<double const>;
+/// Of three numbers; what follows them does not count.
+double dot(Numbers a, Numbers b);
+double length(Numbers v);
+
 /// An interpolator's keys and values, as far as they count.
 struct KeyedValues {
     explicit KeyedValues(SceneNode const& sceneNode);
@@ -71,9 +77,9 @@ struct KeyedValues {
 
     std::string const& type() const { return node.node->type()._name; }
     bool eases() const { return type() == "EaseInEaseOut"; }
-    std::span<double const> value(std::size_t i) const { return {numbers.data() + i * width, width}; }
+    Numbers value(std::size_t i) const { return {numbers.data() + i * width, width}; }
     /// All numbers of a key.
-    std::span<double const> at(std::size_t key) const
+    Numbers at(std::size_t key) const
     {
         return {numbers.data() + key * perKey * width, perKey * width};
     }
@@ -82,6 +88,9 @@ struct KeyedValues {
     /// ".keyValue[3]"
     std::string valueName(std::size_t i) const;
 };
+
+/// ".keyValue[3] to [4]"
+std::string step(KeyedValues const& values, std::size_t i);
 
 /// What an interpolator's set_fraction comes from.
 struct Drive {
@@ -98,6 +107,10 @@ using FailedEnds = std::unordered_set<SceneNode const*>;
 void checkKeys(KeyedValues const& values, Drive const& drive, std::unordered_set<std::string> const& refusedFields,
                FindingCollector& findings);
 void checkValues(KeyedValues const& values, FindingCollector& findings);
+void checkMatrices(KeyedValues const& values, FindingCollector& findings);
+void checkRotations(KeyedValues const& values, FindingCollector& findings);
+void checkColors(KeyedValues const& values, FindingCollector& findings);
+void checkNormals(KeyedValues const& values, FindingCollector& findings);
 void checkLoop(KeyedValues const& values, Drive const& drive, FindingCollector& findings);
 void checkRoutesOf(Scene const& scene, SceneNode const& node, Drive const& drive, FailedEnds const& failed,
                    FindingCollector& findings);
@@ -108,7 +121,7 @@ void checkSensors(Scene& scene, FindingCollector& findings);
 /// "1 key", "3 keys"
 std::string countOf(std::size_t count, char const* what);
 /// "(1 0 0)"; a long list is shortened.
-std::string listed(std::span<double const> numbers);
+std::string listed(Numbers numbers);
 /// The size of an angle in degrees, without its sign.
 std::string degrees(double radians);
 

@@ -1,6 +1,7 @@
 #include "player/checking/Check.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Tables.h"
+#include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "player/playing/Derived.h"
 
-#include "base/OpenSG.h"
+#include "interpolationNodePool/DecomposableMatrix.h"
 
 #include <algorithm>
 
@@ -17,7 +17,7 @@ MatrixParts partsOf(double const* number)
 {
     float values[16];
     std::copy(number, number + 16, values);
-    osg::Matrix matrix, rotation, symmetric, axes;
+    DecomposableMatrix matrix, rotation, symmetric, axes;
     matrix.setValue(values);
     MatrixParts parts;
     for (osg::UInt32 c = 0; c < 3; ++c) {

@@ -1,6 +1,7 @@
 #include "player/playing/Recording.h"
 
 #include "base/Rotation.h"
+#include "interpolationNodePool/DecomposableMatrix.h"
 
 #include <algorithm>
 #include <cmath>
@@ -38,7 +39,7 @@ void addDerived(Track& track, std::vector<double> const& n)
         if (saturation > 0)
             track.derived[0].add(hue);
     } else if (track.type == SFMatrix4fType) {
-        osg::Matrix matrix, rotation, stretch, axes;
+        DecomposableMatrix matrix, rotation, stretch, axes;
         for (osg::UInt32 c = 0; c < 4; ++c)
             for (osg::UInt32 r = 0; r < 4; ++r)
                 matrix[c][r] = c == 3 && r < 3 ? 0.f : at(4 * c + r);
