@@ -75,12 +75,14 @@ Outputs::Outputs(OutputOptions const& options, OpenedScene const& opened, Record
         };
 }
 
-void Outputs::finish(Clock const* clock, std::vector<Curve> const& curves)
+void Outputs::finish(Clock const* clock, std::vector<Curve> const& curves, PictureOptions picture)
 {
     for (auto const& writer : _writers)
         writer->commit();
     // The curves of a sweep have axes of their own.
-    PictureOptions const picture{_opened.file.substr(_opened.file.rfind('/') + 1), clock ? _axis + " (s)" : _axis, clock != nullptr};
+    picture.title = _opened.file.substr(_opened.file.rfind('/') + 1);
+    picture.axis = clock ? _axis + " (s)" : _axis;
+    picture.sharedAxis = clock != nullptr;
     auto const write = [&](std::string const& path, auto writer) {
         if (path.empty())
             return;

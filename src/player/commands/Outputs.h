@@ -10,6 +10,7 @@
 namespace Zelvan::play {
 
 struct Curve;
+struct PictureOptions;
 struct OpenedScene;
 
 /// Writes events while they are recorded, then pictures and the summary. Goes before its recorder does.
@@ -17,7 +18,8 @@ class Outputs {
 public:
     Outputs(OutputOptions const& options, OpenedScene const& opened, Recorder& recorder, char const* axis);
     /// The summary is left out where something else goes to standard output. Without a clock it was a sweep.
-    void finish(Clock const* clock, std::vector<Curve> const& curves);
+    /// `picture` gets title and axis.
+    void finish(Clock const* clock, std::vector<Curve> const& curves, PictureOptions picture);
 
 private:
     OutputOptions const& _options;

@@ -86,7 +86,7 @@ void sweep(Session& session, SweepOptions const& options)
     }
 
     recorder.finish();
-    outputs.finish(nullptr, curves);
+    outputs.finish(nullptr, curves, PictureOptions());
     if (opened.diagnostics.errors() > 0)
         session.status = exitScene;
 }

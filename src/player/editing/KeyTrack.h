@@ -1,0 +1,80 @@
+#pragma once
+
+#include "base/Field.h"
+#include "base/NodeType.h"
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace Zelvan {
+class SFFloat;
+}
+
+namespace Zelvan::play {
+
+struct SceneNode;
+
+/// How a step between two keys is played, and so what "differs by at most E" means.
+enum class Motion : unsigned char {
+    linear,   ///< every number by itself; the largest difference of a number
+    normals,  ///< vectors blended and brought to length 1; the same, of the unit vectors
+    rotation, ///< the shorter arc at constant speed; the angle between the two rotations, in radians
+    color     ///< straight through HSV; the largest difference of red, green or blue
+};
+
+/// Keys and values of one linear interpolator, as many as count: `width` numbers belong to each key.
+struct KeyTrack {
+    NodeType* type = nullptr;
+    Motion motion = Motion::linear;
+    unsigned width = 1;
+    unsigned components = 1; ///< numbers of one value: 3 for each vector of a block
+    std::vector<float> keys, values;
+
+    std::size_t size() const { return keys.size(); }
+    std::span<float const> at(std::size_t key) const { return {values.data() + key * width, width}; }
+    /// A step: the value jumps at the key after this one.
+    bool jumps(std::size_t key) const { return keys[key] == keys[key + 1]; }
+    /// The track of some of the keys, in order.
+    KeyTrack only(std::vector<std::size_t> const& kept) const;
+    /// The largest number less the smallest: of the component where that is most. 0 for rotations.
+    double range() const;
+};
+
+/// What an interpolator plays. Of all types but EaseInEaseOut and TransformationInterpolator.
+KeyTrack trackOf(SceneNode const& node);
+/// Why a track is left as it is: "keys are not in order"; "" when nothing speaks against it.
+std::string faultOf(KeyTrack const& track);
+
+/// A track in a node of the pool, to be asked for its value anywhere.
+class PlayedTrack {
+public:
+    explicit PlayedTrack(KeyTrack const& track);
+    ~PlayedTrack();
+    PlayedTrack(PlayedTrack const&) = delete;
+    PlayedTrack& operator=(PlayedTrack const&) = delete;
+
+    /// The field that holds the value from now on.
+    Field const& play(float fraction);
+
+private:
+    struct Stage;
+    std::unique_ptr<Stage> _stage;
+    Node* _node;
+    SFFloat* _fraction;
+    Field* _output;
+};
+
+/// By the measure of `motion`; infinite when only one of them is a number, or their sizes differ.
+double differenceOf(Field const& a, Field const& b);
+
+struct PlayedDifference {
+    double largest = 0;
+    float fraction = 0; ///< where
+};
+/// Plays both and compares them: at all keys of both, just before them, and densely in between.
+PlayedDifference largestDifference(KeyTrack const& a, KeyTrack const& b);
+
+} // namespace Zelvan::play
