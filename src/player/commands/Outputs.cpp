@@ -29,6 +29,12 @@ std::optional<Identity> identityOf(std::string const& path, int standardStream)
 
 } // namespace
 
+bool isSameFile(std::string const& input, std::string const& output)
+{
+    auto const identity = identityOf(input, STDIN_FILENO);
+    return identity && identity == identityOf(output, STDOUT_FILENO);
+}
+
 void requireOwnFiles(std::vector<std::string> const& outputs, OpenedScene const& opened)
 {
     std::map<Identity, std::string> inputs;

@@ -44,6 +44,20 @@ std::string degrees(Range const& angle)
     return between(angle) + " rad (" + between(angle, 180 / std::numbers::pi) + " deg)";
 }
 
+std::size_t keyCount(SceneNode const& node)
+{
+    Field const* const key = fieldOf(node, "key");
+    return key ? key->size() : 0;
+}
+
+void writeMore(std::ostream& out, std::size_t count, char const* what)
+{
+    if (count > shownRows)
+        out << "... and " << counted(count - shownRows, what) << " more\n";
+}
+
+} // namespace
+
 std::string curveOf(Track const& track)
 {
     std::size_t const width = track.ranges.size();
@@ -67,20 +81,6 @@ std::string curveOf(Track const& track)
     }
     return sparkline(telling);
 }
-
-std::size_t keyCount(SceneNode const& node)
-{
-    Field const* const key = fieldOf(node, "key");
-    return key ? key->size() : 0;
-}
-
-void writeMore(std::ostream& out, std::size_t count, char const* what)
-{
-    if (count > shownRows)
-        out << "... and " << counted(count - shownRows, what) << " more\n";
-}
-
-} // namespace
 
 std::string driverOf(Scene const& scene, SceneNode const& node)
 {

@@ -66,6 +66,8 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
             error.offset == SyntaxError::none ? file->name : _scene.place(Location{file->number, error.offset}).text();
         throw Failure(exitScene, place + ": error: " + error.what());
     }
+    for (ElementTree::Comment const& comment : file->tree.comments())
+        _scene.remarks.push_back({{file->number, comment.offset}, std::string(comment.text)});
     return *_files.emplace_back(std::move(file));
 }
 

@@ -16,10 +16,12 @@ void requireElements(std::string_view text, ReadLimits const& limits)
                                                  + " elements (--max-elements raises the limit)");
 }
 
-pugi::xml_node nextElement(pugi::xml_node node)
+// Hands the comments on the way to the tree.
+pugi::xml_node nextElement(pugi::xml_node node, ElementTree& tree, char const* text)
 {
-    while (node && node.type() != pugi::node_element)
-        node = node.next_sibling();
+    for (; node && node.type() != pugi::node_element; node = node.next_sibling())
+        if (node.type() == pugi::node_comment)
+            tree.comment(node.value(), std::size_t(node.value() - text));
     return node;
 }
 
@@ -30,14 +32,14 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
     requireElements({text, size}, limits);
     pugi::xml_document document;
     pugi::xml_parse_result const result =
-        document.load_buffer_inplace(text, size, pugi::parse_default, pugi::encoding_utf8);
+        document.load_buffer_inplace(text, size, pugi::parse_default | pugi::parse_comments, pugi::encoding_utf8);
     if (result.status == pugi::status_out_of_memory)
         throw std::bad_alloc();
     if (!result)
         throw SyntaxError(std::size_t(std::max<std::ptrdiff_t>(result.offset, 0)),
                           std::string("not well-formed XML: ") + result.description());
 
-    pugi::xml_node const root = document.document_element();
+    pugi::xml_node const root = nextElement(document.first_child(), tree, text);
     for (pugi::xml_node at = root; at;) {
         std::size_t const offset = std::size_t(std::max<std::ptrdiff_t>(at.offset_debug(), 1)) - 1; // of the "<"
         tree.open(at.name(), offset);
@@ -47,14 +49,16 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
             bool const kept = place > 0 && place < std::ptrdiff_t(size);
             tree.attribute(attribute.name(), attribute.value(), kept ? std::size_t(place) : offset);
         }
-        if (pugi::xml_node const child = nextElement(at.first_child())) {
+        if (pugi::xml_node const child = nextElement(at.first_child(), tree, text)) {
             at = child;
             continue;
         }
-        for (tree.close(); at != root && !nextElement(at.next_sibling()); tree.close())
+        pugi::xml_node next;
+        for (tree.close(); at != root && !(next = nextElement(at.next_sibling(), tree, text)); tree.close())
             at = at.parent();
-        at = at == root ? pugi::xml_node() : nextElement(at.next_sibling());
+        at = at == root ? pugi::xml_node() : next;
     }
+    nextElement(root.next_sibling(), tree, text);
 }
 
 } // namespace Zelvan::play
