@@ -94,6 +94,11 @@ std::vector<CheckCode> const& checkCodes()
          "Two rotations whose logarithms are more than half a turn apart, in mode 'matrix'.",
          "<TransformationInterpolator key='0 1' keyValue='-0.98 0.17 0 0 -0.17 -0.98 0 0 0 0 1 0 0 0 0 1 "
          "-0.98 -0.17 0 0 0.17 -0.98 0 0 0 0 1 0 0 0 0 1'/>"},
+        {"matrix-rough", warning,
+         "A rotation written with so few decimals that their rounding stretches it visibly: it bends the way to "
+         "the next key by more than 1 %.",
+         "<TransformationInterpolator mode='component' key='0 1' keyValue='0.79 0.17 0.59 0 -0.59 0.47 0.65 0 "
+         "-0.17 -0.87 0.47 0 0 0 0 1 2.362 0.504 1.779 0 -0.593 0.469 0.655 0 -0.168 -0.867 0.469 0 0 0 0 1'/>"},
         {"ease-range", warning, "An ease share outside 0 to 1.",
          "<EaseInEaseOut key='0 1' easeInEaseOut='0 2 1 0'/>"},
         {"no-effect", note, "The closed and normalizeVelocity fields of splines change nothing.",
