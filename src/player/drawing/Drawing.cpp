@@ -49,6 +49,16 @@ std::string counted(std::size_t count, char const* what)
     return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
 }
 
+std::string joined(std::vector<std::string> const& texts, std::string_view between)
+{
+    std::string text;
+    for (std::string const& one : texts) {
+        text += text.empty() ? "" : between;
+        text += one;
+    }
+    return text;
+}
+
 Span axisOf(Curve const& curve)
 {
     Range range;
@@ -78,6 +88,9 @@ Drawing drawingOf(Curve const& curve, PictureOptions const& options, Span axis, 
     drawing.axis = axis;
     drawing.keys = marksWithin(axis, curve.keys);
     drawing.seams = marksWithin(axis, curve.seams);
+    for (CurveRemark const& remark : curve.remarks)
+        drawing.found.insert(drawing.found.end(), remark.places.begin(), remark.places.end());
+    drawing.found = marksWithin(axis, std::move(drawing.found));
     drawing.samples = samples.size();
     drawing.facts.push_back(counted(track.events, "event"));
     if (samples.width() == 0) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numeric>
 #include <optional>
 
@@ -38,6 +39,7 @@ std::vector<PanelPlan> plansOf(NodePartDataType type, bool block)
     case Kind::rotation: return {{"axis", "", {"x", "y", "z"}, 0, Span{-1, 1}}, {"angle", "°", {"angle"}, 3}};
     case Kind::matrix:
         return {{"translation", "", {"x", "y", "z"}},
+                {"rotation axis", "", {"x", "y", "z"}, 0, Span{-1, 1}},
                 {"rotation angle", "°", {"angle"}, 3},
                 {"scale factors", "", {"x", "y", "z"}}};
     case Kind::numbers: break;
@@ -93,10 +95,11 @@ struct Gather {
     }
 };
 
-/// A hue that runs from 350 to 10 degrees passes 0; it does not go back through all colours.
+/// A hue that runs from 350 to 10 degrees passes 0; it does not go back through all colours. What has turned once
+/// round does not turn back where the next cycle begins.
 void breakAtWraps(Panel& panel)
 {
-    if (panel.title != "hue")
+    if (panel.title != "hue" && (!panel.title.ends_with("angle") || !panel.lines[0].low.empty()))
         return;
     std::vector<double>& values = panel.lines[0].values;
     std::vector<double> times, broken;
@@ -140,8 +143,8 @@ struct Odd {
     bool mirrored = false; ///< matrices that mirror
 };
 
-/// The quantities that the lines show, of one element.
-void quantities(Kind kind, double const* number, double* quantity, std::size_t count, Odd& odd)
+/// The quantities that the lines show, of one element. `turning` follows that element.
+void quantities(Kind kind, double const* number, double* quantity, std::size_t count, Turning& turning, Odd& odd)
 {
     switch (kind) {
     case Kind::numbers: std::copy(number, number + count, quantity); return;
@@ -153,22 +156,31 @@ void quantities(Kind kind, double const* number, double* quantity, std::size_t c
             quantity[3] = hsv.saturation > greyest ? hsv.hue : gap;
         }
         return;
-    case Kind::rotation: rotationQuantities(number, quantity); return;
-    case Kind::matrix: odd.mirrored = matrixQuantities(number, quantity) || odd.mirrored; return;
+    case Kind::rotation: turning.next(UnitQuaternion::ofAxisAngle(number), quantity); return;
+    case Kind::matrix: {
+        MatrixParts const parts = partsOf(number);
+        std::copy_n(parts.translation, 3, quantity);
+        turning.next(parts.rotation, quantity + 3);
+        std::copy_n(parts.factors, 3, quantity + 7);
+        odd.mirrored = parts.mirrors || odd.mirrored;
+    }
     }
 }
 
-void fill(Samples const& samples, std::vector<Line*> const& lines, Odd& odd)
+void fill(Samples const& samples, std::vector<double> const& seams, std::vector<Line*> const& lines, Odd& odd)
 {
     std::vector<Gather> gathers(lines.size());
-    double quantity[8];
+    std::vector<Turning> turning(std::max<std::size_t>(samples.largestBlock(), 1));
+    double quantity[10];
     for (std::size_t s = 0; s < samples.size(); ++s) {
         std::fill(gathers.begin(), gathers.end(), Gather());
+        if (s != 0 && seamWithin(seams, samples.times()[s - 1], samples.times()[s]))
+            std::for_each(turning.begin(), turning.end(), std::mem_fn(&Turning::restart));
         bool holes = false;
         for (std::size_t i = 0; i < samples.elements(s); ++i) {
             double const* const number = samples.element(s, i);
             holes = holes || !std::all_of(number, number + samples.width(), drawable);
-            quantities(samples.kind(), number, quantity, lines.size(), odd);
+            quantities(samples.kind(), number, quantity, lines.size(), turning[i], odd);
             for (std::size_t q = 0; q < lines.size(); ++q)
                 gathers[q].add(quantity[q]);
         }
@@ -178,13 +190,15 @@ void fill(Samples const& samples, std::vector<Line*> const& lines, Odd& odd)
     }
 }
 
-std::vector<Panel> plannedPanels(Samples const& samples, Odd& odd)
+std::vector<Panel> plannedPanels(Samples const& samples, std::vector<double> const& seams, Odd& odd)
 {
     std::vector<PanelPlan> const plans = plansOf(samples.type(), samples.block());
     std::vector<Panel> panels(plans.size());
     std::vector<Line*> lines;
     for (std::size_t p = 0; p < plans.size(); ++p) {
         panels[p] = {plans[p].title, plans[p].unit, samples.times(), {}, {}};
+        // Of blocks every panel shows one of the numbers that an element has.
+        panels[p].component = samples.block() && samples.kind() != Kind::rotation && samples.kind() != Kind::matrix ? int(p) : -1;
         for (unsigned i = 0; i < plans[p].names.size(); ++i)
             panels[p].lines.push_back({plans[p].names[i], std::min(plans[p].colour + i, 3u), {}, {}, {}});
         for (Line& line : panels[p].lines) {
@@ -192,7 +206,7 @@ std::vector<Panel> plannedPanels(Samples const& samples, Odd& odd)
             lines.push_back(&line);
         }
     }
-    fill(samples, lines, odd);
+    fill(samples, seams, lines, odd);
     for (std::size_t p = 0; p < plans.size(); ++p)
         panels[p].scale = scaleOf(panels[p], plans[p].atLeast, samples.type() == SFTimeType);
     return panels;
@@ -230,17 +244,35 @@ Panel speedOf(Samples const& samples, std::vector<double> const& seams, std::str
             continue;
         Gather gather;
         for (std::size_t i = 0; i < std::min(samples.elements(s - 1), samples.elements(s)); ++i)
-            gather.add(angleBetween(samples.element(s - 1, i), samples.element(s, i)) / (to - from));
+            gather.add(angleBetween(UnitQuaternion::ofAxisAngle(samples.element(s - 1, i)),
+                                    UnitQuaternion::ofAxisAngle(samples.element(s, i))) / (to - from));
         gather.into(panel.lines[0], s - 1);
     }
     panel.scale = scaleOf(panel, Span{0, 1e-3}, false);
     return panel;
 }
 
+/// Panels in which nothing moves, beside others in which something does.
+void foldFlat(std::vector<Panel>& panels)
+{
+    auto const still = [](Panel const& panel) {
+        return std::all_of(panel.lines.begin(), panel.lines.end(), [&](Line const& line) {
+            Range const range = rangeOf(line);
+            double const size = std::max({std::abs(range.low), std::abs(range.high), panel.title.ends_with("axis") ? 10. : 0.});
+            return range.high - range.low <= size * (panel.unit == "s" ? 1e-14 : 1e-5);
+        });
+    };
+    if (std::all_of(panels.begin(), panels.end(), still))
+        return;
+    for (Panel& panel : panels)
+        panel.flat = still(panel);
+}
+
 /// "x 0 … 2", for each line whose range tells something.
 void addRanges(Panel const& panel, std::vector<std::string>& facts)
 {
-    if (panel.title == "axis" || panel.title == "hue" || panel.title == "elements")
+    bool const axis = panel.title.ends_with("axis");
+    if ((axis && !panel.flat) || panel.title == "hue" || panel.title == "elements")
         return;
     for (Line const& line : panel.lines) {
         Range const range = rangeOf(line);
@@ -248,6 +280,7 @@ void addRanges(Panel const& panel, std::vector<std::string>& facts)
             continue;
         // Lines called x, y, z are told apart by their panel where there are several.
         std::string const name = panel.title == "scale factors" ? "scale " + line.name
+                                 : axis                         ? "axis " + line.name
                                  : line.name == "speed"         ? panel.title
                                                                 : line.name;
         std::string const unit = panel.unit.starts_with("°") || panel.unit.empty() ? panel.unit : ' ' + panel.unit;
@@ -281,11 +314,12 @@ std::vector<Panel> panelsOf(Samples const& samples, std::vector<double> const& s
                             std::vector<std::string>& facts)
 {
     Odd odd;
-    std::vector<Panel> panels = plannedPanels(samples, odd);
+    std::vector<Panel> panels = plannedPanels(samples, seams, odd);
     if (samples.block())
         addSizes(samples, panels, facts);
     if (samples.kind() == Kind::rotation && samples.size() > 1)
         panels.push_back(speedOf(samples, seams, axisTitle));
+    foldFlat(panels);
     for (Panel& panel : panels) {
         addRanges(panel, facts);
         breakAtWraps(panel);

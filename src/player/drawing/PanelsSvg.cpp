@@ -81,6 +81,9 @@ void appendPanel(std::string& svg, Plot const& plot, Panel const& panel, Drawing
             appendText(svg, x, plot.y - 4, ("t" + std::to_string(line.colour)).c_str(), line.name);
             x += double(line.name.size()) * letter + 10;
         }
+    } else if (!panel.lines[0].low.empty()) {
+        appendText(svg, x + double(title.size()) * letter + 10, plot.y - 4, "quiet",
+                   "line: mean of the elements, band: least to greatest");
     }
     auto const ticks = ticksOf(plot.scale, unsigned(plot.height / 22) + 1, panel.unit.starts_with("°"));
     std::string grid;
@@ -91,6 +94,7 @@ void appendPanel(std::string& svg, Plot const& plot, Panel const& panel, Drawing
     appendCurve(svg, "grid", grid);
     appendPlaces(svg, plot, "key", drawing.keys);
     appendPlaces(svg, plot, "seam", drawing.seams);
+    appendPlaces(svg, plot, "found", drawing.found);
     bool const dots = double(panel.times.size()) * 10 < plot.width;
     for (Line const& line : panel.lines)
         appendLine(svg, plot, panel, line, dots);
@@ -137,14 +141,18 @@ void appendPanels(std::string& svg, Drawing const& drawing, Frame frame, std::st
         appendStrip(svg, plot, drawing.strip);
         top = plot.height + 4;
     }
-    std::size_t const count = std::max<std::size_t>(drawing.panels.size(), 1);
+    std::vector<Panel const*> panels;
+    for (Panel const& panel : drawing.panels)
+        if (!panel.flat)
+            panels.push_back(&panel);
+    std::size_t const count = std::max<std::size_t>(panels.size(), 1);
     double const share = (frame.height - top - footHeight) / double(count);
     for (std::size_t i = 0; i < count; ++i) {
         plot.y = top + share * double(i) + textLine + 2;
         plot.height = share - textLine - 6;
-        if (i < drawing.panels.size()) {
-            plot.scale = drawing.panels[i].scale;
-            appendPanel(svg, plot, drawing.panels[i], drawing);
+        if (i < panels.size()) {
+            plot.scale = panels[i]->scale;
+            appendPanel(svg, plot, *panels[i], drawing);
         } else {
             appendPlaces(svg, plot, "key", drawing.keys);
             appendPlaces(svg, plot, "seam", drawing.seams);

@@ -112,18 +112,26 @@ void addPosition(PlanePath& path, Samples const& samples, std::vector<Line> cons
         for (unsigned const c : {1u, 0u})
             if (width(c) < width(left))
                 left = c;
-    unsigned const across = left == 0 ? 1 : 0, up = left == 2 ? 1 : 2;
+    // As the eye has it in front (x to the right, y up), above (x to the right, z to the viewer) or to the right.
+    constexpr unsigned acrossOf[] = {2, 0, 0}, upOf[] = {1, 2, 1};
+    constexpr char const* seenFrom[] = {"the right", "above", "the front"};
+    unsigned const across = acrossOf[left], up = upOf[left];
     path.kind = PlanePath::position;
     path.axes = {across, up};
-    path.horizontal = {ranges[across].low, ranges[across].high};
-    path.vertical = {ranges[up].low, ranges[up].high};
-    path.notes = {lines[across].name + " → " + rangeText(ranges[across], 3),
-                  lines[up].name + " ↑ " + rangeText(ranges[up], 3)};
+    path.signs = {left == 0 ? -1. : 1., left == 1 ? -1. : 1.};
+    auto const span = [](Range const& range, double sign) {
+        return sign > 0 ? Span{range.low, range.high} : Span{-range.high, -range.low};
+    };
+    path.horizontal = span(ranges[across], path.signs[0]);
+    path.vertical = span(ranges[up], path.signs[1]);
+    path.notes = {lines[across].name + (left == 0 ? " ← " : " → ") + rangeText(ranges[across], 3),
+                  lines[up].name + (left == 1 ? " ↓ " : " ↑ ") + rangeText(ranges[up], 3)};
     if (count == 3)
-        path.notes.push_back(lines[left].name + (width(left) > 0 ? " left out: " : " constant: ")
+        path.notes.push_back(std::string("from ") + seenFrom[left] + ", " + lines[left].name + ' '
                              + rangeText(ranges[left], 3));
-    setPoints(path, samples.times(), {&lines[across], &lines[up]}, marks,
-              [](double const* xy) -> PlanePath::Point { return {xy[0], xy[1]}; });
+    setPoints(path, samples.times(), {&lines[across], &lines[up]}, marks, [&](double const* xy) -> PlanePath::Point {
+        return {xy[0] * path.signs[0], xy[1] * path.signs[1]};
+    });
 }
 
 } // namespace

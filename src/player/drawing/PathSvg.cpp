@@ -60,11 +60,19 @@ void appendPath(std::string& svg, Drawing const& drawing, double size)
     } else {
         std::string grid;
         double const reach = size / 2 / plot.unit;
-        for (double const tick : ticksOf({plot.middle[0] - reach, plot.middle[0] + reach}, 5, false))
+        auto const across = ticksOf({plot.middle[0] - reach, plot.middle[0] + reach}, 5, false);
+        auto const up = ticksOf({plot.middle[1] - reach, plot.middle[1] + reach}, 5, false);
+        for (double const tick : across)
             grid += 'M' + point(plot.x(tick), 0) + 'v' + coordinate(size);
-        for (double const tick : ticksOf({plot.middle[1] - reach, plot.middle[1] + reach}, 5, false))
+        for (double const tick : up)
             grid += 'M' + point(0, plot.y(tick)) + 'h' + coordinate(size);
         appendCurve(svg, "grid", grid);
+        for (double const tick : across)
+            if (plot.x(tick) > 24 && plot.x(tick) < size - 12)
+                appendText(svg, plot.x(tick), size - 3, "tick middle", tickLabel(tick * path.signs[0], across));
+        for (double const tick : up)
+            if (plot.y(tick) > 12 && plot.y(tick) < size - 12)
+                appendText(svg, 3, plot.y(tick) - 2, "tick", tickLabel(tick * path.signs[1], up));
         appendRect(svg, "frame", 0, 0, size, size);
     }
     Pen pen;

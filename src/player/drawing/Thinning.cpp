@@ -70,7 +70,7 @@ bool thin(Panel& panel, Span axis, std::size_t columns)
         double const column = (time - axis.low) / axis.width() * double(columns);
         return column < 0 ? 0 : column < double(columns) ? std::size_t(column) : columns;
     };
-    Panel thinned{panel.title, panel.unit, {}, {}, panel.scale};
+    Panel thinned{panel.title, panel.unit, {}, {}, panel.scale, panel.component, panel.flat};
     for (Line const& line : panel.lines)
         thinned.lines.push_back({line.name, line.colour, {}, {}, {}});
     for (std::size_t from = 0, to; from < panel.times.size(); from = to) {

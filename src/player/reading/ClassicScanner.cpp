@@ -73,21 +73,6 @@ void convertHexadecimal(char* begin, char* end)
 
 } // namespace
 
-char ClassicScanner::peek()
-{
-    if (is(*_at, blank) || *_at == '#')
-        passBlanks(false);
-    return *_at;
-}
-
-bool ClassicScanner::take(char c)
-{
-    if (peek() != c)
-        return false;
-    ++_at;
-    return true;
-}
-
 std::string_view ClassicScanner::word()
 {
     peek();
@@ -100,6 +85,14 @@ std::string_view ClassicScanner::wordAhead()
 {
     peek();
     return {_at, endOfWord(_at)};
+}
+
+ClassicScanner::Name ClassicScanner::name(char const* what)
+{
+    std::string_view const found = word();
+    if (found.empty())
+        refuse(what);
+    return {found, offsetOf(found)};
 }
 
 void ClassicScanner::passLine()
@@ -232,11 +225,16 @@ std::optional<std::string_view> ClassicScanner::plainString()
     return std::string_view(begin, write);
 }
 
+void ClassicScanner::attribute(std::string_view name, Name const& value, bool quoted)
+{
+    _tree.attribute(name, terminated(value.text), value.offset, quoted);
+}
+
 std::string_view ClassicScanner::terminated(std::string_view view)
 {
-    char* const behind = _begin + offsetOf(view) + view.size();
-    if (*behind == '\0')
+    if (view.data()[view.size()] == '\0')
         return view;
+    char* const behind = _begin + offsetOf(view) + view.size();
     bool const isPassed = behind < _at && (is(*behind, blank | mark) && *behind != '"');
     if (!isPassed && (behind != _at || !is(*behind, blank)))
         return _tree.keep(view);

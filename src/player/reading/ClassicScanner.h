@@ -20,17 +20,34 @@ public:
     }
 
     /// Passes over white space and comments. The byte behind them; zero at the end, and for a zero byte.
-    char peek();
+    char peek()
+    {
+        // Most often there is nothing to pass over.
+        if (auto const c = static_cast<unsigned char>(*_at); c <= ' ' || c == ',' || c == '#')
+            passBlanks(false);
+        return *_at;
+    }
     bool atEnd() { return peek() == '\0' && _at == _end; }
     std::size_t offset() const { return static_cast<std::size_t>(_at - _begin); }
     std::size_t offsetOf(std::string_view view) const { return static_cast<std::size_t>(view.data() - _begin); }
     /// Passes over `c` if it is next.
-    bool take(char c);
+    bool take(char c)
+    {
+        bool const isNext = peek() == c;
+        _at += isNext;
+        return isNext;
+    }
     /// Passes over the next word. Anything but white space, brackets, braces, quotes and "#" may be in one; empty when
     /// none is next.
     std::string_view word();
     std::string_view wordAhead();
-    void passLine();
+    /// A word, and where it stands.
+    struct Name {
+        std::string_view text;
+        std::size_t offset = 0;
+    };
+    /// Throws SyntaxError where none is next: `what` was expected.
+    Name name(char const* what);
 
     struct Value {
         std::string_view text;
@@ -41,8 +58,8 @@ public:
     std::optional<Value> value(bool inList, std::size_t listBegin = SyntaxError::none);
     /// One string, without its quotes and backslashes; nothing when none is next.
     std::optional<std::string_view> plainString();
-    /// The same text with a zero byte behind it: in place where that byte separates and is not needed any more.
-    std::string_view terminated(std::string_view view);
+    /// Adds an attribute to the tree's open element.
+    void attribute(std::string_view name, Name const& value, bool quoted = false);
 
     /// What is next, for a message.
     std::string found();
@@ -54,11 +71,14 @@ public:
 private:
     enum class Kind { none, numbers, strings, truths };
     Kind kindAhead();
+    void passLine();
     void passComment(bool blank);
     void passBlanks(bool blankComments);
     void passString();
     void passNumbers();
     void passTruths();
+    /// The same text with a zero byte behind it: in place where that byte separates and is not needed any more.
+    std::string_view terminated(std::string_view view);
 
     char* const _begin;
     char* _at;

@@ -1,6 +1,6 @@
 #include "player/reading/ClassicSyntax.h"
 
-#include "player/reading/ClassicScanner.h"
+#include "player/reading/ClassicStatements.h"
 
 #include <algorithm>
 #include <unordered_map>
@@ -11,6 +11,7 @@ namespace Zelvan::play {
 namespace {
 
 using Word = std::string_view;
+using Name = ClassicScanner::Name;
 
 struct Access {
     Word x3d, vrml97;
@@ -37,18 +38,17 @@ Word fieldName(Word type, Word field)
     return field;
 }
 
-/// A name, and where it stands.
-struct Name {
-    Word text;
-    std::size_t offset = 0;
-};
-
 /// A field that gets a value. Of a node it becomes an attribute, or the container of child elements; others are
 /// elements of their own, for a value or for children.
 struct Field {
     Name name;
     bool isElement = false;
 };
+
+std::string shown(Name const& name)
+{
+    return ClassicScanner::shown(name.text);
+}
 
 } // namespace
 
@@ -75,11 +75,14 @@ private:
 
     void step();
     void leave(unsigned elements);
+    void close(unsigned elements);
     void readStatement(Frame const& frame);
     bool readKeyword(Word word, std::size_t at);
     bool readHead();
     void enterScene();
     void readNode(Word word, std::size_t at, Field const& field);
+    void openNode(Word word, std::size_t at, Field const& field, unsigned elements);
+    void addContainer(Field const& field);
     void readBodyItem(Frame const& frame);
     void leaveBody(Frame const& frame);
     void readValue(Field const& field);
@@ -87,22 +90,18 @@ private:
     void readProto(Word word, std::size_t at);
     void readDeclaration(Access const& access, std::size_t at, Frame const& frame);
     void leaveInterface(Frame const& frame);
-    void readUrl();
     void declare(Name const& proto);
 
-    Name name(char const* what);
     /// Where what is next begins.
     std::size_t ahead()
     {
         _scanner.peek();
         return _scanner.offset();
     }
-    /// Two names in one word, or with white space at the separator; what stands behind the last one is the second.
-    void readPair(char separator, Word first, Word second, char const* what);
-    void attribute(Word name, Name const& value, bool quoted = false);
 
     ClassicScanner _scanner;
     ElementTree& _tree;
+    ClassicStatements _statements{_scanner, _tree};
     std::vector<Frame> _frames;
     std::vector<Connect> _connects; ///< of the open bodies
     std::vector<Word> _declared;    ///< PROTOs, as far as they can be seen
@@ -110,35 +109,6 @@ private:
     Name _profile;
     bool _inHead = false, _inScene = false;
 };
-
-void ClassicReader::attribute(Word name, Name const& value, bool quoted)
-{
-    _tree.attribute(name, _scanner.terminated(value.text), value.offset, quoted);
-}
-
-Name ClassicReader::name(char const* what)
-{
-    Word const word = _scanner.word();
-    if (word.empty())
-        _scanner.refuse(what);
-    return {word, _scanner.offsetOf(word)};
-}
-
-void ClassicReader::readPair(char separator, Word first, Word second, char const* what)
-{
-    Name const whole = name(what);
-    std::size_t const at = whole.text.rfind(separator);
-    Word rest = at != Word::npos ? whole.text.substr(at + 1) : _scanner.word();
-    if (at == Word::npos && !rest.starts_with(separator))
-        throw SyntaxError(_scanner.offsetOf(rest), std::string("expected ") + what + ", found "
-                                                       + (rest.empty() ? _scanner.found() : ClassicScanner::shown(rest)));
-    if (at == Word::npos)
-        rest.remove_prefix(1);
-    if (rest.empty())
-        rest = name(what).text;
-    attribute(first, {whole.text.substr(0, at), whole.offset});
-    attribute(second, {rest, _scanner.offsetOf(rest)});
-}
 
 void ClassicReader::read(Word text)
 {
@@ -153,7 +123,7 @@ void ClassicReader::read(Word text)
         _scanner.peek();
         if (at != Word::npos) {
             Word const version = text.substr(at + 2, text.find_first_of(" \t", at + 2) - (at + 2));
-            attribute("version", {version, _scanner.offsetOf(version)});
+            _scanner.attribute("version", {version, _scanner.offsetOf(version)});
         }
     }
     _frames.emplace_back();
@@ -162,7 +132,7 @@ void ClassicReader::read(Word text)
     enterScene();
     _tree.close();
     if (!_profile.text.empty())
-        attribute("profile", _profile);
+        _scanner.attribute("profile", _profile);
     _tree.close();
 }
 
@@ -201,6 +171,11 @@ void ClassicReader::step()
 void ClassicReader::leave(unsigned elements)
 {
     _frames.pop_back();
+    close(elements);
+}
+
+void ClassicReader::close(unsigned elements)
+{
     for (; elements > 0; --elements)
         _tree.close();
 }
@@ -219,67 +194,24 @@ void ClassicReader::readStatement(Frame const& frame)
 
 bool ClassicReader::readKeyword(Word word, std::size_t at)
 {
-    if (word == "PROTO" || word == "EXTERNPROTO") {
-        readProto(word, at);
-    } else if (word == "ROUTE") {
-        constexpr char const* end = "a node and its field, as in \"Node.field\"";
-        _tree.open(word, at);
-        readPair('.', "fromNode", "fromField", end);
-        if (_scanner.wordAhead() != "TO")
-            _scanner.refuse("\"TO\" in a ROUTE");
-        _scanner.word();
-        readPair('.', "toNode", "toField", end);
-        _tree.close();
-    } else if (word == "IMPORT" || word == "EXPORT") {
-        _tree.open(word, at);
-        if (word == "IMPORT")
-            readPair('.', "inlineDEF", "importedDEF", "an Inline and its node, as in \"Inline.node\"");
-        else
-            attribute("localDEF", name("a node's name"));
-        if (_scanner.wordAhead() == "AS") {
-            _scanner.word();
-            attribute("AS", name("a name behind AS"));
-        }
-        _tree.close();
-    } else {
-        return false;
-    }
+    if (word != "PROTO" && word != "EXTERNPROTO")
+        return _statements.read(word);
+    readProto(word, at);
     return true;
 }
 
 // What XML has in its head. Behind the first node it stays where it is.
 bool ClassicReader::readHead()
 {
-    constexpr Word elements[][2] = {{"COMPONENT", "component"}, {"META", "meta"}, {"UNIT", "unit"}};
     Word const word = _scanner.wordAhead();
-    std::size_t const at = _scanner.offset();
     if (word == "PROFILE") {
         _scanner.word();
-        _profile = name("the name of a profile");
+        _profile = _scanner.name("the name of a profile");
         return true;
     }
-    auto const* const found = std::ranges::find_if(elements, [word](auto const& e) { return e[0] == word; });
-    if (found == std::end(elements))
+    if (!_statements.readHead(word, !_inHead && !_inScene))
         return false;
-    _scanner.word();
-    if (!_inHead && !_inScene)
-        _tree.open("head", at);
     _inHead = !_inScene;
-    _tree.open((*found)[1], at);
-    if (word == "COMPONENT") {
-        readPair(':', "name", "level", "a component and its level, as in \"Core:1\"");
-    } else if (word == "META") {
-        for (Word const part : {"name", "content"}) {
-            auto const text = _scanner.plainString();
-            if (!text)
-                _scanner.refuse("a string");
-            attribute(part, {*text, _scanner.offsetOf(*text)});
-        }
-    } else {
-        for (Word const part : {"category", "name", "conversionFactor"})
-            attribute(part, name("a category, a unit's name and its factor"));
-    }
-    _tree.close();
     return true;
 }
 
@@ -295,37 +227,45 @@ void ClassicReader::enterScene()
 
 void ClassicReader::readNode(Word word, std::size_t at, Field const& field)
 {
-    Name def, use, type{word, at};
-    if (word == "DEF") {
-        def = name("a name behind DEF");
-        type = name("a node's type");
-    } else if (word == "USE") {
-        use = name("a name behind USE");
-    }
-    bool const isNull = word == "NULL";
-    std::size_t const begin = ahead();
-    if (!isNull && use.text.empty() && !_scanner.take('{'))
-        throw SyntaxError(type.offset, "expected " + (field.name.text.empty() ? "a node" : "a value of " + ClassicScanner::shown(field.name.text))
-                                           + ", found " + ClassicScanner::shown(type.text) + " without a \"{\"");
-    unsigned elements = field.isElement && _frames.back().in != In::nodes ? 1 : 0;
-    if (!isNull) {
-        bool const isInstance = use.text.empty() && _protos.contains(type.text);
-        _tree.open(!use.text.empty() ? Word() : isInstance ? Word("ProtoInstance") : type.text, at);
-        ++elements;
-        if (isInstance)
-            attribute("name", type);
-        if (!def.text.empty())
-            attribute("DEF", def);
-        if (!field.isElement && !field.name.text.empty())
-            attribute("containerField", field.name);
-        if (use.text.empty()) {
-            _frames.push_back({In::body, begin, elements, type, {}, isInstance, _connects.size()});
-            return;
-        }
-        attribute("USE", use);
-    }
-    for (; elements > 0; --elements)
+    // In a list it is the list that ends the field.
+    unsigned const elements = field.isElement && _frames.back().in != In::nodes ? 1 : 0;
+    if (word != "NULL" && word != "USE")
+        return openNode(word, at, field, elements);
+    if (word == "USE") {
+        Name const use = _scanner.name("a name behind USE");
+        _tree.open({}, at);
+        addContainer(field);
+        _scanner.attribute("USE", use);
         _tree.close();
+    }
+    close(elements);
+}
+
+void ClassicReader::openNode(Word word, std::size_t at, Field const& field, unsigned elements)
+{
+    Name def, type{word, at};
+    if (word == "DEF") {
+        def = _scanner.name("a name behind DEF");
+        type = _scanner.name("a node's type");
+    }
+    std::size_t const begin = ahead();
+    if (!_scanner.take('{'))
+        throw SyntaxError(type.offset, "expected " + (field.name.text.empty() ? "a node" : "a value of " + shown(field.name))
+                                           + ", found " + shown(type) + " without a \"{\"");
+    bool const isInstance = _protos.contains(type.text);
+    _tree.open(isInstance ? "ProtoInstance" : type.text, at);
+    if (isInstance)
+        _scanner.attribute("name", type);
+    if (!def.text.empty())
+        _scanner.attribute("DEF", def);
+    addContainer(field);
+    _frames.push_back({In::body, begin, elements + 1, type, {}, isInstance, _connects.size()});
+}
+
+void ClassicReader::addContainer(Field const& field)
+{
+    if (!field.isElement && !field.name.text.empty())
+        _scanner.attribute("containerField", field.name);
 }
 
 void ClassicReader::readBodyItem(Frame const& frame)
@@ -336,15 +276,15 @@ void ClassicReader::readBodyItem(Frame const& frame)
     std::size_t const at = _scanner.offsetOf(word);
     if (readKeyword(word, at))
         return;
-    Word const type = _scanner.wordAhead();
-    if (Access const* const access = findAccess(word); access != nullptr && (type.starts_with("SF") || type.starts_with("MF")))
-        return readDeclaration(*access, at, frame);
+    if (Access const* const access = findAccess(word))
+        if (Word const type = _scanner.wordAhead(); type.starts_with("SF") || type.starts_with("MF"))
+            return readDeclaration(*access, at, frame);
     Field const field{{frame.isSpecial ? word : fieldName(frame.name.text, word), at}, frame.isSpecial};
     if (readConnection(field.name))
         return;
     if (frame.isSpecial) {
         _tree.open("fieldValue", at);
-        attribute("name", field.name);
+        _scanner.attribute("name", field.name);
     }
     readValue(field);
 }
@@ -355,8 +295,8 @@ void ClassicReader::leaveBody(Frame const& frame)
         _tree.open("IS", _connects[frame.outside].nodeField.offset);
     for (std::size_t i = frame.outside; i < _connects.size(); ++i) {
         _tree.open("connect", _connects[i].nodeField.offset);
-        attribute("nodeField", _connects[i].nodeField);
-        attribute("protoField", _connects[i].protoField);
+        _scanner.attribute("nodeField", _connects[i].nodeField);
+        _scanner.attribute("protoField", _connects[i].protoField);
         _tree.close();
     }
     if (_connects.size() > frame.outside)
@@ -370,7 +310,7 @@ bool ClassicReader::readConnection(Name const& field)
     if (_scanner.wordAhead() != "IS")
         return false;
     _scanner.word();
-    _connects.push_back({field, name("a field of the PROTO behind IS")});
+    _connects.push_back({field, _scanner.name("a field of the PROTO behind IS")});
     return true;
 }
 
@@ -379,13 +319,13 @@ void ClassicReader::readValue(Field const& field)
     std::size_t const begin = ahead();
     bool const isList = _scanner.take('[');
     if (auto const value = _scanner.value(isList, begin)) {
-        attribute(field.isElement ? "value" : field.name.text, {value->text, _scanner.offsetOf(value->text)}, value->quoted);
+        _scanner.attribute(field.isElement ? "value" : field.name.text, {value->text, _scanner.offsetOf(value->text)}, value->quoted);
         if (field.isElement)
             _tree.close();
         return;
     }
     if (_scanner.wordAhead().empty())
-        _scanner.refuse("a value of " + ClassicScanner::shown(field.name.text) + (isList ? " or \"]\"" : ""), isList ? begin : SyntaxError::none);
+        _scanner.refuse("a value of " + shown(field.name) + (isList ? " or \"]\"" : ""), isList ? begin : SyntaxError::none);
     if (isList) {
         _frames.push_back({In::nodes, begin, field.isElement ? 1u : 0u, {}, field});
         return;
@@ -397,12 +337,12 @@ void ClassicReader::readValue(Field const& field)
 void ClassicReader::readProto(Word word, std::size_t at)
 {
     bool const isExternal = word == "EXTERNPROTO";
-    Name const proto = name("the name of a PROTO");
+    Name const proto = _scanner.name("the name of a PROTO");
     _tree.open(isExternal ? "ExternProtoDeclare" : "ProtoDeclare", at);
-    attribute("name", proto);
+    _scanner.attribute("name", proto);
     std::size_t const begin = ahead();
     if (!_scanner.take('['))
-        _scanner.refuse("\"[\" before the interface of " + ClassicScanner::shown(proto.text));
+        _scanner.refuse("\"[\" before the interface of " + shown(proto));
     if (!isExternal)
         _tree.open("ProtoInterface", begin);
     _frames.push_back({In::interface, begin, 1, proto, {}, isExternal});
@@ -411,10 +351,10 @@ void ClassicReader::readProto(Word word, std::size_t at)
 // A field of an interface or of a Script.
 void ClassicReader::readDeclaration(Access const& access, std::size_t at, Frame const& frame)
 {
-    Name const type = name("a field's type"), fieldName = name("a field's name");
+    Name const type = _scanner.name("a field's type"), fieldName = _scanner.name("a field's name");
     _tree.open("field", at);
-    attribute("name", fieldName);
-    attribute("type", type);
+    _scanner.attribute("name", fieldName);
+    _scanner.attribute("type", type);
     _tree.attribute("accessType", access.x3d, at);
     bool const isConnected = frame.in == In::body && readConnection(fieldName);
     // An EXTERNPROTO repeats the interface without values, but some have them.
@@ -434,15 +374,15 @@ void ClassicReader::leaveInterface(Frame const& frame)
         char const next = _scanner.peek();
         auto const url = next == '"' || (next == ']' && isList) ? _scanner.value(isList, begin) : std::nullopt;
         if (!url)
-            _scanner.refuse("the urls of " + ClassicScanner::shown(frame.name.text));
-        attribute("url", {url->text, _scanner.offsetOf(url->text)}, true);
+            _scanner.refuse("the urls of " + shown(frame.name));
+        _scanner.attribute("url", {url->text, _scanner.offsetOf(url->text)}, true);
         declare(frame.name);
         return leave(1);
     }
     _tree.close();
     std::size_t const begin = ahead();
     if (!_scanner.take('{'))
-        _scanner.refuse("\"{\" before the body of " + ClassicScanner::shown(frame.name.text));
+        _scanner.refuse("\"{\" before the body of " + shown(frame.name));
     _tree.open("ProtoBody", begin);
     _frames.back() = {In::protoBody, begin, 2, frame.name, {}, false, _declared.size()};
 }

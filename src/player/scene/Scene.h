@@ -30,6 +30,8 @@ struct SceneNode {
     Node* node = nullptr; ///< null for a node without a class that no route touches
     bool known = false;   ///< has a node class
     bool named = false;   ///< has a DEF name
+    /// A node that is not run and has this one in a field of its own: a Script, which may fill and drive it.
+    SceneNode const* holder = nullptr;
 
     struct AttributePlace {
         unsigned index; ///< of the field
@@ -47,6 +49,9 @@ struct SceneRoute {
     Location where;
     /// Null when it could not be connected, or when neither end has a node class: nothing will pass.
     Route* route = nullptr;
+
+    /// Whether it could not be connected, which was reported.
+    bool refused() const { return route == nullptr && (from->known || to->known); }
 };
 
 /// What was read from a file and everything it includes: nodes, routes, and where they stand.
