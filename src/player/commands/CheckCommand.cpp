@@ -1,4 +1,5 @@
 #include "player/checking/Check.h"
+#include "player/commands/OutputFile.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Tables.h"
 #include "player/scene/Utf8.h"
@@ -100,6 +101,7 @@ std::vector<Finding> findingsOf(Session const& session, CheckCommandOptions cons
         last = read.size();
         read.push_back({severity, std::string(kind), place, "", text, ""});
     };
+    openPool(session);
     std::unique_ptr<Scene> scene;
     try {
         scene = openScene(session, options.scene.file, options.scene.limits, diagnostics);
@@ -166,10 +168,11 @@ void addCheckCommand(CLI::App& app, Session& session)
     list("--ignore", options->ignore, "leave these codes out", "CODE[,CODE...]");
     list("--severity", options->severities, "change a severity: hint, note, warning, error or off", "CODE=LEVEL");
     command.add_flag("--hints", options->check.hints, "show hints, too")->group("Findings");
-    command.add_option("--per-node", options->check.perNode, "findings per code and node, 0 for all (3)")
-        ->option_text("N")->group("Findings");
-    command.add_option("--per-code", options->check.perCode, "lines per code, 0 for all (50)")
-        ->option_text("N")->group("Findings");
+    auto const count = [&](char const* name, unsigned& value, char const* what) {
+        inRange(command.add_option(name, value, what), 0, 1e9)->option_text("N")->group("Findings");
+    };
+    count("--per-node", options->check.perNode, "findings per code and node, 0 for all (3)");
+    count("--per-code", options->check.perCode, "lines per code, 0 for all (50)");
     auto* const codes = command.add_flag("--codes", options->codes, "list all codes, with their meaning");
     command.add_flag("--markdown", options->markdown, "the list as Markdown, with examples")->needs(codes);
     command.footer("Exit status: 1 when there is an error, or with --strict a warning.\n"
