@@ -78,7 +78,11 @@
     part("play").addEventListener("click", () => play(!head.playing));
     part("back").addEventListener("click", () => step(-1));
     part("forward").addEventListener("click", () => step(1));
-    slider.addEventListener("input", () => { head.playing && play(false); moveTo(+slider.value, {say: true}); });
+    slider.addEventListener("input", () => {
+        const time = +slider.value;
+        head.playing && play(false);
+        moveTo(time, {say: true});
+    });
     document.addEventListener("visibilitychange", () => { document.hidden && head.playing && play(false); });
 
     // -- The window over the axis, of all cards or of one
@@ -205,7 +209,7 @@
                 return {panel, line, cell: element(row, "dd", "")};
             }));
             if (this.data.strip && this.data.strip.rows.length === 1)
-                this.swatch = element(list, "span", "swatch");
+                this.swatch = element(list.parentNode, "div", "swatch");
         }
 
         makeCharts() {
