@@ -19,7 +19,7 @@ std::vector<Finding> checkScene(Scene& scene, std::vector<Finding> readerFinding
     }
     FailedEnds failed;
     for (SceneRoute const& route : scene.routes)
-        if (route.route == nullptr)
+        if (route.refused())
             failed.insert({route.from, route.to});
     for (SceneNode const& node : scene.sceneNodes) {
         if (!isInterpolator(node))
@@ -33,11 +33,12 @@ std::vector<Finding> checkScene(Scene& scene, std::vector<Finding> readerFinding
             && std::all_of(values.numbers.begin(),
                            values.numbers.begin()
                                + static_cast<std::ptrdiff_t>(values.count * values.perKey * values.width), finite);
-        checkKeys(values, drive, refusedFields, findings);
+        if (checkMissing(values, drive, failed, refusedFields, findings))
+            checkKeys(values, drive, findings);
         checkValues(values, findings);
         checkLoop(values, drive, findings);
-        checkRoutesOf(scene, node, drive, failed, findings);
     }
+    checkNotRun(scene, findings);
     checkRouteLoops(scene, findings);
     checkSensors(scene, findings);
     return findings.take();

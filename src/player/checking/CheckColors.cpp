@@ -30,7 +30,7 @@ char const* hueName(double hue)
 
 void checkColors(KeyedValues const& values, FindingCollector& findings)
 {
-    constexpr double rounding = 1e-4;
+    constexpr double rounding = 0.004; // of a byte
     bool inRange = true;
     for (std::size_t i = 0; i < values.count; ++i) {
         Numbers const colour = values.value(i);

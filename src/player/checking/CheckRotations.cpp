@@ -2,6 +2,7 @@
 
 #include "base/Fields.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -44,6 +45,16 @@ std::vector<Turn> turnsOf(KeyedValues const& values)
     return turns;
 }
 
+// Whether two angles lie a little on both sides of where programs let the circle end: at 0 and 360 degrees, or at 180
+// and -180. By hand one writes the end itself.
+bool crossesEnd(double a, double b)
+{
+    constexpr double near = 0.8, least = 0.01;
+    auto const [low, high] = std::minmax(a, b);
+    auto const beyond = [](double distance) { return distance > least && distance < near; };
+    return (beyond(low) && beyond(2 * pi - high)) || (beyond(pi + low) && beyond(pi - high));
+}
+
 } // namespace
 
 void checkRotations(KeyedValues const& values, FindingCollector& findings)
@@ -52,33 +63,41 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
         Numbers const rotation = values.value(i);
         if (length(rotation) > 1e-6)
             continue;
-        bool const identity = rotation[3] == 0;
+        bool const identity = std::abs(std::remainder(rotation[3], 2 * pi)) < 1e-3;
         findings.add("zero-axis", values.node, values.valueField,
                      [&] {
                          return values.valueName(i) + " has a zero axis: "
                              + (identity ? "not a valid rotation, although this one plays as no rotation"
                                          : "its angle of " + degrees(rotation[3]) + " degrees is lost");
                      },
-                     identity ? "write 0 0 1 0" : "write the axis", identity ? Severity::note : Severity::warning);
+                     identity ? "write 0 0 1 0" : "write the axis", identity ? Severity::hint : Severity::warning);
     }
     if (values.count < 2)
         return;
     std::vector<Turn> const turns = turnsOf(values);
+    // Over so short a time nobody sees which way it goes: a jump, as some programs write it.
+    constexpr float briefest = 0.002f;
     // Programs that write angles between two bounds step over the whole circle where their angle passes a bound:
     // then the shorter arc is what was meant, and goes on as its neighbours do.
+    // A quick way back from a full turn to where its steps began stands still.
+    auto const time = [&](std::size_t i) { return values.keys[i + 1] - values.keys[i]; };
     auto const wraps = [&](std::size_t i) {
         auto const like = [&](std::size_t other) {
             Turn const& turn = turns[other];
-            return turn.sameAxis && std::abs(turn.written) <= pi && turn.played * turns[i].played > 0
-                && std::abs(turns[i].played) <= 3 * std::abs(turn.played);
+            if (!turn.sameAxis || std::abs(turn.written) > pi)
+                return false;
+            if (std::abs(turns[i].played) < 0.01)
+                return turn.written * turns[i].written < 0 && time(i) < time(other) / 2;
+            return turn.played * turns[i].played > 0 && std::abs(turns[i].played) <= 3 * std::abs(turn.played);
         };
-        return (i > 0 && like(i - 1)) || (i + 1 < turns.size() && like(i + 1));
+        return (i > 0 && like(i - 1)) || (i + 1 < turns.size() && like(i + 1))
+            || crossesEnd(values.value(i)[3], values.value(i + 1)[3]);
     };
     for (std::size_t i = 0; i < turns.size(); ++i) {
         Turn const& turn = turns[i];
         double const written = std::abs(turn.written);
         bool const otherWay = turn.played * turn.written < 0;
-        if (!values.blends(i))
+        if (!values.blends(i) || time(i) < briefest)
             continue;
         if (turn.sameAxis && (written > pi + 1e-3 || (written > pi - 1e-3 && otherWay)) && !wraps(i)) {
             findings.add("long-turn", values.node, values.valueField,

@@ -1,5 +1,7 @@
 #include "player/checking/CheckRules.h"
 
+#include "player/playing/NotRun.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -32,7 +34,7 @@ private:
     static Field* passedOn(Field& field, SceneNode const* node)
     {
         if (node == nullptr || !node->known)
-            return node ? &field : nullptr;
+            return node == nullptr || decides(*node) ? nullptr : &field;
         bool const fraction = std::string_view(field.findName()) == "set_fraction";
         return fraction && isInterpolator(*node) ? outputOf(*node) : nullptr;
     }
@@ -78,9 +80,11 @@ private:
         if (place == _scene.routes.end())
             return;
         ++_reported;
+        // Two fields that are kept equal this way are meant.
+        bool const direct = std::all_of(first, _path.end(), [](At const& at) { return at.node->known; });
         _findings.add("route-loop", *place,
                       names + more + first->node->name + ": an event that comes round again is dropped",
-                      "take one of the ROUTEs out");
+                      "take one of the ROUTEs out", direct ? Severity::warning : Severity::note);
     }
 
     static constexpr unsigned most = 100; // each is looked for among all routes

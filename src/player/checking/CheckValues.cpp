@@ -1,5 +1,7 @@
 #include "player/checking/CheckRules.h"
 
+#include "base/Fields.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -18,10 +20,23 @@ void checkEase(KeyedValues const& values, FindingCollector& findings)
     }
 }
 
+void checkFlags(KeyedValues const& values, FindingCollector& findings)
+{
+    for (char const* const name : {"closed", "normalizeVelocity"})
+        if (auto const* const field = static_cast<SFBool const*>(fieldOf(values.node, name)); field && field->_value)
+            findings.add("no-effect", values.node, field,
+                         [&] {
+                             return '.' + std::string(name)
+                                 + ": X3D has it, it changes nothing here, other players bend the curve by it";
+                         },
+                         "");
+}
+
 } // namespace
 
 void checkValues(KeyedValues const& values, FindingCollector& findings)
 {
+    checkFlags(values, findings);
     if (values.count == 0)
         return;
     if (!values.finite) {

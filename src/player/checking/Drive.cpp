@@ -36,7 +36,7 @@ void follow(Scene const& scene, SceneNode const& node, unsigned depth, unsigned&
             drive.eased = true;
             follow(scene, *from, depth + 1, left, drive);
         } else {
-            drive.clocked = false;
+            drive.foreign = true;
         }
     }
 }

@@ -8,7 +8,7 @@ namespace Zelvan::play {
 
 void writeFindings(std::ostream& out, std::vector<Finding> const& findings, CheckOptions const& options, bool styled)
 {
-    constexpr char const* styles[] = {"\033[36m", "\033[33m", "\033[31m"}; // cyan, yellow, red
+    constexpr char const* styles[] = {"\033[2m", "\033[36m", "\033[33m", "\033[31m"}; // faint, cyan, yellow, red
     std::map<std::string, std::pair<unsigned, std::size_t>> written; // lines, and how many were held back
     for (Finding const& finding : findings) {
         auto& [lines, heldBack] = written[finding.code];
@@ -49,7 +49,23 @@ void writeFindingsJson(std::ostream& out, std::vector<Finding> const& findings)
     }
     out << (findings.empty() ? "],\n" : "\n  ],\n");
     out << "  \"errors\": " << countFindings(findings, Severity::error) << ",\n  \"warnings\": "
-        << countFindings(findings, Severity::warning) << ",\n  \"notes\": " << countFindings(findings, Severity::note) << "\n}\n";
+        << countFindings(findings, Severity::warning) << ",\n  \"notes\": " << countFindings(findings, Severity::note)
+        << ",\n  \"hints\": " << countFindings(findings, Severity::hint) << "\n}\n";
+}
+
+void writeCodesMarkdown(std::ostream& out)
+{
+    out << "# What `zelvan-play check` finds\n\n"
+           "Written by `zelvan-play check --codes --markdown`. Each code has its usual severity, and two examples: one\n"
+           "that triggers it and one that does not. Elements of lists count from 0: `key[0]` is the first key.\n"
+           "Hints are shown with `--hints`. `--severity CODE=LEVEL` changes a severity, `--ignore CODE` leaves a code\n"
+           "out, `--only CODE` takes nothing else. An error makes the exit status 1; with `--strict` a warning does,\n"
+           "too. A fix is safe when what is played stays the same bit for bit.\n";
+    for (CheckCode const& code : checkCodes())
+        out << "\n## " << code.code << " (" << severityName(code.severity) << ")\n\n" << code.meaning << ' ' << code.why
+            << "\n\n```xml\n" << code.bad << (code.bad.ends_with('\n') ? "" : "\n") << "```\n\nBetter:\n\n```xml\n"
+            << code.good << (code.good.ends_with('\n') ? "" : "\n") << "```\n\n"
+            << (code.fix == Fix::none ? "" : code.fix == Fix::safe ? "Safe fix: " : "Unsafe fix: ") << code.how << '\n';
 }
 
 std::size_t countFindings(std::vector<Finding> const& findings, Severity severity)

@@ -69,7 +69,7 @@ void ElementTree::comment(std::string_view text, std::size_t offset)
     std::size_t const begin = text.find_first_not_of(blanks);
     if (begin == text.npos || !text.substr(begin).starts_with("zelvan:"))
         return;
-    _comments.push_back({text.substr(begin, text.find_last_not_of(blanks) + 1 - begin),
+    _comments.push_back({keep(text.substr(begin, text.find_last_not_of(blanks) + 1 - begin)),
                          static_cast<std::uint32_t>(offset + begin)});
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "player/reading/Element.h"
-#include "player/reading/SourceFile.h"
+#include "player/reading/ReadLimits.h"
 
 #include <cstddef>
 #include <cstdint>
