@@ -29,7 +29,8 @@
         const width = view[1] - view[0];
         if (head.time < view[0] || head.time > view[1])
             setView(null, [head.time - width / 2, head.time + width / 2]);
-        for (const card of seen)
+        // While it plays, only what is in sight follows.
+        for (const card of head.playing ? seen : cards.values())
             card.show(head.time);
         if (say)
             announce();
