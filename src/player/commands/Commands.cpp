@@ -142,7 +142,7 @@ void addTimeOptions(CLI::App& command, TimeOptions& options)
     Timing& timing = options.timing;
     auto const group = [](CLI::Option* option) { option->group("Time"); };
     group(command.add_option("--from", timing.from, "record from this second on (0)")->option_text("SECONDS"));
-    auto* const to = command.add_option("--to", timing.to, "play up to this second (5)")->option_text("SECONDS");
+    auto* const to = command.add_option("--to", options.to, "play up to this second (one cycle of the longest sensor that runs, at most 60)")->option_text("SECONDS");
     group(to);
     group(command.add_option("--duration", options.duration, "play this long from --from on")->option_text("SECONDS")->excludes(to));
     group(command.add_option("--fps", timing.fps, "frames per second (60)")->option_text("N"));
@@ -156,11 +156,24 @@ void addTimeOptions(CLI::App& command, TimeOptions& options)
               ->option_text("NODE.field=VALUE[@SECONDS]"));
 }
 
+namespace {
+
+/// When all sensors that will run have run through a cycle; 5 s when none will.
+double cycleEnd(Clock const& clock)
+{
+    constexpr double longest = 60, otherwise = 5;
+    double end = 0;
+    for (Clock::Sensor const& sensor : clock.planned(longest))
+        for (Clock::Run const& run : sensor.runs)
+            end = std::max(end, std::min(run.start + run.cycle, longest));
+    return end > 0 ? end : otherwise;
+}
+
+} // namespace
+
 void prepare(Clock& clock, TimeOptions& options)
 {
     Timing& timing = options.timing;
-    if (options.duration)
-        timing.to = timing.from + *options.duration;
     for (std::string name : options.start) {
         double const time = timeSuffix(name, timing.from, "--start " + name);
         clock.startSensor(name, time);
@@ -177,6 +190,9 @@ void prepare(Clock& clock, TimeOptions& options)
         double const time = timeSuffix(value, timing.from, option);
         clock.inject({text.substr(0, dot), text.substr(dot + 1, equal - dot - 1), value, time});
     }
+    timing.to = options.duration ? timing.from + *options.duration
+                : options.to     ? *options.to
+                                 : std::max(timing.from, cycleEnd(clock));
 }
 
 void playFrames(Clock& clock, Recorder& recorder, std::vector<Timing::Frame> const& frames)
@@ -312,7 +328,8 @@ void Outputs::finish(Scene const& scene, Clock const* clock, std::vector<Curve> 
         if (*path == "-")
             return;
     OutputFile out("-");
-    writeReport(out.stream(), scene, _recorder, clock, styledOutput(STDOUT_FILENO));
+    writeReport(out.stream(), scene, _recorder, clock, styledOutput(STDOUT_FILENO), outputWidth(STDOUT_FILENO),
+                picture.shown);
     out.commit();
 }
 

@@ -27,7 +27,7 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
 /// Options of the commands that let time pass.
 struct TimeOptions {
     Timing timing;
-    std::optional<double> duration;
+    std::optional<double> to, duration;
     std::vector<std::string> start, inject;
     bool startAll = false;
 };
