@@ -39,25 +39,34 @@ struct KeyTrack {
     bool jumps(std::size_t key) const { return keys[key] == keys[key + 1]; }
     /// The track of some of the keys, in order.
     KeyTrack only(std::vector<std::size_t> const& kept) const;
-    /// The largest number less the smallest: of the component where that is most. 0 for rotations.
+    /// The largest number less the smallest: of the component where that is most. For rotations half a turn.
     double range() const;
 };
 
-/// What an interpolator plays. Of all types but EaseInEaseOut and TransformationInterpolator.
+/// What an interpolator plays; those of any other than a linear type say by which type. Not of TransformationInterpolators.
 KeyTrack trackOf(SceneNode const& node);
+/// The field that holds an interpolator's values: keyValue, or easeInEaseOut.
+Field& valuesOf(SceneNode const& node);
 /// Why a track is left as it is: "keys are not in order"; "" when nothing speaks against it.
 std::string faultOf(KeyTrack const& track);
 
-/// A track in a node of the pool, to be asked for its value anywhere.
-class PlayedTrack {
+/// Something that has a value for every fraction.
+class Playable {
+public:
+    virtual ~Playable() = default;
+    /// The field that holds the value from now on.
+    virtual Field const& play(float fraction) = 0;
+};
+
+/// Keys and values in a node of the pool.
+class PlayedTrack : public Playable {
 public:
     explicit PlayedTrack(KeyTrack const& track);
-    ~PlayedTrack();
+    ~PlayedTrack() override;
     PlayedTrack(PlayedTrack const&) = delete;
     PlayedTrack& operator=(PlayedTrack const&) = delete;
 
-    /// The field that holds the value from now on.
-    Field const& play(float fraction);
+    Field const& play(float fraction) override;
 
 private:
     struct Stage;
@@ -76,5 +85,9 @@ struct PlayedDifference {
 };
 /// Plays both and compares them: at all keys of both, just before them, and densely in between.
 PlayedDifference largestDifference(KeyTrack const& a, KeyTrack const& b);
+/// The same for anything: at `keys`, just before each, and at `steps` - 1 places between each two.
+PlayedDifference largestDifference(Playable& a, Playable& b, std::vector<float> const& keys, int steps);
+/// The numbers of both, in order, each once.
+std::vector<float> merged(std::vector<float> const& a, std::vector<float> const& b);
 
 } // namespace Zelvan::play
