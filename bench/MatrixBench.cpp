@@ -1,4 +1,4 @@
-#include <OpenSG/OSGMatrix.h>
+#include "interpolationNodePool/DecomposableMatrix.h"
 
 #include <Eigen/Core>
 #include <Eigen/SVD>
@@ -101,9 +101,9 @@ void decomposition(benchmark::State& state, Matrices const& matrices)
         float det;
         Vec3f factors;
         Quaternion rotation, orientation;
-        m.polarDecompose(q, s, det);
+        Zelvan::DecomposableMatrix(m).polarDecompose(q, s, det);
         rotation.setValue(q);
-        s.spectralDecompose(so, factors);
+        Zelvan::DecomposableMatrix(s).spectralDecompose(so, factors);
         orientation.setValue(so);
         benchmark::DoNotOptimize(rotation);
         benchmark::DoNotOptimize(factors);
@@ -115,7 +115,7 @@ void polarDecomposition(benchmark::State& state, Matrices const& matrices)
     forEach(state, matrices, [](Matrix const& m) {
         Matrix q, s;
         float det;
-        m.polarDecompose(q, s, det);
+        Zelvan::DecomposableMatrix(m).polarDecompose(q, s, det);
         benchmark::DoNotOptimize(q);
         benchmark::DoNotOptimize(s);
     });

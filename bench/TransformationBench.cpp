@@ -2,6 +2,7 @@
 
 #include "bench/Events.h"
 
+#include "interpolationNodePool/DecomposableMatrix.h"
 #include "interpolationNodePool/LinearInterpolation.h"
 #include "interpolationNodePool/Slerp.h"
 #include "interpolationNodePool/TransformationInterpolator.h"
@@ -69,14 +70,15 @@ Components components(Matrix const& whole, Matrix const& orthogonal, Matrix cons
     result.translation.setValues(whole[3][0], whole[3][1], whole[3][2]);
     result.rotation.setValue(orthogonal);
     Matrix orientation;
-    symmetric.spectralDecompose(orientation, result.scale);
+    DecomposableMatrix(symmetric).spectralDecompose(orientation, result.scale);
     result.orientation.setValue(orientation);
     return result;
 }
 
 Components componentsOf(Matrix const& m)
 {
-    Matrix linear = m, orthogonal, symmetric;
+    DecomposableMatrix linear = m;
+    Matrix orthogonal, symmetric;
     linear[3].setValues(0, 0, 0, 1);
     float determinant;
     linear.polarDecompose(orthogonal, symmetric, determinant);

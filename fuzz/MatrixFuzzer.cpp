@@ -1,7 +1,7 @@
 // Matrix functions: each ends, and either says that there is no result or gives one that fits.
 
-#include "base/OpenSG.h"
 #include "fuzz/Input.h"
+#include "interpolationNodePool/DecomposableMatrix.h"
 
 #include <Eigen/Core>
 
@@ -85,8 +85,8 @@ void decompose(Matrix m)
     osg::Vec3f k;
     osg::Quaternion rotation, orientation;
     float det = 0;
-    m.polarDecompose(Q, S, det);
-    m.spectralDecompose(SO, k);
+    Zelvan::DecomposableMatrix(m).polarDecompose(Q, S, det);
+    Zelvan::DecomposableMatrix(m).spectralDecompose(SO, k);
     if (!(norm < 1e37)) // NaN, or S may be too large for floats
         return require(norm < HUGE_VAL || (isResult(Q, false) && isResult(S, false) && isResult(SO, false)), "NaN");
     scale.setScale(k);
@@ -98,7 +98,7 @@ void decompose(Matrix m)
     double const determinant = m.det3();
     bool const clear = std::isfinite(determinant) && std::abs(determinant) > 1e-5 * norm * norm * norm;
     require(std::abs(det) == 1.f && (!clear || (det < 0) == (determinant < 0)), "mirrors mirror");
-    S.spectralDecompose(SO, k);
+    Zelvan::DecomposableMatrix(S).spectralDecompose(SO, k);
     require(std::abs(SO.det3() - 1.f) < 1e-4f && std::min({k[0], k[1], k[2]}) >= -fine, "S is a scaling");
     if (det < 0)
         Q.negate();

@@ -1,3 +1,4 @@
+#include "interpolationNodePool/DecomposableMatrix.h"
 #include "interpolationNodePool/TransformationInterpolator.h"
 #include "interpolationNodePool/TransformationInterpolatorProc.h"
 #include "tests/interpolationNodePool/MuseumRunner.h"
@@ -74,9 +75,9 @@ TEST_F(Transformation, BlendsByLogarithmOrByComponents)
 }
 
 struct Plain {
-    explicit Plain(Matrix m)
+    explicit Plain(DecomposableMatrix m)
     {
-        Matrix q, symmetric, orientation;
+        DecomposableMatrix q, symmetric, orientation;
         float determinant;
         for (unsigned c = 0; c < 3; ++c) {
             move[c] = m[3][c];

@@ -1,4 +1,4 @@
-#include <OpenSG/OSGMatrix.h>
+#include "interpolationNodePool/DecomposableMatrix.h"
 
 #include <Eigen/Geometry>
 #include <Eigen/LU>
@@ -189,8 +189,8 @@ TEST(Matrix, ExponentialAndDecompositionsAreExact)
         Matrix Q, S, SO;
         Vec3f k;
         float det = 0;
-        m.polarDecompose(Q, S, det);
-        S.spectralDecompose(SO, k);
+        Zelvan::DecomposableMatrix(m).polarDecompose(Q, S, det);
+        Zelvan::DecomposableMatrix(S).spectralDecompose(SO, k);
         // A denormal's own rounding is no error of ours.
         Real const rounding = 3e-45L / size;
         polar(largest(exact(Q) * exact(S) - exact(m)) / size - rounding);

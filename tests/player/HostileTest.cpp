@@ -133,6 +133,8 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     ::mkfifo(folder.path("pipe").c_str(), 0600);
     std::filesystem::create_symlink("/dev/zero", folder.path("zero"));
     scene("inline-devices", "<Inline url='\"pipe\" \"zero\" \"/dev/zero\" \"../../../../dev/zero\" \".\"'/>");
+    std::filesystem::create_symlink("/dev", folder.path("devices"));
+    scene("inline-links", "<Inline url='\"devices/../dev/zero\" \"devices/zero\" \"-\" \"./-\"'/><ExternProtoDeclare name='E' url='\"-#E\"'/>");
     file("not-utf8", x3d("<Group DEF='\xc3\x28\xff'/>"));
     file("zero-bytes", x3d("<Group DEF='a" + std::string(99, '\0') + "'/>"));
     file("utf16-odd", "\xff\xfe<" + std::string(1, '\0') + "X");

@@ -117,6 +117,12 @@ public:
     /// exponential leaves the range of the elements.
     bool expOf(TransformationMatrix const& matrix);
 
+    bool equals(TransformationMatrix const& other, ValueType tolerance) const;
+    /// Within 1e-6 per element.
+    bool operator==(TransformationMatrix const& other) const { return equals(other, Eps<ValueType>); }
+    bool operator!=(TransformationMatrix const& other) const { return !(*this == other); }
+
+protected:
     /// this = Q S, for a matrix without translation and projective part: Q orthogonal, mirroring if this does,
     /// S symmetric without negative eigenvalues, det = the determinant of Q's upper 3x3 part, 1 or -1 (1 if this
     /// is singular). Both factors carry element 15: Q 1 and S its value. NaN throughout if the upper 3x3 part
@@ -125,11 +131,6 @@ public:
     /// The symmetric part of the upper 3x3 part = SO diag(k) SO^T, SO a rotation. The factors are in the order
     /// of the axes they belong to, unsorted. NaN throughout if that part is not finite.
     void spectralDecompose(TransformationMatrix& SO, VectorType3f& k) const;
-
-    bool equals(TransformationMatrix const& other, ValueType tolerance) const;
-    /// Within 1e-6 per element.
-    bool operator==(TransformationMatrix const& other) const { return equals(other, Eps<ValueType>); }
-    bool operator!=(TransformationMatrix const& other) const { return !(*this == other); }
 
 private:
     VectorType _matrix[4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};

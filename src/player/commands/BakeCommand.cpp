@@ -1,6 +1,7 @@
 #include "player/commands/Editing.h"
 #include "player/commands/Tables.h"
 #include "player/editing/Bake.h"
+#include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
 #include <cmath>

@@ -1,6 +1,7 @@
 #include "player/checking/Check.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Tables.h"
+#include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -39,32 +40,24 @@ void applySeverity(std::string const& text, CheckOptions& options)
     std::string const code = text.substr(0, equal);
     std::string const level = equal == std::string::npos ? "" : text.substr(equal + 1);
     requireCode(code, "--severity");
-    for (Severity const severity : {Severity::note, Severity::warning, Severity::error})
+    for (Severity const severity : {Severity::hint, Severity::note, Severity::warning, Severity::error})
         if (level == severityName(severity)) {
             options.severities[code] = severity;
             return;
         }
     if (level != "off")
-        throw Failure(exitUsage, "--severity " + text + ": expected CODE=note, warning, error or off");
+        throw Failure(exitUsage, "--severity " + text + ": expected CODE=hint, note, warning, error or off");
     options.ignore.insert(code);
 }
 
 void writeCodes(std::ostream& out, bool markdown)
 {
-    if (!markdown) {
-        Table table({"code", "severity", "meaning"});
-        for (CheckCode const& code : checkCodes())
-            table.row({code.code, severityName(code.severity), code.meaning});
-        return table.write(out, styledOutput(STDOUT_FILENO));
-    }
-    out << "# What `zelvan-play check` finds\n\n"
-           "Written by `zelvan-play check --codes --markdown`. Each code has its usual severity and an example that\n"
-           "triggers it. Elements of lists count from 0: `key[0]` is the first key. `--severity CODE=LEVEL` changes\n"
-           "a severity, `--ignore CODE` leaves a code out, `--only CODE` takes nothing else. An error makes the exit\n"
-           "status 1; with `--strict` a warning does, too.\n";
+    if (markdown)
+        return writeCodesMarkdown(out);
+    Table table({"code", "severity", "fix", "title"});
     for (CheckCode const& code : checkCodes())
-        out << "\n## " << code.code << " (" << severityName(code.severity) << ")\n\n"
-            << code.meaning << "\n\n```xml\n" << code.example << "\n```\n";
+        table.row({code.code, severityName(code.severity), fixName(code.fix), code.title});
+    table.write(out, styledOutput(STDOUT_FILENO));
 }
 
 std::string shownName(std::string const& file)
@@ -171,7 +164,8 @@ void addCheckCommand(CLI::App& app, Session& session)
     };
     list("--only", options->only, "these codes only", "CODE[,CODE...]");
     list("--ignore", options->ignore, "leave these codes out", "CODE[,CODE...]");
-    list("--severity", options->severities, "change a severity: note, warning, error or off", "CODE=LEVEL");
+    list("--severity", options->severities, "change a severity: hint, note, warning, error or off", "CODE=LEVEL");
+    command.add_flag("--hints", options->check.hints, "show hints, too")->group("Findings");
     command.add_option("--per-node", options->check.perNode, "findings per code and node, 0 for all (3)")
         ->option_text("N")->group("Findings");
     command.add_option("--per-code", options->check.perCode, "lines per code, 0 for all (50)")

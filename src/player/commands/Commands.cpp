@@ -290,12 +290,15 @@ Outputs::Outputs(OutputOptions const& options, std::string const& scene, Recorde
         };
 }
 
-void Outputs::finish(Scene const& scene, Clock const* clock, std::vector<Curve> const& curves, std::string const& title)
+void Outputs::finish(Scene const& scene, Clock const* clock, std::vector<Curve> const& curves, std::string const& title,
+                     PictureOptions picture)
 {
     for (auto const& writer : _writers)
         writer->commit();
     // The curves of a sweep have axes of their own.
-    PictureOptions const picture{title.substr(title.rfind('/') + 1), clock ? _axis + " (s)" : _axis, clock != nullptr};
+    picture.title = title.substr(title.rfind('/') + 1);
+    picture.axis = clock ? _axis + " (s)" : _axis;
+    picture.sharedAxis = clock != nullptr;
     auto const write = [&](std::string const& path, auto writer) {
         if (path.empty())
             return;

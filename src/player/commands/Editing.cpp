@@ -1,6 +1,7 @@
 #include "player/commands/Editing.h"
 
 #include "player/commands/Tables.h"
+#include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -62,6 +62,7 @@ private:
 };
 
 struct Curve;
+struct PictureOptions;
 
 /// Where a run or a sweep writes what it recorded; "" leaves one out, "-" is standard output.
 struct OutputOptions {
@@ -76,7 +77,8 @@ class Outputs {
 public:
     Outputs(OutputOptions const& options, std::string const& scene, Recorder& recorder, char const* axis);
     /// `title` is the scene's file. The summary is left out where something else goes to standard output.
-    void finish(Scene const& scene, Clock const* clock, std::vector<Curve> const& curves, std::string const& title);
+    void finish(Scene const& scene, Clock const* clock, std::vector<Curve> const& curves, std::string const& title,
+                PictureOptions picture);
 
 private:
     OutputOptions const& _options;

@@ -1,6 +1,7 @@
 #include "player/commands/Report.h"
 
 #include "player/commands/Tables.h"
+#include "player/scene/Utf8.h"
 
 #include <algorithm>
 #include <numbers>

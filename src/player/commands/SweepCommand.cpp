@@ -89,7 +89,7 @@ void sweep(Session& session, SweepOptions const& options)
     }
 
     recorder.finish();
-    outputs.finish(scene, nullptr, curves, options.scene.file);
+    outputs.finish(scene, nullptr, curves, options.scene.file, PictureOptions());
     if (opened.diagnostics.errors() > 0)
         session.status = exitScene;
 }

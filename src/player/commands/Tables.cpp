@@ -1,5 +1,7 @@
 #include "player/commands/Tables.h"
 
+#include "player/scene/Utf8.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -42,20 +44,6 @@ void Table::write(std::ostream& out, bool styled) const
         bool const bold = styled && &row == &_rows.front();
         out << (bold ? "\033[1m" : "") << line << (bold ? "\033[0m" : "") << '\n';
     }
-}
-
-std::size_t characters(std::string_view text)
-{
-    return static_cast<std::size_t>(
-        std::count_if(text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; }));
-}
-
-std::string printable(std::string_view text)
-{
-    std::string shown(text);
-    std::replace_if(shown.begin(), shown.end(),
-                    [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; }, '?');
-    return shown;
 }
 
 std::string sparkline(std::span<float const> values)

@@ -3,7 +3,6 @@
 #include <iosfwd>
 #include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Zelvan::play {
@@ -23,10 +22,6 @@ private:
     std::vector<std::vector<std::string>> _rows;
 };
 
-/// Number of characters of UTF-8 text.
-std::size_t characters(std::string_view text);
-/// What a terminal may not be sent is shown as "?": control characters from a stranger's file.
-std::string printable(std::string_view text);
 /// A curve of one line: low values as "▁", high ones as "█", gaps (NaN) as a space.
 std::string sparkline(std::span<float const> values);
 /// Whether to style what goes to a descriptor: it is a terminal and NO_COLOR is not set.

@@ -5,6 +5,7 @@
 #include "player/commands/OutputFile.h"
 #include "player/scene/Scene.h"
 #include "player/commands/Tables.h"
+#include "player/scene/Utf8.h"
 #include "player/playing/PoolLoader.h"
 
 #include <CLI/CLI.hpp>

@@ -1,10 +1,12 @@
 #include "player/playing/Recording.h"
 
-#include "base/Rotation.h"
+#include "base/OpenSG.h"
+#include "player/playing/Derived.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 namespace Zelvan::play {
 
@@ -38,22 +40,11 @@ void addDerived(Track& track, std::vector<double> const& n)
         if (saturation > 0)
             track.derived[0].add(hue);
     } else if (track.type == SFMatrix4fType) {
-        osg::Matrix matrix, rotation, stretch, axes;
-        for (osg::UInt32 c = 0; c < 4; ++c)
-            for (osg::UInt32 r = 0; r < 4; ++r)
-                matrix[c][r] = c == 3 && r < 3 ? 0.f : at(4 * c + r);
-        float determinant;
-        osg::Vec3f scale;
-        matrix.polarDecompose(rotation, stretch, determinant);
-        bool const mirrored = determinant < 0;
-        if (mirrored)
-            rotation.negate();
-        stretch.spectralDecompose(axes, scale);
-        osg::Quaternion quaternion;
-        quaternion.setValue(rotation);
-        track.derived[0].add(Rotation(quaternion).angle());
-        for (osg::UInt32 c = 0; c < 3; ++c)
-            track.derived[1].add(mirrored ? -scale[c] : scale[c]);
+        double quantities[7];
+        matrixQuantities(n.data(), quantities);
+        track.derived[0].add(quantities[3] * (std::numbers::pi / 180));
+        for (int c = 4; c < 7; ++c)
+            track.derived[1].add(quantities[c]);
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "player/reading/ReadLimits.h"
 #include "player/scene/Scene.h"
-#include "player/reading/SourceFile.h"
 
 #include <memory>
 #include <string>
@@ -21,8 +21,9 @@ inline constexpr char const* badInline = "bad-inline";
 } // namespace kinds
 
 /// Reads a scene from X3D XML: nodes by type name, fields from attributes, ROUTEs, USE, PROTO instances expanded,
-/// Inline and EXTERNPROTO from local files in the scene's folder. What is wrong goes to `diagnostics`, and reading
-/// goes on where it can. Throws Failure where it cannot: an unreadable file, text that is not XML, a limit.
+/// Inline and EXTERNPROTO from local files in the scene's folder; "-" is standard input. What is wrong goes to
+/// `diagnostics`, and reading goes on where it can. Throws Failure where it cannot: an unreadable file, text that is not
+/// XML, a limit.
 std::unique_ptr<Scene> readScene(std::string const& file, ReadLimits const& limits, Diagnostics& diagnostics);
 
 } // namespace Zelvan::play

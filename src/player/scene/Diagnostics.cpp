@@ -21,7 +21,7 @@ std::string Place::text() const
 
 char const* severityName(Severity severity)
 {
-    constexpr char const* names[] = {"note", "warning", "error"};
+    constexpr char const* names[] = {"hint", "note", "warning", "error"};
     return names[static_cast<unsigned>(severity)];
 }
 

@@ -33,7 +33,8 @@ struct Place {
     std::string text() const;
 };
 
-enum class Severity : unsigned char { note, warning, error };
+/// A hint is only shown on request.
+enum class Severity : unsigned char { hint, note, warning, error };
 char const* severityName(Severity severity);
 
 /// Collects what is wrong with a scene and writes it to a stream as it comes, one line each.

@@ -1,6 +1,7 @@
 #include "tests/player/Files.h"
 
 #include <gmock/gmock.h>
+#include <pthread.h>
 #include <sys/stat.h>
 
 namespace Zelvan::play::test {
@@ -246,6 +247,33 @@ TEST(Reader, HoldsItsLimitsAtTheLimitAndOneAbove)
     EXPECT_EQ(status(body, limits), 0);
     --limits.bytes;
     EXPECT_EQ(status(body, limits), exitScene);
+}
+
+TEST(Reader, NeedsNoMoreStackForWhatIsNestedDeeper)
+{
+    static std::string scene;
+    scene = "<ProtoDeclare name='P0'><ProtoInterface><field name='f' type='SFFloat'/></ProtoInterface><ProtoBody><ScalarInterpolator>"
+            "<IS><connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator></ProtoBody></ProtoDeclare>";
+    for (int i = 1; i < 2000; ++i)
+        scene += "<ProtoDeclare name='P" + std::to_string(i) + "'><ProtoInterface><field name='f' type='SFFloat'/></ProtoInterface>"
+            "<ProtoBody><ProtoInstance name='P" + std::to_string(i - 1) + "'><IS><connect nodeField='f' protoField='f'/></IS>"
+            "</ProtoInstance></ProtoBody></ProtoDeclare>";
+    scene += "<TimeSensor DEF='T'/><ProtoInstance name='P1999' DEF='I'/><ROUTE fromNode='T' fromField='fraction' toNode='I' toField='f'/>"
+        + times(100'000, "<Group>") + "<Group DEF='Innermost'/>" + times(100'000, "</Group>");
+    auto const work = [](void*) -> void* {
+        ReadLimits limits;
+        limits.depth = 1'000'000;
+        ReadScene read(scene, limits);
+        EXPECT_EQ(read.messages(), "");
+        EXPECT_NE(read.scene->find("Innermost"), nullptr);
+        EXPECT_EQ(read.scene->routes.size(), 1u);
+        return nullptr;
+    };
+    pthread_attr_t small;
+    pthread_t thread;
+    ASSERT_TRUE(::pthread_attr_init(&small) == 0 && ::pthread_attr_setstacksize(&small, 1 << 18) == 0
+                && ::pthread_create(&thread, &small, work, nullptr) == 0 && ::pthread_join(thread, nullptr) == 0);
+    ::pthread_attr_destroy(&small);
 }
 
 } // namespace
