@@ -42,6 +42,7 @@ int runApplication(int argc, char const* const* argv)
         addCheckCommand(app, session);
         addExportCommand(app, session);
         addBakeCommand(app, session);
+        addDiffCommand(app, session);
         addReduceCommand(app, session);
         addTypesCommand(app, session);
         try {

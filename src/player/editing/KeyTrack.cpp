@@ -25,24 +25,6 @@ void assign(std::vector<Value>& list, std::span<float const> numbers)
             list[i][static_cast<osg::UInt32>(c)] = numbers[i * width + c];
 }
 
-void assign(Field& field, std::span<float const> numbers)
-{
-    switch (field.dataType()) {
-    case MFFloatType: static_cast<MFFloat&>(field)._value.assign(numbers.begin(), numbers.end()); break;
-    case MFVec2fType: assign(static_cast<MFVec2f&>(field)._value, numbers); break;
-    case MFVec3fType: assign(static_cast<MFVec3f&>(field)._value, numbers); break;
-    case MFColorType: assign(static_cast<MFColor&>(field)._value, numbers); break;
-    case MFRotationType: {
-        auto& list = static_cast<MFRotation&>(field)._value;
-        list.clear();
-        for (std::size_t i = 0; i + 3 < numbers.size(); i += 4)
-            list.emplace_back(osg::Vec3f(numbers[i], numbers[i + 1], numbers[i + 2]), numbers[i + 3]);
-        break;
-    }
-    default: break;
-    }
-}
-
 // The angle between two rotations, exact where the cosine alone is not: near 0.
 double angleBetween(Rotation const& from, Rotation const& to)
 {
@@ -88,6 +70,24 @@ Motion motionOf(std::string const& type)
 }
 
 } // namespace
+
+void assignNumbers(Field& field, std::span<float const> numbers)
+{
+    switch (field.dataType()) {
+    case MFFloatType: static_cast<MFFloat&>(field)._value.assign(numbers.begin(), numbers.end()); break;
+    case MFVec2fType: assign(static_cast<MFVec2f&>(field)._value, numbers); break;
+    case MFVec3fType: assign(static_cast<MFVec3f&>(field)._value, numbers); break;
+    case MFColorType: assign(static_cast<MFColor&>(field)._value, numbers); break;
+    case MFRotationType: {
+        auto& list = static_cast<MFRotation&>(field)._value;
+        list.clear();
+        for (std::size_t i = 0; i + 3 < numbers.size(); i += 4)
+            list.emplace_back(osg::Vec3f(numbers[i], numbers[i + 1], numbers[i + 2]), numbers[i + 3]);
+        break;
+    }
+    default: break;
+    }
+}
 
 KeyTrack KeyTrack::only(std::vector<std::size_t> const& kept) const
 {
@@ -164,8 +164,8 @@ PlayedTrack::PlayedTrack(KeyTrack const& track)
     _fraction = static_cast<SFFloat*>(_node->findField("set_fraction"));
     Field* const values = _node->findField("keyValue");
     _output = _node->findField(values != nullptr ? "value_changed" : "modifiedFraction_changed");
-    assign(*_node->findField("key"), track.keys);
-    assign(values != nullptr ? *values : *_node->findField("easeInEaseOut"), track.values);
+    assignNumbers(*_node->findField("key"), track.keys);
+    assignNumbers(values != nullptr ? *values : *_node->findField("easeInEaseOut"), track.values);
 }
 
 PlayedTrack::~PlayedTrack() = default;
@@ -196,6 +196,7 @@ double differenceOf(Field const& a, Field const& b)
     case MFFloatType: return lists(both(static_cast<MFFloat*>(nullptr)));
     case MFVec2fType: return lists(both(static_cast<MFVec2f*>(nullptr)));
     case MFVec3fType: return lists(both(static_cast<MFVec3f*>(nullptr)));
+    case SFMatrix4fType: return fixed(both(static_cast<SFMatrix4f*>(nullptr)), 16);
     case SFRotationType: {
         auto const rotations = both(static_cast<SFRotation*>(nullptr));
         return angleBetween(rotations.first, rotations.second);
@@ -215,19 +216,11 @@ std::vector<float> merged(std::vector<float> const& a, std::vector<float> const&
 PlayedDifference largestDifference(Playable& a, Playable& b, std::vector<float> const& keys, int steps)
 {
     PlayedDifference found;
-    auto const compare = [&](float fraction) {
+    eachFraction(keys, steps, [&](float fraction) {
         double const difference = differenceOf(a.play(fraction), b.play(fraction));
         if (difference > found.largest || std::isnan(difference))
             found = {std::isnan(difference) ? std::numeric_limits<double>::infinity() : difference, fraction};
-    };
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        compare(keys[i]);
-        if (i + 1 == keys.size())
-            break;
-        for (int step = 1; step < steps; ++step)
-            compare(keys[i] + (keys[i + 1] - keys[i]) * static_cast<float>(step) / static_cast<float>(steps));
-        compare(std::nextafter(keys[i + 1], keys[i]));
-    }
+    });
     return found;
 }
 

@@ -3,6 +3,7 @@
 #include "base/Field.h"
 #include "base/NodeType.h"
 
+#include <cmath>
 #include <cstddef>
 #include <memory>
 #include <span>
@@ -47,6 +48,8 @@ struct KeyTrack {
 KeyTrack trackOf(SceneNode const& node);
 /// The field that holds an interpolator's values: keyValue, or easeInEaseOut.
 Field& valuesOf(SceneNode const& node);
+/// Gives a list field these numbers.
+void assignNumbers(Field& field, std::span<float const> numbers);
 /// Why a track is left as it is: "keys are not in order"; "" when nothing speaks against it.
 std::string faultOf(KeyTrack const& track);
 
@@ -83,9 +86,22 @@ struct PlayedDifference {
     double largest = 0;
     float fraction = 0; ///< where
 };
+/// Calls visit(fraction) for every key, just before each, and at `steps` - 1 places between each two.
+template <class Visit>
+void eachFraction(std::vector<float> const& keys, int steps, Visit visit)
+{
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        visit(keys[i]);
+        if (i + 1 == keys.size())
+            break;
+        for (int step = 1; step < steps; ++step)
+            visit(keys[i] + (keys[i + 1] - keys[i]) * static_cast<float>(step) / static_cast<float>(steps));
+        visit(std::nextafter(keys[i + 1], keys[i]));
+    }
+}
 /// Plays both and compares them: at all keys of both, just before them, and densely in between.
 PlayedDifference largestDifference(KeyTrack const& a, KeyTrack const& b);
-/// The same for anything: at `keys`, just before each, and at `steps` - 1 places between each two.
+/// The same for anything, at eachFraction().
 PlayedDifference largestDifference(Playable& a, Playable& b, std::vector<float> const& keys, int steps);
 /// The numbers of both, in order, each once.
 std::vector<float> merged(std::vector<float> const& a, std::vector<float> const& b);
