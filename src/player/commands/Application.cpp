@@ -45,6 +45,9 @@ int runApplication(int argc, char const* const* argv)
         addSweepCommand(app, session);
         addCheckCommand(app, session);
         addExportCommand(app, session);
+        addBakeCommand(app, session);
+        addDiffCommand(app, session);
+        addReduceCommand(app, session);
         addTypesCommand(app, session);
         try {
             app.parse(argc, argv);
