@@ -50,6 +50,9 @@ int runApplication(int argc, char const* const* argv)
         addExportCommand(app, session);
         addExplainCommand(app, session);
         addSettingsCommand(app, session);
+        addBakeCommand(app, session);
+        addDiffCommand(app, session);
+        addReduceCommand(app, session);
         addTypesCommand(app, session);
         try {
             app.parse(argc, argv);

@@ -1,4 +1,6 @@
+#include "player/checking/Suppressions.h"
 #include "player/commands/Checking.h"
+#include "player/commands/Editing.h"
 #include "player/commands/FindingFormats.h"
 #include "player/commands/Inputs.h"
 #include "player/commands/LogOutput.h"
@@ -7,6 +9,7 @@
 #include "player/commands/Playing.h"
 #include "player/commands/Processes.h"
 #include "player/commands/Tables.h"
+#include "player/editing/Fixes.h"
 #include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
@@ -29,8 +32,10 @@ struct CheckCommandOptions {
     std::vector<std::string> only, ignore, severities;
     std::optional<unsigned> perNode, perCode, jobs;
     std::optional<std::size_t> maxWarnings;
-    std::string format, failOn, output = "-";
+    std::string format, failOn;
     bool hints = false, codes = false, markdown = false;
+    bool fix = false, unsafeFixes = false;
+    EditOptions edit;
 };
 
 void requireCode(std::string const& code, char const* option)
@@ -138,7 +143,7 @@ public:
             applyCommandLine(options, session, _settings.emplace_back(files.forScene("-")));
         Settings const& first = _settings.front(); // what is one for all
         _jobs = first.jobs.value != 0 ? first.jobs.value : std::max(1u, std::thread::hardware_concurrency());
-        _format = findingFormat(first.format.value, options.output == "-" && styledOutput(STDOUT_FILENO));
+        _format = findingFormat(first.format.value, options.edit.output.empty() && styledOutput(STDOUT_FILENO));
     }
     void run();
 
@@ -176,8 +181,8 @@ Answer Check::answer(std::size_t number) const
     CheckedFile const checked =
         checkFile(_session, _scenes[number], _options.limits.over(settings), settings.checkOptions());
     Answer answer = answerTo(checked, number);
-    if (_options.output != "-")
-        answer.touchesOutput = std::ranges::any_of(checked.files, [&](auto const& file) { return isSameFile(file, _options.output); });
+    if (!_options.edit.output.empty())
+        answer.touchesOutput = std::ranges::any_of(checked.files, [&](auto const& file) { return isSameFile(file, _options.edit.output); });
     return answer;
 }
 
@@ -185,7 +190,7 @@ void Check::take(Answer const& answer)
 {
     std::cerr << answer.errors;
     if (answer.touchesOutput)
-        throw Failure(exitUsage, '"' + _options.output + "\" is a file that a scene is made of and is not written over");
+        throw Failure(exitUsage, '"' + _options.edit.output + "\" is a file that a scene is made of and is not written over");
     if (!answer.text.empty())
         _out->stream() << (std::exchange(_any, true) ? _format->separator() : "") << answer.text;
     _out->check();
@@ -202,11 +207,11 @@ void Check::take(Answer const& answer)
 void Check::run()
 {
     openPool(_session);
-    if (_options.output != "-")
+    if (!_options.edit.output.empty())
         for (std::string const& scene : _scenes)
-            if (isSameFile(scene, _options.output))
-                throw Failure(exitUsage, '"' + _options.output + "\" is the scene itself and is not written over");
-    _out = std::make_unique<OutputFile>(_options.output);
+            if (isSameFile(scene, _options.edit.output))
+                throw Failure(exitUsage, '"' + _options.edit.output + "\" is the scene itself and is not written over");
+    _out = std::make_unique<OutputFile>(_options.edit.output.empty() ? "-" : _options.edit.output);
     _format->begin(_out->stream());
     Progress progress;
     if (_scenes.size() == 1) {
@@ -247,10 +252,46 @@ void Check::run()
         _session.status = exitScene;
 }
 
+// One scene after the other; one that cannot be mended does not stop the others.
+void fix(Session& session, CheckCommandOptions const& options)
+{
+    std::vector<std::string> const scenes = scenesOf(options.scenes);
+    if (!options.edit.write && !options.edit.diff && (options.edit.output.empty() || scenes.size() != 1))
+        throw Failure(exitUsage, scenes.size() != 1 ? "--fix: of several scenes, --write or --diff" : "--fix: where to? --write, --diff or -o FILE");
+    SettingsFiles files(session.config, session.noConfig);
+    std::size_t all = 0;
+    for (std::string const& file : scenes) {
+        Settings settings = files.forScene(file);
+        applyCommandLine(options, session, settings);
+        CheckOptions everything = settings.checkOptions(); // also what is not shown
+        everything.perNode = 0;
+        everything.hints = true;
+        try {
+            OpenedScene const opened(session, {file, options.limits});
+            ReaderFindings none;
+            SceneEdits edits(*opened.scene, options.edit.inlined, opened.limits.bytes);
+            auto const findings = checkWithSuppressions(*opened.scene, none.take(), everything);
+            std::vector<FixOutcome> const outcomes = fixScene(*opened.scene, edits, findings, everything, options.unsafeFixes);
+            writeEdits(edits, options.edit, opened);
+            for (FixOutcome const& outcome : outcomes) {
+                all += outcome.done;
+                std::cerr << printable(outcome.node) << ": " << outcome.code
+                          << (outcome.done ? " fixed" : " not fixed: " + printable(outcome.why)) << '\n';
+            }
+        } catch (Failure const& failure) {
+            if (scenes.size() == 1 || failure.status() == exitUsage)
+                throw;
+            std::cerr << "zelvan-play: " << printable(failure.what()) << '\n';
+            session.status = std::max(session.status, failure.status());
+        }
+    }
+    std::cerr << (scenes.size() == 1 ? printable(scenes.front()) : std::to_string(scenes.size()) + " files") << ": " << all << " fixed\n";
+}
+
 void check(Session& session, CheckCommandOptions const& options)
 {
     if (options.codes) {
-        OutputFile out(options.output);
+        OutputFile out("-");
         if (options.markdown)
             writeCodesMarkdown(out.stream());
         else
@@ -260,6 +301,10 @@ void check(Session& session, CheckCommandOptions const& options)
     if (options.scenes.empty())
         throw Failure(exitUsage, "check: which SCENE? (zelvan-play check --help)");
     requireSense(options);
+    if ((options.unsafeFixes || options.edit.write || options.edit.diff || options.edit.inlined) && !options.fix)
+        throw Failure(exitUsage, "--unsafe-fixes, --write, --diff and --inlined go with --fix");
+    if (options.fix)
+        return fix(session, options);
     Check(session, options).run();
 }
 
@@ -273,7 +318,6 @@ void addCheckCommand(CLI::App& app, Session& session)
     addLimitOptions(command, options->limits);
     command.add_option("--format", options->format, "how to write the findings (text)")
         ->check(CLI::IsMember({"text", "json", "sarif", "github"}))->option_text("text|json|sarif|github");
-    command.add_option("-o,--output", options->output, "where to (standard output)")->option_text("FILE");
     inRange(command.add_option("-j,--jobs", options->jobs, "files checked at a time (as many as there are processors)"), 1, mostJobs)
         ->option_text("N");
     // One value for each use of an option, so that the scene may follow it.
@@ -293,6 +337,9 @@ void addCheckCommand(CLI::App& app, Session& session)
     command.add_option("--fail-on", options->failOn, "the least severity that makes the status 1 (error)")
         ->check(CLI::IsMember({"note", "warning", "error"}))->option_text("note|warning|error")->group("Findings");
     count("--max-warnings", options->maxWarnings, "more warnings than this make the status 1");
+    command.add_flag("--fix", options->fix, "mend what can be mended without a change of what is played")->group("Fixes");
+    command.add_flag("--unsafe-fixes", options->unsafeFixes, "with --fix: mend also what changes what is played")->group("Fixes");
+    addEditOptions(command, options->edit);
     auto* const codes = command.add_flag("--codes", options->codes, "list all codes, with their meaning");
     command.add_flag("--markdown", options->markdown, "the list as Markdown, with examples")->needs(codes);
     command.footer("Exit status: 1 when there is an error, or what --fail-on names; 3 when a file cannot be read.\n"
@@ -300,7 +347,8 @@ void addCheckCommand(CLI::App& app, Session& session)
                    "  zelvan-play check door.x3d\n"
                    "  zelvan-play check scenes --fail-on warning\n"
                    "  zelvan-play check --ignore idle-sensor --severity loop-jump=error door.x3d\n"
-                   "  zelvan-play check scenes --format sarif -o findings.sarif");
+                   "  zelvan-play check scenes --format sarif -o findings.sarif\n"
+                   "  zelvan-play check door.x3d --fix --unsafe-fixes --diff");
     command.callback([&session, options] { check(session, *options); });
 }
 

@@ -32,6 +32,9 @@ void addExportCommand(CLI::App& app, Session& session);
 void addCheckCommand(CLI::App& app, Session& session);
 void addExplainCommand(CLI::App& app, Session& session);
 void addSettingsCommand(CLI::App& app, Session& session);
+void addBakeCommand(CLI::App& app, Session& session);
+void addDiffCommand(CLI::App& app, Session& session);
+void addReduceCommand(CLI::App& app, Session& session);
 void addTypesCommand(CLI::App& app, Session& session);
 
 } // namespace Zelvan::play

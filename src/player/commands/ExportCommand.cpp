@@ -111,10 +111,9 @@ void exportScene(Session& session, ExportOptions const& options)
     OpenedScene const opened(session, options.scene);
     requireOwnFiles({options.output}, opened);
     Clock clock(*opened.scene);
-    Timing timing = options.time.timing(opened.settings);
+    Timing timing = prepare(clock, options.time, opened.settings);
     if (options.rate)
         timing.fps = *options.rate;
-    prepare(clock, options.time, timing);
     if (options.atKeys) {
         timing.at = keyTimes(*opened.scene, clock, timing.to);
         std::erase_if(timing.at, [&](double t) { return t < timing.from || t > timing.to; });

@@ -3,6 +3,7 @@
 #include "player/commands/Checking.h"
 #include "player/commands/SourceLine.h"
 #include "player/commands/Tables.h"
+#include "player/editing/Fixes.h"
 #include "player/scene/Utf8.h"
 
 #include <algorithm>
@@ -77,7 +78,7 @@ private:
         std::string_view const shown = std::string_view(line).substr(begin, most);
         std::string const number = std::to_string(place.line);
         return ' ' + number + " | " + printable(shown.substr(0, shown.size() - cutOff(shown))) + "\n " + std::string(number.size(), ' ')
-            + " | " + std::string(characters(printable(shown.substr(0, at - begin))), ' ') + "^\n";
+            + " | " + std::string(displayWidth(printable(shown.substr(0, at - begin))), ' ') + "^\n";
     }
     /// Bytes at the end that are no whole character.
     static std::size_t cutOff(std::string_view text)
@@ -106,7 +107,7 @@ public:
                           {"node", finding.node},
                           {"message", finding.message},
                           {"advice", finding.advice},
-                          {"fix", fixName(codeNamed(finding.code).fix)}};
+                          {"fix", fixName(fixOf(finding))}};
             if (finding.more > 0)
                 entry["more"] = finding.more;
             text += (text.empty() ? "    " : ",\n    ") + dumped(entry);
@@ -242,7 +243,7 @@ FindingCounts countsOf(std::vector<Finding> const& findings)
         std::size_t const count = 1 + finding.more;
         std::size_t* const bySeverity[] = {&counts.hints, &counts.notes, &counts.warnings, &counts.errors};
         *bySeverity[static_cast<unsigned>(finding.severity)] += count;
-        counts.fixable += codeNamed(finding.code).fix != Fix::none ? count : 0;
+        counts.fixable += fixOf(finding) != Fix::none ? count : 0;
     }
     return counts;
 }

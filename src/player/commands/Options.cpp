@@ -75,16 +75,6 @@ void addLimitOptions(CLI::App& command, LimitOptions& limits)
     }
 }
 
-Timing TimeOptions::timing(Settings const& settings) const
-{
-    Timing timing;
-    timing.from = from.value_or(settings.from.value);
-    timing.to = duration ? timing.from + *duration : to.value_or(settings.to.value);
-    timing.fps = fps.value_or(settings.fps.value);
-    timing.at = at;
-    return timing;
-}
-
 void addSceneOptions(CLI::App& command, SceneOptions& options)
 {
     command.add_option("scene", options.file, "X3D file; \"-\" is standard input")->required()->option_text("SCENE");
@@ -98,7 +88,7 @@ void addTimeOptions(CLI::App& command, TimeOptions& options)
         return group(inRange(command.add_option(name, value, what), 0, latestTime))->option_text("SECONDS");
     };
     seconds("--from", options.from, "record from this second on (0)");
-    auto* const to = seconds("--to", options.to, "play up to this second (5)");
+    auto* const to = seconds("--to", options.to, "play up to this second (one cycle of the longest sensor that runs, at most 60)");
     seconds("--duration", options.duration, "play this long from --from on")->excludes(to);
     group(inRange(command.add_option("--fps", options.fps, "frames per second (60)"), leastFps, mostFps)->option_text("N"));
     group(inRange(command.add_option("--at", options.at, "record at these times only"), 0, latestTime)

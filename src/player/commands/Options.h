@@ -49,8 +49,6 @@ void addSceneOptions(CLI::App& command, SceneOptions& options);
 struct TimeOptions {
     std::optional<double> from, to, duration, fps;
     std::vector<double> at;
-    /// What is given, over the settings.
-    Timing timing(Settings const& settings) const;
     std::vector<std::string> start, inject;
     bool startAll = false;
 };

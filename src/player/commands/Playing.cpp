@@ -7,6 +7,7 @@
 #include "player/playing/PoolLoader.h"
 #include "player/scene/Values.h"
 
+#include <algorithm>
 #include <iostream>
 #include <unistd.h>
 #include <utility>
@@ -27,6 +28,17 @@ double timeSuffix(std::string& text, double otherwise, std::string const& option
                                      + text.substr(at + 1) + '"');
     text.resize(at);
     return time;
+}
+
+/// When all sensors that will run have run through a cycle; 5 s when none will.
+double cycleEnd(Clock const& clock)
+{
+    constexpr double longest = 60, otherwise = 5;
+    double end = 0;
+    for (Clock::Sensor const& sensor : clock.planned(longest))
+        for (Clock::Run const& run : sensor.runs)
+            end = std::max(end, std::min(run.start + run.cycle, longest));
+    return end > 0 ? end : otherwise;
 }
 
 } // namespace
@@ -74,8 +86,12 @@ OpenedScene::OpenedScene(Session const& session, SceneOptions const& options)
     diagnostics.finish();
 }
 
-void prepare(Clock& clock, TimeOptions const& options, Timing const& timing)
+Timing prepare(Clock& clock, TimeOptions const& options, Settings const& settings)
 {
+    Timing timing;
+    timing.from = options.from.value_or(settings.from.value);
+    timing.fps = options.fps.value_or(settings.fps.value);
+    timing.at = options.at;
     for (std::string name : options.start) {
         double const time = timeSuffix(name, timing.from, "--start " + name);
         clock.startSensor(name, time);
@@ -92,6 +108,11 @@ void prepare(Clock& clock, TimeOptions const& options, Timing const& timing)
         double const time = timeSuffix(value, timing.from, option);
         clock.inject({text.substr(0, dot), text.substr(dot + 1, equal - dot - 1), value, time});
     }
+    timing.to = options.duration    ? timing.from + *options.duration
+        : options.to                ? *options.to
+        : settings.to.value         ? *settings.to.value
+                                    : std::max(timing.from, cycleEnd(clock));
+    return timing;
 }
 
 void playFrames(Clock& clock, Recorder& recorder, std::vector<Timing::Frame> const& frames, std::size_t mostLooks)

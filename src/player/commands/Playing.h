@@ -34,8 +34,8 @@ struct OpenedScene {
     std::vector<Finding> findings;
 };
 
-/// Gives the clock what --start, --start-all and --inject ask for.
-void prepare(Clock& clock, TimeOptions const& options, Timing const& timing);
+/// Gives the clock what --start, --start-all and --inject ask for. Returns when to play: what is given, over the settings.
+Timing prepare(Clock& clock, TimeOptions const& options, Settings const& settings);
 /// Plays all frames, while sensors are asked no more than `mostLooks` times. Shows progress on a terminal when it takes
 /// long.
 void playFrames(Clock& clock, Recorder& recorder, std::vector<Timing::Frame> const& frames, std::size_t mostLooks);

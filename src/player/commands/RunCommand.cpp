@@ -22,8 +22,7 @@ void run(Session& session, RunOptions const& options)
 {
     OpenedScene const opened(session, options.scene);
     Clock clock(*opened.scene);
-    Timing const timing = options.time.timing(opened.settings);
-    prepare(clock, options.time, timing);
+    Timing const timing = prepare(clock, options.time, opened.settings);
     auto const frames = timing.frames();
 
     Recorder::Options recording;

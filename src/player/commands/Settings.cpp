@@ -234,7 +234,8 @@ void SettingsFiles::File::readAll(std::string const& name, toml::table const& ta
     handlers["jobs"] = reader.small(&Settings::jobs, 1, mostJobs);
     handlers["format"] = reader.name(&Settings::format, {"text", "json", "sarif", "github"});
     handlers["from"] = reader.real(&Settings::from, 0, latestTime);
-    handlers["to"] = reader.real(&Settings::to, 0, latestTime);
+    handlers["to"] = reader.sets<std::optional<double>>(
+        &Settings::to, [&](Reader::Entry const& entry) { return std::optional(reader.number(entry, 0, latestTime)); });
     handlers["fps"] = reader.real(&Settings::fps, leastFps, mostFps);
     handlers["fail-on"] = reader.sets<Severity>(&Settings::failOn, [&](Reader::Entry const& entry) {
         return **severityNamed(reader.oneOf(entry, {"note", "warning", "error"}));

@@ -30,7 +30,8 @@ struct Settings {
     Setting<std::optional<std::size_t>> maxWarnings;
     Setting<std::string> format{"text"};
     Setting<unsigned> jobs{0};                                           ///< 0: as many as there are processors
-    Setting<double> from{0}, to{5}, fps{60};
+    Setting<double> from{0}, fps{60};
+    Setting<std::optional<double>> to; ///< none: one cycle
     std::map<std::string, Setting<std::size_t>> limits;                  ///< those that are set, "max-bytes"
 
     void setSeverity(std::string const& code, std::optional<Severity> severity, std::string const& where)

@@ -42,7 +42,7 @@ void writeSettings(std::ostream& out, Settings const& settings)
     row("format", settings.format.value, settings.format.from);
     row("jobs", settings.jobs.value == 0 ? "one for each processor" : std::to_string(settings.jobs.value), settings.jobs.from);
     number("from", settings.from);
-    number("to", settings.to);
+    row("to", settings.to.value ? roundNumber(*settings.to.value, 12) : "one cycle", settings.to.from);
     number("fps", settings.fps);
     for (LimitOption const& limit : limitOptions()) {
         auto const found = settings.limits.find(limit.name);

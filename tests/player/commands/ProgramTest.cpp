@@ -123,8 +123,9 @@ TEST(Program, ShowsNothingRawToTheTerminal)
         std::string const seen = csv ? result.err : result.err + result.out;
         for (std::string const raw : {"\x1b", "\u202E", "\u009B", "\nx.x3d"})
             EXPECT_EQ(seen.find(raw), std::string::npos) << arguments << '\n' << seen;
-        if (arguments.find(" s.x3d") < 8 && result.status < 2)
+        if (arguments.find(" s.x3d") < 8 && result.status < 2) {
             EXPECT_THAT(seen, HasSubstr(shown)) << arguments;
+        }
     }
 }
 
@@ -213,6 +214,20 @@ TEST(Program, NoticesWhatTheMachineRefuses)
         EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), c.status)
             << c.command << '\n' << folder.read(".out");
         EXPECT_THAT(folder.read(".err"), HasSubstr(c.err)) << c.command;
+    }
+}
+
+TEST(Program, TellsTheAngleOfAMatrixByTheShorterWay)
+{
+    Folder const folder;
+    std::string const quarter = " 0 1 0 0 -1 0 0 0 0 0 1 0 0 0 0 1", back = " 0 -1 0 0 1 0 0 0 0 0 1 0 0 0 0 1";
+    std::string const beyond = " -0.5 -0.866025 0 0 0.866025 -0.5 0 0 0 0 1 0 0 0 0 1";
+    for (std::string const& key : {quarter, back, beyond}) {
+        folder.add("turn.x3d", x3d("<TimeSensor DEF='C' loop='true'/><TransformationInterpolator DEF='S' key='0 1' keyValue='"
+                                   + key + key + "'/><ROUTE fromNode='C' fromField='fraction_changed' toNode='S' "
+                                   "toField='set_fraction'/>"));
+        for (char const* const command : {"run turn.x3d", "sweep turn.x3d"})
+            EXPECT_THAT(play(folder, command).out, HasSubstr(key == beyond ? "(120 deg)" : "(90 deg)")) << command << key;
     }
 }
 
