@@ -177,7 +177,6 @@ Answer Check::answerTo(CheckedFile const& checked, std::size_t number) const
 Answer Check::answer(std::size_t number) const
 {
     Settings const& settings = _settings[number];
-    showLog(_session.logLevel, _session.logGiven);
     CheckedFile const checked =
         checkFile(_session, _scenes[number], _options.limits.over(settings), settings.checkOptions());
     Answer answer = answerTo(checked, number);
@@ -219,6 +218,7 @@ void Check::run()
     } else {
         // What a file logs stands together, whoever checks the next one.
         auto const work = [this](std::size_t number) {
+            forgetShown(_session.logLevel);
             std::ostringstream errors;
             std::streambuf* const usual = std::cerr.rdbuf(errors.rdbuf());
             Answer result = answer(number);

@@ -60,6 +60,8 @@ ReadLimits LimitOptions::over(Settings const& settings) const
 {
     ReadLimits limits;
     settings.apply(limits);
+    if (!root.empty())
+        limits.root = root;
     for (LimitOption const& limit : limitOptions())
         if (auto const found = given.find(limit.name); found != given.end())
             limit.set(limits, found->second);
@@ -68,6 +70,8 @@ ReadLimits LimitOptions::over(Settings const& settings) const
 
 void addLimitOptions(CLI::App& command, LimitOptions& limits)
 {
+    command.add_option("--root", limits.root, "folder that Inlines and EXTERNPROTOs may be read from (the scene's)")
+        ->option_text("FOLDER");
     for (LimitOption const& limit : limitOptions()) {
         auto* const option = command.add_option_function<std::size_t>(
             std::string("--") + limit.name, [&limits, &limit](std::size_t value) { limits.given[limit.name] = value; }, limit.what);

@@ -33,6 +33,7 @@ std::vector<LimitOption> const& limitOptions();
 /// The limits that the command line sets.
 struct LimitOptions {
     std::map<std::string, std::size_t> given; ///< by name
+    std::string root;                         ///< --root; "" is not given
     /// Those over what the settings say, over the usual ones.
     ReadLimits over(Settings const& settings) const;
 };
