@@ -40,11 +40,10 @@ void addDerived(Track& track, std::vector<double> const& n)
         if (saturation > 0)
             track.derived[0].add(hue);
     } else if (track.type == SFMatrix4fType) {
-        double quantities[7];
-        matrixQuantities(n.data(), quantities);
-        track.derived[0].add(quantities[3] * (std::numbers::pi / 180));
-        for (int c = 4; c < 7; ++c)
-            track.derived[1].add(quantities[c]);
+        MatrixParts const parts = partsOf(n.data());
+        track.derived[0].add(angleBetween({}, parts.rotation) * (std::numbers::pi / 180));
+        for (double const factor : parts.factors)
+            track.derived[1].add(factor);
     }
 }
 

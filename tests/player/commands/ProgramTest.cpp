@@ -230,5 +230,19 @@ TEST(Program, NoticesWhatTheMachineRefuses)
     }
 }
 
+TEST(Program, TellsTheAngleOfAMatrixByTheShorterWay)
+{
+    Folder const folder;
+    std::string const quarter = " 0 1 0 0 -1 0 0 0 0 0 1 0 0 0 0 1", back = " 0 -1 0 0 1 0 0 0 0 0 1 0 0 0 0 1";
+    std::string const beyond = " -0.5 -0.866025 0 0 0.866025 -0.5 0 0 0 0 1 0 0 0 0 1";
+    for (std::string const& key : {quarter, back, beyond}) {
+        folder.add("turn.x3d", x3d("<TimeSensor DEF='C' loop='true'/><TransformationInterpolator DEF='S' key='0 1' keyValue='"
+                                   + key + key + "'/><ROUTE fromNode='C' fromField='fraction_changed' toNode='S' "
+                                   "toField='set_fraction'/>"));
+        for (char const* const command : {"run turn.x3d", "sweep turn.x3d"})
+            EXPECT_THAT(play(folder, command).out, HasSubstr(key == beyond ? "(120 deg)" : "(90 deg)")) << command << key;
+    }
+}
+
 } // namespace
 } // namespace Zelvan::play::test
