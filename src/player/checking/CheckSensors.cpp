@@ -16,7 +16,7 @@ void checkSensors(Scene& scene, FindingCollector& findings)
     };
     for (Clock::Sensor const& sensor : clock.sensors()) {
         auto const& node = static_cast<TimeSensor const&>(*sensor.node->node);
-        bool const runs = node.enabled() && node.sensorProc().startsAt(0);
+        bool const runs = node.sensorProc().isDue(0);
         double const interval = node._cycleInterval._value;
         bool const held = sensor.node->holder != nullptr;
         if (!(interval > 0)) {
