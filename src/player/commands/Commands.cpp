@@ -124,7 +124,9 @@ OpenedScene::OpenedScene(Session const& session, SceneOptions const& options)
 
 void addSceneOptions(CLI::App& command, SceneOptions& options)
 {
-    command.add_option("scene", options.file, "X3D file; \"-\" is standard input")->required()->option_text("SCENE");
+    command.add_option("scene", options.file, "X3D or VRML file; \"-\" is standard input")->required()->option_text("SCENE");
+    command.add_option("--root", options.limits.root, "folder that Inlines and EXTERNPROTOs may be read from (the scene's)")
+        ->option_text("FOLDER");
     auto const limit = [&](char const* name, auto& value, char const* what) {
         command.add_option(name, value, what)->capture_default_str()->option_text("N")->group("Limits");
     };
