@@ -244,6 +244,17 @@ std::vector<CheckCode> const& checkCodes()
                  " keyValue='-0.98 0.17 0 0 -0.17 -0.98 0 0 0 0 1 0 0 0 0 1\n"
                  " -0.98 -0.17 0 0 0.17 -0.98 0 0 0 0 1 0 0 0 0 1'/>",
          .fix = Fix::none, .how = "Mode 'component' turns the shorter way."},
+        {.code = "matrix-rough", .severity = warning, .title = "A rotation of too few decimals",
+         .meaning = "A rotation written with so few decimals that their rounding stretches it, and bends the way to the "
+                    "next key by more than 1 %.",
+         .why = "Between the keys it is sheared, although neither key is.",
+         .bad = "<TransformationInterpolator DEF='Warp' mode='component' key='0 1'\n"
+                " keyValue='0.79 0.17 0.59 0 -0.59 0.47 0.65 0 -0.17 -0.87 0.47 0 0 0 0 1\n"
+                " 2.362 0.504 1.779 0 -0.593 0.469 0.655 0 -0.168 -0.867 0.469 0 0 0 0 1'/>",
+         .good = "<TransformationInterpolator DEF='Warp' mode='component' key='0 1'\n"
+                 " keyValue='0.787 0.168 0.593 0 -0.593 0.469 0.655 0 -0.168 -0.867 0.469 0 0 0 0 1\n"
+                 " 2.362 0.504 1.779 0 -0.593 0.469 0.655 0 -0.168 -0.867 0.469 0 0 0 0 1'/>",
+         .fix = Fix::none, .how = "The message says how many decimals are enough: three for a rotation without scale."},
         {.code = "ease-range", .severity = warning, .title = "An ease share outside 0 to 1",
          .meaning = "An ease share outside 0 to 1.",
          .why = "The two numbers are shares of an interval: how much of it is spent on speeding up and slowing down.",
