@@ -95,6 +95,9 @@ int runApplication(int argc, char const* const* argv)
         addSweepCommand(app, session);
         addCheckCommand(app, session);
         addExportCommand(app, session);
+        addBakeCommand(app, session);
+        addDiffCommand(app, session);
+        addReduceCommand(app, session);
         addTypesCommand(app, session);
         try {
             std::vector<std::string> arguments = withCommand(app, {argv + std::min(argc, 1), argv + argc});

@@ -61,7 +61,7 @@ void addTimeOptions(CLI::App& command, TimeOptions& options)
         return group(inRange(command.add_option(name, value, what), 0, latestTime))->option_text("SECONDS");
     };
     seconds("--from", timing.from, "record from this second on (0)");
-    auto* const to = seconds("--to", timing.to, "play up to this second (5)");
+    auto* const to = seconds("--to", options.to, "play up to this second (one cycle of the longest sensor that runs, at most 60)");
     seconds("--duration", options.duration, "play this long from --from on")->excludes(to);
     group(inRange(command.add_option("--fps", timing.fps, "frames per second (60)"), 1e-3, 1e6)->option_text("N"));
     group(inRange(command.add_option("--at", timing.at, "record at these times only"), 0, latestTime)

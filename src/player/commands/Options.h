@@ -27,7 +27,7 @@ void addLimitOptions(CLI::App& command, ReadLimits& limits);
 /// Options of the commands that let time pass.
 struct TimeOptions {
     Timing timing;
-    std::optional<double> duration;
+    std::optional<double> to, duration;
     std::vector<std::string> start, inject;
     bool startAll = false;
     std::optional<double> now; ///< seconds since 1970 at the opening

@@ -99,7 +99,8 @@ void Outputs::finish(Clock const* clock, std::vector<Curve> const& curves, Pictu
         if (*path == "-")
             return;
     OutputFile out("-");
-    writeReport(out.stream(), *_opened.scene, _recorder, clock, styledOutput(STDOUT_FILENO));
+    writeReport(out.stream(), *_opened.scene, _recorder, clock, styledOutput(STDOUT_FILENO), outputWidth(STDOUT_FILENO),
+                picture.shown);
     out.commit();
 }
 

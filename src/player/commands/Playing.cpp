@@ -5,6 +5,7 @@
 #include "player/playing/PoolLoader.h"
 #include "player/scene/Values.h"
 
+#include <algorithm>
 #include <chrono>
 #include <iostream>
 #include <unistd.h>
@@ -25,6 +26,17 @@ double timeSuffix(std::string& text, double otherwise, std::string const& option
                                      + text.substr(at + 1) + '"');
     text.resize(at);
     return time;
+}
+
+/// When all sensors that will run have run through a cycle; 5 s when none will.
+double cycleEnd(Clock const& clock)
+{
+    constexpr double longest = 60, otherwise = 5;
+    double end = 0;
+    for (Clock::Sensor const& sensor : clock.planned(longest))
+        for (Clock::Run const& run : sensor.runs)
+            end = std::max(end, std::min(run.start + run.cycle, longest));
+    return end > 0 ? end : otherwise;
 }
 
 } // namespace
@@ -68,8 +80,6 @@ OpenedScene::OpenedScene(Session const& session, SceneOptions const& options)
 void prepare(Clock& clock, TimeOptions& options)
 {
     Timing& timing = options.timing;
-    if (options.duration)
-        timing.to = timing.from + *options.duration;
     for (std::string name : options.start) {
         double const time = timeSuffix(name, timing.from, "--start " + name);
         clock.startSensor(name, time);
@@ -86,6 +96,9 @@ void prepare(Clock& clock, TimeOptions& options)
         double const time = timeSuffix(value, timing.from, option);
         clock.inject({text.substr(0, dot), text.substr(dot + 1, equal - dot - 1), value, time});
     }
+    timing.to = options.duration ? timing.from + *options.duration
+                : options.to     ? *options.to
+                                 : std::max(timing.from, cycleEnd(clock));
 }
 
 void playFrames(Clock& clock, Recorder& recorder, std::vector<Timing::Frame> const& frames, std::size_t mostLooks)

@@ -145,8 +145,9 @@ TEST(Program, ShowsNothingRawToTheTerminal)
         std::string const seen = csv ? result.err : result.err + result.out;
         for (std::string const raw : {"\x1b", "\u202E", "\u009B", "\nx.x3d"})
             EXPECT_EQ(seen.find(raw), std::string::npos) << arguments << '\n' << seen;
-        if (arguments.find(" s.x3d") < 8 && result.status < 2)
+        if (arguments.find(" s.x3d") < 8 && result.status < 2) {
             EXPECT_THAT(seen, HasSubstr(shown)) << arguments;
+        }
     }
 }
 
