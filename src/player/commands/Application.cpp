@@ -27,7 +27,9 @@ std::vector<std::string> withCommand(CLI::App const& app, std::vector<std::strin
         if (option != nullptr && option->get_items_expected_max() > 0 && first + 1 != arguments.end())
             ++first;
     }
-    if (first == arguments.end() || app.get_subcommand_no_throw(*first) != nullptr)
+    auto const commands = app.get_subcommands({});
+    auto const isMeant = [&](CLI::App const* command) { return command->get_name() == *first; };
+    if (first == arguments.end() || std::ranges::any_of(commands, isMeant))
         return arguments;
     std::error_code error;
     if (*first == "-" || first->find_first_of("./") != std::string::npos || std::filesystem::exists(*first, error)) {
@@ -36,7 +38,7 @@ std::vector<std::string> withCommand(CLI::App const& app, std::vector<std::strin
     }
     DidYouMean meant(*first);
     std::string names;
-    for (CLI::App const* const command : app.get_subcommands({})) {
+    for (CLI::App const* const command : commands) {
         meant.offer(command->get_name());
         names += (names.empty() ? "; there are: " : ", ") + command->get_name();
     }
@@ -51,11 +53,13 @@ std::string meantOption(CLI::App const& app)
         if (!name.starts_with("--"))
             continue;
         DidYouMean meant(name);
-        for (CLI::App const* at : {app.get_subcommands().empty() ? nullptr : app.get_subcommands().front(), &app})
-            if (at != nullptr)
-                for (CLI::Option const* const option : at->get_options())
-                    for (std::string const& known : option->get_lnames())
-                        meant.offer("--" + known);
+        std::vector<CLI::App const*> apps = {&app};
+        for (CLI::App const* const command : app.get_subcommands())
+            apps.push_back(command);
+        for (CLI::App const* const at : apps)
+            for (CLI::Option const* const option : at->get_options())
+                for (std::string const& known : option->get_lnames())
+                    meant.offer("--" + known);
         return meant.text();
     }
     return "";
