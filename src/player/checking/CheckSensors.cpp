@@ -30,7 +30,7 @@ void checkSensors(Scene& scene, FindingCollector& findings)
             findings.add("idle-sensor", *sensor.node, nullptr,
                          [&] {
                              return ' ' + clock.waitsFor(sensor)
-                                 + (started ? "" : ", and nothing in the scene does that");
+                                 + (started ? "" : ", and nothing in the scene starts it");
                          },
                          "", started ? Severity::hint : Severity::note);
         }

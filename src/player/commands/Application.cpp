@@ -28,7 +28,8 @@ std::vector<std::string> withCommand(CLI::App const& app, std::vector<std::strin
             ++first;
     }
     auto const commands = app.get_subcommands({});
-    if (first == arguments.end() || std::ranges::any_of(commands, [&](CLI::App const* command) { return command->get_name() == *first; }))
+    auto const isMeant = [&](CLI::App const* command) { return command->get_name() == *first; };
+    if (first == arguments.end() || std::ranges::any_of(commands, isMeant))
         return arguments;
     std::error_code error;
     if (*first == "-" || first->find_first_of("./") != std::string::npos || std::filesystem::exists(*first, error)) {
@@ -52,11 +53,13 @@ std::string meantOption(CLI::App const& app)
         if (!name.starts_with("--"))
             continue;
         DidYouMean meant(name);
-        for (CLI::App const* at : {app.get_subcommands().empty() ? nullptr : static_cast<CLI::App const*>(app.get_subcommands().front()), &app})
-            if (at != nullptr)
-                for (CLI::Option const* const option : at->get_options())
-                    for (std::string const& known : option->get_lnames())
-                        meant.offer("--" + known);
+        std::vector<CLI::App const*> apps = {&app};
+        for (CLI::App const* const command : app.get_subcommands())
+            apps.push_back(command);
+        for (CLI::App const* const at : apps)
+            for (CLI::Option const* const option : at->get_options())
+                for (std::string const& known : option->get_lnames())
+                    meant.offer("--" + known);
         return meant.text();
     }
     return "";

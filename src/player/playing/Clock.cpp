@@ -299,7 +299,7 @@ std::string Clock::waitsFor(Sensor const& sensor) const
     std::string const start = " (--start " + sensor.node->name + ')';
     double const ahead = timeSensor(sensor).sensorProc().startTime();
     if (ahead > _time && std::isfinite(ahead) && timeSensor(sensor).enabled())
-        return "starts at " + roundNumber(ahead, 6) + " s";
+        return "starts at " + roundNumber(ahead, 9) + " s";
     // Whoever sets the field is what the author meant to do so.
     auto const by = [&](Field const& field, char const* before) {
         std::string names;
