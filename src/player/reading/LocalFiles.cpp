@@ -70,14 +70,20 @@ Descriptor::~Descriptor()
         ::close(_number);
 }
 
-OpenedFile LocalFiles::openScene(std::string const& path)
+OpenedFile LocalFiles::openScene(std::string const& path, std::string const& root)
 {
     bool const standard = path == "-";
     Descriptor file(standard ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
     if (!file)
         cannotOpen(path, errno);
     fs::path const folder = standard ? fs::path() : fs::path(path).parent_path();
-    _root = identityOf(openFolder(AT_FDCWD, folder));
+    Descriptor const own = openFolder(AT_FDCWD, folder), widest = openFolder(AT_FDCWD, root);
+    if (!root.empty() && !widest)
+        cannotOpen(root, errno);
+    _root = identityOf(root.empty() ? own : widest);
+    _outside = root.empty() ? "the scene's folder (--root allows more)" : '"' + root + '"';
+    if (!root.empty() && !holds(own))
+        throw Failure(exitUsage, path + ": lies outside " + _outside);
     FileIdentity const identity = identityOf(file);
     return {std::move(file), identity, standard ? "<stdin>" : path, folder};
 }
@@ -131,7 +137,7 @@ Descriptor LocalFiles::openFile(std::string const& url, fs::path path, std::stri
         while (!folder && !above.empty() && above != above.parent_path())
             folder = openFolder(from, above = above.parent_path());
         if (!folder || !holds(folder))
-            throw Failure(exitScene, '"' + url + "\" lies outside the scene's folder");
+            throw Failure(exitScene, '"' + url + "\" lies outside " + _outside);
         if (error != 0)
             cannotOpen(name, error);
         struct stat status{};

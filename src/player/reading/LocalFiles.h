@@ -37,11 +37,12 @@ struct OpenedFile {
 };
 
 /// Which file a url means, and whether it may be read: the scene that the command line names, and files in its folder
-/// and below. What is looked at is what has been opened, so that nothing can be put in its place in between.
+/// (or one that is named) and below. What is looked at is what has been opened, so that nothing can be put in its place in between.
 class LocalFiles {
 public:
-    /// Where nothing is read outside of becomes the folder of this file; "-" is standard input. Throws Failure.
-    OpenedFile openScene(std::string const& path);
+    /// "-" is standard input. Nothing will be read outside of the folder `root`; when it is empty, that of the scene.
+    /// Throws Failure.
+    OpenedFile openScene(std::string const& path, std::string const& root);
     /// A url of a file in `folder`, without its fragment. Links are followed as long as they stay inside. Throws Failure
     /// with the reason, in which the url is named: not local, outside, not a file, cannot be opened.
     OpenedFile open(std::string url, std::filesystem::path const& folder) const;
@@ -51,6 +52,7 @@ private:
     Descriptor openFile(std::string const& url, std::filesystem::path path, std::string const& name) const;
 
     FileIdentity _root;
+    std::string _outside; ///< what is said of what lies there
 };
 
 } // namespace Zelvan::play

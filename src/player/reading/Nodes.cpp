@@ -4,29 +4,72 @@
 #include "base/NodeType.h"
 #include "player/reading/SceneReader.h"
 
+#include <algorithm>
+
 namespace Zelvan::play {
 
-std::string fieldNames(Node const& node, unsigned access)
+namespace {
+
+DidYouMean meantField(Node const& node, std::string_view name, unsigned access)
 {
+    DidYouMean meant(name);
+    for (Field const* const field : node.fields())
+        if (field != nullptr && (field->type() & access) != 0)
+            meant.offer(field->findName());
+    return meant;
+}
+
+/// The string in the quotes of a value that holds one.
+std::string unquoted(std::string_view text)
+{
+    std::string string;
+    auto const begin = std::min(text.find('"'), text.size());
+    for (auto at = begin + 1; at < text.size() && text[at] != '"'; ++at) {
+        if (text[at] == '\\' && at + 1 < text.size())
+            ++at;
+        string += text[at];
+    }
+    return string;
+}
+
+} // namespace
+
+std::string otherFields(Node const& node, std::string_view name, unsigned access)
+{
+    if (DidYouMean const meant = meantField(node, name, access); !meant.nearest().empty())
+        return meant.text();
     std::string names;
     for (Field const* const field : node.fields())
         if (field != nullptr && (field->type() & access) != 0)
-            names += (names.empty() ? "" : ", ") + std::string(field->findName());
+            names += (names.empty() ? "; it has " : ", ") + std::string(field->findName());
     return names;
+}
+
+SceneNode& Nodes::add(std::string name, std::string typeName, Location where, std::size_t tenths)
+{
+    _reading.budget.addNode(where);
+    _reading.budget.spend((_reading.budget.isAgain() ? 10 : 0) + tenths, where);
+    SceneNode& node = _reading.scene.sceneNodes.emplace_back();
+    node.typeName = std::move(typeName);
+    _reading.requireShort(node.typeName, "a node type", where);
+    node.name = std::move(name);
+    node.where = where;
+    return node;
 }
 
 SceneNode& Nodes::add(Element const& element, Scope const& scope)
 {
-    Location const where = locate(element, scope);
-    _reading.budget.addNode(where);
-    _reading.budget.spend((_reading.budget.isAgain() ? 10 : 0) + scope.prefix.size() / Budget::bytesForATenth, where);
-    SceneNode& node = _reading.scene.sceneNodes.emplace_back();
     std::string const def = _reading.nameIn(element, "DEF", scope);
+    SceneNode& node = add("", std::string(element.name), locate(element, scope), scope.prefix.size() / Budget::bytesForATenth);
     node.named = !def.empty();
-    node.typeName = element.name;
-    _reading.requireShort(node.typeName, "a node type", where);
     node.name = qualified(scope, node.named ? def : node.typeName + '#' + std::to_string(_reading.scene.sceneNodes.size()));
-    node.where = where;
+    return node;
+}
+
+SceneNode& Nodes::addStore(Instance const& instance)
+{
+    SceneNode& node = add(instance.name, instance.protoName, instance.where, instance.name.size() / Budget::bytesForATenth);
+    node.named = instance.named;
     return node;
 }
 
@@ -36,7 +79,7 @@ void Nodes::define(std::string const& name, Target target, Scope& scope, Locatio
         return;
     Target& defined = scope.names[name];
     if (defined)
-        _reading.warn(where, kinds::duplicateDef, "DEF \"" + name + "\" is taken already; the last one counts");
+        scope.duplicates.emplace_back(name, where);
     defined = target;
 }
 
@@ -64,14 +107,17 @@ void Nodes::create(NodeType& type, Element const& element, SceneNode& node, Scop
     setAttributes(element, node, scope);
 }
 
-void Nodes::setField(SceneNode& node, Field& field, Attribute const& value, Location where)
+void Nodes::setField(SceneNode& node, Field& field, Attribute const& value, SceneFile const& file)
 {
-    if (field.setAndValidateValueByStr(value.value.data(), false)) {
-        node.attributes.push_back({indexOf(field), where});
-        return;
+    Location where = locate(value, file);
+    bool const isString = value.quoted && field.dataType() == SFStringType;
+    if (field.setAndValidateValueByStr(isString ? unquoted(value.value).c_str() : value.value.data(), false)) {
+        if (node.known)
+            node.attributes.push_back({indexOf(field), where});
+        return file.units.convert(*node.node, field);
     }
     FieldTextError const& error = Field::textError();
-    where.offset += static_cast<std::uint32_t>(error.position);
+    where.offset += static_cast<std::uint32_t>(error.position) + isString;
     _reading.diagnostics.error(_reading.scene.place(where), kinds::badValue,
                                node.name + '.' + field.findName() + " (" + dataTypeName(field.dataType()) + "): expected "
                                    + error.expected + ", found \"" + error.found + "\"; the field keeps its default");
@@ -85,17 +131,21 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
             || name == "style" || name.starts_with("xml") || name.starts_with("xsi"))
             continue;
         Field* const field = node.node->findField(std::string(name));
-        Location const where = locate(attribute, scope);
-        if (field == nullptr)
-            _reading.warn(where, kinds::unknownAttribute,
-                          node.name + ": a " + node.typeName + " has no field \"" + std::string(name) + "\"; it has "
-                              + fieldNames(*node.node, initializeOnly));
+        Location const where = locate(attribute, *scope.file);
+        if (field == nullptr) {
+            // What is like no field here was hardly misspelled.
+            bool const misspelled = !meantField(*node.node, name, initializeOnly).nearest().empty();
+            _reading.diagnostics.report(misspelled ? Severity::warning : Severity::note, _reading.scene.place(where),
+                                        kinds::unknownAttribute,
+                                        node.name + ": a " + node.typeName + " has no field \"" + std::string(name) + '"'
+                                            + otherFields(*node.node, name, initializeOnly));
+        }
         else if ((field->type() & initializeOnly) == 0)
             _reading.warn(where, kinds::unknownAttribute,
                           node.name + '.' + std::string(name) + " is " + accessName(field->type())
                               + " and cannot be set in a file");
         else
-            setField(node, *field, attribute, where);
+            setField(node, *field, attribute, *scope.file);
     }
 }
 

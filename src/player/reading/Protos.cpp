@@ -8,8 +8,10 @@ namespace Zelvan::play {
 
 namespace {
 
+using NamedField = std::pair<std::string const, InterfaceField>;
+
 // The same freedom as for nodes: "open", "set_open" and "open_changed" may mean one field.
-InterfaceField const* findField(Instance const& instance, std::string const& field, Node::FieldSearchOrder order)
+NamedField const* findField(Instance const& instance, std::string const& field, Node::FieldSearchOrder order)
 {
     bool const input = order == Node::asInput;
     std::string const affix = input ? "set_" : "_changed";
@@ -21,7 +23,7 @@ InterfaceField const* findField(Instance const& instance, std::string const& fie
         at = fields.find(field.substr(affix.size()));
     if (at == fields.end() && !input && field.ends_with(affix))
         at = fields.find(field.substr(0, field.size() - affix.size()));
-    return at == fields.end() ? nullptr : &at->second;
+    return at == fields.end() ? nullptr : &*at;
 }
 
 } // namespace
@@ -81,6 +83,9 @@ Instance& Protos::instantiate(Element const& element, Proto const& proto, Scope&
     _reading.budget.spend(10, where);
     Instance& instance = _reading.instances.emplace_back();
     instance.name = qualified(scope, def.empty() ? protoName + '#' + std::to_string(_reading.instances.size()) : def);
+    instance.protoName = protoName;
+    instance.where = where;
+    instance.named = !def.empty();
     _nodes.define(def, {nullptr, &instance}, scope, where);
 
     if (Element const* const interface = findChild(*proto.declaration, "ProtoInterface"))
@@ -88,17 +93,19 @@ Instance& Protos::instantiate(Element const& element, Proto const& proto, Scope&
             std::string const name = _reading.nameIn(field, "name", *proto.scope);
             _reading.budget.spend(2 + name.size() / Budget::bytesForATenth, where);
             InterfaceField& added = instance.fields[name];
-            if ((added.value = findAttribute(field, "value")) != nullptr)
-                added.where = locate(*added.value, *proto.scope);
+            added.type = attributeValue(field, "type");
+            added.value = findAttribute(field, "value");
+            added.file = proto.scope->file;
         }
     for (Element const& given : Children(element, "fieldValue")) {
         std::string const name = _reading.nameIn(given, "name", scope);
         auto const found = instance.fields.find(name);
         if (found == instance.fields.end())
-            _reading.warn(locate(given, scope), kinds::badProto, "PROTO \"" + protoName + "\" has no field \"" + name + '"');
+            _reading.warn(locate(given, scope), kinds::badProto, "PROTO \"" + protoName + "\" has no field \"" + name + '"'
+                                                                  + _reading.meant(name, instance.fields));
         else if (Attribute const* const value = findAttribute(given, "value")) {
             found->second.value = value;
-            found->second.where = locate(*value, scope);
+            found->second.file = scope.file;
         }
     }
     return instance;
@@ -133,37 +140,58 @@ void Protos::connect(Element const& element, Target target, Scope& scope)
         }
         auto const found = scope.instance->fields.find(protoField);
         if (found == scope.instance->fields.end()) {
-            _reading.warn(where, kinds::badProto, "IS: the PROTO has no field \"" + protoField + '"');
+            _reading.warn(where, kinds::badProto, "IS: the PROTO has no field \"" + protoField + '"'
+                                                   + _reading.meant(protoField, scope.instance->fields));
             continue;
         }
-        found->second.connections.emplace_back(target, nodeField);
-        if (target.instance != nullptr)
-            connectInstance(found->second, *target.instance, nodeField, where);
-        else if (target.node->known)
-            connectNode(found->second, *target.node, nodeField, where);
+        InterfaceField& field = found->second;
+        bool const exists = target.instance != nullptr ? connectInstance(field, *target.instance, nodeField, where)
+                            : target.node->known       ? connectNode(field, *target.node, nodeField, where)
+                                                       : true;
+        if (exists)
+            field.connections.emplace_back(target, nodeField);
     }
 }
 
-void Protos::connectInstance(InterfaceField const& outer, Instance& inner, std::string const& field, Location where)
+bool Protos::connectInstance(InterfaceField const& outer, Instance& inner, std::string const& field, Location where)
 {
     auto const found = inner.fields.find(field);
-    if (found == inner.fields.end())
-        _reading.warn(where, kinds::badProto, "IS: the instance has no field \"" + field + '"');
+    bool const exists = found != inner.fields.end();
+    if (!exists)
+        _reading.warn(where, kinds::badProto, "IS: the instance has no field \"" + field + '"' + _reading.meant(field, inner.fields));
     else if (outer.value != nullptr) {
         found->second.value = outer.value;
-        found->second.where = outer.where;
+        found->second.file = outer.file;
     }
+    return exists;
 }
 
-void Protos::connectNode(InterfaceField const& outer, SceneNode& node, std::string const& name, Location where)
+bool Protos::connectNode(InterfaceField const& outer, SceneNode& node, std::string const& name, Location where)
 {
     Field* const field = _reading.scene.field(node, name, Node::asInput);
     if (field == nullptr)
-        _reading.warn(where, kinds::badProto, "IS: a " + node.typeName + " has no field \"" + name + '"');
+        _reading.warn(where, kinds::badProto,
+                      "IS: a " + node.typeName + " has no field \"" + name + '"' + otherFields(*node.node, name, inputOutput));
     else if (outer.value != nullptr && (field->type() & initializeOnly) != 0) {
-        _reading.budget.spend(outer.value->value.size() / Budget::bytesForATenth, outer.where);
-        _nodes.setField(node, *field, *outer.value, outer.where);
+        _reading.budget.spend(outer.value->value.size() / Budget::bytesForATenth, where);
+        _nodes.setField(node, *field, *outer.value, *outer.file);
     }
+    return field != nullptr;
+}
+
+// What no node in the instance has is kept as of a node that takes any event and sends it on.
+SceneNode& Protos::store(Instance& instance, std::string const& name, InterfaceField const& field)
+{
+    if (instance.store == nullptr)
+        instance.store = &_nodes.addStore(instance);
+    SceneNode& node = *instance.store;
+    NodePartDataType const type = dataTypeCode(field.type);
+    if (type == 0 || _reading.scene.field(node, name, Node::asInput) != nullptr)
+        return node;
+    Field& kept = *_reading.scene.fieldOfUnknown(node, name, type);
+    if (field.value != nullptr)
+        _nodes.setField(node, kept, *field.value, *field.file);
+    return node;
 }
 
 std::vector<Protos::End> Protos::ends(Target target, std::string const& field, Node::FieldSearchOrder order, Location where)
@@ -181,10 +209,13 @@ std::vector<Protos::End> Protos::ends(Target target, std::string const& field, N
             found.emplace_back(at.target.node, at.field);
         if (at.target.instance == nullptr)
             continue;
-        InterfaceField const* const interface = findField(*at.target.instance, at.field, order);
+        NamedField const* const interface = findField(*at.target.instance, at.field, order);
         if (interface == nullptr)
             continue;
-        for (auto connection = interface->connections.rbegin(); connection != interface->connections.rend(); ++connection) {
+        auto const& [name, value] = *interface;
+        if (value.connections.empty())
+            found.emplace_back(&store(*at.target.instance, name, value), name);
+        for (auto connection = value.connections.rbegin(); connection != value.connections.rend(); ++connection) {
             _reading.budget.spend(10, where);
             open.push_back({connection->first, connection->second});
         }

@@ -22,13 +22,15 @@ public:
     void connect(Element const& element, Target target, Scope& scope);
 
     using End = std::pair<SceneNode*, std::string>;
-    /// The fields of nodes that a field stands for; none when an instance has no such field, or it IS nothing.
+    /// The fields of nodes that a field stands for; none when an instance has no such field.
     std::vector<End> ends(Target target, std::string const& field, Node::FieldSearchOrder order, Location where);
 
 private:
     void declareAll(SceneFile& file);
-    void connectInstance(InterfaceField const& outer, Instance& inner, std::string const& field, Location where);
-    void connectNode(InterfaceField const& outer, SceneNode& node, std::string const& field, Location where);
+    SceneNode& store(Instance& instance, std::string const& name, InterfaceField const& field);
+    /// False, with a message, when there is no such field.
+    bool connectInstance(InterfaceField const& outer, Instance& inner, std::string const& field, Location where);
+    bool connectNode(InterfaceField const& outer, SceneNode& node, std::string const& field, Location where);
 
     Reading& _reading;
     SceneFiles& _files;

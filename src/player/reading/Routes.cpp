@@ -22,6 +22,21 @@ void Routes::resolve(Scope& scope)
         import(*element, scope);
     for (Element const* const element : scope.routes)
         route(*element, scope);
+    reportDuplicates(scope);
+}
+
+// Of no matter unless a ROUTE means one of them.
+void Routes::reportDuplicates(Scope const& scope) const
+{
+    if (scope.duplicates.empty())
+        return;
+    std::unordered_set<std::string_view> routed;
+    for (Element const* const element : scope.routes)
+        for (char const* const end : {"fromNode", "toNode"})
+            routed.insert(attributeValue(*element, end));
+    for (auto const& [name, where] : scope.duplicates)
+        _reading.diagnostics.report(routed.contains(name) ? Severity::warning : Severity::note, _reading.scene.place(where),
+                                    kinds::duplicateDef, "DEF \"" + name + "\" is taken already; the last one counts");
 }
 
 void Routes::import(Element const& element, Scope& scope)
@@ -41,7 +56,7 @@ void Routes::import(Element const& element, Scope& scope)
         if (node != inner.names.end())
             target = node->second;
         else
-            _reading.warn(locate(element, scope), kinds::badInline, "IMPORT: \"" + from + "\" has no node \"" + name + '"');
+            _reading.warn(locate(element, scope), kinds::badInline, "IMPORT: \"" + from + "\" has no node \"" + name + '"' + _reading.meant(name, inner.names));
     }
     // What was not read is kept as a node that takes any event.
     if (!target) {
@@ -65,10 +80,11 @@ void Routes::route(Element const& element, Scope const& scope)
     for (int end = 0; end < 2; ++end) {
         auto const target = scope.names.find(names[end]);
         if (target == scope.names.end())
-            return refuse("no node has the DEF name \"" + names[end] + '"');
+            return refuse("no node has the DEF name \"" + names[end] + '"' + _reading.meant(names[end], scope.names));
         found[end] = _protos.ends(target->second, fields[end], end == 0 ? Node::asOutput : Node::asInput, where);
         if (found[end].empty())
-            return refuse("the PROTO instance \"" + names[end] + "\" has no such field, or it IS nothing");
+            return refuse("the PROTO instance \"" + names[end] + "\" has no field \"" + fields[end] + '"'
+                          + _reading.meant(fields[end], target->second.instance->fields));
     }
     bool first = true;
     for (auto const& [from, fromField] : found[0])
@@ -90,8 +106,8 @@ void Routes::connect(SceneRoute& route)
     auto const known = [&](SceneNode& node, std::string const& name, Node::FieldSearchOrder order) {
         Field* const field = scene.field(node, name, order);
         if (field == nullptr)
-            warn(route, "a " + node.typeName + " has no field \"" + name + "\"; it has "
-                            + fieldNames(*node.node, order == Node::asInput ? inputOnly : outputOnly));
+            warn(route, "a " + node.typeName + " has no field \"" + name + '"'
+                            + otherFields(*node.node, name, order == Node::asInput ? inputOnly : outputOnly));
         return field;
     };
     Field* from = nullptr;

@@ -15,6 +15,7 @@ public:
     void connectUntyped();
 
 private:
+    void reportDuplicates(Scope const& scope) const;
     void import(Element const& element, Scope& scope);
     void route(Element const& element, Scope const& scope);
     void connect(SceneRoute& route);

@@ -1,5 +1,7 @@
 #include "player/reading/SceneFiles.h"
 
+#include "player/reading/ClassicSyntax.h"
+#include "player/reading/SceneReader.h"
 #include "player/reading/XmlSyntax.h"
 
 #include <algorithm>
@@ -44,7 +46,7 @@ SceneFile::SceneFile(OpenedFile const& opened, ReadLimits const& limits)
 SceneFile& SceneFiles::openScene(std::string const& path)
 {
     _budget.requireRoomForFile(path);
-    OpenedFile const opened = _local.openScene(path);
+    OpenedFile const opened = _local.openScene(path, _budget.limits().root);
     SceneFile& file = load(opened);
     _byIdentity[opened.identity].file = &file;
     return file;
@@ -59,19 +61,37 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
         throw Failure(exitScene, file->name + ": error: more than " + std::to_string(most)
                                      + " lines (--max-elements raises the limit)");
     file->number = _scene.addFile(file->name, std::move(lines));
+    if (auto const offset = file->source.firstLatin1())
+        _diagnostics.warning(_scene.place(Location{file->number, *offset}), kinds::badEncoding,
+                             "expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1");
     try {
-        parseXml(file->source.data(), file->source.size(), limits, file->tree);
+        if (file->source.syntax() == SourceFile::Syntax::classic)
+            readClassic(file->source.data(), file->source.size(), file->tree);
+        else
+            parseXml(file->source.data(), file->source.size(), limits, file->tree);
     } catch (SyntaxError const& error) {
-        std::string const place =
-            error.offset == SyntaxError::none ? file->name : _scene.place(Location{file->number, error.offset}).text();
-        throw Failure(exitScene, place + ": error: " + error.what());
+        refuse(*file, error);
     }
+    file->units = Units::of(file->tree.root());
     return *_files.emplace_back(std::move(file));
+}
+
+void SceneFiles::refuse(SceneFile const& file, SyntaxError const& error) const
+{
+    auto const place = [&](std::uint32_t offset) { return _scene.place(Location{file.number, offset}); };
+    std::string text = (error.offset == SyntaxError::none ? file.name : place(error.offset).text()) + ": error: " + error.what();
+    if (error.beginning != SyntaxError::none) {
+        Place const begin = place(error.beginning);
+        text += " (opened at " + std::to_string(begin.line) + ':' + std::to_string(begin.column) + ')';
+    }
+    throw Failure(exitScene, text);
 }
 
 SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location where, char const* kind, std::string* fragment)
 {
-    std::string why = "has no url";
+    constexpr std::size_t shown = 5;
+    std::vector<Answer const*> failed;
+    bool more = false;
     for (std::string url : quotedStrings(urls)) {
         if (auto const hash = url.find('#'); hash != std::string::npos) {
             if (fragment != nullptr)
@@ -86,9 +106,16 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
         }
         if (answer.file != nullptr)
             return answer.file;
-        why = answer.why;
+        if (std::ranges::find(failed, &answer) != failed.end())
+            continue;
+        more = failed.size() == shown;
+        if (!more)
+            failed.push_back(&answer);
     }
-    _diagnostics.warning(_scene.place(where), kind, why);
+    std::string why = failed.empty() ? "has no url" : failed.size() > 1 ? "none of its urls can be read: " : "";
+    for (Answer const* const answer : failed)
+        why += (answer == failed.front() ? "" : "; ") + answer->why;
+    _diagnostics.warning(_scene.place(where), kind, why + (more ? "; and others" : ""));
     return nullptr;
 }
 

@@ -4,6 +4,7 @@
 #include "player/reading/ElementTree.h"
 #include "player/reading/LocalFiles.h"
 #include "player/reading/SourceFile.h"
+#include "player/reading/Units.h"
 
 #include <map>
 #include <memory>
@@ -22,6 +23,7 @@ struct SceneFile {
     std::string name;             ///< as messages have it
     std::filesystem::path folder; ///< that its urls begin in
     std::uint32_t number = 0;     ///< in the scene
+    Units units;
     bool wasRead = false;         ///< as a part of the scene
     Scope* declared = nullptr;    ///< its PROTOs, for those who know the file as an EXTERNPROTO
     Element const* firstProto = nullptr;
@@ -43,6 +45,7 @@ public:
 
 private:
     SceneFile& load(OpenedFile const& opened);
+    [[noreturn]] void refuse(SceneFile const& file, SyntaxError const& error) const;
     SceneFile* openOnce(std::string const& url, SceneFile& from, std::string& why);
 
     Scene& _scene;

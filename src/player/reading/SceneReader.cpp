@@ -144,7 +144,7 @@ void SceneReader::readElement(Element const& element, Scope& scope)
         Routes::addExport(_reading, element, scope);
     else if (name == "Scene" || name == "field" || name == "fieldValue")
         enterChildren(element, scope);
-    else if (name != "head" && name != "IS" && !name.starts_with("Metadata"))
+    else if (name != "head" && name != "IS")
         readNode(element, scope);
 }
 
@@ -154,7 +154,7 @@ void SceneReader::readNode(Element const& element, Scope& scope)
         std::string const wanted = _reading.nameIn(element, "USE", scope);
         if (!scope.names.contains(wanted))
             _reading.warn(locate(element, scope), kinds::unknownUse,
-                          "USE \"" + wanted + "\": no node before this one has that DEF name");
+                          "USE \"" + wanted + "\": no node before this one has that DEF name" + _reading.meant(wanted, scope.names));
         return;
     }
     if (element.name == "ProtoInstance")
@@ -173,7 +173,7 @@ void SceneReader::readNodeItself(Element const& element, Scope& scope)
 bool SceneReader::enterInline(Element const& element, Scope& scope)
 {
     Location const where = locate(element, scope);
-    if (attributeValue(element, "load") == "false")
+    if (std::string_view const load = attributeValue(element, "load"); load == "false" || load == "FALSE")
         return false;
     SceneFile* const inlined = _files.find(attributeValue(element, "url"), *scope.file, where, kinds::badInline, nullptr);
     if (inlined == nullptr)
@@ -204,7 +204,7 @@ void SceneReader::readInstance(Element const& element, Scope& scope)
     Proto const* const proto = Protos::find(scope, name);
     if (proto == nullptr || proto->declaration == nullptr) {
         if (proto == nullptr)
-            _reading.warn(where, kinds::badProto, "no PROTO is named \"" + name + '"');
+            _reading.warn(where, kinds::badProto, "no PROTO is named \"" + name + '"' + _reading.meant(name, scope.protos));
         // Kept as a node that takes any event.
         _nodes.define(def, {&_nodes.add(element, scope)}, scope, where);
         return enterChildren(element, scope);

@@ -15,7 +15,7 @@ std::string Reading::nameIn(Element const& element, std::string_view attribute, 
     Attribute const* const found = findAttribute(element, attribute);
     if (found == nullptr)
         return "";
-    requireShort(found->value, attribute, locate(*found, scope));
+    requireShort(found->value, attribute, locate(*found, *scope.file));
     return std::string(found->value);
 }
 

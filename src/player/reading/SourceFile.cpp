@@ -1,7 +1,6 @@
 #include "player/reading/SourceFile.h"
 
 #include "player/reading/Encodings.h"
-#include "player/reading/VrmlConverter.h"
 #include "player/scene/Diagnostics.h"
 
 #include <algorithm>
@@ -11,6 +10,17 @@
 #include <unistd.h>
 
 namespace Zelvan::play {
+
+namespace {
+
+// "#VRML V2.0 utf8", "#VRML Draft #2 V2.0 utf8", "#X3D V3.3 utf8"
+bool isHeader(std::string_view text, std::string_view language, std::string_view version)
+{
+    std::string_view const line = text.substr(0, text.find_first_of("\r\n"));
+    return line.starts_with(language) && line.find(version) != std::string_view::npos;
+}
+
+} // namespace
 
 SourceFile::SourceFile(OpenedFile const& file, ReadLimits const& limits)
     : _text(std::min(limits.bytes, std::size_t(UINT32_MAX) - 1))
@@ -69,16 +79,28 @@ void SourceFile::decode()
         throw Failure(exitScene, "binary X3D is not read; convert it to X3D XML first");
     if (body().empty())
         throw Failure(exitScene, "expected an X3D scene, found nothing");
-    if (body().starts_with("#VRML V1.0"))
+    if (isHeader(body(), "#VRML", " V1.0"))
         throw Failure(exitScene, "VRML 1.0 is not read; convert it to VRML 2.0 or X3D XML first");
-    if (body().starts_with("#VRML V2.0") || body().starts_with("#X3D V"))
-        _text = convertedVrml(std::move(_text));
+    if (isHeader(body(), "#VRML", " V2.") || isHeader(body(), "#X3D", " V"))
+        decodeClassic();
     else if (body().front() == '{' || body().front() == '[')
         throw Failure(exitScene, "X3D JSON is not read; convert it to X3D XML first");
     else if (body().front() != '<')
-        throw Failure(exitScene, "expected X3D XML, found text that does not begin with \"<\"");
+        throw Failure(exitScene, "expected X3D XML or VRML, found text that begins with neither \"<\" nor \"#VRML\" nor \"#X3D\"");
     else if (std::string const encoding = declaredEncoding(body()); !encoding.empty())
         _text = convertedFrom(encoding.c_str(), std::move(_text));
+}
+
+void SourceFile::decodeClassic()
+{
+    _syntax = Syntax::classic;
+    std::size_t const first = firstNoUtf8(text());
+    if (first == std::string_view::npos || text()[first] == '\0')
+        return;
+    // Every byte before it that is not ASCII becomes two.
+    auto const wider = std::ranges::count_if(text().substr(0, first), [](char c) { return (c & 0x80) != 0; });
+    _text = convertedFrom("ISO-8859-1", std::move(_text));
+    _firstLatin1 = static_cast<std::uint32_t>(first) + static_cast<std::uint32_t>(wider);
 }
 
 std::vector<std::uint32_t> SourceFile::lineStarts() const

@@ -5,15 +5,16 @@
 #include "player/reading/TextBuffer.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace Zelvan::play {
 
 /// The text of one file: UTF-8, whatever form it was stored in. The content decides, not the suffix: gzip is
-/// uncompressed, UTF-16 and declared encodings are converted, ClassicVRML and VRML 2.0 go through the program
-/// `tovrmlx3d`. Throws Failure with the file's name, also for forms that are not read (binary X3D, X3D JSON, VRML 1.0)
-/// and for text that is not valid UTF-8.
+/// uncompressed, UTF-16 and encodings that XML declares are converted, VRML that is no UTF-8 is taken for Latin-1.
+/// Throws Failure with the file's name, also for forms that are not read (binary X3D, X3D JSON, VRML 1.0) and for XML
+/// that is not valid UTF-8.
 class SourceFile {
 public:
     /// Reads on from where the descriptor is, to the end.
@@ -23,16 +24,23 @@ public:
     char* data() { return _text.data(); }
     std::size_t size() const { return _text.size(); }
     std::string_view text() const { return _text.text(); }
+    enum class Syntax { xml, classic };
+    Syntax syntax() const { return _syntax; }
+    /// Of the first character that was not UTF-8 in a file that has been taken for Latin-1.
+    std::optional<std::uint32_t> firstLatin1() const { return _firstLatin1; }
     /// Offsets of the first bytes of all lines. Ask before the text is changed.
     std::vector<std::uint32_t> lineStarts() const;
 
 private:
     void read(Descriptor const& file);
     void decode();
+    void decodeClassic();
     /// The text without byte order mark and blanks in front.
     std::string_view body() const;
 
     TextBuffer _text;
+    Syntax _syntax = Syntax::xml;
+    std::optional<std::uint32_t> _firstLatin1;
 };
 
 } // namespace Zelvan::play

@@ -28,9 +28,11 @@ pugi::xml_node nextElement(pugi::xml_node node)
 void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTree& tree)
 {
     requireElements({text, size}, limits);
+    // What takes bytes out of the values would move the places of those behind.
+    constexpr unsigned options = pugi::parse_default & ~(pugi::parse_wconv_attribute | pugi::parse_eol);
     pugi::xml_document document;
     pugi::xml_parse_result const result =
-        document.load_buffer_inplace(text, size, pugi::parse_default, pugi::encoding_utf8);
+        document.load_buffer_inplace(text, size, options, pugi::encoding_utf8);
     if (result.status == pugi::status_out_of_memory)
         throw std::bad_alloc();
     if (!result)
@@ -45,7 +47,10 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
             // Values are kept where the text had them; an empty one may not be kept at all.
             std::ptrdiff_t const place = attribute.value() - text;
             bool const kept = place > 0 && place < std::ptrdiff_t(size);
-            tree.attribute(attribute.name(), attribute.value(), kept ? std::size_t(place) : offset);
+            std::string_view const value = attribute.value();
+            if (kept) // line breaks are blanks there
+                std::replace_if(text + place, text + place + value.size(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
+            tree.attribute(attribute.name(), value, kept ? std::size_t(place) : offset);
         }
         if (pugi::xml_node const child = nextElement(at.first_child())) {
             at = child;

@@ -72,7 +72,7 @@ TEST(LocalFiles, OpenWhatIsInTheFolderWhateverLeadsThere)
         {std::string(1001, 'a'), "is longer than a file's name"},
     };
     LocalFiles files;
-    OpenedFile const scene = files.openScene(links.folder.path("in/main.x3d"));
+    OpenedFile const scene = files.openScene(links.folder.path("in/main.x3d"), "");
     for (Case const& c : cases)
         try {
             OpenedFile const opened = files.open(c.url, scene.folder);
@@ -87,10 +87,22 @@ TEST(LocalFiles, OpenWhatIsInTheFolderWhateverLeadsThere)
         }
 }
 
+TEST(LocalFiles, ComeFromAWiderFolderThatIsNamed)
+{
+    Links const links;
+    LocalFiles files;
+    OpenedFile const scene = files.openScene(links.folder.path("in/main.x3d"), links.folder.path(""));
+    EXPECT_NE(files.open("../secret.x3d", scene.folder).descriptor.number(), -1);
+    EXPECT_NE(files.open("out.x3d", scene.folder).descriptor.number(), -1);
+    EXPECT_THROW(files.open("../../none", scene.folder), Failure);
+    EXPECT_THROW(files.openScene(links.folder.path("secret.x3d"), links.folder.path("in")), Failure);
+    EXPECT_THROW(files.openScene(links.folder.path("in/main.x3d"), links.folder.path("none")), Failure);
+}
+
 TEST(LocalFiles, MayBeAnythingOnTheCommandLineUpToTheLimit)
 {
     LocalFiles files;
-    OpenedFile const zeros = files.openScene("/dev/zero");
+    OpenedFile const zeros = files.openScene("/dev/zero", "");
     ReadLimits limits;
     limits.bytes = 1 << 20;
     EXPECT_THAT([&] { SourceFile(zeros, limits); },

@@ -81,6 +81,57 @@ TEST(Clock, RunsSensorsAsTheyAreMeant)
         EXPECT_EQ(played(c.attributes, c.injections, quarters, c.field), c.expected) << c.name;
 }
 
+TEST(Clock, LooksAtSensorsInTheOrderOfTheFileWhateverWakesThem)
+{
+    // A starts B, which stands after it, and C, which stands before it; both begin in the frame in which A does.
+    ReadScene read("<TimeSensor DEF='C' cycleInterval='9'/>" + times(200, "<TimeSensor/>")
+                   + "<TimeSensor DEF='A' loop='true' enabled='false'/><TimeSensor DEF='B' cycleInterval='9'/>"
+                     "<TimeSensor DEF='Late'/><Sink DEF='S'/>"
+                     "<ROUTE fromNode='A' fromField='cycleTime' toNode='B' toField='startTime'/>"
+                     "<ROUTE fromNode='A' fromField='cycleTime' toNode='C' toField='startTime'/>"
+                     "<ROUTE fromNode='A' fromField='isActive' toNode='S' toField='a'/>"
+                     "<ROUTE fromNode='B' fromField='isActive' toNode='S' toField='b'/>"
+                     "<ROUTE fromNode='C' fromField='isActive' toNode='S' toField='c'/>"
+                     "<ROUTE fromNode='Late' fromField='isActive' toNode='S' toField='late'/>");
+    Clock clock(*read.scene);
+    Recorder recorder(*read.scene, {});
+    std::string text;
+    recorder.onEvent = [&](Track const& track, double time, Field const& value) {
+        text += shortNumber(time) + track.field + (value.getValueAsStr() == "true" ? "+ " : "- ");
+    };
+    clock.inject({"A", "enabled", "true", 1});
+    clock.inject({"Late", "startTime", "3", 0.5});
+    for (double const time : {0.0, 0.5, 1.0, 2.0, 3.0, 4.0, 5.0})
+        clock.advance(time);
+    EXPECT_EQ(text, "1a+ 1b+ 1c+ 3late+ 4late- ");
+}
+
+TEST(Clock, RefusesMoreSensorsThanFramesHaveTimeFor)
+{
+    std::string const looping = "<TimeSensor loop='true'/>";
+    ReadScene many(times(50, looping)), idle(times(50, "<TimeSensor/>") + looping);
+    Clock clock(*many.scene), idleClock(*idle.scene);
+    clock.limitTo(20, 1000);
+    EXPECT_THROW(clock.limitTo(21, 1000), Failure);
+    EXPECT_NO_THROW(idleClock.limitTo(1000, 1000));
+    for (int frame = 0; frame < 900; ++frame)
+        idleClock.advance(frame); // those that wait cost a look when the scene opens
+    EXPECT_THROW(({ for (int frame = 900; frame < 1000; ++frame) idleClock.advance(frame); }), Failure);
+}
+
+TEST(Clock, ManyInjectionsAtOneMomentAreNoCascade)
+{
+    ReadScene read("<Sink DEF='A'/><Sink DEF='B'/><ROUTE fromNode='A' fromField='x' toNode='B' toField='x'/>"
+                   "<ScalarInterpolator DEF='S'/><ROUTE fromNode='S' fromField='value_changed' toNode='A' toField='x'/>");
+    Clock clock(*read.scene);
+    Recorder recorder(*read.scene, {});
+    for (int i = 0; i < 3000; ++i)
+        clock.inject({"A", "x", std::to_string(i), 1});
+    clock.advance(1, [&] { recorder.beginFrame(); });
+    recorder.finish();
+    EXPECT_EQ(recorder.events(), 6000u);
+}
+
 TEST(Clock, MakesFramesWithoutAddingUpErrors)
 {
     Timing timing;

@@ -168,6 +168,8 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     file("gzip-lines", packed(times(100 * million, "\n")));
     scene("many-defs", times(million / 20, "<Group DEF='N'/>"));
     scene("many-sensors", numbered(million / 100, "<TimeSensor DEF='T#' loop='true' cycleInterval='0.0#1'/>"));
+    scene("fast-sensors", numbered(million / 20, "<TimeSensor loop='true' cycleInterval='1e-9'/>"));
+    scene("waiting-sensors", numbered(million / 20, "<TimeSensor DEF='T#' cycleInterval='1e-9'/>"));
     return names;
 }
 
