@@ -1,4 +1,4 @@
-#include "base/Log.h"
+#include "interpolationNodePool/PoolLog.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -7,11 +7,9 @@
 
 namespace Zelvan {
 
-char const* LogModuleName = "zelvan";
-
 namespace {
 
-// "base/Field" of "/any/where/base/Field.h": the last directory and the name without extension.
+// "interpolationNodePool/Spline" of "/any/where/interpolationNodePool/Spline.h": the last directory and the name without extension.
 std::string sourceName(char const* file)
 {
     std::string name = file;
@@ -36,7 +34,7 @@ std::string formatted(char const* format, std::va_list arguments)
 
 } // namespace
 
-void writeLog(osg::LogLevel level, LogPlace const& place, char const* format, ...)
+void PoolLog::write(osg::LogLevel level, LogPlace const& place, char const* format, ...)
 {
     // Everything that can take time or fail comes before the log's lock is taken.
     std::va_list arguments;
@@ -45,8 +43,7 @@ void writeLog(osg::LogLevel level, LogPlace const& place, char const* format, ..
     va_end(arguments);
     std::string const file = sourceName(place.file);
 
-    if (osg::osgLogP == nullptr)
-        osg::doInitLog();
+    takes(level); // creates the log
     osg::osgStartLog(true, level, LogModuleName, file.c_str(), place.line, place.function);
     try {
         osg::osgLogP->doLog("%s", text.c_str());
@@ -55,6 +52,11 @@ void writeLog(osg::LogLevel level, LogPlace const& place, char const* format, ..
         throw;
     }
     osg::osgLogP->unlock();
+}
+
+std::string nameOf(Node const& node)
+{
+    return node._name.empty() ? node.getIDStr() : node._name;
 }
 
 } // namespace Zelvan
