@@ -79,6 +79,7 @@ void TimeSensorProc::fieldChanged(TimeSensor& node, Field& field, TimeStamp cons
 
 bool TimeSensorProc::startIfDue(TimeStamp const& now)
 {
+    NodeHold const hold(_node);
     TimeSensor& s = sensor();
     double const interval = s._cycleInterval._value;
     bool const stopped = _stopAt > _startAt && now >= _stopAt;
@@ -96,6 +97,7 @@ bool TimeSensorProc::startIfDue(TimeStamp const& now)
 
 void TimeSensorProc::tick(TimeStamp const& now)
 {
+    NodeHold const hold(_node);
     TimeSensor& s = sensor();
     if (_active && !_paused && _pauseAt > _resumeAt && _pauseAt >= _startAt && now >= _pauseAt) {
         progress(_pauseAt, now);

@@ -146,6 +146,7 @@ void Clock::frame(double time)
             sensor.runs.back().end = time;
         sensor.active = proc.isActive();
     }
+    _scene.nodes().finishFrame(time);
 }
 
 void Clock::advance(double time)
@@ -153,6 +154,7 @@ void Clock::advance(double time)
     for (; _nextEvent < _events.size() && _events[_nextEvent].time <= time; ++_nextEvent) {
         Event const& event = _events[_nextEvent];
         event.field->setAndValidateValueByStr(event.value.c_str(), false);
+        NodeHold const hold(*event.field->_node);
         event.field->_node->fieldChanged(*event.field, event.time, nullptr);
     }
     frame(time);
