@@ -10,7 +10,7 @@ _zelvan_play()
     if [[ $previous == = ]]; then
         previous=${COMP_WORDS[COMP_CWORD-2]}
         [[ ${COMP_WORDS[COMP_CWORD]} == = ]] && previous=${COMP_WORDS[COMP_CWORD-1]}
-        [[ $previous != -* ]] && COMPREPLY=($(compgen -W "note warning error off" -- "$current")) && return
+        [[ $previous != -* ]] && COMPREPLY=($(compgen -W "hint note warning error off" -- "$current")) && return
     fi
 
     local commands

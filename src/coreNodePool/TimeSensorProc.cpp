@@ -49,6 +49,8 @@ TimeSensorProc::Idle TimeSensorProc::idle() const
 
 void TimeSensorProc::fieldChanged(TimeSensor& node, Field& field, TimeStamp const& timeStamp, Field* from)
 {
+    if (_flags != nullptr)
+        *_flags |= _flag;
     switch (indexOf(field)) {
     case TransCoder::enabledIndex:
         if (_active && !node.enabled())

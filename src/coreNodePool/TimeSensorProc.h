@@ -2,6 +2,7 @@
 
 #include "coreNodePool/TransCoderProc.h"
 
+#include <cstdint>
 #include <limits>
 
 namespace Zelvan {
@@ -33,7 +34,16 @@ public:
     /// Sends what is due at `now` while active, and ends when the time has come.
     void tick(TimeStamp const& now);
 
+    /// Sets a bit of `flags` (null: no more) whenever a field of the sensor gets a value: between ticks, only that makes a sensor start that is not
+    /// due at a time to come.
+    void watch(std::uint64_t* flags, unsigned bit)
+    {
+        _flags = flags;
+        _flag = std::uint64_t(1) << bit;
+    }
     bool isActive() const { return _active; }
+    /// Whether time alone may make it send something after `now`.
+    bool mayChange(TimeStamp const& now) const { return _active || (_startAt > now && _startAt != never); }
     /// Whether a start at or before `time` is set.
     bool startsAt(TimeStamp const& time) const { return _startAt <= time; }
     /// Of the run that lasts, or of the last one.
@@ -49,6 +59,8 @@ private:
 
     static constexpr double never = std::numeric_limits<double>::infinity();
 
+    std::uint64_t* _flags = nullptr; ///< the host's
+    std::uint64_t _flag = 0;
     bool _active = false;
     bool _paused = false;
     bool _hasRun = false;

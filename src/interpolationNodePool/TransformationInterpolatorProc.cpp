@@ -92,25 +92,25 @@ void TransformationInterpolatorProc::interpolateMatrix(osg::Matrix& value, int i
     // Only a caller that skipped the events finds a cache that does not fit.
     if (_logCache.size() != node()._keyValue._value.size())
         buildLogMat(-1);
+    osg::Matrix const& from = _logCache[static_cast<std::size_t>(i)];
     osg::Matrix const& to = _logCache[static_cast<std::size_t>(j)];
-    osg::Matrix blend = _logCache[static_cast<std::size_t>(i)];
+    osg::Matrix blend;
     for (osg::UInt32 c = 0; c < 4; ++c)
-        blend[c] = lerp(blend[c], to[c], t);
+        blend[c] = lerp(from[c], to[c], t);
     value.expOf(blend);
 }
 
-TransformationInterpolatorProc::Components const&
-TransformationInterpolatorProc::components(Components& kept, osg::Matrix const& matrix)
+void TransformationInterpolatorProc::Components::take(osg::Matrix const& matrix)
 {
     // Playback inside an interval meets the same two matrices again; compared bit for bit, they cannot be stale.
     static_assert(sizeof matrix == 16 * sizeof(float), "bits that are no value must not be compared");
-    if (kept._valid && std::memcmp(&kept._matrix, &matrix, sizeof matrix) == 0)
-        return kept;
-    kept._matrix = matrix;
-    kept._valid = true;
+    if (_valid && std::memcmp(&_matrix, &matrix, sizeof matrix) == 0)
+        return;
+    _matrix = matrix;
+    _valid = true;
 
     DecomposableMatrix linear = matrix;
-    kept._translation.setValues(linear[3][0], linear[3][1], linear[3][2]);
+    _translation.setValues(linear[3][0], linear[3][1], linear[3][2]);
     for (osg::UInt32 c = 0; c < 3; ++c)
         linear[3][c] = linear[c][3] = 0.f;
 
@@ -123,22 +123,25 @@ TransformationInterpolatorProc::components(Components& kept, osg::Matrix const& 
         orthogonal.negate();
         sign = -1.f;
     }
-    kept._rotation.setValue(orthogonal);
-    symmetric.spectralDecompose(orientation, kept._scale);
-    kept._scaleOrientation.setValue(orientation);
+    _rotation.setValue(orthogonal);
+    symmetric.spectralDecompose(orientation, _scale);
+    _scaleOrientation.setValue(orientation);
     for (osg::UInt32 c = 0; c < 3; ++c)
-        kept._scale[c] = kept._scale[c] * sign;
-    return kept;
+        _scale[c] = _scale[c] * sign;
 }
 
 void TransformationInterpolatorProc::interpolateComponent(osg::Matrix& value, int i, int j, float t)
 {
     auto const& keyValue = node()._keyValue._value;
-    Components const& a = components(_kept[i % 2 != 0], keyValue[static_cast<std::size_t>(i)]);
-    Components const& b = components(_kept[i % 2 == 0], keyValue[static_cast<std::size_t>(j)]);
-    value.setTransform(lerp(a._translation, b._translation, t), slerp(a._rotation, b._rotation, t, _rotationAngle),
-                       lerp(a._scale, b._scale, t),
-                       slerp(a._scaleOrientation, b._scaleOrientation, t, _scaleOrientationAngle));
+    if (_kept == nullptr)
+        _kept = std::make_unique<Kept>();
+    Components& a = _kept->_components[i % 2 != 0];
+    Components& b = _kept->_components[i % 2 == 0];
+    a.take(keyValue[static_cast<std::size_t>(i)]);
+    b.take(keyValue[static_cast<std::size_t>(j)]);
+    value.setTransform(lerp(a._translation, b._translation, t),
+                       slerp(a._rotation, b._rotation, t, _kept->_rotationAngle), lerp(a._scale, b._scale, t),
+                       slerp(a._scaleOrientation, b._scaleOrientation, t, _kept->_scaleOrientationAngle));
 }
 
 } // namespace Zelvan

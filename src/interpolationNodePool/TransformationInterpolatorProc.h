@@ -4,6 +4,7 @@
 #include "interpolationNodePool/KeptAngle.h"
 #include "interpolationNodePool/LinearInterpolatorProc.h"
 
+#include <memory>
 #include <vector>
 
 namespace Zelvan {
@@ -37,13 +38,17 @@ private:
         osg::Vec3f _translation, _scale;
         osg::Quaternion _rotation, _scaleOrientation;
         bool _valid = false;
-    };
-    ZELVAN_INTERPOLATION_LOCAL Components const& components(Components& kept, osg::Matrix const& matrix);
 
-    /// Of the keys around the fraction, even keys in the first, odd ones in the second: going on to the next
-    /// interval changes one of them.
-    Components _kept[2];
-    KeptAngle _rotationAngle, _scaleOrientationAngle;
+        ZELVAN_INTERPOLATION_LOCAL void take(osg::Matrix const& matrix);
+    };
+    /// What component mode remembers, there from its first interval on.
+    struct Kept {
+        /// Of the keys around the fraction, even keys in the first, odd ones in the second: going on to the next
+        /// interval changes one of them.
+        Components _components[2];
+        KeptAngle _rotationAngle, _scaleOrientationAngle;
+    };
+    std::unique_ptr<Kept> _kept;
 };
 
 } // namespace Zelvan

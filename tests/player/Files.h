@@ -57,8 +57,10 @@ inline std::string x3d(std::string const& scene)
 
 /// A scene read from a text, with what reading it reported (paths left out).
 struct ReadScene {
-    explicit ReadScene(std::string const& body, ReadLimits const& limits = {})
-        : file(folder.add("scene.x3d", x3d(body))), scene((loadPool(""), readScene(file, limits, diagnostics)))
+    explicit ReadScene(std::string const& body, ReadLimits const& limits = {}) : ReadScene(x3d(body), limits, "scene.x3d") {}
+    /// The same of a whole file.
+    ReadScene(std::string const& text, ReadLimits const& limits, char const* name)
+        : file(folder.add(name, text)), scene((loadPool(""), readScene(file, limits, diagnostics)))
     {
         diagnostics.finish();
     }

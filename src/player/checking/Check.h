@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Zelvan::play {
@@ -22,18 +23,31 @@ struct Finding {
     std::size_t more = 0;
 };
 
-/// A code with its usual severity, its meaning and an example; the list is the documentation's source.
+/// Whether `check --fix` can mend what a code is about. Safe: what is played stays the same bit for bit.
+enum class Fix : unsigned char { none, safe, unsafe };
+char const* fixName(Fix fix);
+
+/// All there is to know about a code. The table is the source of docs/check-codes.md and of all help on codes.
 struct CheckCode {
-    char const* code;
-    Severity severity;
-    char const* meaning;
-    char const* example; ///< content of a Scene element that triggers it; for "bad-xml" a whole file
+    char const* code;     ///< stable
+    Severity severity;    ///< usual one; a rule may report what does less harm below it
+    char const* title;    ///< in a few words, without a full stop
+    char const* meaning;  ///< when it is reported
+    char const* why;      ///< why it matters
+    std::string bad, good; ///< content of a Scene element that triggers it, and that does not; of "bad-xml" whole files
+    Fix fix;
+    char const* how;      ///< what the fix does, and to which part; without one, what a person can do
 };
 std::vector<CheckCode> const& checkCodes();
+/// The last one when there is none of that name.
+CheckCode const& codeNamed(std::string_view code);
+/// The table as Markdown: docs/check-codes.md.
+void writeCodesMarkdown(std::ostream& out);
 
 struct CheckOptions {
     std::set<std::string> only, ignore; ///< codes; an empty `only` takes all
     std::map<std::string, Severity> severities;
+    bool hints = false;    ///< also what is below a note
     unsigned perNode = 3;  ///< findings kept per code and node, the rest is counted; 0 keeps all
     unsigned perCode = 50; ///< findings written as text per code; 0 writes all
 };
@@ -47,7 +61,7 @@ std::vector<Finding> checkUnread(std::vector<Finding> readerFindings, CheckOptio
 /// One line each: "file:line:column: severity code message (advice)".
 void writeFindings(std::ostream& out, std::vector<Finding> const& findings, CheckOptions const& options,
                    bool styled = false);
-/// An object with the list "findings" and the counts "errors", "warnings" and "notes".
+/// An object with the list "findings" and the counts "errors", "warnings", "notes" and "hints".
 void writeFindingsJson(std::ostream& out, std::vector<Finding> const& findings);
 
 /// How many there are of a severity, those that were only counted included.

@@ -7,31 +7,7 @@ namespace Zelvan::play {
 
 namespace {
 
-// Whether both lists are there; false ends the check of their lengths.
-bool checkPresence(KeyedValues const& values, std::unordered_set<std::string> const& refusedFields,
-                   FindingCollector& findings)
-{
-    SceneNode const& node = values.node;
-    auto const missing = [&](Field const& field, std::size_t size) {
-        return size == 0 && field._routesIn == nullptr
-            && !refusedFields.contains(node.name + '.' + field.findName());
-    };
-    bool const noKeys = missing(*values.keyField, values.keys.size());
-    bool const noValues = missing(*values.valueField, values.size);
-    std::string const name = values.valueField->findName();
-    if (noKeys)
-        findings.add("no-keys", node, values.keyField,
-                     [&] { return (noValues ? " has neither key nor " + name : std::string(" has no key"))
-                                  + ": it never sends a value"; },
-                     "write the lists, or route something to them");
-    else if (noValues)
-        findings.add("no-values", node, values.valueField,
-                     [&] { return " has no " + name + ": it never sends a value"; },
-                     "write one value for each key");
-    return !values.keys.empty() && values.size != 0;
-}
-
-void checkCounts(KeyedValues const& values, FindingCollector& findings)
+void checkCounts(KeyedValues const& values, Drive const& drive, FindingCollector& findings)
 {
     SceneNode const& node = values.node;
     std::size_t const keys = values.keys.size(), size = values.size;
@@ -39,6 +15,7 @@ void checkCounts(KeyedValues const& values, FindingCollector& findings)
         + countOf(keys, "key");
     if (size < keys) {
         bool const perInterval = values.eases() && size + 1 == keys;
+        bool const reached = !(drive.clocked() && values.keys[size - 1] >= 1); // whether the others would count
         findings.add("too-few-values", node, values.valueField,
                      [&] {
                          return have + ": from key[" + std::to_string(size) + "] on the keys do not count"
@@ -46,7 +23,8 @@ void checkCounts(KeyedValues const& values, FindingCollector& findings)
                                             : "");
                      },
                      perInterval ? "add a last pair: its first number is the ease into the last key"
-                                 : "write as many values as keys");
+                                 : "write as many values as keys",
+                     reached ? Severity::error : Severity::note);
     } else if (values.blocks && size % keys != 0) {
         std::size_t const whole = size / keys * keys;
         findings.add("uneven-blocks", node, values.valueField,
@@ -83,40 +61,48 @@ void checkOrder(KeyedValues const& values, FindingCollector& findings)
                                  + ": some fractions between them give no value or a wrong one";
                          },
                          "sort the keys, and their values with them");
+        // The usual way to write a step; only a value between two others of one key is lost.
+        bool const lost = i > 1 && values.keys[i - 2] == key && !std::ranges::equal(values.at(i - 1), values.at(i))
+            && !std::ranges::equal(values.at(i - 2), values.at(i - 1));
         if (key == before)
             findings.add("key-equal", values.node, values.keyField,
                          [&] {
                              bool const same = std::ranges::equal(values.at(i - 1), values.at(i));
                              return keyName(i) + " repeats " + shortNumber(key)
-                                 + (same ? ", and its value" : ": the value jumps there");
+                                 + (lost       ? " once more: the value of [" + std::to_string(i - 1) + "] is never held"
+                                        : same ? ", and its value"
+                                               : ": the value jumps there");
                          },
-                         "one of them may go when no jump is meant");
+                         "one of them may go when no jump is meant", lost ? Severity::note : Severity::hint);
     }
 }
 
 // Where the keys begin and end, for a fraction that runs from 0 to 1.
 void checkSpan(KeyedValues const& values, FindingCollector& findings)
 {
+    constexpr float rounding = 1e-4f;
     auto const& keys = values.keys;
-    auto const outside = [](float key) { return key < 0 || key > 1; };
+    auto const outside = [](float key) { return key < -rounding || key > 1 + rounding; };
     if (auto const first = std::ranges::find_if(keys, outside); first != keys.end()) {
         auto const count = std::ranges::count_if(keys, outside);
+        auto const [least, largest] = std::ranges::minmax(keys);
         findings.add("key-range", values.node, values.keyField,
                      [&] {
                          return ".key[" + std::to_string(first - keys.begin()) + "] is " + shortNumber(*first)
                              + (count > 1 ? ", and " + std::to_string(count - 1) + " more are outside 0 to 1" : "")
                              + ": a fraction runs from 0 to 1";
                      },
-                     "divide the keys by the largest one");
-    } else if (keys.size() > 1 && std::ranges::is_sorted(keys) && (keys.front() > 0 || keys.back() < 1)) {
+                     least < 0 ? "begin with 0 and end with 1" : "divide the keys by the largest one",
+                     least >= -slightly && largest <= 1 + slightly ? Severity::note : Severity::warning);
+    } else if (keys.size() > 1 && std::ranges::is_sorted(keys) && (keys.front() > rounding || keys.back() < 1 - rounding)) {
         findings.add("key-span", values.node, values.keyField,
                      [&] {
                          std::string text = ".key runs from " + shortNumber(keys.front()) + " to "
                              + shortNumber(keys.back()) + ": ";
-                         if (keys.front() > 0)
+                         if (keys.front() > rounding)
                              text += "the first value holds before";
-                         if (keys.back() < 1)
-                             text += std::string(keys.front() > 0 ? ", " : "") + "the last value holds after";
+                         if (keys.back() < 1 - rounding)
+                             text += std::string(keys.front() > rounding ? ", " : "") + "the last value holds after";
                          return text;
                      },
                      "fine when the hold is meant");
@@ -125,16 +111,14 @@ void checkSpan(KeyedValues const& values, FindingCollector& findings)
 
 } // namespace
 
-void checkKeys(KeyedValues const& values, Drive const& drive, std::unordered_set<std::string> const& refusedFields,
-               FindingCollector& findings)
+void checkKeys(KeyedValues const& values, Drive const& drive, FindingCollector& findings)
 {
-    if (!checkPresence(values, refusedFields, findings))
-        return;
     if (values.keyField->_routesIn == nullptr && values.valueField->_routesIn == nullptr)
-        checkCounts(values, findings);
+        checkCounts(values, drive, findings);
     checkOrder(values, findings);
-    if (drive.clocked)
-        checkSpan(values, findings);
+    if (!drive.clocked())
+        return;
+    checkSpan(values, findings);
     if (values.keys.size() == 1 && values.keyField->_routesIn == nullptr)
         findings.add("one-key", values.node, values.keyField,
                      [] { return " has one key: every fraction gives the same value"; },

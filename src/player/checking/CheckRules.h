@@ -19,16 +19,18 @@ public:
     FindingCollector(Scene const& scene, CheckOptions const& options) : _scene(scene), _options(options) {}
 
     /// A finding at the attribute that sets `field`, or at the node for null. `text()` follows the node's name
-    /// without a space: ".key[2] is 0.3". It is only called when the finding is kept.
+    /// without a space: ".key[2] is 0.3". It is only called when the finding is kept. Null stands for the code's
+    /// usual severity.
     template <class Text>
     void add(char const* code, SceneNode const& node, Field const* field, Text text, std::string_view advice,
              std::optional<Severity> severity = {})
     {
-        if (Slot* const slot = open(code, node))
-            keep(*slot, code, node, field, text(), advice, severity);
+        auto const level = wanted(code, severity ? *severity : codeNamed(code).severity);
+        if (Slot* const slot = level ? open(code, node) : nullptr)
+            keep(*slot, code, node, field, text(), advice, *level);
     }
     /// A finding at a route.
-    void add(char const* code, SceneRoute const& route, std::string message, std::string_view advice);
+    void add(char const* code, SceneRoute const& route, std::string message, std::string_view advice, Severity usual);
     void add(Finding finding);
     /// Sorted; the collector is empty afterwards.
     std::vector<Finding> take();
@@ -39,18 +41,24 @@ private:
         std::unordered_map<std::string, std::size_t> kept; ///< by text: which finding
         std::size_t last = 0;
     };
-    /// Null when the finding is not wanted, or only counted.
+    /// Null when the finding is only counted.
     Slot* open(char const* code, SceneNode const& node);
     void keep(Slot& slot, char const* code, SceneNode const& node, Field const* field, std::string const& text,
-              std::string_view advice, std::optional<Severity> severity);
-    bool wants(std::string const& code) const;
-    Severity severityOf(std::string const& code, Severity otherwise) const;
+              std::string_view advice, Severity severity);
+    /// What the options make of the severity; nothing when the finding is not to be shown.
+    std::optional<Severity> wanted(std::string const& code, Severity usual) const;
 
     Scene const& _scene;
     CheckOptions const& _options;
     std::vector<Finding> _findings;
     std::map<std::tuple<std::string_view, std::uint32_t, std::uint32_t>, Slot> _slots;
 };
+
+/// Components of one value, or of all values of a key.
+using Numbers = std::span<double const>;
+/// Of three numbers; what follows them does not count.
+double dot(Numbers a, Numbers b);
+double length(Numbers v);
 
 /// An interpolator's keys and values, as far as they count.
 struct KeyedValues {
@@ -71,9 +79,9 @@ struct KeyedValues {
 
     std::string const& type() const { return node.node->type()._name; }
     bool eases() const { return type() == "EaseInEaseOut"; }
-    std::span<double const> value(std::size_t i) const { return {numbers.data() + i * width, width}; }
+    Numbers value(std::size_t i) const { return {numbers.data() + i * width, width}; }
     /// All numbers of a key.
-    std::span<double const> at(std::size_t key) const
+    Numbers at(std::size_t key) const
     {
         return {numbers.data() + key * perKey * width, perKey * width};
     }
@@ -83,32 +91,47 @@ struct KeyedValues {
     std::string valueName(std::size_t i) const;
 };
 
+/// ".keyValue[3] to [4]"
+std::string step(KeyedValues const& values, std::size_t i);
+
 /// What an interpolator's set_fraction comes from.
 struct Drive {
     bool any = false;                   ///< something is routed there
-    bool clocked = true;                ///< nothing but TimeSensors, also by way of an EaseInEaseOut: 0 to 1
+    bool foreign = false;               ///< something else than TimeSensors, also by way of an EaseInEaseOut
     bool eased = false;                 ///< by way of an EaseInEaseOut
     SceneNode const* looping = nullptr; ///< a TimeSensor that loops
+
+    /// By TimeSensors alone: the fraction runs from 0 to 1.
+    bool clocked() const { return any && !foreign; }
 };
+/// How far keys may be beyond 0 and 1 and still be meant to be 0 and 1.
+constexpr double slightly = 0.01;
 Drive driveOf(Scene const& scene, SceneNode const& node);
 
 /// Nodes that a ROUTE names which could not be connected: that was reported.
 using FailedEnds = std::unordered_set<SceneNode const*>;
 
-void checkKeys(KeyedValues const& values, Drive const& drive, std::unordered_set<std::string> const& refusedFields,
-               FindingCollector& findings);
+/// Keys, values, a driver or a use that are not there. Whether there are keys and values to look at.
+bool checkMissing(KeyedValues const& values, Drive const& drive, FailedEnds const& failed,
+                  std::unordered_set<std::string> const& refusedFields, FindingCollector& findings);
+void checkKeys(KeyedValues const& values, Drive const& drive, FindingCollector& findings);
 void checkValues(KeyedValues const& values, FindingCollector& findings);
+void checkMatrices(KeyedValues const& values, FindingCollector& findings);
+void checkRotations(KeyedValues const& values, FindingCollector& findings);
+void checkColors(KeyedValues const& values, FindingCollector& findings);
+void checkNormals(KeyedValues const& values, FindingCollector& findings);
 void checkLoop(KeyedValues const& values, Drive const& drive, FindingCollector& findings);
-void checkRoutesOf(Scene const& scene, SceneNode const& node, Drive const& drive, FailedEnds const& failed,
-                   FindingCollector& findings);
+void checkNotRun(Scene const& scene, FindingCollector& findings);
 void checkRouteLoops(Scene const& scene, FindingCollector& findings);
 /// Opens the scene: comes last.
 void checkSensors(Scene& scene, FindingCollector& findings);
 
+/// What leaves it to its user what is connected: the body of a PROTO, an inlined file.
+bool isInner(SceneNode const& node);
 /// "1 key", "3 keys"
 std::string countOf(std::size_t count, char const* what);
 /// "(1 0 0)"; a long list is shortened.
-std::string listed(std::span<double const> numbers);
+std::string listed(Numbers numbers);
 /// The size of an angle in degrees, without its sign.
 std::string degrees(double radians);
 

@@ -117,6 +117,14 @@ bool hasKink(KeyedValues const& values)
     return speeds.breakAtSeam();
 }
 
+bool jumpsOnItsWay(KeyedValues const& values)
+{
+    for (std::size_t k = 0; k + 1 < values.count; ++k)
+        if (!values.blends(k) && !std::ranges::equal(values.at(k), values.at(k + 1)))
+            return true;
+    return false;
+}
+
 // What drives another interpolator begins again by nature.
 bool drivesFractionsOnly(SceneNode const& node)
 {
@@ -133,8 +141,8 @@ bool drivesFractionsOnly(SceneNode const& node)
 
 void checkLoop(KeyedValues const& values, Drive const& drive, FindingCollector& findings)
 {
-    if (drive.looping == nullptr || !drive.clocked || values.count < 2 || !values.finite || !values.ordered
-        || values.keys[0] < 0 || values.keys[values.count - 1] > 1)
+    if (drive.looping == nullptr || !drive.clocked() || values.count < 2 || !values.finite || !values.ordered
+        || values.keys[0] < -slightly || values.keys[values.count - 1] > 1 + slightly)
         return;
     if (values.eases() || drivesFractionsOnly(values.node))
         return;
@@ -142,7 +150,8 @@ void checkLoop(KeyedValues const& values, Drive const& drive, FindingCollector& 
     std::string const jump = jumpOf(values);
     if (!jump.empty())
         findings.add("loop-jump", values.node, values.valueField, [&] { return ' ' + jump + when; },
-                     "fine when the jump is meant; else end with the value of the first key");
+                     "fine when the jump is meant; else end with the value of the first key",
+                     jumpsOnItsWay(values) ? Severity::hint : Severity::note);
     else if (!drive.eased && hasKink(values))
         findings.add("loop-kink", values.node, values.valueField,
                      [&] { return " changes its speed at once" + when + ", and nowhere else as much"; },

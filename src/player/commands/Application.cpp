@@ -1,6 +1,7 @@
 #include "player/commands/Application.h"
 
 #include "player/commands/Commands.h"
+#include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
 #include <cerrno>
@@ -25,6 +26,9 @@ int runApplication(int argc, char const* const* argv)
     try {
         CLI::App app("Plays, checks and exports the animation of X3D scenes.", "zelvan-play");
         app.require_subcommand(1);
+        app.failure_message([](CLI::App const*, CLI::Error const& error) {
+            return printable(error.what()) + "\nRun with --help for more information.\n";
+        });
         app.fallthrough();
         app.set_version_flag("--version", "zelvan-play " ZELVAN_VERSION);
         app.add_option("--pool", session.pool, "the node pool library to load")->option_text("PATH");
@@ -41,6 +45,9 @@ int runApplication(int argc, char const* const* argv)
         addSweepCommand(app, session);
         addCheckCommand(app, session);
         addExportCommand(app, session);
+        addBakeCommand(app, session);
+        addDiffCommand(app, session);
+        addReduceCommand(app, session);
         addTypesCommand(app, session);
         try {
             app.parse(argc, argv);
@@ -53,13 +60,15 @@ int runApplication(int argc, char const* const* argv)
         }
         return session.status;
     } catch (Failure const& failure) {
-        std::cerr << "zelvan-play: " << failure.what() << '\n';
+        std::cerr << "zelvan-play: " << printable(failure.what()) << '\n';
+        for (std::string const& reason : failure.reasons())
+            std::cerr << "  " << printable(reason) << '\n';
         return failure.status();
     } catch (std::bad_alloc const&) {
         std::cerr << "zelvan-play: out of memory\n";
         return exitMachine;
     } catch (std::exception const& error) {
-        std::cerr << "zelvan-play: " << error.what() << '\n';
+        std::cerr << "zelvan-play: " << printable(error.what()) << '\n';
         return exitMachine;
     }
 }

@@ -1,4 +1,5 @@
 #include "base/Fields.h"
+#include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
 
 #include <CLI/CLI.hpp>
@@ -107,8 +108,8 @@ std::vector<double> keyTimes(Scene const& scene, Clock const& clock, double unti
 
 void exportScene(Session& session, ExportOptions& options)
 {
-    requireOwnFiles({options.output}, options.scene.file);
     OpenedScene const opened(session, options.scene);
+    requireOwnFiles({options.output}, opened);
     Clock clock(*opened.scene);
     if (options.rate)
         options.time.timing.fps = *options.rate;
@@ -130,10 +131,10 @@ void exportScene(Session& session, ExportOptions& options)
     if (lines) {
         EventWriter writer(options.output, EventWriter::jsonLines, "time");
         recorder.onEvent = [&](Track const& track, double time, Field const& field) { writer.write(track, time, field); };
-        playFrames(clock, recorder, frames);
+        playFrames(clock, recorder, frames, options.scene.limits.values);
         writer.commit();
     } else {
-        playFrames(clock, recorder, frames);
+        playFrames(clock, recorder, frames, options.scene.limits.values);
         recorder.finish();
         OutputFile out(options.output);
         writeWide(out.stream(), recorder, options.events, options.scene.limits.values);
@@ -156,10 +157,10 @@ void addExportCommand(CLI::App& app, Session& session)
         ->option_text("csv|jsonl")
         ->group("Output");
     command.add_option("-o,--output", options->output, "where to (standard output)")->option_text("FILE")->group("Output");
-    auto* const rate = command.add_option("--rate", options->rate, "rows per second: the same as --fps");
-    rate->option_text("N")->group("Output");
+    auto* const rate = inRange(command.add_option("--rate", options->rate, "rows per second: the same as --fps"), 1e-3, 1e6);
+    rate->excludes(command.get_option("--fps"))->option_text("N")->group("Output");
     auto* const keys = command.add_flag("--at-keys", options->atKeys, "rows at the times of the keys only");
-    keys->excludes(rate)->group("Output");
+    keys->excludes(rate)->excludes(command.get_option("--at"))->group("Output");
     command.add_flag("--events", options->events, "leave cells empty where no event happened")->group("Output");
     command.footer("Examples:\n"
                    "  zelvan-play export door.x3d --rate 25 --duration 4 -o door.csv\n"

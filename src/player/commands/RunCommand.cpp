@@ -1,7 +1,9 @@
 #include "base/Fields.h"
-#include "player/drawing/Pictures.h"
+#include "player/commands/Curves.h"
+#include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Report.h"
+#include "player/drawing/Pictures.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -18,31 +20,20 @@ struct RunOptions {
 
 constexpr unsigned curveSteps = 24;
 
-std::vector<float> keysOf(SceneNode const& node)
+/// What check says of the scene; it plays a scene of its own. Nothing of standard input, which is read once.
+std::vector<Finding> findingsOf(RunOptions const& options)
 {
-    auto* const key = static_cast<MFFloat*>(fieldOf(node, "key"));
-    return key ? key->_value : std::vector<float>();
-}
-
-std::vector<Curve> curvesOf(Recorder const& recorder, Clock const& clock)
-{
-    constexpr std::size_t mostMarks = 2000; // more would be a wall
-    std::vector<Curve> curves;
-    for (Track const& track : recorder.tracks())
-        if (track.leaves && track.events > 0) {
-            Curve& curve = curves.emplace_back(Curve{&track, {}, {}});
-            Clock::Sensor const* const sensor = curves.size() <= drawnCurves ? clock.sensorOf(*track.node) : nullptr;
-            if (sensor == nullptr)
-                continue;
-            curve.keys = Clock::timesOf(*sensor, keysOf(*track.node), mostMarks).value_or(std::vector<double>());
-            curve.seams = Clock::seamsOf(*sensor, mostMarks);
-        }
-    return curves;
+    if (!options.output.pictures() || options.scene.file == "-")
+        return {};
+    std::ostream nowhere(nullptr);
+    Diagnostics quiet(nowhere);
+    return checkScene(*readScene(options.scene.file, options.scene.limits, quiet), {}, CheckOptions());
 }
 
 void run(Session& session, RunOptions& options)
 {
     OpenedScene const opened(session, options.scene);
+    std::vector<Finding> const findings = findingsOf(options);
     Clock clock(*opened.scene);
     prepare(clock, options.time);
     auto const frames = options.time.timing.frames();
@@ -55,12 +46,16 @@ void run(Session& session, RunOptions& options)
     recording.axisBegin = options.time.timing.from;
     recording.axisEnd = frames.back().time;
     Recorder recorder(*opened.scene, recording);
-    Outputs outputs(options.output, options.scene.file, recorder, "time");
+    Outputs outputs(options.output, opened, recorder, "time");
 
-    playFrames(clock, recorder, frames);
+    playFrames(clock, recorder, frames, options.scene.limits.values);
     recorder.finish();
-    outputs.finish(*opened.scene, &clock, recording.keepSamples ? curvesOf(recorder, clock) : std::vector<Curve>(),
-                   options.scene.file);
+    PictureOptions picture;
+    picture.frame = 1 / options.time.timing.fps;
+    picture.shown = shownCycles(clock, recording.axisBegin, recording.axisEnd);
+    picture.waiting = waitingSensors(clock);
+    outputs.finish(&clock,
+                   recording.keepSamples ? curvesOf(*opened.scene, recorder, clock, findings) : std::vector<Curve>(), picture);
     if (opened.diagnostics.errors() > 0)
         session.status = exitScene;
 }

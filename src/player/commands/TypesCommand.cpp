@@ -1,11 +1,12 @@
 #include "base/Field.h"
 #include "base/NodeType.h"
-#include "base/OpenSG.h"
 #include "player/commands/Commands.h"
+#include "player/commands/LogOutput.h"
 #include "player/commands/OutputFile.h"
-#include "player/scene/Scene.h"
 #include "player/commands/Tables.h"
 #include "player/playing/PoolLoader.h"
+#include "player/scene/Scene.h"
+#include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -248,10 +249,10 @@ std::string closeNames(std::string const& name)
 
 void types(Session const& session, TypesOptions const& options)
 {
-    osg::osgLog().setLogLevel(static_cast<osg::LogLevel>(session.logLevel));
+    showLog(session.logLevel, session.logGiven);
     for (PoolCandidate const& candidate : loadPool(session.pool))
-        std::cerr << "pool: " << candidate.file << (candidate.refusal.empty() ? "" : ": not taken: ")
-                  << candidate.refusal << '\n';
+        std::cerr << "pool: " << printable(candidate.file + (candidate.refusal.empty() ? "" : ": not taken: ") + candidate.refusal)
+                  << '\n';
 
     OutputFile out("-");
     bool const styled = styledOutput(STDOUT_FILENO);

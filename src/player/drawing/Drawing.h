@@ -31,6 +31,8 @@ struct Panel {
     std::vector<double> times;     ///< rising
     std::vector<Line> lines;
     Span scale;
+    int component = -1;            ///< of a block: which of an element's numbers
+    bool flat = false;             ///< nothing moves here: not drawn
 };
 
 /// Colours over the axis: one row for a colour, several for a block of them. 0xRRGGBB, or `none`.
@@ -55,6 +57,7 @@ struct PlanePath {
     std::vector<Point> points;
     std::vector<Point> keys;
     std::array<unsigned, 2> axes{}; ///< of a position: which lines of the first panel
+    std::array<double, 2> signs{1, 1}; ///< -1: that axis points the other way, so that nothing is mirrored
     std::vector<std::string> notes; ///< short lines: what is drawn, over which ranges
     Span horizontal, vertical;
 };
@@ -66,6 +69,7 @@ struct Drawing {
     std::vector<std::string> facts;
     Span axis;
     std::vector<double> keys, seams;
+    std::vector<double> found;     ///< where something has been remarked
     std::vector<Panel> panels;
     Strip strip;
     PlanePath path;
@@ -79,14 +83,14 @@ Span axisOf(Curve const& curve);
 /// Thinned to twice `columns` samples when there are more: the least and the greatest of each column of `axis`.
 Drawing drawingOf(Curve const& curve, PictureOptions const& options, Span axis, std::size_t columns);
 
+/// "x 0 … 2 · 3 key marks"
+std::string joined(std::vector<std::string> const& texts, std::string_view between);
+
 /// Round places in a span, at most `most` of them; degrees in the fractions of a turn people use.
 std::vector<double> ticksOf(Span span, unsigned most, bool degrees);
 /// A tick's label, with the digits that tell it from its neighbours.
 std::string tickLabel(double tick, std::vector<double> const& ticks);
 
-/// Text for XML and HTML, in elements and in quoted attributes: markup escaped, what XML has no character for
-/// (control characters, broken UTF-8) replaced.
-std::string escaped(std::string_view text);
 /// "1 key", "3 keys"
 std::string counted(std::size_t count, char const* what);
 

@@ -7,6 +7,7 @@ namespace Zelvan::play::asset {
 
 extern std::string_view const pictureStyle; ///< picture.css
 extern std::string_view const pageStyle;    ///< page.css
+extern std::string_view const viewsScript;  ///< views.js
 extern std::string_view const pageScript;   ///< page.js
 // The charting library as it is installed on the machine that builds.
 extern std::string_view const chartScript, chartStyle, chartLicence;

@@ -1,5 +1,6 @@
-#include "player/drawing/Drawing.h"
+#include "player/drawing/Page.h"
 #include "player/drawing/PictureAssets.h"
+#include "player/scene/Escape.h"
 
 #include <algorithm>
 #include <ostream>
@@ -10,113 +11,146 @@ namespace {
 
 // What a browser still handles well: samples of all tracks together, samples of one, tracks.
 constexpr std::size_t mostSamples = 1'000'000, mostSamplesPerTrack = 20'000, mostTracks = drawnCurves;
+// Of single elements of blocks: numbers of one track, of all.
+constexpr std::size_t mostElementNumbers = 150'000, mostElementNumbersOfAll = 500'000;
 
-/// A float as the file has it; what has been derived from floats is no more precise than ten digits.
-std::string number(double value, int digits)
+/// Names and sentences of the scene's: whatever they hold, they stay text and do not turn what follows.
+std::string own(std::string const& text)
 {
-    float const rounded = float(value);
-    return !drawable(value) ? "null" : double(rounded) == value ? shortNumber(rounded) : roundNumber(value, digits);
+    return "<bdi>" + escapedMarkup(text) + "</bdi>";
 }
 
-void appendNumbers(std::string& json, std::vector<double> const& numbers, int digits = 10)
+void appendContext(std::string& html, Curve const& curve)
 {
-    json += '[';
-    for (std::size_t i = 0; i < numbers.size(); ++i)
-        json += (i == 0 ? "" : ",") + number(numbers[i], digits);
-    json += ']';
+    auto const row = [&](char const* what, std::vector<std::string> const& texts, char const* classes = "") {
+        if (texts.empty())
+            return;
+        html += "<div" + std::string(classes) + "><dt>" + what + "</dt>";
+        for (std::string const& text : texts)
+            html += "<dd>" + own(text) + "</dd>";
+        html += "</div>\n";
+    };
+    std::vector<std::string> place;
+    if (!curve.place.empty())
+        place.push_back(curve.place);
+    if (place.empty() && curve.drivers.empty() && curve.moves.empty())
+        return;
+    html += "<dl class=\"context\">\n";
+    row("driven by", curve.drivers, " class=\"chain\"");
+    row("moves", curve.moves);
+    row("stands in", place);
+    html += "</dl>\n";
 }
 
-/// Only titles, units and component names become JSON; the scene's own names never do.
-std::string quoted(std::string const& text)
+void appendRemarks(std::string& html, std::vector<CurveRemark> const& remarks)
 {
-    std::string result = "\"";
-    for (char const c : text)
-        if (static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\' || c == '<' || c == '&')
-            result += std::string("\\u00") + "0123456789abcdef"[c >> 4] + "0123456789abcdef"[c & 15];
-        else
-            result += c;
-    return result + '"';
+    if (remarks.empty())
+        return;
+    html += "<ul class=\"remarks\">\n";
+    for (CurveRemark const& remark : remarks)
+        html += "<li class=\"" + escapedMarkup(remark.severity) + "\"><b>" + escapedMarkup(remark.severity) + " <code>"
+                + escapedMarkup(remark.code) + "</code></b> " + own(remark.message)
+                + (remark.advice.empty() ? "" : " <i>" + escapedMarkup(remark.advice) + "</i>") + "</li>\n";
+    html += "</ul>\n";
 }
 
-void appendData(std::string& json, Drawing const& drawing, double pathSize)
-{
-    json += "{\"axis\":";
-    appendNumbers(json, {drawing.axis.low, drawing.axis.high});
-    json += ",\"keys\":";
-    appendNumbers(json, drawing.keys);
-    json += ",\"seams\":";
-    appendNumbers(json, drawing.seams);
-    json += ",\"panels\":[";
-    for (Panel const& panel : drawing.panels) {
-        Panel const& first = drawing.panels.front();
-        json += (&panel == &first ? "" : ",") + ("\n{\"title\":" + quoted(panel.title)) + ",\"unit\":"
-                + quoted(panel.unit) + ",\"scale\":";
-        int const digits = panel.unit == "s" ? 17 : 10; // times are doubles
-        appendNumbers(json, {panel.scale.low, panel.scale.high}, digits);
-        if (&panel == &first || panel.times != first.times) { // else the first one's
-            json += ",\"times\":";
-            appendNumbers(json, panel.times);
-        }
-        json += ",\"lines\":[";
-        for (Line const& line : panel.lines) {
-            json += (&line == &panel.lines.front() ? "" : ",") + ("{\"name\":" + quoted(line.name)) + ",\"colour\":"
-                    + std::to_string(line.colour) + ",\"values\":";
-            appendNumbers(json, line.values, digits);
-            if (!line.low.empty()) {
-                json += ",\"low\":";
-                appendNumbers(json, line.low);
-                json += ",\"high\":";
-                appendNumbers(json, line.high);
-            }
-            json += '}';
-        }
-        json += "]}";
-    }
-    json += ']';
-    if (!drawing.strip.rows.empty()) {
-        json += ",\"strip\":{\"times\":";
-        appendNumbers(json, drawing.strip.times);
-        json += ",\"rows\":[";
-        for (std::vector<std::uint32_t> const& row : drawing.strip.rows) {
-            std::vector<double> colours;
-            for (std::uint32_t const colour : row)
-                colours.push_back(colour == Strip::none ? -1. : double(colour));
-            json += &row == &drawing.strip.rows.front() ? "" : ",";
-            appendNumbers(json, colours);
-        }
-        json += "]}";
-    }
-    if (drawing.path.kind != PlanePath::absent) {
-        PathPlot const plot(drawing.path, pathSize);
-        json += ",\"path\":{\"wheel\":" + std::string(drawing.path.kind == PlanePath::hueWheel ? "true" : "false")
-                + ",\"axes\":[" + std::to_string(drawing.path.axes[0]) + ',' + std::to_string(drawing.path.axes[1])
-                + "],\"plot\":";
-        appendNumbers(json, {plot.size, plot.unit, plot.middle[0], plot.middle[1]});
-        json += '}';
-    }
-    json += "}\n";
-}
-
-void appendTrack(std::string& html, Drawing const& drawing, std::size_t number, std::string const& axis)
+void appendTrack(std::string& html, Curve const& curve, Drawing const& drawing, Elements const& elements,
+                 std::size_t number, std::string const& axis)
 {
     constexpr double stillWidth = 600, pathSize = 200;
-    double const height = drawing.panels.size() < 2 ? 190 : 60 + 68 * double(drawing.panels.size());
-    html += "<section class=\"track\" id=\"track" + std::to_string(number) + "\">\n<h2><bdi>" + escaped(drawing.name)
-            + "</bdi></h2>\n<p class=\"type\"><bdi>" + escaped(drawing.type) + "</bdi></p>\n<ul class=\"facts\">";
+    auto const drawn = std::count_if(drawing.panels.begin(), drawing.panels.end(), [](Panel const& p) { return !p.flat; });
+    double const height = drawn < 2 ? 190 : 60 + 68 * double(drawn);
+    Shape const shape = shapeOf(curve.track->type, drawing, elements);
+    std::string const summary = escapedMarkup("Curves: " + joined(drawing.facts, ", ")), id = std::to_string(number);
+    html += "<section class=\"track\" id=\"track" + id + "\" aria-labelledby=\"name" + id + "\">\n<h2 id=\"name" + id + "\">"
+            + own(drawing.name) + "</h2>\n<p class=\"type\">" + own(drawing.type) + "</p>\n";
+    appendContext(html, curve);
+    html += "<ul class=\"facts\">";
     for (std::string const& fact : drawing.facts)
-        html += "<li>" + escaped(fact) + "</li>";
-    html += "</ul>\n<div class=\"picture\">\n<div class=\"curves\">\n<svg class=\"still\" viewBox=\"0 0 600 "
-            + std::to_string(int(height)) + "\" role=\"img\" aria-label=\"curves\">\n";
+        html += "<li>" + escapedMarkup(fact) + "</li>";
+    html += "</ul>\n";
+    appendRemarks(html, curve.remarks);
+    html += "<div class=\"picture\">\n<div class=\"curves\">\n<svg class=\"still\" viewBox=\"0 0 600 "
+            + std::to_string(int(height)) + "\" role=\"img\" aria-label=\"" + summary + "\">\n";
     appendPanels(html, drawing, {stillWidth, height}, axis);
-    html += "</svg>\n<div class=\"live\"></div>\n</div>\n";
+    html += "</svg>\n<div class=\"live\" tabindex=\"0\" role=\"group\" aria-label=\"" + summary
+            + "\"></div>\n</div>\n<div class=\"side\">\n<dl class=\"values\"></dl>\n<div class=\"element\" hidden></div>\n";
+    if (shape != Shape::none)
+        html += "<div class=\"turntable\"></div>\n";
     if (drawing.path.kind != PlanePath::absent) {
-        html += "<svg class=\"path\" viewBox=\"-3 -3 206 248\" role=\"img\" aria-label=\"path\">\n";
+        html += "<svg class=\"path\" viewBox=\"-3 -3 206 248\" role=\"img\" aria-label=\"Path: "
+                + escapedMarkup(joined(drawing.path.notes, ", ")) + "\">\n";
         appendPath(html, drawing, pathSize);
-        html += "</svg>\n";
+        html += "<path class=\"headDot\" d=\"M0 -7L7 0L0 7L-7 0z\"/></svg>\n";
     }
-    html += "</div>\n<script type=\"application/json\">";
-    appendData(html, drawing, pathSize);
+    html += "</div>\n</div>\n<script type=\"application/json\">";
+    appendPageData(html, drawing, elements, shape, pathSize);
     html += "</script>\n</section>\n";
+}
+
+/// The play head and the window over the axis, for all tracks.
+void appendPlayer(std::string& html, Span axis, double frame)
+{
+    html += "<div id=\"player\" role=\"group\" aria-label=\"play head\" hidden>\n"
+            "<button type=\"button\" id=\"play\">Play</button>\n"
+            "<button type=\"button\" id=\"back\" aria-label=\"one frame back\">&#8249;</button>\n"
+            "<button type=\"button\" id=\"forward\" aria-label=\"one frame on\">&#8250;</button>\n"
+            "<input type=\"range\" id=\"head\" aria-label=\"play head\" min=\"" + shortNumber(axis.low) + "\" max=\""
+            + shortNumber(axis.high) + "\" step=\"" + shortNumber(frame) + "\" value=\"" + shortNumber(axis.low) + "\">\n"
+            "<output id=\"now\" for=\"head\"></output>\n"
+            "<label>speed <select id=\"speed\">";
+    for (char const* const speed : {"0.1", "0.25", "0.5", "1", "2", "4"})
+        html += "<option" + std::string(speed == std::string_view("1") ? " selected" : "") + '>' + speed + "</option>";
+    html += "</select></label>\n<label><input type=\"checkbox\" id=\"loop\" checked> loop</label>\n"
+            "<span class=\"zoom\">zoom <button type=\"button\" id=\"wider\" aria-label=\"zoom out\">&#8722;</button>\n"
+            "<button type=\"button\" id=\"closer\" aria-label=\"zoom in\">+</button>\n"
+            "<button type=\"button\" id=\"whole\" disabled>whole curve</button>\n"
+            "<label><input type=\"checkbox\" id=\"together\" checked> all tracks</label></span>\n"
+            "<p id=\"announced\" role=\"status\"></p>\n</div>\n";
+}
+
+void appendHeader(std::string& html, std::vector<Curve> const& curves, std::size_t count, PictureOptions const& options)
+{
+    std::string summary = counted(curves.size(), "track") + " against " + escapedMarkup(options.axis) + '.';
+    if (count < curves.size())
+        summary += " The first " + std::to_string(count) + " are drawn.";
+    if (!options.shown.empty())
+        summary += ' ' + own(options.shown);
+    html += "<header>\n<h1>" + own(options.title) + "</h1>\n<p>" + summary + "</p>\n"
+            "<svg class=\"marks\" viewBox=\"0 0 350 16\" role=\"img\" aria-label=\"marks: key, loop seam, start and end "
+            "of a path, finding\">";
+    appendMarks(html);
+    // The charts take their colours from these.
+    html += "</svg>\n<svg id=\"palette\" aria-hidden=\"true\">";
+    for (char const* const name : {"c0", "c1", "c2", "c3", "key", "seam", "found", "head", "grid", "frame"})
+        html += "<path class=\"" + std::string(name) + "\"/>";
+    html += "</svg>\n<details class=\"help\"><summary>mouse, touch and keys</summary>Press or drag on a curve to move the "
+            "play head; Space plays, the arrow keys step by a frame (with Shift by ten), Home and End go to the ends. "
+            "Shift and drag, two fingers, Ctrl and wheel, + and - zoom; 0 or a double-click shows all of the curve. "
+            "Views in space turn by drag and by arrow keys.</details>\n";
+    if (curves.empty())
+        html += "<p class=\"nothing\">Nothing moves.</p>\n";
+    if (!options.waiting.empty()) {
+        html += "<ul class=\"waiting\">\n";
+        for (std::string const& sensor : options.waiting)
+            html += "<li>" + own(sensor) + "</li>\n";
+        html += "</ul>\n";
+    }
+    html += "</header>\n";
+}
+
+void appendContents(std::string& html, std::vector<Curve> const& curves, std::size_t count)
+{
+    if (count < 2)
+        return;
+    html += "<nav aria-label=\"Tracks\">\n<label class=\"help\">Tracks <input type=\"search\" id=\"filter\" "
+            "placeholder=\"filter by name\"></label>\n<ol tabindex=\"0\" aria-label=\"list of tracks\">\n";
+    for (std::size_t i = 0; i < count; ++i) {
+        Track const& track = *curves[i].track;
+        html += "<li><a href=\"#track" + std::to_string(i + 1) + "\">" + own(track.name()) + "</a> <span>"
+                + escapedMarkup(track.node->typeName) + "</span></li>\n";
+    }
+    html += "</ol>\n</nav>\n";
 }
 
 } // namespace
@@ -125,11 +159,11 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
 {
     std::size_t const count = std::min(curves.size(), mostTracks);
     std::size_t const samples = std::min(mostSamplesPerTrack, mostSamples / std::max<std::size_t>(count, 1));
-    std::string const title = escaped(options.title), axis = escaped(options.axis);
+    std::size_t const blocks = std::size_t(std::count_if(curves.begin(), curves.begin() + long(count),
+                                                         [](Curve const& c) { return isList(c.track->type); }));
+    Span const axis = axisOf(curves);
+    std::string const title = escapedMarkup(options.title);
 
-    std::string summary = counted(curves.size(), "track") + " against " + axis + '.';
-    if (count < curves.size())
-        summary += " The first " + std::to_string(count) + " are drawn.";
     out << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" << title
         << "</title>\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
            "<meta name=\"color-scheme\" content=\"light dark\">\n"
@@ -137,42 +171,25 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
            "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src data:; "
            "style-src 'unsafe-inline'; script-src 'unsafe-inline'\">\n<link rel=\"icon\" href=\"data:,\">\n<style>\n"
         << asset::chartStyle << '\n' << asset::pictureStyle << asset::pageStyle
-        << "</style>\n</head>\n<body data-axis=\"" << axis << "\">\n<header>\n<h1><bdi>" << title << "</bdi></h1>\n<p>"
-        << summary << "</p>\n";
-    std::string html = "<svg class=\"marks\" viewBox=\"0 0 260 16\" role=\"img\" aria-label=\"marks\">";
-    appendMarks(html);
-    // The charts take their colours from these.
-    html += "</svg>\n<svg id=\"palette\" aria-hidden=\"true\">";
-    for (char const* const name : {"c0", "c1", "c2", "c3", "key", "seam", "grid", "frame"})
-        html += "<path class=\"" + std::string(name) + "\"/>";
-    html += "</svg>\n<p class=\"help\">Drag to zoom, Shift and drag to move, double-click for the whole curve; "
-            "move over a curve, or use the arrow keys, to read values.</p>\n";
-    if (options.sharedAxis && count > 1)
-        html += "<p class=\"help\"><label><input type=\"checkbox\" id=\"together\"> zoom all tracks together</label>"
-                "</p>\n";
-    out << html << "</header>\n";
-
-    if (count > 1) {
-        html = "<nav aria-label=\"Tracks\">\n<label class=\"help\">Tracks <input type=\"search\" id=\"filter\" "
-               "placeholder=\"filter by name\"></label>\n<ol>\n";
-        for (std::size_t i = 0; i < count; ++i) {
-            Track const& track = *curves[i].track;
-            html += "<li><a href=\"#track" + std::to_string(i + 1) + "\"><bdi>" + escaped(track.name())
-                    + "</bdi></a> <span>" + escaped(track.node->typeName) + "</span></li>\n";
-        }
-        out << html << "</ol>\n</nav>\n";
-    }
-
-    out << "<main>\n";
-    Span const shared = axisOf(curves);
+        << "</style>\n</head>\n<body data-axis=\"" << escapedMarkup(options.axis);
+    double const frame = options.frame > 0 ? options.frame : axis.width() / 100;
+    // Fractions have no pace of their own: five seconds for all of them.
+    std::string html = "\" data-frame=\"" + shortNumber(frame) + "\" data-per-second=\""
+                       + shortNumber(options.sharedAxis ? 1 : axis.width() / 5) + "\">\n";
+    appendHeader(html, curves, count, options);
+    appendPlayer(html, axis, frame);
+    appendContents(html, curves, count);
+    out << html << "<main>\n";
     for (std::size_t i = 0; i < count; ++i) {
         html.clear();
-        appendTrack(html, drawingOf(curves[i], options, options.sharedAxis ? shared : axisOf(curves[i]), samples / 2),
-                    i + 1, options.axis);
+        Drawing const drawing = drawingOf(curves[i], options, options.sharedAxis ? axis : axisOf(curves[i]), samples / 2);
+        Elements const elements = elementsOf(Samples(*curves[i].track),
+                                             std::min(mostElementNumbers, mostElementNumbersOfAll / std::max<std::size_t>(blocks, 1)));
+        appendTrack(html, curves[i], drawing, elements, i + 1, options.axis);
         out << html;
     }
     out << "</main>\n<script>\n/*!\nThe charting library below, with its copyright notice:\n\n" << asset::chartLicence
-        << "*/\n" << asset::chartScript << "\n</script>\n<script>\n" << asset::pageScript
+        << "*/\n" << asset::chartScript << "\n</script>\n<script>\n" << asset::viewsScript << asset::pageScript
         << "</script>\n</body>\n</html>\n";
 }
 

@@ -1,77 +1,162 @@
 "use strict";
-// Puts charts in the place of the still pictures, track by track as they come into view.
+// One play head and one window over all tracks. Charts take the place of the still pictures as they come into view.
 (() => {
-    const tracks = [...document.querySelectorAll("section.track")];
-    const together = document.getElementById("together");
-    const axisTitle = document.body.dataset.axis;
-    const drawn = new Map(); // section -> charts
-    let settling = false;
-
-    window.addEventListener("error", (event) => { document.body.dataset.failed = event.message; });
+    const body = document.body, axisTitle = body.dataset.axis, frame = +body.dataset.frame;
+    const sections = [...document.querySelectorAll("section.track")];
+    const part = (id) => document.getElementById(id);
+    const cards = new Map(); // of the sections that are drawn
+    const seen = new Set();  // cards in sight: only these follow the play head
+    window.addEventListener("error", (event) => { body.dataset.failed = event.message; });
 
     // The colours are those of the still pictures: one source, and they follow the theme.
     const paint = (name) => getComputedStyle(document.querySelector("#palette ." + name)).stroke;
-    const looks = (panel) => ({
-        colors: panel.lines.map((line) => paint("c" + line.colour)),
-        gridLineColor: paint("grid"),
-        axisLineColor: paint("frame"),
+    const {Turntable, colourAt, css, element, rowAt, shown} = tools;
+
+    // -- The play head
+
+    const slider = part("head"), whole = [+slider.min, +slider.max];
+    const head = {time: whole[0], playing: false, last: 0};
+    let view = whole;
+
+    function moveTo(time, {exact = false, say = false} = {}) {
+        const snapped = exact ? time : Math.round(time / frame) * frame;
+        head.time = Math.min(Math.max(snapped, whole[0]), whole[1]);
+        slider.value = head.time;
+        const text = axisTitle + " " + shown(+head.time.toPrecision(9));
+        slider.setAttribute("aria-valuetext", text);
+        part("now").textContent = text;
+        // A zoomed window goes along.
+        const width = view[1] - view[0];
+        if (head.time < view[0] || head.time > view[1])
+            setView(null, [head.time - width / 2, head.time + width / 2]);
+        // While it plays, only what is in sight follows.
+        for (const card of head.playing ? seen : cards.values())
+            card.show(head.time);
+        if (say)
+            announce();
+    }
+
+    let announcing = 0;
+    function announce() {
+        clearTimeout(announcing);
+        announcing = setTimeout(() => {
+            const active = document.activeElement.closest("section.track");
+            const card = cards.get(active) || [...seen].sort((a, b) => a.number - b.number)[0];
+            part("announced").textContent = part("now").textContent + (card ? ": " + card.spoken() : "");
+        }, 400);
+    }
+
+    function tick(now) {
+        if (!head.playing)
+            return;
+        let time = head.time + (now - head.last) / 1000 * +part("speed").value * (+body.dataset.perSecond);
+        head.last = now;
+        if (time > whole[1]) {
+            if (!part("loop").checked) {
+                moveTo(whole[1], {exact: true});
+                return play(false);
+            }
+            time = whole[0] + (time - whole[0]) % (whole[1] - whole[0]);
+        }
+        moveTo(time, {exact: true});
+        requestAnimationFrame(tick);
+    }
+
+    function play(on) {
+        head.playing = on;
+        part("play").textContent = on ? "Pause" : "Play";
+        if (!on) {
+            moveTo(head.time);
+            return announce();
+        }
+        if (head.time >= whole[1])
+            head.time = whole[0];
+        head.last = performance.now();
+        requestAnimationFrame(tick);
+    }
+
+    const step = (frames) => { play(false); moveTo(head.time + frames * frame, {say: true}); };
+    part("play").addEventListener("click", () => play(!head.playing));
+    part("back").addEventListener("click", () => step(-1));
+    part("forward").addEventListener("click", () => step(1));
+    slider.addEventListener("input", () => {
+        const time = +slider.value;
+        head.playing && play(false);
+        moveTo(time, {say: true});
+    });
+    document.addEventListener("visibilitychange", () => { document.hidden && head.playing && play(false); });
+
+    // -- The window over the axis, of all cards or of one
+
+    const together = part("together");
+    const asked = (card) => card && !together.checked ? [card] : [...cards.values()];
+    function setView(card, [from, to]) {
+        const limits = card && !together.checked ? card.data.axis : whole;
+        const width = Math.min(Math.max(to - from, (limits[1] - limits[0]) * 1e-4), limits[1] - limits[0]);
+        from = Math.min(Math.max(from, limits[0]), limits[1] - width);
+        const wanted = [from, width === limits[1] - limits[0] ? limits[1] : from + width];
+        if (together.checked || !card)
+            view = wanted;
+        for (const one of asked(card))
+            one.setView(wanted);
+        body.dataset.zoomed = asked(card).some((one) => one.isZoomed());
+        part("whole").disabled = ![...cards.values()].some((one) => one.isZoomed());
+    }
+    function zoom(card, factor, around = head.time) {
+        const [from, to] = card && !together.checked ? card.view : view;
+        const middle = around >= from && around <= to ? around : (from + to) / 2;
+        setView(card, [middle - (middle - from) * factor, middle + (to - middle) * factor]);
+    }
+    part("closer").addEventListener("click", () => zoom(null, 0.5));
+    part("wider").addEventListener("click", () => zoom(null, 2));
+    part("whole").addEventListener("click", () => setView(null, whole));
+    together.addEventListener("change", () => { together.checked && setView(null, view); });
+
+    document.addEventListener("keydown", (event) => {
+        if (event.ctrlKey || event.metaKey || event.altKey || event.target.closest("input, select, textarea, summary"))
+            return;
+        const card = cards.get(event.target.closest("section.track"));
+        const far = event.shiftKey ? 10 : 1;
+        const actions = {
+            ArrowLeft: () => step(-far), ArrowRight: () => step(far),
+            Home: () => moveTo(whole[0], {say: true}), End: () => moveTo(whole[1], {say: true}),
+            " ": () => play(!head.playing), "+": () => zoom(card, 0.5), "=": () => zoom(card, 0.5),
+            "-": () => zoom(card, 2), "0": () => setView(card, whole),
+        };
+        if (!actions[event.key] || (event.key === " " && event.target.closest("button, a")))
+            return;
+        event.preventDefault();
+        actions[event.key]();
     });
 
-    function element(parent, name, className) {
-        const made = parent.appendChild(document.createElement(name));
-        made.className = className;
-        return made;
-    }
-
-    /// Index of the time nearest to `x`.
-    function rowAt(times, x) {
-        let low = 0, high = times.length - 1;
-        while (low < high) {
-            const middle = (low + high) >> 1;
-            if (times[middle] < x)
-                low = middle + 1;
-            else
-                high = middle;
-        }
-        return low > 0 && x - times[low - 1] < times[low] - x ? low - 1 : low;
-    }
+    // -- One track
 
     // Degrees are derived from floats, which have no more than these digits; the other values are exact.
     const isAngle = (panel) => panel.unit.startsWith("°");
-    const shown = (value, digits = 15) => value === null ? "–" : String(+value.toPrecision(digits));
     function withUnit(value, panel) {
-        if (value === null || !panel.unit)
-            return shown(value);
+        if (value === null || value === undefined)
+            return "–";
         if (!isAngle(panel))
-            return shown(value) + " " + panel.unit;
+            return shown(value) + (panel.unit ? " " + panel.unit : "");
         const radians = panel.unit === "°" && panel.title !== "hue"
             ? " = " + shown(value * Math.PI / 180, 6) + " rad" : "";
         return shown(value, 6) + panel.unit + radians;
     }
-
-    function valuesText(panel, row) {
-        const title = panel.title + (panel.unit ? " (" + panel.unit + ")" : "");
-        const single = panel.lines.length === 1;
-        return title + panel.lines.map((line) => {
-            const name = single ? "" : line.name;
-            const head = `<b style="color:${paint("c" + line.colour)}">${name}</b> `;
-            if (row === undefined)
-                return single ? "" : head;
-            const band = line.low && line.low[row] !== null
-                ? ` (${shown(line.low[row], 9)} … ${shown(line.high[row], 9)})` : "";
-            return head + `<i>${withUnit(line.values[row], panel)}${band}</i>`;
-        }).join("");
-    }
-
+    // Wide enough for the labels of every chart: all have one axis of the same width.
+    const labelWidth = 58;
+    const tickText = (value) => {
+        const text = String(+value.toPrecision(7));
+        return text.length > 9 ? value.toExponential(2) : text;
+    };
     // Degrees fall on fractions of a turn; everything else is the library's.
     function degreeTicker(low, high, pixels, options, chart, values) {
         const rough = (high - low) / Math.max(pixels / 30, 1);
         if (rough <= 5)
             return Dygraph.numericTicks(low, high, pixels, options, chart, values);
-        let step = [15, 30, 45, 90, 180, 360].find((one) => one >= rough);
-        for (step = step || 720; step < rough; step *= 2);
+        let one = [15, 30, 45, 90, 180, 360].find((candidate) => candidate >= rough);
+        for (one = one || 720; one < rough; one *= 2);
         const ticks = [];
-        for (let tick = Math.ceil(low / step) * step; tick <= high; tick += step)
+        for (let tick = Math.ceil(low / one) * one; tick <= high; tick += one)
             ticks.push({v: tick, label: String(tick)});
         return ticks;
     }
@@ -79,8 +164,8 @@
     function drawPlaces(context, chart, places, name) {
         const area = chart.getArea(), many = places.length > area.w / 5;
         context.strokeStyle = paint(name);
-        context.lineWidth = name === "seam" ? 1.5 : 1;
-        context.setLineDash(name === "seam" ? [] : [2, 3]);
+        context.lineWidth = name === "key" ? 1 : 1.5;
+        context.setLineDash({key: [2, 3], found: [6, 3]}[name] || []);
         context.beginPath();
         for (const place of places) {
             const x = Math.round(chart.toDomXCoord(place)) + 0.5;
@@ -93,159 +178,76 @@
         context.setLineDash([]);
     }
 
-    function colourAt(strip, row, x) {
-        const times = strip.times, colours = strip.rows[row];
-        if (times.length === 1)
-            return colours[0];
-        if (x < times[0] || x > times[times.length - 1])
-            return -1;
-        let after = rowAt(times, x);
-        if (times[after] < x)
-            ++after;
-        if (times[after] === x)
-            return colours[after];
-        const a = colours[after - 1], b = colours[after];
-        if (a < 0 || b < 0)
-            return -1;
-        const part = (x - times[after - 1]) / (times[after] - times[after - 1]);
-        const mix = (shift) => Math.round((a >> shift & 255) * (1 - part) + (b >> shift & 255) * part) << shift;
-        return mix(16) | mix(8) | mix(0);
-    }
-    const css = (colour) => colour < 0 ? "transparent" : "#" + colour.toString(16).padStart(6, "0");
-
-    function drawStrip(canvas, strip, chart) {
-        const area = chart.getArea(), ratio = window.devicePixelRatio || 1;
-        canvas.style.marginLeft = area.x + "px";
-        canvas.style.width = area.w + "px";
-        canvas.width = Math.max(1, Math.round(area.w * ratio));
-        canvas.height = Math.round((strip.rows.length > 1 ? Math.min(8 * strip.rows.length, 48) : 18) * ratio);
-        canvas.style.height = canvas.height / ratio + "px";
-        const context = canvas.getContext("2d"), [from, to] = chart.xAxisRange();
-        const height = canvas.height / strip.rows.length;
-        for (let row = 0; row < strip.rows.length; ++row)
-            for (let column = 0; column < canvas.width; ++column) {
-                context.fillStyle = css(colourAt(strip, row, from + (column + 0.5) / canvas.width * (to - from)));
-                context.fillRect(column, Math.floor(row * height), 1, Math.ceil(height));
-            }
-    }
-
-    function placeDot(dot, path, panel, row) {
-        const at = (line) => panel.lines[line].values[row];
-        let [across, up] = path.axes.map(at);
-        if (path.wheel) {
-            const rgb = [at(0), at(1), at(2)], most = Math.max(...rgb), delta = most - Math.min(...rgb);
-            const sector = most === rgb[2] ? 4 + (rgb[0] - rgb[1]) / delta
-                : most === rgb[1] ? 2 + (rgb[2] - rgb[0]) / delta : (rgb[1] - rgb[2]) / delta;
-            const radius = most > 0 ? Math.min(delta / most, 1) : 0;
-            across = delta > 0 ? radius * Math.cos(sector * Math.PI / 3) : 0;
-            up = delta > 0 ? radius * Math.sin(sector * Math.PI / 3) : 0;
-        }
-        const [size, unit, middleX, middleY] = path.plot;
-        dot.setAttribute("cx", size / 2 + (across - middleX) * unit);
-        dot.setAttribute("cy", size / 2 - (up - middleY) * unit);
-        dot.style.display = across === null || up === null ? "none" : "";
-    }
-
-    function draw(section) {
-        if (drawn.has(section))
-            return;
-        const charts = [];
-        drawn.set(section, charts);
-        const data = JSON.parse(section.querySelector("script").textContent);
-        const live = section.querySelector(".live");
-        if (!data.panels.length)
-            return;
-        section.classList.add("drawn");
-        if (data.panels.length === 1)
-            live.classList.add("alone");
-
-        const at = element(live, "div", "at");
-        const where = element(at, "span", "");
-        const whole = element(at, "button", "");
-        whole.textContent = "whole curve";
-        whole.type = "button";
-        whole.hidden = true;
-        const canvas = data.strip && element(live, "canvas", "strip");
-        const cursor = element(live, "div", "cursor");
-        let dot = null;
-        if (data.path) {
-            dot = document.createElementNS("http://www.w3.org/2000/svg", "circle");
-            dot.setAttribute("class", "cursorDot");
-            dot.setAttribute("r", 5);
-            dot.style.display = "none";
-            section.querySelector("svg.path").appendChild(dot);
+    class Card {
+        constructor(section, number) {
+            this.number = number;
+            this.section = section;
+            this.data = JSON.parse(section.querySelector("script").textContent);
+            this.data.panels.forEach((panel) => { panel.times = panel.times || this.data.panels[0].times; });
+            this.charts = [];
+            this.view = this.data.axis;
+            this.live = section.querySelector(".live");
+            this.makeValues();
+            if (this.data.panels.length)
+                this.makeCharts();
+            if (this.data.elements)
+                this.elements = new tools.Elements(this.data.elements, section.querySelector(".element"),
+                    () => this.redraw());
+            const place = section.querySelector(".turntable");
+            if (place)
+                this.turntable = new Turntable(place, this.data, this.elements, paint);
+            this.dot = section.querySelector("svg.path .headDot");
         }
 
-        function select(source, x) {
-            if (settling)
-                return;
-            settling = true;
-            charts.forEach((chart, i) => {
-                const panel = data.panels[i], row = x === undefined ? undefined : rowAt(panel.times, x);
-                if (chart !== source)
-                    x === undefined ? chart.clearSelection() : chart.setSelection(row);
-                panel.box.innerHTML = valuesText(panel, row);
-            });
-            settling = false;
-            cursor.style.display = x === undefined ? "none" : "block";
-            where.textContent = x === undefined ? "" : axisTitle + " " + shown(x, 9);
-            if (dot)
-                dot.style.display = "none";
-            if (x === undefined)
-                return;
-            cursor.style.left = charts[0].toDomXCoord(x) + "px";
-            if (dot)
-                placeDot(dot, data.path, data.panels[0], rowAt(data.panels[0].times, x));
-            if (data.strip && data.strip.rows.length === 1)
-                element(where, "span", "swatch").style.background = css(colourAt(data.strip, 0, x));
+        makeValues() {
+            const list = this.section.querySelector(".values");
+            this.rows = this.data.panels.flatMap((panel) => panel.lines.map((line) => {
+                const row = element(list, "div", "");
+                const name = panel.lines.length > 1 && panel.title !== "position" && panel.title !== "value"
+                    && panel.title !== "colour" ? panel.title + " " + line.name
+                    : panel.lines.length > 1 ? line.name : panel.title;
+                element(row, "dt", "t" + line.colour).textContent = name + (line.low ? ", mean" : "");
+                return {panel, line, cell: element(row, "dd", "")};
+            }));
+            if (this.data.strip && this.data.strip.rows.length === 1)
+                this.swatch = element(list.parentNode, "div", "swatch");
         }
 
-        const isWhole = (chart) => String(chart.xAxisRange()) === String(chart.wholeCurve.dateWindow)
-            && String(chart.yAxisRange()) === String(chart.wholeCurve.valueRange);
-        const reached = () => together && together.checked ? [...drawn.values()].flat() : charts;
-        function follow(source) {
-            if (canvas && source === charts[0])
-                drawStrip(canvas, data.strip, source);
-            whole.hidden = charts.every(isWhole);
-            if (settling)
-                return;
-            settling = true;
-            const dateWindow = source.xAxisRange();
-            for (const chart of reached())
-                if (chart !== source && String(chart.xAxisRange()) !== String(dateWindow))
-                    chart.updateOptions({dateWindow});
-            settling = false;
+        makeCharts() {
+            const {data, live} = this;
+            const drawn = data.panels.filter((panel) => !panel.flat);
+            this.section.classList.add("drawn");
+            live.classList.toggle("alone", drawn.length === 1);
+            this.canvas = data.strip && element(live, "canvas", "strip");
+            this.cursor = element(live, "div", "cursor");
+            this.box = element(live, "div", "selection");
+            drawn.forEach((panel, i) => this.makeChart(panel, i === drawn.length - 1));
+            this.listen();
+            new ResizeObserver(() => this.place()).observe(live);
         }
-        const reset = () => {
-            settling = true;
-            for (const chart of reached())
-                chart.updateOptions(chart.wholeCurve);
-            settling = false;
-        };
-        whole.addEventListener("click", reset);
 
-        const wide = data.panels.some((panel) => Math.max(...panel.scale.map(Math.abs)) >= 1e6);
-        data.panels.forEach((panel, i) => {
-            panel.times = panel.times || data.panels[0].times;
-            const box = element(live, "div", "panel");
-            panel.box = element(box, "div", "values");
-            panel.box.innerHTML = valuesText(panel);
-            const frame = element(box, "div", "chart");
-            frame.tabIndex = 0;
-            const bands = panel.lines.some((line) => line.low);
+        makeChart(panel, last) {
+            const box = element(this.live, "div", "panel"), bands = panel.lines.some((line) => line.low);
+            const title = element(box, "div", "heading");
+            title.textContent = panel.title + (panel.unit ? " (" + panel.unit + ")" : "");
+            if (panel.lines.length > 1)
+                for (const line of panel.lines)
+                    element(title, "b", "t" + line.colour).textContent = line.name;
+            if (bands)
+                element(title, "span", "").textContent = "line: mean of the elements, band: least to greatest";
             const rows = panel.times.map((time, row) => [time, ...panel.lines.map((line) =>
                 bands ? [line.low[row], line.values[row], line.high[row]] : line.values[row])]);
-            const last = i === data.panels.length - 1;
-            const chart = new Dygraph(frame, rows, {
-                ...looks(panel),
+            const chart = new Dygraph(element(box, "div", "chart"), rows, {
+                ...this.looks(panel),
                 labels: [axisTitle, ...panel.lines.map((line) => line.name)],
                 customBars: bands,
                 fillAlpha: 0.22,
                 strokeWidth: 1.7,
                 drawPoints: panel.times.length < 80,
                 pointSize: 2.5,
-                highlightCircleSize: 4,
-                dateWindow: data.axis,
+                highlightCircleSize: 0,
+                interactionModel: {},
+                dateWindow: this.view,
                 valueRange: panel.scale,
                 legend: "never",
                 axisLabelFontSize: 11,
@@ -253,68 +255,180 @@
                 gridLineWidth: 1,
                 rightGap: 8,
                 axes: {
-                    x: {drawAxis: last},
+                    x: {drawAxis: last, axisLabelFormatter: tickText},
                     y: {
-                        axisLabelWidth: wide ? 92 : 46,
+                        axisLabelWidth: labelWidth,
                         pixelsPerLabel: 26,
-                        axisLabelFormatter: (value) => shown(value, 12),
+                        axisLabelFormatter: tickText,
                         ...isAngle(panel) ? {ticker: degreeTicker} : {},
                     },
                 },
-                plugins: [{activate: () => ({didDrawChart(event) {
-                    drawPlaces(event.drawingContext, event.dygraph, data.keys, "key");
-                    drawPlaces(event.drawingContext, event.dygraph, data.seams, "seam");
+                plugins: [{activate: () => ({didDrawChart: (event) => {
+                    for (const [places, name] of [["keys", "key"], ["seams", "seam"], ["found", "found"]])
+                        drawPlaces(event.drawingContext, event.dygraph, this.data[places], name);
+                    if (this.elements)
+                        this.elements.draw(event.drawingContext, event.dygraph, panel, paint);
                 }})}],
-                highlightCallback: (event, x) => select(chart, x),
-                unhighlightCallback: () => select(chart),
-                drawCallback: (self, initial) => { if (!initial) follow(self); },
             });
-            chart.wholeCurve = {dateWindow: data.axis, valueRange: panel.scale};
             chart.panel = panel;
-            chart.resetZoom = reset; // what a double-click calls
-            charts.push(chart);
-            frame.addEventListener("keydown", (event) => {
-                const step = {ArrowLeft: -1, ArrowRight: 1}[event.key];
-                if (!step)
+            this.charts.push(chart);
+        }
+
+        looks(panel) {
+            return {
+                colors: panel.lines.map((line) => paint("c" + line.colour)),
+                gridLineColor: paint("grid"),
+                axisLineColor: paint("frame"),
+            };
+        }
+        recolour() {
+            this.charts.forEach((chart) => chart.updateOptions(this.looks(chart.panel)));
+            this.turntable && this.turntable.draw(head.time);
+        }
+        redraw() {
+            this.charts.forEach((chart) => chart.updateOptions({}));
+            this.show(head.time);
+        }
+
+        // A press or a drag moves the play head; with Shift it chooses a window, as two fingers do.
+        listen() {
+            const {live} = this, fingers = new Map();
+            let start = null, between = null;
+            const at = (event) => this.charts[0].toDataXCoord(event.clientX - live.getBoundingClientRect().left);
+            live.addEventListener("pointerdown", (event) => {
+                if (event.button !== 0)
+                    return;
+                live.focus({preventScroll: true});
+                live.setPointerCapture(event.pointerId);
+                fingers.set(event.pointerId, at(event));
+                between = fingers.size === 2 ? [[...fingers.values()], this.view] : null;
+                start = event.shiftKey ? at(event) : null;
+                if (fingers.size === 1 && start === null) {
+                    play(false);
+                    moveTo(at(event));
+                }
+            });
+            live.addEventListener("pointermove", (event) => {
+                if (this.elements && !fingers.size)
+                    this.elements.point(event, this.charts);
+                if (!fingers.has(event.pointerId))
+                    return;
+                fingers.set(event.pointerId, at(event));
+                if (between && fingers.size === 2)
+                    this.pinch(between, fingers);
+                else if (start !== null)
+                    this.select(start, at(event));
+                else
+                    moveTo(at(event));
+            });
+            const end = (event) => {
+                if (!fingers.delete(event.pointerId))
+                    return;
+                const to = at(event), chosen = start;
+                start = between = null;
+                this.box.style.display = "none";
+                if (event.type === "pointerup" && chosen !== null && Math.abs(to - chosen) > frame / 10)
+                    setView(this, [Math.min(chosen, to), Math.max(chosen, to)]);
+                announce();
+            };
+            live.addEventListener("pointerup", end);
+            live.addEventListener("pointercancel", end);
+            live.addEventListener("dblclick", () => setView(this, whole));
+            live.addEventListener("wheel", (event) => {
+                if (!event.ctrlKey && !event.metaKey)
                     return;
                 event.preventDefault();
-                const row = chart.getSelection() < 0 ? 0 : chart.getSelection() + step * (event.shiftKey ? 10 : 1);
-                const within = Math.min(Math.max(row, 0), panel.times.length - 1);
-                chart.setSelection(within);
-                select(chart, panel.times[within]);
-            });
-            frame.addEventListener("blur", () => { chart.clearSelection(); select(chart); });
-        });
-        if (canvas)
-            drawStrip(canvas, data.strip, charts[0]);
-        section.dataset.charts = charts.length;
-        document.body.dataset.drawn = drawn.size;
+                zoom(this, Math.exp(event.deltaY / 200), at(event));
+            }, {passive: false});
+        }
+        pinch([was, window], fingers) {
+            const is = [...fingers.values()], factor = Math.abs(was[1] - was[0]) / Math.max(Math.abs(is[1] - is[0]), 1e-9);
+            const middle = (was[0] + was[1]) / 2;
+            setView(this, [middle - (middle - window[0]) * factor, middle + (window[1] - middle) * factor]);
+            fingers.forEach((value, id) => fingers.set(id, value));
+        }
+        select(from, to) {
+            const [left, right] = [from, to].map((x) => this.charts[0].toDomXCoord(x)).sort((a, b) => a - b);
+            Object.assign(this.box.style, {display: "block", left: left + "px", width: right - left + "px"});
+        }
+
+        isZoomed() { return this.view[0] !== this.data.axis[0] || this.view[1] !== this.data.axis[1]; }
+        setView(wanted) {
+            // A curve with an axis of its own shows what it has of the window.
+            const [from, to] = [Math.max(wanted[0], this.data.axis[0]), Math.min(wanted[1], this.data.axis[1])];
+            this.view = from < to ? [from, to] : this.data.axis;
+            if (seen.has(this))
+                this.place();
+        }
+        /// What depends on the window and on the width.
+        place() {
+            for (const chart of this.charts)
+                if (String(chart.xAxisRange()) !== String(this.view))
+                    chart.updateOptions({dateWindow: this.view});
+            if (this.canvas && this.charts.length)
+                tools.drawStrip(this.canvas, this.data.strip, this.charts[0]);
+            this.show(head.time);
+        }
+
+        show(time) {
+            for (const {panel, line, cell} of this.rows) {
+                const row = rowAt(panel.times, time + frame * 1e-6);
+                const band = row >= 0 && line.low && line.low[row] !== null
+                    ? ` (${shown(line.low[row], 7)} … ${shown(line.high[row], 7)})` : "";
+                cell.textContent = withUnit(row < 0 ? null : line.values[row], panel) + band;
+            }
+            if (this.swatch)
+                this.swatch.style.background = css(colourAt(this.data.strip, 0, time));
+            if (this.charts.length) {
+                const chart = this.charts[0], x = chart.toDomXCoord(time);
+                this.cursor.style.display = time < this.view[0] || time > this.view[1] ? "none" : "block";
+                this.cursor.style.transform = `translateX(${x}px)`;
+            }
+            if (this.dot)
+                tools.placeDot(this.dot, this.data, rowAt(this.data.panels[0].times, time + frame * 1e-6));
+            this.elements && this.elements.show(time);
+            this.turntable && this.turntable.draw(time);
+        }
+        spoken() {
+            return this.section.querySelector("h2").textContent + " "
+                + this.rows.map(({cell}) => cell.previousElementSibling.textContent + " " + cell.textContent).join(", ");
+        }
     }
 
-    // The first ones at once; of many more only what is looked at.
-    tracks.slice(0, 12).forEach(draw);
-    const seen = new IntersectionObserver((entries) => {
-        for (const entry of entries)
-            if (entry.isIntersecting)
-                draw(entry.target);
-    }, {rootMargin: "800px"});
-    tracks.slice(12).forEach((section) => seen.observe(section));
+    function card(section) {
+        if (!cards.has(section)) {
+            cards.set(section, new Card(section, sections.indexOf(section)));
+            body.dataset.drawn = cards.size;
+            if (together.checked)
+                cards.get(section).setView(view);
+        }
+        return cards.get(section);
+    }
+    const sight = new IntersectionObserver((entries) => {
+        for (const entry of entries) {
+            if (!entry.isIntersecting) {
+                seen.delete(cards.get(entry.target));
+                continue;
+            }
+            const one = card(entry.target);
+            seen.add(one);
+            one.place();
+        }
+    }, {rootMargin: "400px"});
+    sections.forEach((section) => sight.observe(section));
 
     matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => {
-        settling = true;
-        for (const chart of [...drawn.values()].flat())
-            chart.updateOptions(looks(chart.panel));
-        settling = false;
+        for (const one of cards.values())
+            one.recolour();
     });
-
-    const filter = document.getElementById("filter");
+    const filter = part("filter");
     if (filter)
         filter.addEventListener("input", () => {
             const wanted = filter.value.toLowerCase();
             document.querySelectorAll("nav li").forEach((item, i) => {
-                const hidden = !item.textContent.toLowerCase().includes(wanted);
-                item.hidden = hidden;
-                tracks[i].hidden = hidden;
+                item.hidden = sections[i].hidden = !item.textContent.toLowerCase().includes(wanted);
             });
         });
+    part("player").hidden = false;
+    moveTo(whole[0]);
 })();

@@ -5,6 +5,7 @@
 #include "player/scene/Values.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 namespace Zelvan::play {
@@ -58,8 +59,50 @@ Clock::Clock(Scene& scene) : _scene(scene)
             _sensors.emplace_back(node);
         }
     scene.goLive();
+    _awake.resize((_sensors.size() + 63) / 64);
+    for (std::size_t i = 0; i < _sensors.size(); ++i) {
+        TimeSensorProc& proc = timeSensor(_sensors[i]).sensorProc();
+        proc.open(0);
+        proc.watch(&_awake[i / 64], i % 64);
+        _awake[i / 64] |= std::uint64_t(1) << i % 64;
+    }
+}
+
+Clock::~Clock()
+{
     for (Sensor const& sensor : _sensors)
-        timeSensor(sensor).sensorProc().open(0);
+        timeSensor(sensor).sensorProc().watch(nullptr, 0);
+}
+
+void Clock::limitTo(std::size_t frames, std::size_t most)
+{
+    _mostLooks = most;
+    auto const running = static_cast<std::size_t>(std::ranges::count_if(_sensors, [](Sensor const& sensor) {
+        return timeSensor(sensor).enabled() && timeSensor(sensor).sensorProc().startsAt(0);
+    }));
+    if (running > 0 && frames > most / running)
+        refuseSensors(most);
+}
+
+void Clock::refuseSensors(std::size_t most) const
+{
+    throw Failure(exitScene, "error: " + std::to_string(_sensors.size()) + " TimeSensors would be asked more than "
+                                 + std::to_string(most) + " times: fewer frames or a shorter time are less (--max-values "
+                                 "raises the limit)");
+}
+
+// In the order of the file, those included that an earlier one wakes.
+template <class Look>
+void Clock::eachAwake(Look look)
+{
+    for (std::size_t word = 0; word < _awake.size(); ++word)
+        for (unsigned bit = 0; bit < 64; ++bit) {
+            std::uint64_t const rest = _awake[word] >> bit;
+            if (rest == 0)
+                break;
+            bit += static_cast<unsigned>(std::countr_zero(rest));
+            look(_sensors[word * 64 + bit]);
+        }
 }
 
 void Clock::startSensor(std::string const& name, double time)
@@ -124,39 +167,51 @@ void Clock::frame(double time)
 {
     // A sensor that another one starts begins in the same frame, whatever their order in the file.
     constexpr int chains = 16;
-    for (Sensor& sensor : _sensors) {
+    eachAwake([&](Sensor& sensor) {
+        ++_looks;
         timeSensor(sensor).sensorProc().startIfDue(time);
         timeSensor(sensor).sensorProc().tick(time);
-    }
+    });
+    if (_looks > _mostLooks)
+        refuseSensors(_mostLooks);
     for (int pass = 0; pass < chains; ++pass) {
         bool started = false;
-        for (Sensor& sensor : _sensors)
+        eachAwake([&](Sensor& sensor) {
             if (timeSensor(sensor).sensorProc().startIfDue(time)) {
                 timeSensor(sensor).sensorProc().tick(time);
                 started = true;
             }
+        });
         if (!started)
             break;
     }
-    for (Sensor& sensor : _sensors) {
+    eachAwake([&](Sensor& sensor) {
         TimeSensorProc const& proc = timeSensor(sensor).sensorProc();
         if (proc.isActive() && (!sensor.active || sensor.runs.back().start != proc.startTime()))
             sensor.runs.push_back({proc.startTime(), time, proc.interval()});
         if (proc.isActive() || sensor.active)
             sensor.runs.back().end = time;
         sensor.active = proc.isActive();
-    }
+        if (!proc.mayChange(time)) {
+            auto const i = static_cast<std::size_t>(&sensor - _sensors.data());
+            _awake[i / 64] &= ~(std::uint64_t(1) << i % 64);
+        }
+    });
     _scene.nodes().finishFrame(time);
 }
 
-void Clock::advance(double time)
+void Clock::advance(double time, std::function<void()> const& begin)
 {
     for (; _nextEvent < _events.size() && _events[_nextEvent].time <= time; ++_nextEvent) {
+        if (begin)
+            begin();
         Event const& event = _events[_nextEvent];
         event.field->setAndValidateValueByStr(event.value.c_str(), false);
         NodeHold const hold(*event.field->_node);
         event.field->_node->fieldChanged(*event.field, event.time, nullptr);
     }
+    if (begin)
+        begin();
     frame(time);
 }
 

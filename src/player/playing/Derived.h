@@ -1,5 +1,7 @@
 #pragma once
 
+#include "player/playing/Turning.h"
+
 namespace Zelvan::play {
 
 // From the numbers of a value, as appendNumbers gives them, to the quantities people think in.
@@ -9,13 +11,12 @@ struct Hsv {
 };
 Hsv hsvOf(double const* rgb);
 
-/// Four quantities: unit axis and angle in degrees. The axis is NaN for a zero axis and for a rotation by nothing,
-/// which have no direction.
-void rotationQuantities(double const* number, double* quantity);
-/// Seven quantities of M = T Q SO diag(k) SO^T: translation, rotation angle in degrees, scale factors k. A mirroring
-/// matrix is taken as a rotation with negative factors. Returns whether it mirrors.
-bool matrixQuantities(double const* number, double* quantity);
-/// Degrees from one rotation to another, by the shorter way.
-double angleBetween(double const* from, double const* to);
+/// What M = T Q SO diag(k) SO^T is made of. A mirroring matrix is taken as a rotation with negative factors.
+struct MatrixParts {
+    double translation[3], factors[3]; ///< k
+    UnitQuaternion rotation;           ///< Q
+    bool mirrors;
+};
+MatrixParts partsOf(double const* matrix);
 
 } // namespace Zelvan::play

@@ -19,12 +19,13 @@ namespace Zelvan::play {
 //       ProtoInstance name="P" with fieldValue name="a" value="1 2 3"  (nodes are children of the fieldValue)
 //   translation IS a          IS with connect nodeField="translation" protoField="a"
 //   EXTERNPROTO P [...] "u"   ExternProtoDeclare name="P" url=... with its fields
-//   ROUTE, IMPORT, EXPORT, PROFILE, COMPONENT, META, UNIT, a Script's own fields   as in XML
+//   ROUTE, IMPORT, EXPORT, COMPONENT, META, UNIT, a Script's own fields   as in XML
+//   #X3D V3.3 utf8, PROFILE p   the root, X3D version="3.3" profile="p"; of #VRML V2.0 it is version="2.0"
 // VRML97's own words are translated: eventIn is inputOnly, exposedField inputOutput, and so on.
 
 struct Attribute {
     std::string_view name;
-    std::string_view value;       ///< decoded; of lists without their brackets, comments as blanks
+    std::string_view value;       ///< decoded; of lists without their brackets, comments as blanks; a zero byte follows
     std::uint32_t offset = 0;     ///< of the value's first byte in the file's text
     bool quoted = false;          ///< the value is strings in double quotes with \" and \\ in them, also for a single SFString
 };

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "player/reading/ReadLimits.h"
 #include "player/scene/Scene.h"
-#include "player/reading/SourceFile.h"
 
 #include <memory>
 #include <string>
@@ -11,6 +11,7 @@ namespace Zelvan::play {
 // Kinds of the messages that reading a scene may give; `check` uses them as codes.
 namespace kinds {
 inline constexpr char const* badXml = "bad-xml";
+inline constexpr char const* badEncoding = "bad-encoding";
 inline constexpr char const* badValue = "bad-value";
 inline constexpr char const* unknownAttribute = "unknown-attribute";
 inline constexpr char const* badRoute = "bad-route";
@@ -20,9 +21,10 @@ inline constexpr char const* badProto = "bad-proto";
 inline constexpr char const* badInline = "bad-inline";
 } // namespace kinds
 
-/// Reads a scene from X3D XML: nodes by type name, fields from attributes, ROUTEs, USE, PROTO instances expanded,
-/// Inline and EXTERNPROTO from local files in the scene's folder. What is wrong goes to `diagnostics`, and reading
-/// goes on where it can. Throws Failure where it cannot: an unreadable file, text that is not XML, a limit.
+/// Reads a scene from X3D XML, ClassicVRML or VRML97: nodes by type name, fields from attributes, ROUTEs, USE, PROTO
+/// instances expanded, Inline and EXTERNPROTO from local files in the scene's folder; "-" is standard input. What is
+/// wrong goes to `diagnostics`, and reading goes on where it can. Throws Failure where it cannot: an unreadable file,
+/// text that does not parse, a limit.
 std::unique_ptr<Scene> readScene(std::string const& file, ReadLimits const& limits, Diagnostics& diagnostics);
 
 } // namespace Zelvan::play

@@ -1,66 +1,46 @@
 #pragma once
 
-#include "player/scene/Diagnostics.h"
+#include "player/reading/LocalFiles.h"
+#include "player/reading/ReadLimits.h"
+#include "player/reading/TextBuffer.h"
 
-#include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
+#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace Zelvan::play {
 
-/// What a scene may cost to read. Files come from strangers.
-struct ReadLimits {
-    std::size_t bytes = std::size_t(128) << 20; ///< of one file, uncompressed; below 4 GiB
-    unsigned depth = 500;                       ///< elements, PROTO instances and inlined files inside each other
-    unsigned elements = 1'000'000;              ///< of one file, each with a beginning and an end; an eighth of its lines
-    unsigned nodes = 300'000;                   ///< kept nodes: those that can be routed to
-    unsigned expanded = 100'000;                ///< nodes that PROTOs and repeated Inlines stand for, or what costs as much
-    unsigned files = 100;                       ///< with all that is inlined
-    std::size_t values = 8'000'000;             ///< numbers of a recording that is kept for curves and tables
-};
-
-/// The text of one file: UTF-8 X3D XML, whatever form it was stored in.
-/// The content decides, not the suffix: gzip is uncompressed, UTF-16 and declared encodings are converted,
-/// ClassicVRML and VRML 2.0 go through the program `tovrmlx3d`. Throws Failure with the file's name, also for
-/// forms that are not read (binary X3D, X3D JSON, VRML 1.0) and for text that is not valid UTF-8.
+/// The text of one file: UTF-8, whatever form it was stored in. The content decides, not the suffix: gzip is
+/// uncompressed, UTF-16 and encodings that XML declares are converted, VRML that is no UTF-8 is taken for Latin-1.
+/// Throws Failure with the file's name, also for forms that are not read (binary X3D, X3D JSON, VRML 1.0) and for XML
+/// that is not valid UTF-8.
 class SourceFile {
 public:
-    /// "-" is standard input.
-    SourceFile(std::string path, ReadLimits const& limits);
+    /// Reads on from where the descriptor is, to the end.
+    SourceFile(OpenedFile const& file, ReadLimits const& limits);
 
-    std::string const& path() const { return _path; }
-    /// Shown in messages: "<stdin>" for standard input.
-    std::string name() const { return _path == "-" ? "<stdin>" : _path; }
     /// The text; a parser may change it in place. One zero byte follows.
-    char* data() { return _data.get(); }
-    std::size_t size() const { return _size; }
+    char* data() { return _text.data(); }
+    std::size_t size() const { return _text.size(); }
+    std::string_view text() const { return _text.text(); }
+    enum class Syntax { xml, classic };
+    Syntax syntax() const { return _syntax; }
+    /// Of the first character that was not UTF-8 in a file that has been taken for Latin-1.
+    std::optional<std::uint32_t> firstLatin1() const { return _firstLatin1; }
     /// Offsets of the first bytes of all lines. Ask before the text is changed.
     std::vector<std::uint32_t> lineStarts() const;
 
 private:
-    struct Free {
-        void operator()(char* p) const { std::free(p); }
-    };
-    using Buffer = std::unique_ptr<char, Free>;
+    void read(Descriptor const& file);
+    void decode();
+    void decodeClassic();
+    /// The text without byte order mark and blanks in front.
+    std::string_view body() const;
 
-    // A block that grows without a second copy of it, as realloc does for large ones.
-    class Growing;
-    void take(Growing& text);
-    std::string_view text() const { return {_data.get(), _size}; }
-    void readAll(ReadLimits const& limits);
-    void uncompress(ReadLimits const& limits);
-    void convertEncoding(char const* encoding, std::size_t skip, ReadLimits const& limits);
-    void convertVrml(ReadLimits const& limits);
-    void requireUtf8() const;
-    [[noreturn]] void refuse(ExitStatus status, std::string const& why) const;
-
-    std::string _path;
-    Buffer _data;
-    std::size_t _size = 0;
+    TextBuffer _text;
+    Syntax _syntax = Syntax::xml;
+    std::optional<std::uint32_t> _firstLatin1;
 };
 
 } // namespace Zelvan::play

@@ -107,6 +107,13 @@ Scene::Scene() : _nameSpace(std::make_unique<NodeNameSpace>(_context)) {}
 
 Scene::~Scene() = default;
 
+std::uint32_t Scene::addFile(std::string name, std::vector<std::uint32_t> lineStarts)
+{
+    fileNames.push_back(std::move(name));
+    _lines.push_back(std::make_unique<Lines>(Lines{std::move(lineStarts)}));
+    return static_cast<std::uint32_t>(_lines.size() - 1);
+}
+
 Place Scene::place(Location where) const
 {
     if (where.file >= _lines.size())

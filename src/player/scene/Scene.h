@@ -15,8 +15,6 @@
 
 namespace Zelvan::play {
 
-class SourceFile;
-
 /// A place kept small: the file's number in the scene and the byte offset in it.
 struct Location {
     std::uint32_t file = 0;
@@ -32,6 +30,8 @@ struct SceneNode {
     Node* node = nullptr; ///< null for a node without a class that no route touches
     bool known = false;   ///< has a node class
     bool named = false;   ///< has a DEF name
+    /// A node that is not run and has this one in a field of its own: a Script, which may fill and drive it.
+    SceneNode const* holder = nullptr;
 
     struct AttributePlace {
         unsigned index; ///< of the field
@@ -49,6 +49,9 @@ struct SceneRoute {
     Location where;
     /// Null when it could not be connected, or when neither end has a node class: nothing will pass.
     Route* route = nullptr;
+
+    /// Whether it could not be connected, which was reported.
+    bool refused() const { return route == nullptr && (from->known || to->known); }
 };
 
 /// What was read from a file and everything it includes: nodes, routes, and where they stand.
@@ -62,6 +65,8 @@ public:
     Context& context() { return _context; }
     NodeNameSpace& nodes() { return *_nameSpace; }
 
+    /// One more file, with the offsets of the first bytes of its lines. Returns its number for Locations.
+    std::uint32_t addFile(std::string name, std::vector<std::uint32_t> lineStarts);
     /// Places are kept for the lifetime of the scene; the text itself is not.
     Place place(Location where) const;
     Place place(SceneNode const& node) const { return place(node.where); }
@@ -89,7 +94,6 @@ public:
     std::vector<std::string> fileNames;
 
 private:
-    friend class SceneReader;
     struct Lines;
 
     Context _context;

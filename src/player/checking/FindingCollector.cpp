@@ -1,0 +1,70 @@
+#include "player/checking/CheckRules.h"
+
+#include <algorithm>
+
+namespace Zelvan::play {
+
+namespace {
+
+auto order(Finding const& finding)
+{
+    return std::tie(finding.place.file, finding.place.line, finding.place.column);
+}
+
+} // namespace
+
+std::optional<Severity> FindingCollector::wanted(std::string const& code, Severity usual) const
+{
+    bool const asked = _options.only.contains(code);
+    if ((!_options.only.empty() && !asked) || _options.ignore.contains(code))
+        return {};
+    auto const changed = _options.severities.find(code);
+    Severity const severity = changed == _options.severities.end() ? usual : changed->second;
+    return severity == Severity::hint && !_options.hints && !asked ? std::optional<Severity>() : severity;
+}
+
+FindingCollector::Slot* FindingCollector::open(char const* code, SceneNode const& node)
+{
+    Slot& slot = _slots[{code, node.where.file, node.where.offset}];
+    if (_options.perNode == 0 || slot.kept.size() < _options.perNode)
+        return &slot;
+    ++_findings[slot.last].more;
+    return nullptr;
+}
+
+void FindingCollector::keep(Slot& slot, char const* code, SceneNode const& node, Field const* field,
+                            std::string const& text, std::string_view advice, Severity severity)
+{
+    auto const [same, added] = slot.kept.try_emplace(text, _findings.size());
+    if (!added) {
+        ++_findings[same->second].more;
+        return;
+    }
+    slot.last = _findings.size();
+    _findings.push_back({severity, code, field ? _scene.place(node, *field) : _scene.place(node), node.name,
+                         node.name + text, std::string(advice)});
+}
+
+void FindingCollector::add(char const* code, SceneRoute const& route, std::string message, std::string_view advice,
+                           Severity usual)
+{
+    add({usual, code, _scene.place(route.where), route.to->name, std::move(message), std::string(advice)});
+}
+
+void FindingCollector::add(Finding finding)
+{
+    if (auto const severity = wanted(finding.code, finding.severity)) {
+        finding.severity = *severity;
+        _findings.push_back(std::move(finding));
+    }
+}
+
+std::vector<Finding> FindingCollector::take()
+{
+    std::stable_sort(_findings.begin(), _findings.end(),
+                     [](Finding const& a, Finding const& b) { return order(a) < order(b); });
+    _slots.clear();
+    return std::move(_findings);
+}
+
+} // namespace Zelvan::play

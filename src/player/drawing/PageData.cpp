@@ -1,0 +1,136 @@
+#include "player/drawing/Page.h"
+
+#include <bit>
+#include <cstdint>
+
+namespace Zelvan::play {
+
+namespace {
+
+/// A float as the file has it; what has been derived from floats is no more precise than ten digits.
+std::string number(double value, int digits)
+{
+    float const rounded = float(value);
+    return !drawable(value) ? "null" : double(rounded) == value ? shortNumber(rounded) : roundNumber(value, digits);
+}
+
+void appendNumbers(std::string& json, std::vector<double> const& numbers, int digits = 10)
+{
+    json += '[';
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+        json += (i == 0 ? "" : ",") + number(numbers[i], digits);
+    json += ']';
+}
+
+/// Only titles, units and component names become JSON; the scene's own names never do.
+std::string quoted(std::string const& text)
+{
+    std::string result = "\"";
+    for (char const c : text)
+        if (static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\' || c == '<' || c == '&')
+            result += std::string("\\u00") + "0123456789abcdef"[c >> 4] + "0123456789abcdef"[c & 15];
+        else
+            result += c;
+    return result + '"';
+}
+
+/// Floats as a page reads them: the bytes of each, least first.
+void appendBase64(std::string& text, std::vector<float> const& numbers)
+{
+    constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::size_t const bytes = numbers.size() * 4;
+    auto const byte = [&](std::size_t i) {
+        return i < bytes ? std::bit_cast<std::uint32_t>(numbers[i / 4]) >> 8 * (i % 4) & 255 : 0;
+    };
+    for (std::size_t i = 0; i < bytes; i += 3) {
+        std::uint32_t const three = byte(i) << 16 | byte(i + 1) << 8 | byte(i + 2);
+        for (std::size_t k = 0; k < 4; ++k)
+            text += i + k > bytes ? '=' : digits[three >> (18 - 6 * k) & 63];
+    }
+}
+
+constexpr char const* shapeNames[] = {"none", "path", "cloud", "outline", "turned"};
+
+void appendPanelData(std::string& json, Panel const& panel, Panel const& first)
+{
+    json += (&panel == &first ? "" : ",") + ("\n{\"title\":" + quoted(panel.title)) + ",\"unit\":"
+            + quoted(panel.unit) + ",\"scale\":";
+    int const digits = panel.unit == "s" ? 17 : 10; // times are doubles
+    appendNumbers(json, {panel.scale.low, panel.scale.high}, digits);
+    if (&panel == &first || panel.times != first.times) { // else the first one's
+        json += ",\"times\":";
+        appendNumbers(json, panel.times);
+    }
+    json += ",\"lines\":[";
+    for (Line const& line : panel.lines) {
+        json += (&line == &panel.lines.front() ? "" : ",") + ("{\"name\":" + quoted(line.name)) + ",\"colour\":"
+                + std::to_string(line.colour) + ",\"values\":";
+        appendNumbers(json, line.values, digits);
+        if (!line.low.empty()) {
+            json += ",\"low\":";
+            appendNumbers(json, line.low);
+            json += ",\"high\":";
+            appendNumbers(json, line.high);
+        }
+        json += '}';
+    }
+    json += ']';
+    if (panel.flat)
+        json += ",\"flat\":true";
+    if (panel.component >= 0)
+        json += ",\"component\":" + std::to_string(panel.component);
+    json += '}';
+}
+
+} // namespace
+
+void appendPageData(std::string& json, Drawing const& drawing, Elements const& elements, Shape shape, double pathSize)
+{
+    json += "{\"axis\":";
+    appendNumbers(json, {drawing.axis.low, drawing.axis.high});
+    json += ",\"keys\":";
+    appendNumbers(json, drawing.keys);
+    json += ",\"seams\":";
+    appendNumbers(json, drawing.seams);
+    json += ",\"found\":";
+    appendNumbers(json, drawing.found);
+    json += ",\"shape\":\"" + std::string(shapeNames[unsigned(shape)]) + '"';
+    json += ",\"panels\":[";
+    for (Panel const& panel : drawing.panels)
+        appendPanelData(json, panel, drawing.panels.front());
+    json += ']';
+    if (!drawing.strip.rows.empty()) {
+        json += ",\"strip\":{\"times\":";
+        appendNumbers(json, drawing.strip.times);
+        json += ",\"rows\":[";
+        for (std::vector<std::uint32_t> const& row : drawing.strip.rows) {
+            std::vector<double> colours;
+            for (std::uint32_t const colour : row)
+                colours.push_back(colour == Strip::none ? -1. : double(colour));
+            json += &row == &drawing.strip.rows.front() ? "" : ",";
+            appendNumbers(json, colours);
+        }
+        json += "]}";
+    }
+    if (drawing.path.kind != PlanePath::absent) {
+        PathPlot const plot(drawing.path, pathSize);
+        json += ",\"path\":{\"wheel\":" + std::string(drawing.path.kind == PlanePath::hueWheel ? "true" : "false")
+                + ",\"axes\":[" + std::to_string(drawing.path.axes[0]) + ',' + std::to_string(drawing.path.axes[1])
+                + "],\"signs\":";
+        appendNumbers(json, {drawing.path.signs[0], drawing.path.signs[1]});
+        json += ",\"plot\":";
+        appendNumbers(json, {plot.size, plot.unit, plot.middle[0], plot.middle[1]});
+        json += '}';
+    }
+    if (elements.count != 0) {
+        json += ",\"elements\":{\"count\":" + std::to_string(elements.count) + ",\"stride\":"
+                + std::to_string(elements.stride) + ",\"width\":" + std::to_string(elements.width) + ",\"times\":";
+        appendNumbers(json, elements.times);
+        json += ",\"numbers\":\"";
+        appendBase64(json, elements.numbers);
+        json += "\"}";
+    }
+    json += "}\n";
+}
+
+} // namespace Zelvan::play

@@ -1,0 +1,161 @@
+#include "player/reading/Nodes.h"
+
+#include "base/NodeProc.h"
+#include "base/NodeType.h"
+#include "player/reading/SceneReader.h"
+
+#include <algorithm>
+
+namespace Zelvan::play {
+
+namespace {
+
+DidYouMean meantField(Node const& node, std::string_view name, unsigned access)
+{
+    DidYouMean meant(name);
+    for (Field const* const field : node.fields())
+        if (field != nullptr && (field->type() & access) != 0)
+            meant.offer(field->findName());
+    return meant;
+}
+
+/// The string in the quotes of a value that holds one.
+std::string unquoted(std::string_view text)
+{
+    std::string string;
+    auto const begin = std::min(text.find('"'), text.size());
+    for (auto at = begin + 1; at < text.size() && text[at] != '"'; ++at) {
+        if (text[at] == '\\' && at + 1 < text.size())
+            ++at;
+        string += text[at];
+    }
+    return string;
+}
+
+} // namespace
+
+std::string otherFields(Node const& node, std::string_view name, unsigned access)
+{
+    if (DidYouMean const meant = meantField(node, name, access); !meant.nearest().empty())
+        return meant.text();
+    std::string names;
+    for (Field const* const field : node.fields())
+        if (field != nullptr && (field->type() & access) != 0)
+            names += (names.empty() ? "; it has " : ", ") + std::string(field->findName());
+    return names;
+}
+
+SceneNode& Nodes::add(std::string name, std::string typeName, Location where, std::size_t tenths)
+{
+    _reading.budget.addNode(where);
+    _reading.budget.spend((_reading.budget.isAgain() ? 10 : 0) + tenths, where);
+    SceneNode& node = _reading.scene.sceneNodes.emplace_back();
+    node.typeName = std::move(typeName);
+    _reading.requireShort(node.typeName, "a node type", where);
+    node.name = std::move(name);
+    node.where = where;
+    return node;
+}
+
+SceneNode& Nodes::add(Element const& element, Scope const& scope)
+{
+    std::string const def = _reading.nameIn(element, "DEF", scope);
+    SceneNode& node = add("", std::string(element.name), locate(element, scope), scope.prefix.size() / Budget::bytesForATenth);
+    node.named = !def.empty();
+    node.name = qualified(scope, node.named ? def : node.typeName + '#' + std::to_string(_reading.scene.sceneNodes.size()));
+    return node;
+}
+
+SceneNode& Nodes::addStore(Instance const& instance)
+{
+    SceneNode& node = add(instance.name, instance.protoName, instance.where, instance.name.size() / Budget::bytesForATenth);
+    node.named = instance.named;
+    return node;
+}
+
+void Nodes::define(std::string const& name, Target target, Scope& scope, Location where)
+{
+    if (name.empty())
+        return;
+    Target& defined = scope.names[name];
+    if (defined)
+        scope.duplicates.emplace_back(name, where);
+    defined = target;
+}
+
+SceneNode* Nodes::read(Element const& element, Scope& scope)
+{
+    NodeType* const type = NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), std::string(element.name), searchExact);
+    NodeType* const creatable = type ? type->creatableType() : nullptr;
+    // A node that nothing can be routed to needs no memory.
+    if (creatable == nullptr && findAttribute(element, "DEF") == nullptr && findChild(element, "IS") == nullptr)
+        return nullptr;
+    SceneNode& node = add(element, scope);
+    if (creatable != nullptr)
+        create(*creatable, element, node, scope);
+    else if (element.name == "Script")
+        addScriptFields(element, node, scope);
+    define(_reading.nameIn(element, "DEF", scope), {&node}, scope, node.where);
+    return &node;
+}
+
+void Nodes::create(NodeType& type, Element const& element, SceneNode& node, Scope const& scope)
+{
+    node.known = true;
+    node.node = type.createNodeWithProc(_reading.scene.nodes(), node.named ? node.name.c_str() : nullptr);
+    _reading.scene.nodes().add(*node.node);
+    setAttributes(element, node, scope);
+}
+
+void Nodes::setField(SceneNode& node, Field& field, Attribute const& value, SceneFile const& file)
+{
+    Location where = locate(value, file);
+    bool const isString = value.quoted && field.dataType() == SFStringType;
+    if (field.setAndValidateValueByStr(isString ? unquoted(value.value).c_str() : value.value.data(), false)) {
+        if (node.known)
+            node.attributes.push_back({indexOf(field), where});
+        return file.units.convert(*node.node, field);
+    }
+    FieldTextError const& error = Field::textError();
+    where.offset += static_cast<std::uint32_t>(error.position) + isString;
+    _reading.diagnostics.error(_reading.scene.place(where), kinds::badValue,
+                               node.name + '.' + field.findName() + " (" + dataTypeName(field.dataType()) + "): expected "
+                                   + error.expected + ", found \"" + error.found + "\"; the field keeps its default");
+}
+
+void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& scope)
+{
+    for (Attribute const& attribute : attributes(element)) {
+        std::string_view const name = attribute.name;
+        if (name == "DEF" || name == "USE" || name == "containerField" || name == "class" || name == "id"
+            || name == "style" || name.starts_with("xml") || name.starts_with("xsi"))
+            continue;
+        Field* const field = node.node->findField(std::string(name));
+        Location const where = locate(attribute, *scope.file);
+        if (field == nullptr) {
+            // What is like no field here was hardly misspelled.
+            bool const misspelled = !meantField(*node.node, name, initializeOnly).nearest().empty();
+            _reading.diagnostics.report(misspelled ? Severity::warning : Severity::note, _reading.scene.place(where),
+                                        kinds::unknownAttribute,
+                                        node.name + ": a " + node.typeName + " has no field \"" + std::string(name) + '"'
+                                            + otherFields(*node.node, name, initializeOnly));
+        }
+        else if ((field->type() & initializeOnly) == 0)
+            _reading.warn(where, kinds::unknownAttribute,
+                          node.name + '.' + std::string(name) + " is " + accessName(field->type())
+                              + " and cannot be set in a file");
+        else
+            setField(node, *field, attribute, *scope.file);
+    }
+}
+
+void Nodes::addScriptFields(Element const& element, SceneNode& node, Scope const& scope)
+{
+    for (Element const& field : Children(element, "field")) {
+        _reading.budget.spendOn(field, locate(field, scope), 10);
+        if (NodePartDataType const type = dataTypeCode(attributeValue(field, "type")); type != 0)
+            _reading.scene.fieldOfUnknown(node, _reading.nameIn(field, "name", scope), type);
+    }
+}
+
+} // namespace Zelvan::play

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "player/reading/Scope.h"
+
+namespace Zelvan {
+class NodeType;
+}
+
+namespace Zelvan::play {
+
+/// From elements to nodes and fields.
+class Nodes {
+public:
+    explicit Nodes(Reading& reading) : _reading(reading) {}
+
+    /// A node for an element that is not a USE, with the fields its attributes set; null when nothing can be routed to it.
+    SceneNode* read(Element const& element, Scope& scope);
+    /// A node of no class, which takes any event.
+    SceneNode& add(Element const& element, Scope const& scope);
+    /// Gives a DEF name; an empty one is none.
+    void define(std::string const& name, Target target, Scope& scope, Location where);
+    /// Sets a field from a text that stands in `file`, in the units of that file.
+    void setField(SceneNode& node, Field& field, Attribute const& value, SceneFile const& file);
+    /// Holds the fields of an instance that no node in it has.
+    SceneNode& addStore(Instance const& instance);
+
+private:
+    SceneNode& add(std::string name, std::string typeName, Location where, std::size_t tenths);
+    void create(NodeType& type, Element const& element, SceneNode& node, Scope const& scope);
+    void setAttributes(Element const& element, SceneNode& node, Scope const& scope);
+    void addScriptFields(Element const& element, SceneNode& node, Scope const& scope);
+
+    Reading& _reading;
+};
+
+/// What a message says behind "has no field": the one that was probably meant, or those there are.
+std::string otherFields(Node const& node, std::string_view name, unsigned access);
+
+} // namespace Zelvan::play

@@ -1,0 +1,226 @@
+#include "player/reading/Protos.h"
+
+#include "player/reading/SceneReader.h"
+
+#include <unordered_set>
+
+namespace Zelvan::play {
+
+namespace {
+
+using NamedField = std::pair<std::string const, InterfaceField>;
+
+// The same freedom as for nodes: "open", "set_open" and "open_changed" may mean one field.
+NamedField const* findField(Instance const& instance, std::string const& field, Node::FieldSearchOrder order)
+{
+    bool const input = order == Node::asInput;
+    std::string const affix = input ? "set_" : "_changed";
+    auto const& fields = instance.fields;
+    auto at = fields.find(field);
+    if (at == fields.end())
+        at = fields.find(input ? affix + field : field + affix);
+    if (at == fields.end() && input && field.starts_with(affix))
+        at = fields.find(field.substr(affix.size()));
+    if (at == fields.end() && !input && field.ends_with(affix))
+        at = fields.find(field.substr(0, field.size() - affix.size()));
+    return at == fields.end() ? nullptr : &*at;
+}
+
+} // namespace
+
+void Protos::declare(Element const& element, Scope& scope)
+{
+    scope.protos[_reading.nameIn(element, "name", scope)] = {&element, &scope};
+}
+
+void Protos::declareExtern(Element const& element, Scope& scope)
+{
+    std::string const name = _reading.nameIn(element, "name", scope);
+    Location const where = locate(element, scope);
+    std::string fragment;
+    Proto& proto = scope.protos[name] = {nullptr, &scope};
+    SceneFile* const other = _files.find(attributeValue(element, "url"), *scope.file, where, kinds::badProto, &fragment);
+    if (other == nullptr)
+        return;
+    if (other->declared == nullptr)
+        declareAll(*other);
+    auto const& declared = other->declared->protos;
+    if (fragment.empty())
+        proto = {other->firstProto, other->declared};
+    else if (auto const found = declared.find(fragment); found != declared.end())
+        proto = found->second;
+    if (proto.declaration == nullptr)
+        _reading.warn(where, kinds::badProto,
+                      '"' + other->name + "\" declares no PROTO \"" + (fragment.empty() ? name : fragment) + '"');
+}
+
+// A file's own declarations are also what their bodies may use.
+void Protos::declareAll(SceneFile& file)
+{
+    file.declared = &_reading.scopes.emplace_back();
+    file.declared->file = &file;
+    Element const* const root = file.tree.root();
+    Element const* const scene = root->name == "X3D" ? findChild(*root, "Scene") : root;
+    if (scene == nullptr)
+        return;
+    file.firstProto = findChild(*scene, "ProtoDeclare");
+    for (Element const& child : Children(*scene, "ProtoDeclare"))
+        declare(child, *file.declared);
+}
+
+Proto const* Protos::find(Scope& scope, std::string const& name)
+{
+    for (Scope* at = &scope; at != nullptr; at = at->outer)
+        if (auto const found = at->protos.find(name); found != at->protos.end())
+            return &found->second;
+    return nullptr;
+}
+
+Instance& Protos::instantiate(Element const& element, Proto const& proto, Scope& scope)
+{
+    Location const where = locate(element, scope);
+    std::string const protoName = _reading.nameIn(element, "name", scope), def = _reading.nameIn(element, "DEF", scope);
+    _reading.budget.spend(10, where);
+    Instance& instance = _reading.instances.emplace_back();
+    instance.name = qualified(scope, def.empty() ? protoName + '#' + std::to_string(_reading.instances.size()) : def);
+    instance.protoName = protoName;
+    instance.where = where;
+    instance.named = !def.empty();
+    _nodes.define(def, {nullptr, &instance}, scope, where);
+
+    if (Element const* const interface = findChild(*proto.declaration, "ProtoInterface"))
+        for (Element const& field : Children(*interface, "field")) {
+            std::string const name = _reading.nameIn(field, "name", *proto.scope);
+            _reading.budget.spend(2 + name.size() / Budget::bytesForATenth, where);
+            InterfaceField& added = instance.fields[name];
+            added.type = attributeValue(field, "type");
+            added.value = findAttribute(field, "value");
+            added.file = proto.scope->file;
+        }
+    for (Element const& given : Children(element, "fieldValue")) {
+        std::string const name = _reading.nameIn(given, "name", scope);
+        auto const found = instance.fields.find(name);
+        if (found == instance.fields.end())
+            _reading.warn(locate(given, scope), kinds::badProto, "PROTO \"" + protoName + "\" has no field \"" + name + '"'
+                                                                  + _reading.meant(name, instance.fields));
+        else if (Attribute const* const value = findAttribute(given, "value")) {
+            found->second.value = value;
+            found->second.file = scope.file;
+        }
+    }
+    return instance;
+}
+
+std::vector<Element const*> Protos::defaultsOf(Element const& element, Proto const& proto)
+{
+    std::unordered_set<std::string_view> given;
+    for (Element const& value : Children(element, "fieldValue"))
+        given.insert(attributeValue(value, "name"));
+    std::vector<Element const*> defaults;
+    if (Element const* const interface = findChild(*proto.declaration, "ProtoInterface"))
+        for (Element const& field : Children(*interface, "field"))
+            if (field.firstChild != nullptr && !given.contains(attributeValue(field, "name")))
+                defaults.push_back(&field);
+    return defaults;
+}
+
+void Protos::connect(Element const& element, Target target, Scope& scope)
+{
+    Element const* const is = findChild(element, "IS");
+    if (is == nullptr)
+        return;
+    for (Element const& connect : Children(*is, "connect")) {
+        Location const where = locate(connect, scope);
+        _reading.budget.spendOn(connect, where, 5);
+        std::string const nodeField = _reading.nameIn(connect, "nodeField", scope);
+        std::string const protoField = _reading.nameIn(connect, "protoField", scope);
+        if (scope.instance == nullptr) {
+            _reading.warn(where, kinds::badProto, "IS stands outside a PROTO's body");
+            continue;
+        }
+        auto const found = scope.instance->fields.find(protoField);
+        if (found == scope.instance->fields.end()) {
+            _reading.warn(where, kinds::badProto, "IS: the PROTO has no field \"" + protoField + '"'
+                                                   + _reading.meant(protoField, scope.instance->fields));
+            continue;
+        }
+        InterfaceField& field = found->second;
+        bool const exists = target.instance != nullptr ? connectInstance(field, *target.instance, nodeField, where)
+                            : target.node->known       ? connectNode(field, *target.node, nodeField, where)
+                                                       : true;
+        if (exists)
+            field.connections.emplace_back(target, nodeField);
+    }
+}
+
+bool Protos::connectInstance(InterfaceField const& outer, Instance& inner, std::string const& field, Location where)
+{
+    auto const found = inner.fields.find(field);
+    bool const exists = found != inner.fields.end();
+    if (!exists)
+        _reading.warn(where, kinds::badProto, "IS: the instance has no field \"" + field + '"' + _reading.meant(field, inner.fields));
+    else if (outer.value != nullptr) {
+        found->second.value = outer.value;
+        found->second.file = outer.file;
+    }
+    return exists;
+}
+
+bool Protos::connectNode(InterfaceField const& outer, SceneNode& node, std::string const& name, Location where)
+{
+    Field* const field = _reading.scene.field(node, name, Node::asInput);
+    if (field == nullptr)
+        _reading.warn(where, kinds::badProto,
+                      "IS: a " + node.typeName + " has no field \"" + name + '"' + otherFields(*node.node, name, inputOutput));
+    else if (outer.value != nullptr && (field->type() & initializeOnly) != 0) {
+        _reading.budget.spend(outer.value->value.size() / Budget::bytesForATenth, where);
+        _nodes.setField(node, *field, *outer.value, *outer.file);
+    }
+    return field != nullptr;
+}
+
+// What no node in the instance has is kept as of a node that takes any event and sends it on.
+SceneNode& Protos::store(Instance& instance, std::string const& name, InterfaceField const& field)
+{
+    if (instance.store == nullptr)
+        instance.store = &_nodes.addStore(instance);
+    SceneNode& node = *instance.store;
+    NodePartDataType const type = dataTypeCode(field.type);
+    if (type == 0 || _reading.scene.field(node, name, Node::asInput) != nullptr)
+        return node;
+    Field& kept = *_reading.scene.fieldOfUnknown(node, name, type);
+    if (field.value != nullptr)
+        _nodes.setField(node, kept, *field.value, *field.file);
+    return node;
+}
+
+std::vector<Protos::End> Protos::ends(Target target, std::string const& field, Node::FieldSearchOrder order, Location where)
+{
+    struct Open {
+        Target target;
+        std::string field;
+    };
+    std::vector<End> found;
+    std::vector<Open> open{{target, field}}; // the next one last
+    while (!open.empty()) {
+        Open const at = std::move(open.back());
+        open.pop_back();
+        if (at.target.node != nullptr)
+            found.emplace_back(at.target.node, at.field);
+        if (at.target.instance == nullptr)
+            continue;
+        NamedField const* const interface = findField(*at.target.instance, at.field, order);
+        if (interface == nullptr)
+            continue;
+        auto const& [name, value] = *interface;
+        if (value.connections.empty())
+            found.emplace_back(&store(*at.target.instance, name, value), name);
+        for (auto connection = value.connections.rbegin(); connection != value.connections.rend(); ++connection) {
+            _reading.budget.spend(10, where);
+            open.push_back({connection->first, connection->second});
+        }
+    }
+    return found;
+}
+
+} // namespace Zelvan::play

@@ -1,0 +1,163 @@
+#include "player/reading/Routes.h"
+
+#include "player/reading/SceneReader.h"
+#include "player/scene/SceneParts.h"
+
+#include <array>
+#include <map>
+#include <unordered_set>
+#include <utility>
+
+namespace Zelvan::play {
+
+void Routes::addExport(Reading const& reading, Element const& element, Scope& scope)
+{
+    std::string const local = reading.nameIn(element, "localDEF", scope), as = reading.nameIn(element, "AS", scope);
+    scope.exports[as.empty() ? local : as] = local;
+}
+
+void Routes::resolve(Scope& scope)
+{
+    for (Element const* const element : scope.imports)
+        import(*element, scope);
+    for (Element const* const element : scope.routes)
+        route(*element, scope);
+    reportDuplicates(scope);
+}
+
+// Of no matter unless a ROUTE means one of them.
+void Routes::reportDuplicates(Scope const& scope) const
+{
+    if (scope.duplicates.empty())
+        return;
+    std::unordered_set<std::string_view> routed;
+    for (Element const* const element : scope.routes)
+        for (char const* const end : {"fromNode", "toNode"})
+            routed.insert(attributeValue(*element, end));
+    for (auto const& [name, where] : scope.duplicates)
+        _reading.diagnostics.report(routed.contains(name) ? Severity::warning : Severity::note, _reading.scene.place(where),
+                                    kinds::duplicateDef, "DEF \"" + name + "\" is taken already; the last one counts");
+}
+
+void Routes::import(Element const& element, Scope& scope)
+{
+    std::string const from = _reading.nameIn(element, "inlineDEF", scope);
+    std::string name = _reading.nameIn(element, "importedDEF", scope);
+    if (name.empty())
+        name = _reading.nameIn(element, "exportedDEF", scope);
+    std::string as = _reading.nameIn(element, "AS", scope);
+    if (as.empty())
+        as = name;
+    Target target;
+    if (auto const inlined = scope.inlines.find(from); inlined != scope.inlines.end()) {
+        Scope const& inner = *inlined->second;
+        auto const exported = inner.exports.find(name);
+        auto const node = inner.names.find(exported != inner.exports.end() ? exported->second : name);
+        if (node != inner.names.end())
+            target = node->second;
+        else
+            _reading.warn(locate(element, scope), kinds::badInline, "IMPORT: \"" + from + "\" has no node \"" + name + '"' + _reading.meant(name, inner.names));
+    }
+    // What was not read is kept as a node that takes any event.
+    if (!target) {
+        target.node = &_nodes.add(element, scope);
+        target.node->name = qualified(scope, as);
+        target.node->named = true;
+    }
+    scope.names[as] = target;
+}
+
+void Routes::route(Element const& element, Scope const& scope)
+{
+    Location const where = locate(element, scope);
+    std::string const names[2] = {_reading.nameIn(element, "fromNode", scope), _reading.nameIn(element, "toNode", scope)};
+    std::string const fields[2] = {_reading.nameIn(element, "fromField", scope), _reading.nameIn(element, "toField", scope)};
+    auto const refuse = [&](std::string const& why) {
+        _reading.warn(where, kinds::badRoute,
+                      "ROUTE " + names[0] + '.' + fields[0] + " TO " + names[1] + '.' + fields[1] + ": " + why);
+    };
+    std::vector<Protos::End> found[2];
+    for (int end = 0; end < 2; ++end) {
+        auto const target = scope.names.find(names[end]);
+        if (target == scope.names.end())
+            return refuse("no node has the DEF name \"" + names[end] + '"' + _reading.meant(names[end], scope.names));
+        found[end] = _protos.ends(target->second, fields[end], end == 0 ? Node::asOutput : Node::asInput, where);
+        if (found[end].empty())
+            return refuse("the PROTO instance \"" + names[end] + "\" has no field \"" + fields[end] + '"'
+                          + _reading.meant(fields[end], target->second.instance->fields));
+    }
+    bool first = true;
+    for (auto const& [from, fromField] : found[0])
+        for (auto const& [to, toField] : found[1]) {
+            _reading.budget.spend(std::exchange(first, false) ? 0 : 10 + (fromField.size() + toField.size()) / Budget::bytesForATenth, where);
+            connect(_reading.scene.routes.emplace_back(SceneRoute{from, fromField, to, toField, where, nullptr}));
+        }
+}
+
+void Routes::warn(SceneRoute const& route, std::string const& why) const
+{
+    _reading.warn(route.where, kinds::badRoute,
+                  "ROUTE " + route.from->name + '.' + route.fromField + " TO " + route.to->name + '.' + route.toField + ": " + why);
+}
+
+void Routes::connect(SceneRoute& route)
+{
+    Scene& scene = _reading.scene;
+    auto const known = [&](SceneNode& node, std::string const& name, Node::FieldSearchOrder order) {
+        Field* const field = scene.field(node, name, order);
+        if (field == nullptr)
+            warn(route, "a " + node.typeName + " has no field \"" + name + '"'
+                            + otherFields(*node.node, name, order == Node::asInput ? inputOnly : outputOnly));
+        return field;
+    };
+    Field* from = nullptr;
+    Field* to = nullptr;
+    if (route.from->known && (from = known(*route.from, route.fromField, Node::asOutput)) == nullptr)
+        return;
+    if (route.to->known && (to = known(*route.to, route.toField, Node::asInput)) == nullptr)
+        return;
+    if (from == nullptr && to == nullptr) {
+        // Both ends take any type: another route, now or later, may settle it.
+        from = scene.field(*route.from, route.fromField, Node::asOutput);
+        to = scene.field(*route.to, route.toField, Node::asInput);
+        if (from == nullptr && to == nullptr) {
+            _untyped.push_back(&route);
+            return;
+        }
+    }
+    if (from == nullptr)
+        from = scene.fieldOfUnknown(*route.from, route.fromField, to->dataType());
+    if (to == nullptr)
+        to = scene.fieldOfUnknown(*route.to, route.toField, from->dataType());
+    std::string error;
+    route.route = Route::add(*from, *to, error);
+    if (route.route == nullptr)
+        warn(route, error);
+}
+
+// A field whose type has become known settles the routes that wait at it, and these the fields at their other ends.
+void Routes::connectUntyped()
+{
+    using Waiting = std::vector<SceneRoute*>;
+    std::map<std::pair<SceneNode*, std::string_view>, Waiting> byEnd;
+    auto const atEnds = [&byEnd](SceneRoute const& route) {
+        return std::array{&byEnd[{route.from, baseName(route.fromField)}], &byEnd[{route.to, baseName(route.toField)}]};
+    };
+    for (SceneRoute* const route : _untyped)
+        for (Waiting* const end : atEnds(*route))
+            end->push_back(route);
+    std::unordered_set<SceneRoute*> open(_untyped.begin(), _untyped.end());
+    std::deque<SceneRoute*> next(_untyped.begin(), _untyped.end());
+    for (; !next.empty(); next.pop_front()) {
+        SceneRoute* const route = next.front();
+        _untyped.clear();
+        if (!open.contains(route) || (connect(*route), !_untyped.empty()))
+            continue;
+        open.erase(route);
+        for (Waiting* const end : atEnds(*route))
+            for (SceneRoute* const other : std::exchange(*end, {}))
+                next.push_back(other);
+    }
+}
+
+} // namespace Zelvan::play

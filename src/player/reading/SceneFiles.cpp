@@ -1,0 +1,147 @@
+#include "player/reading/SceneFiles.h"
+
+#include "player/reading/ClassicSyntax.h"
+#include "player/reading/SceneReader.h"
+#include "player/reading/XmlSyntax.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace Zelvan::play {
+
+namespace {
+
+// The strings of an MFString: "a" "b", or one without quotes.
+std::vector<std::string> quotedStrings(std::string_view text)
+{
+    std::vector<std::string> strings;
+    for (auto at = text.find('"'); at != std::string_view::npos; at = text.find('"', at)) {
+        std::string string;
+        for (++at; at < text.size() && text[at] != '"'; ++at) {
+            if (text[at] == '\\' && at + 1 < text.size())
+                ++at;
+            string += text[at];
+        }
+        strings.push_back(std::move(string));
+        at = std::min(at + 1, text.size());
+    }
+    if (strings.empty() && !text.empty())
+        strings.emplace_back(text);
+    return strings;
+}
+
+ReadLimits forTree(ReadLimits limits)
+{
+    ++limits.depth; // the innermost element holds nothing
+    return limits;
+}
+
+} // namespace
+
+SceneFile::SceneFile(OpenedFile const& opened, ReadLimits const& limits)
+    : source(opened, limits), tree(forTree(limits)), name(opened.name), folder(opened.folder)
+{
+}
+
+SceneFile& SceneFiles::openScene(std::string const& path)
+{
+    _budget.requireRoomForFile(path);
+    OpenedFile const opened = _local.openScene(path, _budget.limits().root);
+    SceneFile& file = load(opened);
+    _byIdentity[opened.identity].file = &file;
+    return file;
+}
+
+SceneFile& SceneFiles::load(OpenedFile const& opened)
+{
+    ReadLimits const& limits = _budget.limits();
+    auto file = std::make_unique<SceneFile>(opened, limits);
+    std::vector<std::uint32_t> lines = file->source.lineStarts();
+    if (std::size_t const most = 8 * std::size_t(limits.elements); lines.size() - 1 > most)
+        throw Failure(exitScene, file->name + ": error: more than " + std::to_string(most)
+                                     + " lines (--max-elements raises the limit)");
+    file->number = _scene.addFile(file->name, std::move(lines));
+    if (auto const offset = file->source.firstLatin1())
+        _diagnostics.warning(_scene.place(Location{file->number, *offset}), kinds::badEncoding,
+                             "expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1");
+    try {
+        if (file->source.syntax() == SourceFile::Syntax::classic)
+            readClassic(file->source.data(), file->source.size(), file->tree);
+        else
+            parseXml(file->source.data(), file->source.size(), limits, file->tree);
+    } catch (SyntaxError const& error) {
+        refuse(*file, error);
+    }
+    file->units = Units::of(file->tree.root());
+    return *_files.emplace_back(std::move(file));
+}
+
+void SceneFiles::refuse(SceneFile const& file, SyntaxError const& error) const
+{
+    auto const place = [&](std::uint32_t offset) { return _scene.place(Location{file.number, offset}); };
+    std::string text = (error.offset == SyntaxError::none ? file.name : place(error.offset).text()) + ": error: " + error.what();
+    if (error.beginning != SyntaxError::none) {
+        Place const begin = place(error.beginning);
+        text += " (opened at " + std::to_string(begin.line) + ':' + std::to_string(begin.column) + ')';
+    }
+    throw Failure(exitScene, text);
+}
+
+SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location where, char const* kind, std::string* fragment)
+{
+    constexpr std::size_t shown = 5;
+    std::vector<Answer const*> failed;
+    bool more = false;
+    for (std::string url : quotedStrings(urls)) {
+        if (auto const hash = url.find('#'); hash != std::string::npos) {
+            if (fragment != nullptr)
+                *fragment = url.substr(hash + 1);
+            url.resize(hash);
+        }
+        auto const [known, isNew] = _byUrl.try_emplace({&from, url});
+        Answer& answer = known->second;
+        if (isNew) {
+            _budget.addUrl(where);
+            answer.file = openOnce(url, from, answer.why);
+        }
+        if (answer.file != nullptr)
+            return answer.file;
+        if (std::ranges::find(failed, &answer) != failed.end())
+            continue;
+        more = failed.size() == shown;
+        if (!more)
+            failed.push_back(&answer);
+    }
+    std::string why = failed.empty() ? "has no url" : failed.size() > 1 ? "none of its urls can be read: " : "";
+    for (Answer const* const answer : failed)
+        why += (answer == failed.front() ? "" : "; ") + answer->why;
+    _diagnostics.warning(_scene.place(where), kind, why + (more ? "; and others" : ""));
+    return nullptr;
+}
+
+SceneFile* SceneFiles::openOnce(std::string const& url, SceneFile& from, std::string& why)
+{
+    if (url.empty())
+        return &from;
+    std::optional<OpenedFile> opened;
+    try {
+        opened = _local.open(url, from.folder);
+    } catch (Failure const& failure) {
+        why = failure.what();
+        return nullptr;
+    }
+    auto const [known, isNew] = _byIdentity.try_emplace(opened->identity);
+    Answer& answer = known->second;
+    if (isNew) {
+        _budget.requireRoomForFile(opened->name);
+        try {
+            answer.file = &load(*opened);
+        } catch (Failure const& failure) {
+            answer.why = failure.what();
+        }
+    }
+    why = answer.why;
+    return answer.file;
+}
+
+} // namespace Zelvan::play

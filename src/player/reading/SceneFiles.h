@@ -1,0 +1,66 @@
+#pragma once
+
+#include "player/reading/Budget.h"
+#include "player/reading/ElementTree.h"
+#include "player/reading/LocalFiles.h"
+#include "player/reading/SourceFile.h"
+#include "player/reading/Units.h"
+
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace Zelvan::play {
+
+struct Scope;
+
+/// A file of the scene: its text and the tree of it.
+struct SceneFile {
+    SceneFile(OpenedFile const& opened, ReadLimits const& limits);
+
+    SourceFile source;
+    ElementTree tree;
+    std::string name;             ///< as messages have it
+    std::filesystem::path folder; ///< that its urls begin in
+    std::uint32_t number = 0;     ///< in the scene
+    Units units;
+    bool wasRead = false;         ///< as a part of the scene
+    Scope* declared = nullptr;    ///< its PROTOs, for those who know the file as an EXTERNPROTO
+    Element const* firstProto = nullptr;
+};
+
+/// The files that a scene is made of: each is opened and parsed once, whatever names and how many references lead to it.
+class SceneFiles {
+public:
+    SceneFiles(Scene& scene, Budget& budget, Diagnostics& diagnostics)
+        : _scene(scene), _budget(budget), _diagnostics(diagnostics)
+    {
+    }
+
+    /// The file that the command line names. Throws Failure.
+    SceneFile& openScene(std::string const& path);
+    /// The first of the urls that can be read; null, with a message at `where`, when there is none. `fragment` becomes
+    /// what follows the last "#" that was seen.
+    SceneFile* find(std::string_view urls, SceneFile& from, Location where, char const* kind, std::string* fragment);
+
+private:
+    SceneFile& load(OpenedFile const& opened);
+    [[noreturn]] void refuse(SceneFile const& file, SyntaxError const& error) const;
+    SceneFile* openOnce(std::string const& url, SceneFile& from, std::string& why);
+
+    Scene& _scene;
+    Budget& _budget;
+    Diagnostics& _diagnostics;
+    LocalFiles _local;
+    std::vector<std::unique_ptr<SceneFile>> _files;
+    /// A file, or why there is none.
+    struct Answer {
+        SceneFile* file = nullptr;
+        std::string why;
+    };
+    std::map<FileIdentity, Answer> _byIdentity;
+    // Asking the file system takes long; a scene names few files, but may name them often.
+    std::map<std::pair<SceneFile const*, std::string>, Answer> _byUrl;
+};
+
+} // namespace Zelvan::play

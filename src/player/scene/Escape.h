@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace Zelvan::play {
+
+/// Text for XML and HTML, in elements and in quoted attributes: markup escaped, what XML has no character for
+/// (control characters, broken UTF-8) replaced.
+std::string escapedMarkup(std::string_view text);
+
+} // namespace Zelvan::play
