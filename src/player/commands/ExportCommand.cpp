@@ -1,9 +1,11 @@
 #include "base/Fields.h"
 #include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
+#include "player/commands/Report.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <set>
@@ -110,7 +112,7 @@ void exportScene(Session& session, ExportOptions const& options)
 {
     OpenedScene const opened(session, options.scene);
     requireOwnFiles({options.output}, opened);
-    Clock clock(*opened.scene);
+    Clock clock(*opened.scene, options.time.now);
     Timing timing = prepare(clock, options.time, opened.settings);
     if (options.rate)
         timing.fps = *options.rate;
@@ -132,6 +134,7 @@ void exportScene(Session& session, ExportOptions const& options)
         recorder.onEvent = [&](Track const& track, double time, Field const& field) { writer.write(track, time, field); };
         playFrames(clock, recorder, frames, opened.limits.values);
         writer.commit();
+        recorder.finish();
     } else {
         playFrames(clock, recorder, frames, opened.limits.values);
         recorder.finish();
@@ -139,6 +142,7 @@ void exportScene(Session& session, ExportOptions const& options)
         writeWide(out.stream(), recorder, options.events, opened.limits.values);
         out.commit();
     }
+    writeWhyStill(std::cerr, *opened.scene, recorder, clock);
     session.status = opened.status();
 }
 

@@ -1,6 +1,7 @@
 #include "player/commands/Options.h"
 
 #include "player/commands/Settings.h"
+#include "player/playing/Moment.h"
 #include "player/scene/Values.h"
 
 #include <CLI/CLI.hpp>
@@ -52,6 +53,10 @@ std::vector<LimitOption> const& limitOptions()
         limitOption<&ReadLimits::expanded>("max-expanded", 1e8, "most nodes that PROTOs and repeated Inlines stand for"),
         limitOption<&ReadLimits::files>("max-files", 1e5, "most files, inlined ones included"),
         limitOption<&ReadLimits::values>("max-values", 1e11, "most numbers recorded for curves and tables"),
+    command.add_option("--root", limits.root, "folder that Inlines and EXTERNPROTOs may be read from (the scene's)")
+        ->option_text("FOLDER");
+    auto const limit = [&](char const* name, auto& value, double most, char const* what) {
+        inRange(command.add_option(name, value, what), 1, most)->capture_default_str()->option_text("N")->group("Limits");
     };
     return options;
 }
@@ -81,7 +86,7 @@ void addLimitOptions(CLI::App& command, LimitOptions& limits)
 
 void addSceneOptions(CLI::App& command, SceneOptions& options)
 {
-    command.add_option("scene", options.file, "X3D file; \"-\" is standard input")->required()->option_text("SCENE");
+    command.add_option("scene", options.file, "X3D or VRML file; \"-\" is standard input")->required()->option_text("SCENE");
     addLimitOptions(command, options.limits);
 }
 
@@ -99,10 +104,21 @@ void addTimeOptions(CLI::App& command, TimeOptions& options)
               ->delimiter(',')
               ->allow_extra_args(false)
               ->option_text("T[,T...]"));
+    group(command.add_option_function<std::string>(
+        "--now",
+        [&options](std::string const& text) {
+            constexpr double furthest = 1e11;
+            options.now = momentOf(text);
+            if (!options.now || std::abs(*options.now) > furthest)
+                throw Failure(exitUsage, "--now: expected seconds since 1970, or a date such as 2026-11-25T14:30, found \""
+                                             + text + '"');
+        },
+        "what time it is at the opening: seconds since 1970, or a date and time; sensors are then in the middle of their cycle"))
+        ->option_text("TIME");
     group(command.add_option("--start", options.start, "start a TimeSensor, as if something had triggered it")
               ->allow_extra_args(false)
               ->option_text("NAME[@SECONDS]"));
-    group(command.add_flag("--start-all", options.startAll, "start all TimeSensors that wait for something"));
+    group(command.add_flag("--start-all", options.startAll, "start all TimeSensors that do not run, disabled ones included"));
     group(command.add_option("--inject", options.inject, "give a value to a field")
               ->allow_extra_args(false)
               ->option_text("NODE.field=VALUE[@SECONDS]"));

@@ -52,6 +52,7 @@ struct TimeOptions {
     std::vector<double> at;
     std::vector<std::string> start, inject;
     bool startAll = false;
+    std::optional<double> now; ///< seconds since 1970 at the opening
 };
 void addTimeOptions(CLI::App& command, TimeOptions& options);
 inline constexpr double latestTime = 1e9; ///< seconds

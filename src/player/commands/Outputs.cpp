@@ -6,6 +6,7 @@
 #include "player/drawing/Pictures.h"
 
 #include <filesystem>
+#include <iostream>
 #include <map>
 #include <optional>
 #include <set>
@@ -98,6 +99,8 @@ void Outputs::finish(Clock const* clock, std::vector<Curve> const& curves, Pictu
     };
     write(_options.svg, writeSvg);
     write(_options.html, writeHtml);
+    if (clock != nullptr && (_options.pictures() || !_writers.empty()))
+        writeWhyStill(std::cerr, *_opened.scene, _recorder, *clock);
     for (std::string const* const path : {&_options.csv, &_options.jsonLines, &_options.svg, &_options.html})
         if (*path == "-")
             return;
