@@ -35,7 +35,8 @@ std::vector<CheckCode> const& checkCodes()
     static std::vector<CheckCode> const codes = {
         // The file.
         {.code = "bad-xml", .severity = error, .title = "The file is no scene",
-         .meaning = "The file could not be read as a scene: it is not X3D or VRML, or larger than the limits allow.",
+         .meaning = "The file could not be read as a scene: it is not X3D or VRML, or larger than the limits allow. A "
+                    "warning where VRML is no UTF-8 and is read as Latin-1.",
          .why = "Nothing of it is played.",
          .bad = "<X3D><Scene><Transform></Scene></X3D>",
          .good = "<X3D><Scene><Transform/></Scene></X3D>",

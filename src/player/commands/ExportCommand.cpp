@@ -111,7 +111,7 @@ std::vector<double> keyTimes(Scene const& scene, Clock const& clock, double unti
 void exportScene(Session& session, ExportOptions& options)
 {
     OpenedScene const opened(session, options.scene);
-    requireOwnFiles({options.output}, opened);
+    requireOwnFiles({options.output}, opened.file, opened.scene->fileNames, opened.pool);
     Clock clock(*opened.scene, options.time.now);
     if (options.rate)
         options.time.timing.fps = *options.rate;

@@ -35,6 +35,8 @@ CLI::Option* inRange(CLI::Option* option, double low, double high)
 
 void addLimitOptions(CLI::App& command, ReadLimits& limits)
 {
+    command.add_option("--root", limits.root, "folder that Inlines and EXTERNPROTOs may be read from (the scene's)")
+        ->option_text("FOLDER");
     auto const limit = [&](char const* name, auto& value, double most, char const* what) {
         inRange(command.add_option(name, value, what), 1, most)->capture_default_str()->option_text("N")->group("Limits");
     };
@@ -49,7 +51,7 @@ void addLimitOptions(CLI::App& command, ReadLimits& limits)
 
 void addSceneOptions(CLI::App& command, SceneOptions& options)
 {
-    command.add_option("scene", options.file, "X3D file; \"-\" is standard input")->required()->option_text("SCENE");
+    command.add_option("scene", options.file, "X3D or VRML file; \"-\" is standard input")->required()->option_text("SCENE");
     addLimitOptions(command, options.limits);
 }
 

@@ -13,8 +13,7 @@ inline constexpr unsigned shownRows = 200;
 
 /// The summary of a run or a sweep, for people: each interpolator with its name, type, driver, number of keys,
 /// value range and a small curve; what events reached nodes without a class; which sensors wait for what, and what is
-/// not run.
-/// Lines are no longer than `width`. `shown` is what part of a cycle was played.
+/// not run. Lines are no longer than `width`. `shown` is what part of a cycle was played.
 void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder, Clock const* clock, bool styled,
                  std::size_t width, std::string const& shown);
 

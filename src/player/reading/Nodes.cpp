@@ -141,7 +141,10 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
             continue;
         Field* const field = node.node->findField(std::string(name));
         Location const where = locate(attribute, *scope.file);
-        if (field == nullptr) {
+        if (field == nullptr && name == "keyVelocity" && node.typeName.starts_with("Spline")) {
+            _reading.diagnostics.report(Severity::note, _reading.scene.place(where), kinds::noEffect,
+                                        node.name + ".keyVelocity: X3D has it, it changes nothing here, other players bend the curve by it");
+        } else if (field == nullptr) {
             // What is like no field here was hardly misspelled.
             bool const misspelled = !meantField(*node.node, name, initializeOnly).nearest().empty();
             _reading.diagnostics.report(misspelled ? Severity::warning : Severity::note, _reading.scene.place(where),

@@ -62,7 +62,7 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
                                      + " lines (--max-elements raises the limit)");
     file->number = _scene.addFile(file->name, std::move(lines));
     if (auto const offset = file->source.firstLatin1())
-        _diagnostics.warning(_scene.place(Location{file->number, *offset}), kinds::badEncoding,
+        _diagnostics.warning(_scene.place(Location{file->number, *offset}), kinds::badXml,
                              "expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1");
     try {
         if (file->source.syntax() == SourceFile::Syntax::classic)
@@ -74,6 +74,14 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
     }
     file->units = Units::of(file->tree.root());
     return *_files.emplace_back(std::move(file));
+}
+
+void SceneFiles::giveTexts()
+{
+    for (auto const& file : _files) {
+        std::size_t const size = file->source.size();
+        _scene.keepText(file->number, file->source.release(), size);
+    }
 }
 
 void SceneFiles::refuse(SceneFile const& file, SyntaxError const& error) const

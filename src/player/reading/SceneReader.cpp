@@ -77,6 +77,7 @@ void SceneReader::read(std::string const& path)
     enterFile(file, _reading.scopes.emplace_back(), {});
     readAll();
     _routes.connectUntyped();
+    _files.giveTexts();
 }
 
 void SceneReader::readAll()
