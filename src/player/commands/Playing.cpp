@@ -75,6 +75,12 @@ OpenedScene::OpenedScene(Session const& session, SceneOptions const& options)
       scene(openScene(session, file, options.limits, diagnostics))
 {
     diagnostics.finish();
+    nameNodesOf(scene.get());
+}
+
+OpenedScene::~OpenedScene()
+{
+    nameNodesOf(nullptr);
 }
 
 void prepare(Clock& clock, TimeOptions& options)

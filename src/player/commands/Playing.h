@@ -20,6 +20,7 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
 /// A scene opened for a command: its messages have been written to standard error.
 struct OpenedScene {
     explicit OpenedScene(Session const& session, SceneOptions const& options);
+    ~OpenedScene();
     std::string pool;
     std::string file;
     Diagnostics diagnostics;
