@@ -95,6 +95,12 @@ public:
     std::deque<SceneNode> sceneNodes; ///< in the order of the file; addresses are stable
     std::deque<SceneRoute> routes;
     std::vector<std::string> fileNames;
+    /// A comment that is meant for this program: "zelvan: ...".
+    struct Remark {
+        Location where;
+        std::string text;
+    };
+    std::vector<Remark> remarks; ///< by file, each in its order
 
 private:
     struct Lines;
