@@ -6,6 +6,7 @@
 #include "player/drawing/Pictures.h"
 
 #include <filesystem>
+#include <iostream>
 #include <map>
 #include <optional>
 #include <set>
@@ -28,6 +29,12 @@ std::optional<Identity> identityOf(std::string const& path, int standardStream)
 }
 
 } // namespace
+
+bool isSameFile(std::string const& input, std::string const& output)
+{
+    auto const identity = identityOf(input, STDIN_FILENO);
+    return identity && identity == identityOf(output, STDOUT_FILENO);
+}
 
 void requireOwnFiles(std::vector<std::string> const& outputs, OpenedScene const& opened)
 {
@@ -92,6 +99,8 @@ void Outputs::finish(Clock const* clock, std::vector<Curve> const& curves, Pictu
     };
     write(_options.svg, writeSvg);
     write(_options.html, writeHtml);
+    if (clock != nullptr && (_options.pictures() || !_writers.empty()))
+        writeWhyStill(std::cerr, *_opened.scene, _recorder, *clock);
     for (std::string const* const path : {&_options.csv, &_options.jsonLines, &_options.svg, &_options.html})
         if (*path == "-")
             return;

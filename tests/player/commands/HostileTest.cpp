@@ -135,6 +135,21 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     scene("inline-devices", "<Inline url='\"pipe\" \"zero\" \"/dev/zero\" \"../../../../dev/zero\" \".\"'/>");
     std::filesystem::create_symlink("/dev", folder.path("devices"));
     scene("inline-links", "<Inline url='\"devices/../dev/zero\" \"devices/zero\" \"-\" \"./-\"'/><ExternProtoDeclare name='E' url='\"-#E\"'/>");
+    auto const classic = [&](std::string const& name, std::string const& body) { file(name, "#VRML V2.0 utf8\n" + body); };
+    classic("vrml-deep", times(million, "Group { children [ "));
+    classic("vrml-brackets", "Group { children " + times(million, "["));
+    classic("vrml-braces", times(million, "Group {"));
+    classic("vrml-string", "WorldInfo { title \"" + times(10 * million, "\\\""));
+    classic("vrml-comments", times(10 * million, "#\n"));
+    classic("vrml-comment", "#" + times(16 * million, "#"));
+    classic("vrml-list", "DEF S ScalarInterpolator { key [" + times(4, list) + "] keyValue [" + list);
+    classic("vrml-names", "Group { " + numbered(million / 12, "a# 1 ") + "}");
+    std::string protos = "PROTO P0 [] { ScalarInterpolator { } }";
+    for (int i = 1; i < 20; ++i)
+        protos += "PROTO P" + at(i) + " [] { Group { children [" + times(9, "P" + at(i - 1) + " { } ") + "] } }";
+    classic("vrml-proto-bomb", protos + "P19 { }");
+    classic("vrml-interface", "PROTO P [" + times(million / 20, "field SFFloat f 1 ") + "] { } " + times(30'000, "P { }"));
+    classic("vrml-latin1", times(8 * million, "\xff"));
     file("not-utf8", x3d("<Group DEF='\xc3\x28\xff'/>"));
     file("zero-bytes", x3d("<Group DEF='a" + std::string(99, '\0') + "'/>"));
     file("utf16-odd", "\xff\xfe<" + std::string(1, '\0') + "X");
