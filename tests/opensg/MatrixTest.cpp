@@ -113,7 +113,7 @@ TEST(Matrix, MatricesWithoutLogarithmGiveNaN)
         {"point reflection", {-1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1}, false},
         {"half turn, scaled unequally", {-1, 0, 0, 0, 0, -2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, false},
         {"half turn, sheared", {-1, 1, 0, 0, 0, -1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, false},
-        {"half turn, stretched by more than its decimals", {-1, 0, 0, 0, 0, -1.0003f, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, false},
+        {"half turn, stretched beyond its digits", {-1, 0, 0, 0, 0, -1.0003f, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, false},
         {"half turn, scaled along its axis", {-2, 0, 0, 3, 0, -2, 0, 5, 0, 0, 7, 6, 0, 0, 0, 1}, true},
         {"half turn in the other order", {-1, 0, 0, 3, 0, 1, 0, 5, 0, 0, -1, 6, 0, 0, 0, 1}, true},
         {"negated identity", {-1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1}, true},

@@ -4,6 +4,7 @@
 #include "player/commands/Playing.h"
 #include "player/commands/Tables.h"
 #include "player/editing/Fixes.h"
+#include "player/scene/DidYouMean.h"
 #include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
@@ -29,13 +30,16 @@ struct CheckCommandOptions {
 
 void requireCode(std::string const& code, char const* option)
 {
+    DidYouMean meant(code);
     std::string known;
     for (CheckCode const& c : checkCodes()) {
         if (code == c.code)
             return;
-        known += (known.empty() ? "" : ", ") + std::string(c.code);
+        meant.offer(c.code);
+        known += (known.empty() ? "; there are: " : ", ") + std::string(c.code);
     }
-    throw Failure(exitUsage, std::string(option) + ": there is no code \"" + code + "\"; there are: " + known);
+    throw Failure(exitUsage,
+                  std::string(option) + ": there is no code \"" + code + '"' + (meant.nearest().empty() ? known : meant.text()));
 }
 
 // "CODE=LEVEL"

@@ -1,3 +1,5 @@
+#include "player/commands/OutputFile.h"
+#include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Tables.h"
 #include "player/drawing/Pictures.h"
@@ -28,7 +30,7 @@ std::vector<Track> record(Scene& scene, TimeOptions time, std::size_t most)
     Recorder recorder(scene, {.keepSamples = true, .mostKept = most});
     Clock clock(scene);
     prepare(clock, time);
-    playFrames(clock, recorder, time.timing.frames());
+    playFrames(clock, recorder, time.timing.frames(), most);
     recorder.finish();
     return recorder.tracks();
 }
@@ -107,13 +109,13 @@ void writePage(std::vector<TrackDifference> const& differences, DiffOptions cons
 
 void diff(Session& session, DiffOptions const& options)
 {
-    requireOwnFiles({options.html}, options.first.file);
-    requireOwnFiles({options.html}, options.second);
     if (options.first.file == "-" && options.second == "-")
         throw Failure(exitUsage, "diff: only one of the scenes can be standard input");
     Tolerance const tolerance(options.maxError);
     OpenedScene const first(session, options.first);
     OpenedScene const second(session, {options.second, options.first.limits});
+    for (OpenedScene const* const opened : {&first, &second})
+        requireOwnFiles({options.html}, opened->file, opened->scene->fileNames, opened->pool);
     PlayedScene const a{*first.scene, record(*first.scene, options.time, options.first.limits.values)};
     PlayedScene const b{*second.scene, record(*second.scene, options.time, options.first.limits.values)};
     std::vector<TrackDifference> const differences = compareScenes(a, b, tolerance);

@@ -1,9 +1,11 @@
 #include "base/Fields.h"
 #include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
+#include "player/commands/Report.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <set>
@@ -109,8 +111,8 @@ std::vector<double> keyTimes(Scene const& scene, Clock const& clock, double unti
 void exportScene(Session& session, ExportOptions& options)
 {
     OpenedScene const opened(session, options.scene);
-    requireOwnFiles({options.output}, opened);
-    Clock clock(*opened.scene);
+    requireOwnFiles({options.output}, opened.file, opened.scene->fileNames, opened.pool);
+    Clock clock(*opened.scene, options.time.now);
     if (options.rate)
         options.time.timing.fps = *options.rate;
     prepare(clock, options.time);
@@ -133,6 +135,7 @@ void exportScene(Session& session, ExportOptions& options)
         recorder.onEvent = [&](Track const& track, double time, Field const& field) { writer.write(track, time, field); };
         playFrames(clock, recorder, frames, options.scene.limits.values);
         writer.commit();
+        recorder.finish();
     } else {
         playFrames(clock, recorder, frames, options.scene.limits.values);
         recorder.finish();
@@ -140,6 +143,7 @@ void exportScene(Session& session, ExportOptions& options)
         writeWide(out.stream(), recorder, options.events, options.scene.limits.values);
         out.commit();
     }
+    writeWhyStill(std::cerr, *opened.scene, recorder, clock);
     if (opened.diagnostics.errors() > 0)
         session.status = exitScene;
 }

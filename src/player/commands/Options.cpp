@@ -1,5 +1,6 @@
 #include "player/commands/Options.h"
 
+#include "player/playing/Moment.h"
 #include "player/scene/Values.h"
 
 #include <CLI/CLI.hpp>
@@ -69,10 +70,21 @@ void addTimeOptions(CLI::App& command, TimeOptions& options)
               ->delimiter(',')
               ->allow_extra_args(false)
               ->option_text("T[,T...]"));
+    group(command.add_option_function<std::string>(
+        "--now",
+        [&options](std::string const& text) {
+            constexpr double furthest = 1e11;
+            options.now = momentOf(text);
+            if (!options.now || std::abs(*options.now) > furthest)
+                throw Failure(exitUsage, "--now: expected seconds since 1970, or a date such as 2026-11-25T14:30, found \""
+                                             + text + '"');
+        },
+        "what time it is at the opening: seconds since 1970, or a date and time; sensors are then in the middle of their cycle"))
+        ->option_text("TIME");
     group(command.add_option("--start", options.start, "start a TimeSensor, as if something had triggered it")
               ->allow_extra_args(false)
               ->option_text("NAME[@SECONDS]"));
-    group(command.add_flag("--start-all", options.startAll, "start all TimeSensors that wait for something"));
+    group(command.add_flag("--start-all", options.startAll, "start all TimeSensors that do not run, disabled ones included"));
     group(command.add_option("--inject", options.inject, "give a value to a field")
               ->allow_extra_args(false)
               ->option_text("NODE.field=VALUE[@SECONDS]"));

@@ -30,6 +30,7 @@ struct TimeOptions {
     std::optional<double> to, duration;
     std::vector<std::string> start, inject;
     bool startAll = false;
+    std::optional<double> now; ///< seconds since 1970 at the opening
 };
 void addTimeOptions(CLI::App& command, TimeOptions& options);
 inline constexpr double latestTime = 1e9; ///< seconds

@@ -6,6 +6,7 @@
 #include "player/drawing/Pictures.h"
 
 #include <filesystem>
+#include <iostream>
 #include <map>
 #include <optional>
 #include <set>
@@ -29,16 +30,17 @@ std::optional<Identity> identityOf(std::string const& path, int standardStream)
 
 } // namespace
 
-void requireOwnFiles(std::vector<std::string> const& outputs, OpenedScene const& opened)
+void requireOwnFiles(std::vector<std::string> const& outputs, std::string const& scene, std::vector<std::string> const& parts,
+                     std::string const& pool)
 {
     std::map<Identity, std::string> inputs;
     auto const input = [&](std::string const& path, std::string const& what) {
         if (auto const identity = identityOf(path, STDIN_FILENO))
             inputs.try_emplace(*identity, what);
     };
-    input(opened.pool, "the pool library");
-    input(opened.file, "the scene itself");
-    for (std::string const& file : opened.scene->fileNames)
+    input(pool, "the pool library");
+    input(scene, "the scene itself");
+    for (std::string const& file : parts)
         input(file, "a file that the scene is made of");
 
     std::set<Identity> present;
@@ -63,7 +65,7 @@ void requireOwnFiles(std::vector<std::string> const& outputs, OpenedScene const&
 Outputs::Outputs(OutputOptions const& options, OpenedScene const& opened, Recorder& recorder, char const* axis)
     : _options(options), _opened(opened), _recorder(recorder), _axis(axis)
 {
-    requireOwnFiles({options.csv, options.jsonLines, options.svg, options.html}, opened);
+    requireOwnFiles({options.csv, options.jsonLines, options.svg, options.html}, opened.file, opened.scene->fileNames, opened.pool);
     if (!options.csv.empty())
         _writers.push_back(std::make_unique<EventWriter>(options.csv, EventWriter::csv, axis));
     if (!options.jsonLines.empty())
@@ -92,6 +94,8 @@ void Outputs::finish(Clock const* clock, std::vector<Curve> const& curves, Pictu
     };
     write(_options.svg, writeSvg);
     write(_options.html, writeHtml);
+    if (clock != nullptr && (_options.pictures() || !_writers.empty()))
+        writeWhyStill(std::cerr, *_opened.scene, _recorder, *clock);
     for (std::string const* const path : {&_options.csv, &_options.jsonLines, &_options.svg, &_options.html})
         if (*path == "-")
             return;

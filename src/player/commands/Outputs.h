@@ -30,7 +30,8 @@ private:
 };
 
 /// Usage failure when two outputs are one file, or one is a file that the scene was read from or the pool, under
-/// whatever name. To be asked before anything is written.
-void requireOwnFiles(std::vector<std::string> const& outputs, OpenedScene const& opened);
+/// whatever name. To be asked before anything is written. `parts` are the files the scene is made of.
+void requireOwnFiles(std::vector<std::string> const& outputs, std::string const& scene, std::vector<std::string> const& parts,
+                     std::string const& pool);
 
 } // namespace Zelvan::play

@@ -34,7 +34,7 @@ void run(Session& session, RunOptions& options)
 {
     OpenedScene const opened(session, options.scene);
     std::vector<Finding> const findings = findingsOf(options);
-    Clock clock(*opened.scene);
+    Clock clock(*opened.scene, options.time.now);
     prepare(clock, options.time);
     auto const frames = options.time.timing.frames();
 

@@ -10,6 +10,15 @@ namespace Zelvan::play {
 
 namespace {
 
+bool holdsNodes(Element const& element)
+{
+    if (element.name == "Script")
+        for (Element const& field : Children(element, "field"))
+            if (field.firstChild != nullptr)
+                return true;
+    return false;
+}
+
 DidYouMean meantField(Node const& node, std::string_view name, unsigned access)
 {
     DidYouMean meant(name);
@@ -88,7 +97,7 @@ SceneNode* Nodes::read(Element const& element, Scope& scope)
     NodeType* const type = NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), std::string(element.name), searchExact);
     NodeType* const creatable = type ? type->creatableType() : nullptr;
     // A node that nothing can be routed to needs no memory.
-    if (creatable == nullptr && findAttribute(element, "DEF") == nullptr && findChild(element, "IS") == nullptr)
+    if (creatable == nullptr && findAttribute(element, "DEF") == nullptr && findChild(element, "IS") == nullptr && !holdsNodes(element))
         return nullptr;
     SceneNode& node = add(element, scope);
     if (creatable != nullptr)

@@ -164,8 +164,14 @@ void Protos::connect(Element const& element, Target target, Scope& scope)
         bool const exists = target.instance != nullptr ? connectInstance(field, *target.instance, nodeField, where)
                             : target.node->known       ? connectNode(field, *target.node, nodeField, where)
                                                        : true;
-        if (exists)
-            field.connections.emplace_back(target, nodeField);
+        if (!exists)
+            continue;
+        field.connections.emplace_back(target, nodeField);
+        if (target.node != nullptr && target.node->typeName == "Script") {
+            _reading.budget.spend(field.nodes.size() / 10, where);
+            for (SceneNode* const node : field.nodes)
+                node->holder = target.node;
+        }
     }
 }
 
@@ -178,6 +184,10 @@ bool Protos::connectInstance(InterfaceField const& outer, Instance& inner, std::
     else if (outer.value != nullptr) {
         found->second.value = outer.value;
         found->second.file = outer.file;
+    }
+    if (exists && !outer.nodes.empty()) {
+        _reading.budget.spend(outer.nodes.size(), where);
+        found->second.nodes.insert(found->second.nodes.end(), outer.nodes.begin(), outer.nodes.end());
     }
     return exists;
 }

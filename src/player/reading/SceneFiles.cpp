@@ -99,7 +99,7 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
 {
     constexpr std::size_t shown = 5;
     std::vector<Answer const*> failed;
-    bool more = false;
+    bool more = false, remote = false;
     for (std::string url : quotedStrings(urls)) {
         if (auto const hash = url.find('#'); hash != std::string::npos) {
             if (fragment != nullptr)
@@ -114,6 +114,7 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
         }
         if (answer.file != nullptr)
             return answer.file;
+        remote = remote || LocalFiles::isRemote(url);
         if (std::ranges::find(failed, &answer) != failed.end())
             continue;
         more = failed.size() == shown;
@@ -123,7 +124,9 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
     std::string why = failed.empty() ? "has no url" : failed.size() > 1 ? "none of its urls can be read: " : "";
     for (Answer const* const answer : failed)
         why += (answer == failed.front() ? "" : "; ") + answer->why;
-    _diagnostics.warning(_scene.place(where), kind, why + (more ? "; and others" : ""));
+    // What would have to be fetched may well be there.
+    _diagnostics.report(remote ? Severity::note : Severity::warning, _scene.place(where), kind,
+                        why + (more ? "; and others" : ""));
     return nullptr;
 }
 

@@ -26,6 +26,7 @@ struct InterfaceField {
     Attribute const* value = nullptr; ///< null when neither the instance nor the declaration has one
     SceneFile const* file = nullptr;  ///< that the value stands in
     std::vector<std::pair<Target, std::string>> connections; ///< the fields it IS, in the body
+    std::vector<SceneNode*> nodes;    ///< given to it, as far as they are run
 };
 
 struct Instance {
