@@ -107,7 +107,7 @@ Instance& Protos::instantiate(Element const& element, Proto const& proto, Scope&
     if (Element const* const interface = findChild(*proto.declaration, "ProtoInterface"))
         for (Element const& field : Children(*interface, "field")) {
             std::string const name = _reading.nameIn(field, "name", *proto.scope);
-            _reading.budget.spend(2 + name.size() / Budget::bytesForATenth, where);
+            _reading.budget.spend(3 + name.size() / Budget::bytesForATenth, where);
             InterfaceField& added = instance.fields[name];
             added.type = attributeValue(field, "type");
             added.value = findAttribute(field, "value");
