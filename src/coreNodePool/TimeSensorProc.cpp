@@ -106,6 +106,7 @@ bool TimeSensorProc::startIfDue(TimeStamp const& now)
 {
     if (!isDue(now))
         return false;
+    NodeHold const hold(_node);
     TimeSensor& s = sensor();
     _active = _hasRun = true;
     _paused = false;
@@ -118,6 +119,7 @@ bool TimeSensorProc::startIfDue(TimeStamp const& now)
 
 void TimeSensorProc::tick(TimeStamp const& now)
 {
+    NodeHold const hold(_node);
     TimeSensor& s = sensor();
     if (_active && !_paused && _pauseAt > _resumeAt && _pauseAt >= _startAt && now >= _pauseAt) {
         progress(_pauseAt, now);

@@ -30,17 +30,22 @@ std::optional<Identity> identityOf(std::string const& path, int standardStream)
 
 } // namespace
 
-void requireOwnFiles(std::vector<std::string> const& outputs, std::string const& scene, std::vector<std::string> const& parts,
-                     std::string const& pool)
+bool isSameFile(std::string const& input, std::string const& output)
+{
+    auto const identity = identityOf(input, STDIN_FILENO);
+    return identity && identity == identityOf(output, STDOUT_FILENO);
+}
+
+void requireOwnFiles(std::vector<std::string> const& outputs, OpenedScene const& opened)
 {
     std::map<Identity, std::string> inputs;
     auto const input = [&](std::string const& path, std::string const& what) {
         if (auto const identity = identityOf(path, STDIN_FILENO))
             inputs.try_emplace(*identity, what);
     };
-    input(pool, "the pool library");
-    input(scene, "the scene itself");
-    for (std::string const& file : parts)
+    input(opened.pool, "the pool library");
+    input(opened.file, "the scene itself");
+    for (std::string const& file : opened.scene->fileNames)
         input(file, "a file that the scene is made of");
 
     std::set<Identity> present;
@@ -65,7 +70,7 @@ void requireOwnFiles(std::vector<std::string> const& outputs, std::string const&
 Outputs::Outputs(OutputOptions const& options, OpenedScene const& opened, Recorder& recorder, char const* axis)
     : _options(options), _opened(opened), _recorder(recorder), _axis(axis)
 {
-    requireOwnFiles({options.csv, options.jsonLines, options.svg, options.html}, opened.file, opened.scene->fileNames, opened.pool);
+    requireOwnFiles({options.csv, options.jsonLines, options.svg, options.html}, opened);
     if (!options.csv.empty())
         _writers.push_back(std::make_unique<EventWriter>(options.csv, EventWriter::csv, axis));
     if (!options.jsonLines.empty())

@@ -71,6 +71,20 @@ std::string componentName(Track const& track, std::size_t component)
     return element + (element.empty() ? "" : ".") + componentsOf(track.type).names[component];
 }
 
+std::size_t keyCount(SceneNode const& node)
+{
+    Field const* const key = fieldOf(node, "key");
+    return key ? key->size() : 0;
+}
+
+void writeMore(std::ostream& out, std::size_t count, char const* what)
+{
+    if (count > shownRows)
+        out << "... and " << counted(count - shownRows, what) << " more\n";
+}
+
+} // namespace
+
 std::string curveOf(Track const& track)
 {
     std::size_t const width = track.ranges.size();
@@ -98,17 +112,7 @@ std::string curveOf(Track const& track)
     return name + (name.empty() ? "" : " ") + sparkline(telling);
 }
 
-std::size_t keyCount(SceneNode const& node)
-{
-    Field const* const key = fieldOf(node, "key");
-    return key ? key->size() : 0;
-}
-
-void writeMore(std::ostream& out, std::size_t count, char const* what)
-{
-    if (count > shownRows)
-        out << "... and " << counted(count - shownRows, what) << " more\n";
-}
+namespace {
 
 // What stands still, and why: a line each.
 void writeStandstill(std::ostream& out, Scene const& scene, Clock const& clock, std::size_t most)

@@ -26,8 +26,6 @@ struct TypesOptions {
     bool markdown = false;
 };
 
-constexpr std::size_t pageWidth = 100;
-
 std::string lowerCase(std::string text)
 {
     std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
@@ -71,24 +69,6 @@ bool restrictsValues(std::vector<NodePartDesc const*> const& parts)
 char const* orEmpty(char const* text)
 {
     return text ? text : "";
-}
-
-std::vector<std::string> wrapped(std::string const& text, std::size_t width)
-{
-    std::vector<std::string> lines{""};
-    for (std::size_t at = 0; at < text.size();) {
-        std::size_t const end = std::min(text.find(' ', at), text.size());
-        std::string const word = text.substr(at, end - at);
-        std::string& line = lines.back();
-        if (line.empty())
-            line = word;
-        else if (characters(line) + 1 + characters(word) <= width)
-            line += ' ' + word;
-        else
-            lines.push_back(word);
-        at = end + 1;
-    }
-    return lines;
 }
 
 void writeTree(std::ostream& out, bool styled)

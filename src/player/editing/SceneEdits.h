@@ -48,7 +48,6 @@ public:
     /// Files with edits, the scene's own first.
     std::vector<AuthorFile const*> changed() const;
     AuthorFile const& main() { return file(0); }
-    std::vector<std::string> const& fileNames() const { return _scene.fileNames; }
 
 private:
     Scene const& _scene;

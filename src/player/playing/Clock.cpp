@@ -210,6 +210,7 @@ void Clock::frame(double time)
             _awake[i / 64] &= ~(std::uint64_t(1) << i % 64);
         }
     });
+    _scene.nodes().finishFrame(time);
 }
 
 void Clock::advance(double time, std::function<void()> const& begin)
@@ -219,6 +220,7 @@ void Clock::advance(double time, std::function<void()> const& begin)
             begin();
         Event const& event = _events[_nextEvent];
         event.field->setAndValidateValueByStr(event.value.c_str(), false);
+        NodeHold const hold(*event.field->_node);
         event.field->_node->fieldChanged(*event.field, event.time, nullptr);
     }
     if (begin)

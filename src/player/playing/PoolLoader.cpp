@@ -150,7 +150,7 @@ std::string load(fs::path const& path)
     }
     if (library == nullptr)
         return linkerMessage(file);
-    std::string refusal = callEntry(library);
+    std::string refusal = NodeType::takeFailure() ? "there is not enough memory for its node types" : callEntry(library);
     if (!refusal.empty())
         ::dlclose(library); // takes back the types it registered
     return refusal;

@@ -72,6 +72,8 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
     } catch (SyntaxError const& error) {
         refuse(*file, error);
     }
+    for (ElementTree::Comment const& comment : file->tree.comments())
+        _scene.remarks.push_back({{file->number, comment.offset}, std::string(comment.text)});
     file->units = Units::of(file->tree.root());
     return *_files.emplace_back(std::move(file));
 }

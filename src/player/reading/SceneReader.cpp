@@ -252,6 +252,8 @@ void SceneReader::readInstance(Element const& element, Scope& scope)
             _reading.warn(where, kinds::badProto, "no PROTO is named \"" + name + '"' + _reading.meant(name, scope.protos));
         // Kept as a node that takes any event.
         SceneNode& node = _nodes.add(element, scope);
+        node.typeName = name;
+        node.decides = true;
         _nodes.define(def, {&node}, scope, where);
         return enterChildren(element, scope, &node);
     }

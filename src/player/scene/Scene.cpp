@@ -219,7 +219,7 @@ std::vector<Field*> Scene::inputsOf(SceneNode const& node)
 void Scene::goLive()
 {
     for (Node* const node : _nameSpace->nodes())
-        node->_state = Node::live;
+        node->enter(0);
 }
 
 bool isInterpolator(SceneNode const& node)

@@ -30,6 +30,7 @@ struct SceneNode {
     Node* node = nullptr; ///< null for a node without a class that no route touches
     bool known = false;   ///< has a node class
     bool named = false;   ///< has a DEF name
+    bool decides = false; ///< sends what it decides itself: a Script, an instance of a PROTO that could not be read
     /// A node that is not run and has this one in a field of its own: a Script, which may fill and drive it.
     SceneNode const* holder = nullptr;
 
@@ -95,6 +96,12 @@ public:
     std::deque<SceneNode> sceneNodes; ///< in the order of the file; addresses are stable
     std::deque<SceneRoute> routes;
     std::vector<std::string> fileNames;
+    /// A comment that is meant for this program: "zelvan: ...".
+    struct Remark {
+        Location where;
+        std::string text;
+    };
+    std::vector<Remark> remarks; ///< by file, each in its order
 
 private:
     struct Lines;

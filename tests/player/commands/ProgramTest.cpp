@@ -1,26 +1,12 @@
-#include "tests/player/Files.h"
+#include "tests/player/commands/Play.h"
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
 
 namespace Zelvan::play::test {
 namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
-
-struct Result {
-    int status;
-    std::string out, err;
-};
-
-/// Runs the program in a folder; the command line is a shell's.
-Result play(Folder const& folder, std::string const& arguments, std::string const& before = "")
-{
-    std::string const command = "cd '" + folder.path("") + "' && " + before + " '" ZELVAN_PLAY "' " + arguments + " >.out 2>.err";
-    int const status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), folder.read(".out"), folder.read(".err")};
-}
 
 std::string const chain = R"(<TimeSensor DEF='Clock' cycleInterval='2' loop='true'/><TimeSensor DEF='Idle'/>
     <ScalarInterpolator DEF='A' key='0 1' keyValue='0 0.5'/><ColorInterpolator DEF='B' key='0 1' keyValue='1 0 0 0 0 1'/>

@@ -94,7 +94,7 @@ TEST(Reader, NamesPlaceFieldAndExpectationOfWhatIsWrong)
          "</ScalarInterpolator><Inline DEF='I' url='\"no\\\"ne.x3d\"'/>",
          "scene.x3d:3:130: warning: no\"ne.x3d: cannot open: No such file or directory\n"},
         {"<Inline url='\"http://x/y.x3d#a\" \"none.x3d\" \"none.x3d\"'/>",
-         "scene.x3d:3:1: warning: none of its urls can be read: \"http://x/y.x3d\" is not a local file, and nothing is fetched; "
+         "scene.x3d:3:1: note: none of its urls can be read: \"http://x/y.x3d\" is not a local file, and nothing is fetched; "
          "none.x3d: cannot open: No such file or directory\n"},
         {"<ScalarInterpolator DEF='S' key='0\r\n1\r\n\r\nx'/>",
          "scene.x3d:6:1: error: S.key (MFFloat): expected a number, found \"x\""},
@@ -102,7 +102,7 @@ TEST(Reader, NamesPlaceFieldAndExpectationOfWhatIsWrong)
         {"<ProtoInstance name='P'/>", "scene.x3d:3:1: warning: no PROTO is named \"P\""},
         {"<ProtoDeclare name='P'><ProtoBody><ProtoInstance name='P'/></ProtoBody></ProtoDeclare><ProtoInstance name='P'/>",
          "scene.x3d:3:35: error: PROTO \"P\" contains itself"},
-        {"<Inline url='\"http://x/y.x3d\"'/>", "scene.x3d:3:1: warning: \"http://x/y.x3d\" is not a local file, and nothing"},
+        {"<Inline url='\"http://x/y.x3d\"'/>", "scene.x3d:3:1: note: \"http://x/y.x3d\" is not a local file, and nothing"},
         {"<Inline url='\"../other.x3d\"'/>", "scene.x3d:3:1: warning: \"../other.x3d\" lies outside the scene's folder"},
         {"<Inline url='\"scene.x3d\"'/>", "scene.x3d:3:1: warning: \"scene.x3d\" inlines itself"},
     };
