@@ -119,7 +119,7 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     for (int i = 1; i < 50; ++i)
         doubling += proto("P" + at(i), "<ProtoInstance name='P" + at(i - 1) + "'>" + both);
     scene("proto-doubling", doubling + clock + instance("P49") + in);
-    scene("extern-again", times(2000, "<ExternProtoDeclare name='E' url='\"protos#E\"'/>"));
+    scene("extern-again", times(2000, "<ExternProtoDeclare name='E' url='\"protos#E\"'/>" + instance("E")));
     folder.add("protos", x3d(numbered(million / 10, "<ProtoDeclare name='P#'/>")));
     scene("proto-url-itself", "<ExternProtoDeclare name='E' url='\"proto-url-itself\"'/>" + instance("E"));
     scene("inline-itself", "<Inline url='\"inline-itself\"'/>");
@@ -134,7 +134,7 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     std::filesystem::create_symlink("/dev/zero", folder.path("zero"));
     scene("inline-devices", "<Inline url='\"pipe\" \"zero\" \"/dev/zero\" \"../../../../dev/zero\" \".\"'/>");
     std::filesystem::create_symlink("/dev", folder.path("devices"));
-    scene("inline-links", "<Inline url='\"devices/../dev/zero\" \"devices/zero\" \"-\" \"./-\"'/><ExternProtoDeclare name='E' url='\"-#E\"'/>");
+    scene("inline-links", "<Inline url='\"devices/../dev/zero\" \"devices/zero\" \"-\" \"./-\"'/><ExternProtoDeclare name='E' url='\"-#E\"'/>" + instance("E"));
     auto const classic = [&](std::string const& name, std::string const& body) { file(name, "#VRML V2.0 utf8\n" + body); };
     classic("vrml-deep", times(million, "Group { children [ "));
     classic("vrml-brackets", "Group { children " + times(million, "["));
