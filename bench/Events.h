@@ -19,6 +19,7 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -44,7 +45,8 @@ inline bool sameBits(Rotation const& a, osg::Quaternion const& b)
 
 /// Adds "<name>/whole" and "<name>/bare" to the program; scripts/bench prints the ratio of their times and whether
 /// it keeps to `limit`. `prepare`, called when the first of them runs, returns a pair of functions without argument,
-/// the whole and the bare one: each call is one step, and returns its value by copy or reference.
+/// the whole and the bare one: each call is one step, and returns its value by copy or reference. A third one, between
+/// them, is "<name>/less": its time is taken from the whole's before the ratio.
 template <class Prepare>
 void measureUnlike(std::string const& name, double limit, Prepare prepare)
 {
@@ -64,8 +66,11 @@ void measureUnlike(std::string const& name, double limit, Prepare prepare)
             state.counters["limit"] = limit;
         });
     };
-    add("whole", [](auto const& functions) { return functions.first; });
-    add("bare", [](auto const& functions) { return functions.second; });
+    constexpr std::size_t count = std::tuple_size_v<decltype(prepare())>;
+    add("whole", [](auto const& functions) { return std::get<0>(functions); });
+    if constexpr (count == 3)
+        add("less", [](auto const& functions) { return std::get<1>(functions); });
+    add("bare", [](auto const& functions) { return std::get<count - 1>(functions); });
 }
 
 /// As `measureUnlike`, for two ways to the same bits: if they differ in their first steps, the program ends.

@@ -194,18 +194,24 @@ std::vector<Family> families()
     for (int factors : {2, 3, 4})
         add("products of " + std::to_string(factors), [=] { return product(factors); });
     for (int decimals = 3; decimals <= 9; ++decimals)
-        add("rotations, " + std::to_string(decimals) + " decimals", [=] { return rigid(vector(1), turn(), 1, 10, decimals); });
+        add("rotations, " + std::to_string(decimals) + " decimals",
+            [=] { return rigid(vector(1), turn(), 1, 10, decimals); });
     for (int exponent = 1; exponent <= 7; ++exponent)
         add("half turns less 1e-" + std::to_string(exponent),
             [=] { return rigid(vector(1), pi - std::pow(Real(10), -exponent), 1, 0, -1); });
     add("exact half turns", [] { return halfTurn(-1); });
     for (int decimals = 3; decimals <= 9; ++decimals)
         add("exact half turns, " + std::to_string(decimals) + " decimals", [=] { return halfTurn(decimals); });
-    for (auto [degrees, decimals] : {std::pair(179.9L, 3), {179.9L, 4}, {179.99L, 3}, {179.99L, 4}, {179.99L, 5}})
-        add(std::to_string(degrees).substr(0, degrees == 179.9L ? 5 : 6) + " degrees, " + std::to_string(decimals) + " decimals",
-            [=] { return rigid(vector(1), degrees / 180 * pi, 1, 0, decimals); });
+    for (auto const& [degrees, decimals] :
+         {std::pair("179.9", 3), {"179.9", 4}, {"179.99", 3}, {"179.99", 4}, {"179.99", 5}})
+        add(std::string(degrees) + " degrees, " + std::to_string(decimals) + " decimals",
+            [angle = std::strtold(degrees, nullptr) / 180 * pi, places = decimals] {
+                return rigid(vector(1), angle, 1, 0, places);
+            });
     add("unequal scales", [] {
-        return squareOf([] { return Wide3(rotation(vector(1), uniform(0, 1.2L)) * tilted(power(0.3L), power(0.3L), power(0.3L))); });
+        return squareOf([] {
+            return Wide3(rotation(vector(1), uniform(0, 1.2L)) * tilted(power(0.3L), power(0.3L), power(0.3L)));
+        });
     });
     add("mirrored", mirrored);
     add("sheared", [] {
@@ -269,8 +275,8 @@ std::vector<Errors> measure(Family const& family, std::size_t count, unsigned lo
 int main(int count, char** arguments)
 {
     std::size_t const each = count > 1 ? std::strtoul(arguments[1], nullptr, 10) : 1'000'000;
-    std::printf("| %zu of each | no log, %% | exp(log) 99.9 %% | worst | half way, logarithm 99.9 %% | worst | above 1 %%, %% "
-                "| half way, components 99.9 %% | worst | above 1 %%, %% | recomposed 99.9 %% | worst |\n"
+    std::printf("| %zu of each | no log, %% | exp(log) 99.9 %% | worst | half way, logarithm 99.9 %% | worst "
+                "| above 1 %%, %% | half way, components 99.9 %% | worst | above 1 %%, %% | recomposed 99.9 %% | worst |\n"
                 "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n", each);
     constexpr std::size_t threads = 2;
     for (Family const& family : families()) {

@@ -4,6 +4,7 @@
 
 #include "interpolationNodePool/DecomposableMatrix.h"
 #include "interpolationNodePool/LinearInterpolation.h"
+#include "interpolationNodePool/ScalarInterpolator.h"
 #include "interpolationNodePool/Slerp.h"
 #include "interpolationNodePool/TransformationInterpolator.h"
 
@@ -128,37 +129,33 @@ void measureSetting(std::string const& name, osg::UInt32 keyCount, SFMatrix4f No
 }
 
 [[maybe_unused]] bool const added = [] {
-    measure("TransformationInterpolator, matrix mode : exponential alone", 1.2, [] {
-        auto const steps = playback(evenKeys(keys), 600);
-        std::vector<Matrix> blends(steps.count());
-        for (auto [i, logs, step] = std::tuple(0u, logarithms(), steps); i < blends.size(); ++i)
-            blends[i] = blended(logs, step.next());
-        return std::pair(events(transformation("matrix"), steps), [=, i = 0u]() mutable {
-            Matrix result;
-            result.expOf(blends[i]);
+    auto const steps = [] { return playback(evenKeys(keys), 600); };
+    // The very matrices that the events exponentiate.
+    auto const exponentials = [steps](auto exponential) {
+        std::vector<Matrix> blends(steps().count());
+        for (auto [i, logs, all] = std::tuple(0u, logarithms(), steps()); i < blends.size(); ++i)
+            blends[i] = blended(logs, all.next());
+        return [blends, exponential, i = 0u]() mutable {
             i = i + 1 == blends.size() ? 0 : i + 1;
-            return result;
-        });
-    });
-    measure("TransformationInterpolator, matrix mode : blend and exponential", 1.2, [] {
-        auto steps = playback(evenKeys(keys), 600);
-        return std::pair(events(transformation("matrix"), steps), [logs = logarithms(), steps]() mutable {
-            Matrix result;
-            result.expOf(blended(logs, steps.next()));
-            return result;
-        });
-    });
-    measureUnlike("exponential : exponential by Eigen", 0.5, [] {
-        auto const logs = logarithms();
-        auto const ours = [logs, i = 0u]() mutable {
-            Matrix result;
-            result.expOf(logs[i++ % keys]);
-            return result;
+            return exponential(blends[i]);
         };
-        auto const eigens = [logs, i = 0u]() mutable {
-            return Eigen::Matrix4f(Eigen::Map<Eigen::Matrix4f const>(logs[i++ % keys].getValues()).exp());
-        };
-        return std::pair(ours, eigens);
+    };
+    auto const ours = [](Matrix const& blend) {
+        Matrix result;
+        result.expOf(blend);
+        return result;
+    };
+    auto const eigens = [](Matrix const& blend) {
+        return Eigen::Matrix4f(Eigen::Map<Eigen::Matrix4f const>(blend.getValues()).exp());
+    };
+    measureUnlike("TransformationInterpolator, matrix mode : exponential by Eigen", 0.43, [=] {
+        return std::pair(events(transformation("matrix"), steps()), exponentials(eigens));
+    });
+    measureUnlike("exponential : exponential by Eigen", 0.3,
+                  [=] { return std::pair(exponentials(ours), exponentials(eigens)); });
+    measureUnlike("TransformationInterpolator, matrix mode, less its exponential : ScalarInterpolator", 1.6, [=] {
+        auto const scalar = animate<ScalarInterpolator>(evenKeys(keys), randomFloats(keys));
+        return std::tuple(events(transformation("matrix"), steps()), exponentials(ours), events(scalar, steps()));
     });
 
     measure("TransformationInterpolator, component mode, one interval : two slerps and composing", 1.5, [] {

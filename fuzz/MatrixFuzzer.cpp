@@ -2,6 +2,7 @@
 
 #include "fuzz/Input.h"
 #include "interpolationNodePool/DecomposableMatrix.h"
+#include "interpolationNodePool/Slerp.h"
 
 #include <Eigen/Core>
 
@@ -37,6 +38,15 @@ Matrix matrix(Input& input)
     return m;
 }
 
+/// What rounding to few decimals may have left of a matrix, and so is not told from nothing.
+double decimals(Matrix const& m)
+{
+    for (unsigned i = 0; i < 9; ++i)
+        if (double const millionths = 1e6 * m[i / 3][i % 3]; !(std::abs(millionths - std::round(millionths)) < 0.1))
+            return 0;
+    return 0.01 * magnitude(m);
+}
+
 void invert(Matrix const& m)
 {
     Matrix inverse, own = m;
@@ -56,7 +66,7 @@ void logarithm(Matrix const& m)
     double const upper = wide(log).leftCols<3>().cwiseAbs().sum();
     if (!(upper < 12) || !(magnitude(m) < 1e30) || !wide(m).row(3).head<3>().isZero(0))
         return;
-    double const tolerance = 1e-3 * magnitude(m) + 4e-7 * std::exp(upper) * (1 + magnitude(log));
+    double const tolerance = decimals(m) + 1e-3 * magnitude(m) + 4e-7 * std::exp(upper) * (1 + magnitude(log));
     require(back.expOf(log) && isNear(wide(back), wide(m), tolerance), "the exponential undoes the logarithm");
     log.scale(0.5f);
     require(half.expOf(log) && isNear(wide(half) * wide(half), wide(m), 2 * tolerance), "half of it is the root's");
@@ -79,7 +89,7 @@ void decompose(Matrix m)
     osg::Vec3f const translation(m[3][0], m[3][1], m[3][2]);
     for (unsigned i = 0; i < 4; ++i)
         m[3][i] = m[i][3] = 0.f;
-    double const norm = magnitude(m), fine = 1e-5 * norm + 1e-42;
+    double const norm = magnitude(m), exact = 1e-5 * norm + 1e-42, fine = exact + decimals(m);
     m[3][3] = 1.f;
     Matrix Q, S, SO, scale, again;
     osg::Vec3f k;
@@ -91,7 +101,7 @@ void decompose(Matrix m)
         return require(norm < HUGE_VAL || (isResult(Q, false) && isResult(S, false) && isResult(SO, false)), "NaN");
     scale.setScale(k);
     Wide const symmetric = (wide(m) + wide(m).transpose()) / 2;
-    require(isNear(wide(SO) * wide(scale) * wide(SO).transpose(), symmetric, fine), "the spectral factors fit");
+    require(isNear(wide(SO) * wide(scale) * wide(SO).transpose(), symmetric, exact), "the spectral factors fit");
     require(isNear(wide(Q) * wide(Q).transpose(), Wide::Identity(), 1e-5), "the first polar factor is orthogonal");
     require(wide(S) == wide(S).transpose(), "the second polar factor is symmetric");
     require(isNear(wide(Q) * wide(S), wide(m), fine), "the polar factors make the matrix");
@@ -109,6 +119,41 @@ void decompose(Matrix m)
     require(isNear(wide(again), wide(m), 3 * fine), "the parts make the matrix");
 }
 
+/// A turn, written with few digits or many, beside the same stretched: what is half way is what was meant.
+void halfWay(Input& input)
+{
+    std::vector<float> const n = input.numbers(4);
+    double const digits = std::pow(10, 3 + input.below(7)), coarse = 20 / digits + 1e-5;
+    osg::Quaternion turns[2] = {{{n[0], n[1], n[2]}, n[3]}, {}}, axes[2];
+    if (!(std::abs(turns[0].length() - 1) < 1e-3f))
+        return;
+    Matrix keys[2], meant, half, log;
+    meant.setTransform({}, turns[0], {2, 1, 1}, {});
+    osg::Vec3f factors[2];
+    for (int k : {0, 1}) {
+        keys[k].setTransform({}, turns[0], {k == 0 ? 1.f : 3.f, 1, 1}, {});
+        for (int i = 0; i < 16; ++i)
+            keys[k].getValues()[i] = static_cast<float>(std::round(keys[k].getValues()[i] * digits) / digits);
+    }
+    for (int k : {0, 1}) {
+        DecomposableMatrix Q, S, SO;
+        float det;
+        DecomposableMatrix(keys[k]).polarDecompose(Q, S, det);
+        S.spectralDecompose(SO, factors[k]);
+        turns[k].setValue(Q);
+        axes[k].setValue(SO);
+    }
+    KeptAngle none, neither;
+    half.setTransform({}, slerp(turns[0], turns[1], 0.5f, none), (factors[0] + factors[1]) * 0.5f,
+                      slerp(axes[0], axes[1], 0.5f, neither));
+    require(isNear(wide(half), wide(meant), coarse), "half way between components");
+    require(log.logOf(keys[0]), "a turn has a logarithm");
+    log.scale(0.5f);
+    half.expOf(log);
+    require(isNear(wide(half) * wide(half).transpose(), Wide::Identity(), 0.1), "half of a turn is a turn");
+    require(isNear(wide(half) * wide(half), wide(keys[0]), coarse), "and twice it is the turn");
+}
+
 } // namespace
 } // namespace Zelvan::fuzz
 
@@ -124,6 +169,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         decompose(m);
     }
     Matrix left = a, right = b;
+    halfWay(input);
     left.mult(b);
     right.multLeft(a);
     require(isSame(left, right) || !isResult(left, true), "a product is the same from both sides");

@@ -2,6 +2,7 @@
 
 #include "coreNodePool/TransCoderProc.h"
 
+#include <cstdint>
 #include <limits>
 
 namespace Zelvan {
@@ -28,15 +29,27 @@ public:
     /// The scene opens. Times in a file are seconds since 1970, so they all lie in the past: a looping sensor
     /// without a stopTime after its startTime runs from now on, at fraction 0; every other one is idle.
     void open(TimeStamp const& now);
+    /// The same where it is known what time it is, in seconds since 1970: the times of the file become the host's, and
+    /// a sensor whose start lies in the past is in the middle of its cycle.
+    void open(TimeStamp const& now, double since1970);
+    /// Whether it would start now.
+    bool isDue(TimeStamp const& now) const;
     /// Starts if it is due; true when it did.
     bool startIfDue(TimeStamp const& now);
     /// Sends what is due at `now` while active, and ends when the time has come.
     void tick(TimeStamp const& now);
 
+    /// Sets a bit of `flags` (null: no more) whenever a field of the sensor gets a value: between ticks, only that makes a sensor start that is not
+    /// due at a time to come.
+    void watch(std::uint64_t* flags, unsigned bit)
+    {
+        _flags = flags;
+        _flag = std::uint64_t(1) << bit;
+    }
     bool isActive() const { return _active; }
-    /// Whether a start at or before `time` is set.
-    bool startsAt(TimeStamp const& time) const { return _startAt <= time; }
-    /// Of the run that lasts, or of the last one.
+    /// Whether time alone may make it send something after `now`.
+    bool mayChange(TimeStamp const& now) const { return _active || (_startAt > now && _startAt != never); }
+    /// Of the run that lasts, of one that is to come, or of the last one; infinite when there is none.
     TimeStamp startTime() const { return _startAt; }
     double interval() const { return _interval; }
     Idle idle() const;
@@ -49,6 +62,8 @@ private:
 
     static constexpr double never = std::numeric_limits<double>::infinity();
 
+    std::uint64_t* _flags = nullptr; ///< the host's
+    std::uint64_t _flag = 0;
     bool _active = false;
     bool _paused = false;
     bool _hasRun = false;

@@ -22,6 +22,11 @@ Matrix placed(float turn, osg::Vec3f const& scale, osg::Vec3f const& move = {})
             0, 0, scale[2], move[2], 0, 0, 0, 1};
 }
 
+Matrix sheared(float shear, float move)
+{
+    return {1, shear, 0, move, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+}
+
 class Transformation : public testing::Test {
 protected:
     void change(Field& field) { node.fieldChanged(field, 1, nullptr); }
@@ -58,6 +63,8 @@ TEST_F(Transformation, BlendsByLogarithmOrByComponents)
         {"matrix", identity, placed(90, {1, 1, 1}), .5f, placed(45, {1, 1, 1})},
         {"matrix", identity, placed(0, {4, 4, 4}), .5f, placed(0, {2, 2, 2})},
         {"matrix", identity, placed(0, {1, 1, 1}, {10, 0, 0}), .3f, placed(0, {1, 1, 1}, {3, 0, 0})},
+        {"matrix", identity, sheared(2, 0), .5f, sheared(1, 0)},
+        {"component", sheared(2, 0), sheared(2, 4), .5f, sheared(2, 2)},
         {"component", identity, placed(90, {2, 2, 2}, {10, 0, 0}), .5f, placed(45, {1.5f, 1.5f, 1.5f}, {5, 0, 0})},
         {"component", placed(9, {1, 2, 3}), placed(9, {1, 2, 3}, {1, 4, 0}), .5f, placed(9, {1, 2, 3}, {.5f, 2, 0})},
         {"component", placed(170, {1, 1, 1}), placed(-170, {1, 1, 1}), .5f, placed(180, {1, 1, 1})},
@@ -71,6 +78,30 @@ TEST_F(Transformation, BlendsByLogarithmOrByComponents)
         EXPECT_TRUE(at(c.fraction).equals(c.expected, 2e-6f)) << &c - cases << node._value_changed.getValueAsStr();
         for (float const end : {-1.f, 0.f, 1.f, 2.f})
             EXPECT_EQ(bits(at(end)), bits(end > 0 ? c.to : c.from));
+    }
+}
+
+TEST_F(Transformation, BlendsARigidKeyWithAStretchedOneAsTheyWereMeant)
+{
+    Scene::send(node, "mode", "component");
+    for (int decimals = 3; decimals <= 9; ++decimals) {
+        double const scale = std::pow(10, decimals);
+        auto const written = [scale](Matrix m) {
+            for (unsigned i = 0; i < 16; ++i)
+                m[i / 4][i % 4] = static_cast<float>(std::round(m[i / 4][i % 4] * scale) / scale);
+            return m;
+        };
+        for (osg::Vec3f const& axis : {osg::Vec3f(1, 2, 3), osg::Vec3f(-4, 1, 2), osg::Vec3f(3, -3, 1)})
+            for (float const angle : {0.3f, 1.f, 2.2f, 3.1f}) {
+                auto const stretched = [&](float factor) {
+                    Matrix m;
+                    m.setTransform({}, {axis, angle}, {factor, 1, 1});
+                    return m;
+                };
+                setKeys({0, 1}, {written(stretched(1)), written(stretched(3))});
+                EXPECT_TRUE(at(.5f).equals(stretched(2), static_cast<float>(2 / scale + 2e-6)))
+                    << decimals << ' ' << angle << node._value_changed.getValueAsStr();
+            }
     }
 }
 

@@ -113,6 +113,7 @@ TEST(Matrix, MatricesWithoutLogarithmGiveNaN)
         {"point reflection", {-1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1}, false},
         {"half turn, scaled unequally", {-1, 0, 0, 0, 0, -2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, false},
         {"half turn, sheared", {-1, 1, 0, 0, 0, -1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, false},
+        {"half turn, stretched beyond its digits", {-1, 0, 0, 0, 0, -1.0003f, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, false},
         {"half turn, scaled along its axis", {-2, 0, 0, 3, 0, -2, 0, 5, 0, 0, 7, 6, 0, 0, 0, 1}, true},
         {"half turn in the other order", {-1, 0, 0, 3, 0, 1, 0, 5, 0, 0, -1, 6, 0, 0, 0, 1}, true},
         {"negated identity", {-1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1}, true},
@@ -150,10 +151,71 @@ TEST(Matrix, RotationsOfAnySizeHaveExactLogarithms)
                 log.logOf(rounded(turned));
                 log.scale(0.5f);
                 half.expOf(log);
-                Real const s = std::sqrt(scale), back = angle < pi - 1e-5L ? 1 : -1; // an exact half turn goes either way
-                halves(std::min(difference(half, rotation(axis, angle / 2) * scaling(s, s, s)),
-                                difference(half, rotation(axis, back * angle / 2) * scaling(s, s, s))));
+                Real const s = std::sqrt(scale);
+                halves(difference(half, rotation(axis, angle / 2) * scaling(s, s, s)));
             }
+}
+
+// As a file holds it.
+Matrix written(Reference const& m, int decimals)
+{
+    Real const scale = std::pow(Real(10), decimals);
+    return rounded(m.unaryExpr([scale](Real v) { return std::round(v * scale) / scale; }));
+}
+
+TEST(Matrix, WhatIsLeftOfTurnsByWrittenDigitsIsATurn)
+{
+    for (int decimals = 3; decimals <= 9; ++decimals) {
+        Real const unit = std::pow(Real(10), -decimals) + 2e-7L;
+        Worst exactly{"half of a half turn, in units of its last decimal", 1};
+        Worst nearly{"half of 179.9 degrees, bent by", decimals < 5 ? 0.012L : 0.006L};
+        Worst equal{"factors of a turn, apart by, in its last decimals", 1.5L};
+        for (Vec3f const& axis : {Vec3f(1, 2, 3), Vec3f(-1, 2, -1), Vec3f(3, -4, 5), Vec3f(-2, -1, 7), Vec3f(1, 0, 0),
+                                  Vec3f(-5, 5, 4), Vec3f(0.1f, 3, -0.2f), Vec3f(2, -1, -1), Vec3f(6, 5, -4)})
+            for (Real angle : {pi, pi * 179.9L / 180, 1.L, 0.02L}) {
+                Matrix log, half;
+                DecomposableMatrix const key = written(rotation(axis, angle), decimals);
+                EXPECT_TRUE(log.logOf(key)) << decimals << ' ' << angle;
+                log.scale(0.5f);
+                half.expOf(log);
+                Real const error = difference(half, rotation(axis, angle / 2));
+                angle == pi ? exactly(error / unit) : nearly(error);
+                DecomposableMatrix Q, S, SO;
+                Vec3f k;
+                float det;
+                key.polarDecompose(Q, S, det);
+                S.spectralDecompose(SO, k);
+                EXPECT_EQ(SO, Matrix::identity()) << decimals << ' ' << angle;
+                equal(std::abs(std::max({k[0], k[1], k[2]}) - std::min({k[0], k[1], k[2]})) / unit);
+            }
+    }
+    // With all their digits, stretches far smaller than that are kept.
+    Worst kept{"log/exp: 179.95 degrees, stretched by 1 + 3e-4", 4e-7L};
+    for (Vec3f const& axis : {Vec3f(1, 2, 3), Vec3f(3, -4, 5), Vec3f(-1, 2, -1)}) {
+        Reference const tilt = rotation(Vec3f(5, 1, 2), 1);
+        kept(roundTrip(rounded(rotation(axis, pi * 179.95L / 180) * tilt * scaling(1.0003L, 1, 1) * tilt.transpose())));
+    }
+}
+
+TEST(Matrix, ElementsOfAnySizeDoNotDisturbTheOthers)
+{
+    for (float const tiny : {1e-45f, 1e-40f, 1e-33f, 1e-28f})
+        for (osg::UInt32 column : {0u, 1u, 2u}) {
+            Matrix key, log, half;
+            key.setTransform(Vec3f(2, 3, 5));
+            key[column][3] = tiny;
+            EXPECT_TRUE(log.logOf(key)) << tiny;
+            log.scale(0.5f);
+            half.expOf(log);
+            EXPECT_TRUE(half.equals(Matrix(1, 0, 0, 1, 0, 1, 0, 1.5f, 0, 0, 1, 2.5f, 0, 0, 0, 1), 1e-6f)) << tiny;
+        }
+    float const least = 1.4e-45f;
+    DecomposableMatrix wide(0, -3e38f, least, 0, least, least, least, 0, 0, 1e-7f, least, 0, 0, 0, 0, 1), Q, S;
+    float det;
+    wide.polarDecompose(Q, S, det);
+    EXPECT_EQ(contentsOf(Q), Contents::Finite);
+    EXPECT_EQ(contentsOf(S), Contents::Finite);
+    EXPECT_NEAR(Q.det3(), 1, 1e-6);
 }
 
 TEST(Matrix, ExponentialAndDecompositionsAreExact)

@@ -41,6 +41,7 @@ void diagonalize(Matrix3 const& s, double tolerance, Matrix3& vectors, double (&
     bool rotated;
     auto const rotate = [&](int p, int q, int other) {
         double const pivot = off[other], difference = (values[p] - values[q]) / 2;
+        // Convergence is quadratic: what the next rotation would leave is far below the rounding of floats.
         if (!(std::abs(pivot) > 1e-8 * (std::abs(values[p]) + std::abs(values[q]))))
             return;
         double const half = std::sqrt(difference * difference + square[other]), sum = half + std::abs(difference);
@@ -64,7 +65,7 @@ void diagonalize(Matrix3 const& s, double tolerance, Matrix3& vectors, double (&
             rows[q] = c * atQ - n * atP;
         }
     };
-    // Convergence is quadratic: three or four sweeps are usual.
+    // Three or four sweeps are usual.
     for (int sweep = 0; sweep < 20; ++sweep) {
         rotated = false;
         rotate(0, 1, 2);
@@ -265,7 +266,8 @@ void TransformationMatrix<T>::spectralDecompose(TransformationMatrix& SO, Vector
     double size = 0;
     for (int c = 0; c < 3; ++c)
         size = std::max(size, std::abs(s[c][c]));
-    // Factors that floats, and products of a few, cannot tell apart.
+    // Factors that floats, and products of a few of them, cannot tell apart (5e-7: no rotation of a million, and no
+    // product of two to four, has more).
     diagonalize(s, 5e-7 * size, vectors, values);
     for (UInt32 c = 0; c < 3; ++c) {
         k[c] = static_cast<T>(values[c]);
@@ -274,7 +276,7 @@ void TransformationMatrix<T>::spectralDecompose(TransformationMatrix& SO, Vector
     }
 }
 
-template void Matrix::polarDecompose(Matrix&, Matrix&, Real32&) const;
-template void Matrix::spectralDecompose(Matrix&, Vec3f&) const;
+template void TransformationMatrix<Real32>::polarDecompose(Matrix&, Matrix&, Real32&) const;
+template void TransformationMatrix<Real32>::spectralDecompose(Matrix&, Vec3f&) const;
 
 OSG_END_NAMESPACE

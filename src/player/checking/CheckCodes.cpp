@@ -35,7 +35,8 @@ std::vector<CheckCode> const& checkCodes()
     static std::vector<CheckCode> const codes = {
         // The file.
         {.code = "bad-xml", .severity = error, .title = "The file is no scene",
-         .meaning = "The file could not be read as a scene: it is not X3D or VRML, or larger than the limits allow.",
+         .meaning = "The file could not be read as a scene: it is not X3D or VRML, or larger than the limits allow. A "
+                    "warning where VRML is no UTF-8 and is read as Latin-1.",
          .why = "Nothing of it is played.",
          .bad = "<X3D><Scene><Transform></Scene></X3D>",
          .good = "<X3D><Scene><Transform/></Scene></X3D>",
@@ -243,6 +244,17 @@ std::vector<CheckCode> const& checkCodes()
                  " keyValue='-0.98 0.17 0 0 -0.17 -0.98 0 0 0 0 1 0 0 0 0 1\n"
                  " -0.98 -0.17 0 0 0.17 -0.98 0 0 0 0 1 0 0 0 0 1'/>",
          .fix = Fix::none, .how = "Mode 'component' turns the shorter way."},
+        {.code = "matrix-rough", .severity = warning, .title = "A rotation of too few decimals",
+         .meaning = "A rotation written with so few decimals that their rounding stretches it, and bends the way to the "
+                    "next key by more than 1 %.",
+         .why = "Between the keys it is sheared, although neither key is.",
+         .bad = "<TransformationInterpolator DEF='Warp' mode='component' key='0 1'\n"
+                " keyValue='0.79 0.17 0.59 0 -0.59 0.47 0.65 0 -0.17 -0.87 0.47 0 0 0 0 1\n"
+                " 2.362 0.504 1.779 0 -0.593 0.469 0.655 0 -0.168 -0.867 0.469 0 0 0 0 1'/>",
+         .good = "<TransformationInterpolator DEF='Warp' mode='component' key='0 1'\n"
+                 " keyValue='0.787 0.168 0.593 0 -0.593 0.469 0.655 0 -0.168 -0.867 0.469 0 0 0 0 1\n"
+                 " 2.362 0.504 1.779 0 -0.593 0.469 0.655 0 -0.168 -0.867 0.469 0 0 0 0 1'/>",
+         .fix = Fix::none, .how = "The message says how many decimals are enough: three for a rotation without scale."},
         {.code = "ease-range", .severity = warning, .title = "An ease share outside 0 to 1",
          .meaning = "An ease share outside 0 to 1.",
          .why = "The two numbers are shares of an interval: how much of it is spent on speeding up and slowing down.",

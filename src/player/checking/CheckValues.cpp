@@ -1,5 +1,7 @@
 #include "player/checking/CheckRules.h"
 
+#include "base/Fields.h"
+
 #include <algorithm>
 #include <cmath>
 

@@ -45,6 +45,8 @@ void writeFindingsJson(std::ostream& out, std::vector<Finding> const& findings)
             {"message", finding.message}, {"advice", finding.advice}};
         if (finding.more > 0)
             entry["more"] = finding.more;
+        if (CheckCode const& code = codeNamed(finding.code); code.fix != Fix::none)
+            entry["fix"] = {{"safety", fixName(code.fix)}, {"how", code.how}};
         out << (i == 0 ? "" : ",") << "\n    " << entry.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     }
     out << (findings.empty() ? "],\n" : "\n  ],\n");

@@ -1,6 +1,10 @@
 #include "player/checking/Check.h"
+#include "player/commands/Editing.h"
+#include "player/commands/OutputFile.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Tables.h"
+#include "player/editing/Fixes.h"
+#include "player/scene/DidYouMean.h"
 #include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
@@ -20,17 +24,22 @@ struct CheckCommandOptions {
     CheckOptions check;
     std::string format = "text";
     bool codes = false, markdown = false;
+    bool fix = false, unsafeFixes = false;
+    EditOptions edit;
 };
 
 void requireCode(std::string const& code, char const* option)
 {
+    DidYouMean meant(code);
     std::string known;
     for (CheckCode const& c : checkCodes()) {
         if (code == c.code)
             return;
-        known += (known.empty() ? "" : ", ") + std::string(c.code);
+        meant.offer(c.code);
+        known += (known.empty() ? "; there are: " : ", ") + std::string(c.code);
     }
-    throw Failure(exitUsage, std::string(option) + ": there is no code \"" + code + "\"; there are: " + known);
+    throw Failure(exitUsage,
+                  std::string(option) + ": there is no code \"" + code + '"' + (meant.nearest().empty() ? known : meant.text()));
 }
 
 // "CODE=LEVEL"
@@ -84,7 +93,13 @@ Finding unreadable(std::string const& file, std::string message)
     return {Severity::error, kinds::badXml, place, "", message, ""};
 }
 
-std::vector<Finding> findingsOf(Session const& session, CheckCommandOptions const& options)
+/// A scene that has been checked; null when it could not be read.
+struct Checked {
+    std::unique_ptr<Scene> scene;
+    std::vector<Finding> findings;
+};
+
+Checked examine(Session const& session, CheckCommandOptions const& options)
 {
     constexpr std::size_t most = 1000; // of a kind; the others are counted
     std::vector<Finding> read;
@@ -100,6 +115,7 @@ std::vector<Finding> findingsOf(Session const& session, CheckCommandOptions cons
         last = read.size();
         read.push_back({severity, std::string(kind), place, "", text, ""});
     };
+    openPool(session);
     std::unique_ptr<Scene> scene;
     try {
         scene = openScene(session, options.scene.file, options.scene.limits, diagnostics);
@@ -107,9 +123,46 @@ std::vector<Finding> findingsOf(Session const& session, CheckCommandOptions cons
         if (failure.status() != exitScene)
             throw;
         read.push_back(unreadable(options.scene.file, failure.what()));
-        return checkUnread(std::move(read), options.check);
+        return {nullptr, checkUnread(std::move(read), options.check)};
     }
-    return checkScene(*scene, std::move(read), options.check);
+    std::vector<Finding> findings = checkScene(*scene, std::move(read), options.check);
+    return {std::move(scene), std::move(findings)};
+}
+
+// "2 can be fixed (--fix), 1 more with --unsafe-fixes"; "" when none can.
+std::string fixable(std::vector<Finding> const& findings)
+{
+    auto const count = [&](Fix fix) {
+        std::size_t all = 0;
+        for (Finding const& finding : findings)
+            all += fixOf(finding) == fix ? 1 + finding.more : 0;
+        return all;
+    };
+    std::size_t const safe = count(Fix::safe), more = count(Fix::unsafe);
+    std::string text = safe > 0 ? std::to_string(safe) + " can be fixed (--fix)" : "";
+    if (more > 0)
+        text += text.empty() ? std::to_string(more) + " can be fixed (--fix --unsafe-fixes)" : ", " + std::to_string(more) + " more with --unsafe-fixes";
+    return text;
+}
+
+void fix(Session const& session, CheckCommandOptions const& options)
+{
+    // Everything counts here, also what is not shown.
+    CheckCommandOptions all = options;
+    all.check.perNode = 0;
+    all.check.hints = true;
+    Checked checked = examine(session, all);
+    if (checked.scene == nullptr)
+        throw Failure(exitScene, checked.findings.front().place.text() + ": error: " + checked.findings.front().message);
+    SceneEdits edits(*checked.scene, options.edit.inlined, options.scene.limits.bytes);
+    std::vector<FixOutcome> const outcomes = fixScene(*checked.scene, edits, checked.findings, all.check, options.unsafeFixes);
+    writeEdits(edits, options.edit, options.scene.file);
+    std::size_t done = 0;
+    for (FixOutcome const& outcome : outcomes) {
+        done += outcome.done;
+        std::cerr << printable(outcome.node) << ": " << outcome.code << (outcome.done ? " fixed" : " not fixed: " + printable(outcome.why)) << '\n';
+    }
+    std::cerr << printable(options.scene.file) << ": " << done << " fixed\n";
 }
 
 void check(Session& session, CheckCommandOptions& options)
@@ -130,7 +183,14 @@ void check(Session& session, CheckCommandOptions& options)
     for (auto const& severity : options.severities)
         applySeverity(severity, options.check);
 
-    std::vector<Finding> const findings = findingsOf(session, options);
+    if (options.unsafeFixes && !options.fix)
+        throw Failure(exitUsage, "--unsafe-fixes goes with --fix");
+    if (options.fix) {
+        if (!options.edit.write && !options.edit.diff && options.edit.output.empty())
+            throw Failure(exitUsage, "--fix: where to? --write, --diff or -o FILE");
+        return fix(session, options);
+    }
+    std::vector<Finding> const findings = examine(session, options).findings;
     if (options.format == "json")
         writeFindingsJson(out.stream(), findings);
     else
@@ -141,7 +201,10 @@ void check(Session& session, CheckCommandOptions& options)
         return std::to_string(count) + ' ' + severityName(severity) + (count == 1 ? "" : "s");
     };
     std::cerr << printable(shownName(options.scene.file)) << ": " << counted(Severity::error) << ", "
-              << counted(Severity::warning) << ", " << counted(Severity::note) << '\n';
+              << counted(Severity::warning) << ", " << counted(Severity::note);
+    if (std::string const text = fixable(findings); !text.empty())
+        std::cerr << "; " << text;
+    std::cerr << '\n';
     Severity const worst = session.strict ? Severity::warning : Severity::error;
     if (std::ranges::any_of(findings, [&](Finding const& finding) { return finding.severity >= worst; }))
         session.status = exitScene;
@@ -166,17 +229,22 @@ void addCheckCommand(CLI::App& app, Session& session)
     list("--ignore", options->ignore, "leave these codes out", "CODE[,CODE...]");
     list("--severity", options->severities, "change a severity: hint, note, warning, error or off", "CODE=LEVEL");
     command.add_flag("--hints", options->check.hints, "show hints, too")->group("Findings");
-    command.add_option("--per-node", options->check.perNode, "findings per code and node, 0 for all (3)")
-        ->option_text("N")->group("Findings");
-    command.add_option("--per-code", options->check.perCode, "lines per code, 0 for all (50)")
-        ->option_text("N")->group("Findings");
+    auto const count = [&](char const* name, unsigned& value, char const* what) {
+        inRange(command.add_option(name, value, what), 0, 1e9)->option_text("N")->group("Findings");
+    };
+    count("--per-node", options->check.perNode, "findings per code and node, 0 for all (3)");
+    count("--per-code", options->check.perCode, "lines per code, 0 for all (50)");
+    command.add_flag("--fix", options->fix, "mend what can be mended without a change of what is played")->group("Fixes");
+    command.add_flag("--unsafe-fixes", options->unsafeFixes, "with --fix: mend also what changes what is played")->group("Fixes");
+    addEditOptions(command, options->edit);
     auto* const codes = command.add_flag("--codes", options->codes, "list all codes, with their meaning");
     command.add_flag("--markdown", options->markdown, "the list as Markdown, with examples")->needs(codes);
     command.footer("Exit status: 1 when there is an error, or with --strict a warning.\n"
                    "Examples:\n"
                    "  zelvan-play check door.x3d\n"
                    "  zelvan-play check --ignore idle-sensor --severity loop-jump=error door.x3d\n"
-                   "  zelvan-play check door.x3d --format json");
+                   "  zelvan-play check door.x3d --format json\n"
+                   "  zelvan-play check door.x3d --fix --unsafe-fixes --diff");
     command.callback([&session, options] { check(session, *options); });
 }
 

@@ -28,6 +28,9 @@ void addRunCommand(CLI::App& app, Session& session);
 void addSweepCommand(CLI::App& app, Session& session);
 void addExportCommand(CLI::App& app, Session& session);
 void addCheckCommand(CLI::App& app, Session& session);
+void addBakeCommand(CLI::App& app, Session& session);
+void addDiffCommand(CLI::App& app, Session& session);
+void addReduceCommand(CLI::App& app, Session& session);
 void addTypesCommand(CLI::App& app, Session& session);
 
 } // namespace Zelvan::play

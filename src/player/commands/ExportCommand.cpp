@@ -1,8 +1,11 @@
 #include "base/Fields.h"
+#include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
+#include "player/commands/Report.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <set>
@@ -107,9 +110,9 @@ std::vector<double> keyTimes(Scene const& scene, Clock const& clock, double unti
 
 void exportScene(Session& session, ExportOptions& options)
 {
-    requireOwnFiles({options.output}, options.scene.file);
     OpenedScene const opened(session, options.scene);
-    Clock clock(*opened.scene);
+    requireOwnFiles({options.output}, opened.file, opened.scene->fileNames, opened.pool);
+    Clock clock(*opened.scene, options.time.now);
     if (options.rate)
         options.time.timing.fps = *options.rate;
     prepare(clock, options.time);
@@ -130,15 +133,17 @@ void exportScene(Session& session, ExportOptions& options)
     if (lines) {
         EventWriter writer(options.output, EventWriter::jsonLines, "time");
         recorder.onEvent = [&](Track const& track, double time, Field const& field) { writer.write(track, time, field); };
-        playFrames(clock, recorder, frames);
+        playFrames(clock, recorder, frames, options.scene.limits.values);
         writer.commit();
+        recorder.finish();
     } else {
-        playFrames(clock, recorder, frames);
+        playFrames(clock, recorder, frames, options.scene.limits.values);
         recorder.finish();
         OutputFile out(options.output);
         writeWide(out.stream(), recorder, options.events, options.scene.limits.values);
         out.commit();
     }
+    writeWhyStill(std::cerr, *opened.scene, recorder, clock);
     if (opened.diagnostics.errors() > 0)
         session.status = exitScene;
 }
@@ -156,10 +161,10 @@ void addExportCommand(CLI::App& app, Session& session)
         ->option_text("csv|jsonl")
         ->group("Output");
     command.add_option("-o,--output", options->output, "where to (standard output)")->option_text("FILE")->group("Output");
-    auto* const rate = command.add_option("--rate", options->rate, "rows per second: the same as --fps");
-    rate->option_text("N")->group("Output");
+    auto* const rate = inRange(command.add_option("--rate", options->rate, "rows per second: the same as --fps"), 1e-3, 1e6);
+    rate->excludes(command.get_option("--fps"))->option_text("N")->group("Output");
     auto* const keys = command.add_flag("--at-keys", options->atKeys, "rows at the times of the keys only");
-    keys->excludes(rate)->group("Output");
+    keys->excludes(rate)->excludes(command.get_option("--at"))->group("Output");
     command.add_flag("--events", options->events, "leave cells empty where no event happened")->group("Output");
     command.footer("Examples:\n"
                    "  zelvan-play export door.x3d --rate 25 --duration 4 -o door.csv\n"

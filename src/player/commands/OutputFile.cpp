@@ -2,6 +2,7 @@
 
 #include "player/scene/Diagnostics.h"
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -10,9 +11,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <mutex>
 #include <streambuf>
 #include <sys/stat.h>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -83,11 +86,13 @@ void catchSignals()
 {
     static std::once_flag once;
     std::call_once(once, [] {
-        for (int const signal : {SIGHUP, SIGINT, SIGTERM}) {
+        constexpr int harmless[] = {SIGKILL, SIGSTOP, SIGCHLD, SIGCONT, SIGTSTP, SIGTTIN, SIGTTOU, SIGURG, SIGWINCH};
+        for (int signal = 1; signal <= SIGRTMAX; ++signal) {
             struct sigaction ending = {}, usual;
             ending.sa_handler = removeUnfinished;
             ending.sa_flags = static_cast<int>(SA_RESETHAND);
-            if (::sigaction(signal, nullptr, &usual) == 0 && usual.sa_handler == SIG_DFL)
+            if (std::ranges::find(harmless, signal) == std::end(harmless) && ::sigaction(signal, nullptr, &usual) == 0
+                && usual.sa_handler == SIG_DFL)
                 ::sigaction(signal, &ending, nullptr);
         }
     });
@@ -95,7 +100,6 @@ void catchSignals()
 
 void remember(char const* temporary)
 {
-    catchSignals();
     for (auto& path : unfinished)
         if (char const* none = nullptr; path.compare_exchange_strong(none, temporary))
             return;
@@ -110,29 +114,63 @@ void forget(char const* temporary)
 
 } // namespace
 
+std::string OutputFile::target(std::string const& path)
+{
+    namespace fs = std::filesystem;
+    constexpr int most = 40; // as many as the system follows
+    fs::path file = path;
+    std::error_code error;
+    for (int links = 0; links < most && fs::is_symlink(fs::symlink_status(file, error)); ++links)
+        file = file.parent_path() / fs::read_symlink(file, error);
+    return file.string();
+}
+
 OutputFile::OutputFile(std::string path)
     : _path(std::move(path)), _buffer(std::make_unique<Buffer>()), _stream(std::make_unique<std::ostream>(_buffer.get()))
 {
     // Memory comes first: nobody would remove a file of an object that was not made.
-    int fd = STDOUT_FILENO;
     struct stat status;
     // Beside its name only where a file is meant: a device or a pipe is written to as it is.
-    bool const special = _path != "-" && ::stat(_path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
-    if (special) {
-        fd = ::open(_path.c_str(), O_WRONLY | O_CLOEXEC);
-    } else if (_path != "-") {
-        _temporary = _path + ".XXXXXX";
-        fd = ::mkostemp(_temporary.data(), O_CLOEXEC);
-        if (fd >= 0) {
-            remember(_temporary.c_str());
-            mode_t const mask = ::umask(0);
-            ::umask(mask);
-            ::fchmod(fd, 0666 & ~mask);
-        }
-    }
+    if (_path == "-")
+        _buffer->writeTo(STDOUT_FILENO);
+    else if (::stat(_path.c_str(), &status) == 0 && !S_ISREG(status.st_mode))
+        _buffer->writeTo(opened(::open(_path.c_str(), O_WRONLY | O_CLOEXEC)));
+    else
+        openBeside();
+}
+
+int OutputFile::opened(int fd) const
+{
     if (fd < 0)
         throw Failure(exitMachine, _path + ": cannot write: " + std::strerror(errno));
-    _buffer->writeTo(fd);
+    return fd;
+}
+
+void OutputFile::openBeside()
+{
+    _target = target(_path);
+    _temporary = (std::filesystem::path(_target).parent_path() / ".zelvan-play-XXXXXX").string();
+    struct stat before;
+    bool const exists = ::stat(_target.c_str(), &before) == 0;
+    if (exists ? ::access(_target.c_str(), W_OK) != 0 : errno != ENOENT)
+        opened(-1);
+    // No signal comes between the file and its being remembered.
+    catchSignals();
+    sigset_t all, usual;
+    ::sigfillset(&all);
+    ::sigprocmask(SIG_BLOCK, &all, &usual);
+    int const fd = ::mkostemp(_temporary.data(), O_CLOEXEC);
+    int const error = errno;
+    if (fd >= 0)
+        remember(_temporary.c_str());
+    ::sigprocmask(SIG_SETMASK, &usual, nullptr);
+    errno = error;
+    _buffer->writeTo(opened(fd));
+    mode_t const mask = ::umask(0);
+    ::umask(mask);
+    if (exists)
+        std::ignore = ::fchown(fd, before.st_uid, before.st_gid);
+    ::fchmod(fd, exists ? before.st_mode & 07777 : 0666 & ~mask);
 }
 
 OutputFile::~OutputFile()
@@ -157,7 +195,7 @@ void OutputFile::commit()
     _buffer->close();
     check();
     if (!_temporary.empty()) {
-        if (std::rename(_temporary.c_str(), _path.c_str()) != 0)
+        if (std::rename(_temporary.c_str(), _target.c_str()) != 0)
             throw Failure(exitMachine, _path + ": cannot write: " + std::strerror(errno));
         forget(_temporary.c_str());
         _temporary.clear();

@@ -7,8 +7,9 @@
 namespace Zelvan::play {
 
 /// Where results go: a file, or standard output for "-". A file is written beside its final name and takes that
-/// name only when everything has been written, so that nobody ever sees half of it. Throws
-/// Failure(exitMachine) when it cannot be written.
+/// name only when everything has been written, so that nobody ever sees half of it; no ending signal leaves it there.
+/// A file that exists keeps its permissions, and a symbolic link goes on leading to it. Throws Failure(exitMachine)
+/// when it cannot be written.
 class OutputFile {
 public:
     explicit OutputFile(std::string path);
@@ -23,9 +24,18 @@ public:
     /// Everything is written: gives the file its name.
     void commit();
 
+    /// Where writing to a path ends: what its symbolic links lead to, also when nothing is there yet.
+    static std::string target(std::string const& path);
+
 private:
     class Buffer;
-    std::string _path, _temporary;
+    void openBeside();
+    /// The descriptor; throws with errno when it is none.
+    int opened(int fd) const;
+
+    std::string _path;
+    std::string _target;    ///< the name that the file gets
+    std::string _temporary; ///< the name it has until then
     std::unique_ptr<Buffer> _buffer;
     std::unique_ptr<std::ostream> _stream;
 };

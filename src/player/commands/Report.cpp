@@ -1,27 +1,29 @@
 #include "player/commands/Report.h"
 
 #include "player/commands/Tables.h"
+#include "player/playing/NotRun.h"
 #include "player/scene/Utf8.h"
 
 #include <algorithm>
-#include <numbers>
+#include <cmath>
+#include <functional>
 #include <ostream>
+#include <sstream>
 
 namespace Zelvan::play {
 
 namespace {
-
 
 std::string counted(std::size_t count, char const* one)
 {
     return std::to_string(count) + ' ' + one + (count == 1 ? "" : "s");
 }
 
-std::string between(Range const& range, double factor = 1)
+std::string between(Range const& range)
 {
     if (!range.any)
         return "-";
-    std::string const low = roundNumber(range.low * factor), high = roundNumber(range.high * factor);
+    std::string const low = roundNumber(range.low), high = roundNumber(range.high);
     return low == high ? low : low + " .. " + high;
 }
 
@@ -39,9 +41,34 @@ std::string vectorRange(Track const& track, std::size_t first, std::size_t count
     return low == high ? low : low + " .. " + high;
 }
 
-std::string degrees(Range const& angle)
+/// How far something turns: on past half and whole turns, and about what, where that stays.
+std::string turnText(Track const& track)
 {
-    return between(angle) + " rad (" + between(angle, 180 / std::numbers::pi) + " deg)";
+    Range const& degrees = track.derived[0];
+    if (!degrees.any)
+        return "-";
+    std::string const text = degrees.high > degrees.low ? "turns " + roundNumber(degrees.high - degrees.low) + " deg"
+                                                        : "turned " + roundNumber(degrees.low) + " deg";
+    std::string axis;
+    for (std::size_t c = 1; c < 4; ++c) {
+        if (!track.derived[c].any || track.derived[c].high - track.derived[c].low > 1e-3)
+            return text;
+        axis += (c == 1 ? "" : " ") + roundNumber(std::round(track.derived[c].high * 1e3) / 1e3 + 0., 3);
+    }
+    return text + " about (" + axis + ')';
+}
+
+/// "x", "red", "angle"; of a block the first element's.
+std::string componentName(Track const& track, std::size_t component)
+{
+    if (track.type == SFRotationType)
+        return "angle";
+    if (track.type == SFMatrix4fType && component >= 12 && component < 15)
+        return std::string(1, "xyz"[component - 12]);
+    std::string const element = isList(track.type) && track.largestBlock > 1 ? "[0]" : "";
+    if (track.ranges.size() == 1)
+        return element;
+    return element + (element.empty() ? "" : ".") + componentsOf(track.type).names[component];
 }
 
 std::string curveOf(Track const& track)
@@ -52,6 +79,7 @@ std::string curveOf(Track const& track)
     bool const rotation = track.type == SFRotationType || track.type == MFRotationType;
     // The component that tells most: the angle of a rotation, else the one that changes most along the curve.
     std::vector<float> telling;
+    std::size_t component = 0;
     double widest = -1;
     for (std::size_t c = rotation ? 3 : 0; c < width; ++c) {
         std::vector<float> values;
@@ -62,10 +90,12 @@ std::string curveOf(Track const& track)
         }
         if (double const change = range.any ? range.high - range.low : 0; change > widest) {
             widest = change;
+            component = c;
             telling = std::move(values);
         }
     }
-    return sparkline(telling);
+    std::string const name = componentName(track, component);
+    return name + (name.empty() ? "" : " ") + sparkline(telling);
 }
 
 std::size_t keyCount(SceneNode const& node)
@@ -78,6 +108,29 @@ void writeMore(std::ostream& out, std::size_t count, char const* what)
 {
     if (count > shownRows)
         out << "... and " << counted(count - shownRows, what) << " more\n";
+}
+
+// What stands still, and why: a line each.
+void writeStandstill(std::ostream& out, Scene const& scene, Clock const& clock, std::size_t most)
+{
+    auto const write = [&](std::vector<std::string> const& lines, char const* what) {
+        for (std::size_t i = 0; i < std::min(lines.size(), most); ++i)
+            out << printable(lines[i]) << '\n';
+        if (lines.size() > most)
+            out << "... and " << counted(lines.size() - most, what) << " more\n";
+    };
+    std::vector<std::string> lines;
+    for (Clock::Sensor const& sensor : clock.sensors())
+        if (std::string const waits = clock.waitsFor(sensor); !waits.empty())
+            lines.push_back("TimeSensor " + sensor.node->name + ' ' + waits);
+    write(lines, "TimeSensor");
+    lines.clear();
+    for (NotRun const& entry : nodesNotRun(scene)) {
+        std::string const targets = entry.targetText();
+        lines.push_back(entry.node->typeName + ' ' + entry.node->name + " is not run (" + scene.place(*entry.node).text() + "): "
+                        + (targets.empty() ? "what it does is not seen" : targets + " would get events from it"));
+    }
+    write(lines, "node");
 }
 
 } // namespace
@@ -107,10 +160,9 @@ std::string rangeText(Track const& track)
     switch (track.type) {
     case SFColorType:
         return vectorRange(track, 0, 3) + (track.derived[0].any ? " hue " + between(track.derived[0]) : " grey");
-    case SFRotationType: return degrees(track.ranges[3]);
+    case SFRotationType: return turnText(track);
     case SFMatrix4fType:
-        return "at " + vectorRange(track, 12, 3) + " turned " + degrees(track.derived[0]) + " scale "
-            + between(track.derived[1]);
+        return "at " + vectorRange(track, 12, 3) + ' ' + turnText(track) + " scale " + between(track.derived[4]);
     case SFStringType: return "text";
     default: break;
     }
@@ -118,7 +170,8 @@ std::string rangeText(Track const& track)
     return block + (width == 1 ? between(track.ranges[0]) : vectorRange(track, 0, width));
 }
 
-void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder, Clock const* clock, bool styled)
+void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder, Clock const* clock, bool styled,
+                 std::size_t width, std::string const& shown)
 {
     auto const& tracks = recorder.tracks();
     auto const count = [&](bool leaves) {
@@ -126,16 +179,20 @@ void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder
             std::count_if(tracks.begin(), tracks.end(), [&](Track const& t) { return t.leaves == leaves; }));
     };
     std::size_t const interpolators = count(true);
+    auto const routes = static_cast<std::size_t>(std::ranges::count_if(scene.routes, std::not_fn(&SceneRoute::refused)));
     out << printable(scene.fileNames.front()) << ": " << counted(interpolators, "interpolator") << ", ";
     if (clock != nullptr)
         out << counted(clock->sensors().size(), "TimeSensor") << ", ";
-    out << counted(scene.routes.size(), "route") << ", " << counted(recorder.events(), "event") << "\n";
+    out << counted(routes, "route") << ", " << counted(recorder.events(), "event") << "\n";
+    if (!shown.empty())
+        out << printable(shown) << '\n';
 
     // Without a clock nothing drives anything.
     std::vector<std::string> headings = {"Interpolator", "Type", ">Keys", ">Events", "Values", "Curve"};
     if (clock != nullptr)
         headings.insert(headings.begin() + 2, "Driven by");
     Table table(headings);
+    table.leastUseful({"Keys", "Events", "Type", "Driven by", "Curve"});
     std::size_t rows = 0;
     for (Track const& track : tracks)
         if (track.leaves && rows++ < shownRows) {
@@ -148,11 +205,12 @@ void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder
         }
     if (!table.empty()) {
         out << '\n';
-        table.write(out, styled);
+        table.write(out, styled, width);
         writeMore(out, interpolators, "interpolator");
     }
 
     Table reached({"Reaches", "Type", "Node", ">Events", "Values"});
+    reached.leastUseful({"Type", "Events", "Node"});
     rows = 0;
     for (Track const& track : tracks)
         if (!track.leaves && track.events > 0 && rows++ < shownRows)
@@ -160,23 +218,27 @@ void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder
                          std::to_string(track.events), rangeText(track)});
     if (!reached.empty()) {
         out << '\n';
-        reached.write(out, styled);
+        reached.write(out, styled, width);
         writeMore(out, rows, "field");
     }
 
     if (clock == nullptr)
         return;
-    std::size_t idle = 0;
-    for (Clock::Sensor const& sensor : clock->sensors()) {
-        std::string const waits = clock->waitsFor(sensor);
-        if (waits.empty())
-            continue;
-        if (idle++ == 0)
-            out << '\n';
-        if (idle <= shownRows)
-            out << "TimeSensor " << printable(sensor.node->name) << ' ' << printable(waits) << '\n';
-    }
-    writeMore(out, idle, "TimeSensor");
+    std::ostringstream still;
+    writeStandstill(still, scene, *clock, shownRows);
+    if (still.tellp() > 0)
+        out << '\n' << still.str();
+}
+
+void writeWhyStill(std::ostream& out, Scene const& scene, Recorder const& recorder, Clock const& clock)
+{
+    constexpr std::size_t most = 10;
+    if (recorder.events() > 0)
+        return;
+    bool const any = std::ranges::any_of(scene.sceneNodes, isInterpolator);
+    out << printable(scene.fileNames.front()) << ": nothing moves"
+        << (clock.sensors().empty() ? ": there is no TimeSensor" : any ? "" : ": there is no interpolator") << '\n';
+    writeStandstill(out, scene, clock, most);
 }
 
 } // namespace Zelvan::play

@@ -12,8 +12,13 @@ namespace Zelvan::play {
 inline constexpr unsigned shownRows = 200;
 
 /// The summary of a run or a sweep, for people: each interpolator with its name, type, driver, number of keys,
-/// value range and a small curve; what events reached nodes without a class; which sensors wait for what.
-void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder, Clock const* clock, bool styled);
+/// value range and a small curve; what events reached nodes without a class; which sensors wait for what, and what is
+/// not run. Lines are no longer than `width`. `shown` is what part of a cycle was played.
+void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder, Clock const* clock, bool styled,
+                 std::size_t width, std::string const& shown);
+
+/// Where nothing was recorded, why: which sensors wait for what, and what is not run.
+void writeWhyStill(std::ostream& out, Scene const& scene, Recorder const& recorder, Clock const& clock);
 
 /// What leads into an interpolator: "Clock.fraction_changed", "Ease (EaseInEaseOut)", "nothing".
 std::string driverOf(Scene const& scene, SceneNode const& node);

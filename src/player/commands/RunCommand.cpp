@@ -1,7 +1,9 @@
 #include "base/Fields.h"
 #include "player/commands/Curves.h"
+#include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Report.h"
+#include "player/drawing/Pictures.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -32,7 +34,7 @@ void run(Session& session, RunOptions& options)
 {
     OpenedScene const opened(session, options.scene);
     std::vector<Finding> const findings = findingsOf(options);
-    Clock clock(*opened.scene);
+    Clock clock(*opened.scene, options.time.now);
     prepare(clock, options.time);
     auto const frames = options.time.timing.frames();
 
@@ -44,17 +46,16 @@ void run(Session& session, RunOptions& options)
     recording.axisBegin = options.time.timing.from;
     recording.axisEnd = frames.back().time;
     Recorder recorder(*opened.scene, recording);
-    Outputs outputs(options.output, options.scene.file, recorder, "time");
+    Outputs outputs(options.output, opened, recorder, "time");
 
-    playFrames(clock, recorder, frames);
+    playFrames(clock, recorder, frames, options.scene.limits.values);
     recorder.finish();
     PictureOptions picture;
     picture.frame = 1 / options.time.timing.fps;
     picture.shown = shownCycles(clock, recording.axisBegin, recording.axisEnd);
     picture.waiting = waitingSensors(clock);
-    outputs.finish(*opened.scene, &clock,
-                   recording.keepSamples ? curvesOf(*opened.scene, recorder, clock, findings) : std::vector<Curve>(),
-                   options.scene.file, picture);
+    outputs.finish(&clock,
+                   recording.keepSamples ? curvesOf(*opened.scene, recorder, clock, findings) : std::vector<Curve>(), picture);
     if (opened.diagnostics.errors() > 0)
         session.status = exitScene;
 }

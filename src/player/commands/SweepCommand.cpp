@@ -1,7 +1,8 @@
 #include "base/Fields.h"
-#include "player/drawing/Pictures.h"
+#include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Report.h"
+#include "player/drawing/Pictures.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -48,10 +49,6 @@ std::vector<float> fractionsFor(std::vector<float> const& keys, SweepOptions con
 
 void sweep(Session& session, SweepOptions const& options)
 {
-    if (options.steps < 1 || options.steps > 10'000'000)
-        throw Failure(exitUsage, "--steps: expected 1 to 10000000");
-    if (!std::isfinite(options.from.value_or(0)) || !std::isfinite(options.to.value_or(0)))
-        throw Failure(exitUsage, "--from, --to: expected finite fractions");
     OpenedScene const opened(session, options.scene);
     Scene& scene = *opened.scene;
     // Each curve by itself: what one interpolator sends must not change another one.
@@ -69,7 +66,7 @@ void sweep(Session& session, SweepOptions const& options)
     recording.axisBegin = options.from.value_or(0);
     recording.axisEnd = options.to.value_or(1);
     Recorder recorder(scene, recording);
-    Outputs outputs(options.output, options.scene.file, recorder, "fraction");
+    Outputs outputs(options.output, opened, recorder, "fraction");
 
     std::vector<Curve> curves;
     for (SceneNode const& node : scene.sceneNodes) {
@@ -89,7 +86,7 @@ void sweep(Session& session, SweepOptions const& options)
     }
 
     recorder.finish();
-    outputs.finish(scene, nullptr, curves, options.scene.file, PictureOptions());
+    outputs.finish(nullptr, curves, PictureOptions());
     if (opened.diagnostics.errors() > 0)
         session.status = exitScene;
 }
@@ -101,12 +98,22 @@ void addSweepCommand(CLI::App& app, Session& session)
     auto const options = std::make_shared<SweepOptions>();
     CLI::App& command = *app.add_subcommand("sweep", "Drive every interpolator over its key range, without a clock");
     addSceneOptions(command, options->scene);
-    auto const grouped = [](CLI::Option* option, char const* text) { option->option_text(text)->group("Fractions"); };
-    grouped(command.add_option("--from", options->from, "first fraction (the first key)"), "F");
-    grouped(command.add_option("--to", options->to, "last fraction (the last key)"), "F");
-    grouped(command.add_option("--steps", options->steps, "evenly spaced steps between them (100)"), "N");
-    grouped(command.add_option("--at", options->at, "these fractions only")->delimiter(',')->allow_extra_args(false), "F[,F...]");
-    command.add_flag("--at-keys", options->atKeys, "the keys only")->group("Fractions");
+    auto const fraction = [&](char const* name, auto& value, char const* what, char const* text) {
+        constexpr double most = 1e9;
+        auto* const option = inRange(command.add_option(name, value, what), -most, most);
+        return option->option_text(text)->group("Fractions");
+    };
+    auto* const from = fraction("--from", options->from, "first fraction (the first key)", "F");
+    auto* const to = fraction("--to", options->to, "last fraction (the last key)", "F");
+    auto* const steps = inRange(command.add_option("--steps", options->steps, "evenly spaced steps between them (100)"), 1, 1e7);
+    steps->option_text("N")->group("Fractions");
+    auto* const at = fraction("--at", options->at, "these fractions only", "F[,F...]")->delimiter(',')->allow_extra_args(false);
+    auto* const keys = command.add_flag("--at-keys", options->atKeys, "the keys only")->group("Fractions");
+    for (auto* const option : {from, to, steps}) {
+        at->excludes(option);
+        keys->excludes(option);
+    }
+    keys->excludes(at);
     addOutputOptions(command, options->output, "fraction");
     command.footer("Examples:\n"
                    "  zelvan-play sweep door.x3d --at-keys\n"

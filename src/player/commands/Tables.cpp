@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <limits>
 #include <ostream>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace Zelvan::play {
@@ -27,18 +28,40 @@ void Table::row(std::vector<std::string> cells)
     _rows.push_back(std::move(cells));
 }
 
-void Table::write(std::ostream& out, bool styled) const
+/// Of each column; 0 of one that is left out.
+std::vector<std::size_t> Table::widthsFor(std::size_t width) const
 {
     std::vector<std::size_t> widths(_right.size());
     for (auto const& row : _rows)
         for (std::size_t c = 0; c < row.size(); ++c)
-            widths[c] = std::max(widths[c], characters(row[c]));
+            widths[c] = std::max(widths[c], displayWidth(row[c]));
+    auto const total = [&] {
+        std::size_t sum = 0;
+        for (std::size_t const one : widths)
+            sum += one != 0 ? one + 2 : 0;
+        return sum - std::min<std::size_t>(sum, 2);
+    };
+    for (std::string const& heading : _leastUseful)
+        if (auto const found = std::find(_rows[0].begin(), _rows[0].end(), heading); total() > width && found != _rows[0].end())
+            widths[std::size_t(found - _rows[0].begin())] = 0;
+    constexpr std::size_t least = 8;
+    for (auto widest = std::max_element(widths.begin(), widths.end()); total() > width && *widest > least;
+         widest = std::max_element(widths.begin(), widths.end()))
+        --*widest;
+    return widths;
+}
+
+void Table::write(std::ostream& out, bool styled, std::size_t width) const
+{
+    std::vector<std::size_t> const widths = widthsFor(width);
     for (auto const& row : _rows) {
         std::string line;
         for (std::size_t c = 0; c < row.size(); ++c) {
-            std::string const fill(widths[c] - characters(row[c]), ' ');
+            if (widths[c] == 0)
+                continue;
+            std::string const cell = fitted(row[c], widths[c]), fill(widths[c] - displayWidth(cell), ' ');
             line += c == 0 ? "" : "  ";
-            line += _right[c] ? fill + row[c] : row[c] + fill;
+            line += _right[c] ? fill + cell : cell + fill;
         }
         line.resize(line.find_last_not_of(' ') + 1);
         bool const bold = styled && &row == &_rows.front();
@@ -65,6 +88,12 @@ std::string sparkline(std::span<float const> values)
         line += blocks[std::min(7, static_cast<int>(share * 8))];
     }
     return line;
+}
+
+std::size_t outputWidth(int descriptor)
+{
+    winsize size{};
+    return ::isatty(descriptor) != 0 && ::ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
 }
 
 bool styledOutput(int descriptor)

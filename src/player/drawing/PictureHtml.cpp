@@ -22,10 +22,10 @@ std::string own(std::string const& text)
 
 void appendContext(std::string& html, Curve const& curve)
 {
-    auto const row = [&](char const* what, std::vector<std::string> const& texts) {
+    auto const row = [&](char const* what, std::vector<std::string> const& texts, char const* classes = "") {
         if (texts.empty())
             return;
-        html += "<div><dt>" + std::string(what) + "</dt>";
+        html += "<div" + std::string(classes) + "><dt>" + what + "</dt>";
         for (std::string const& text : texts)
             html += "<dd>" + own(text) + "</dd>";
         html += "</div>\n";
@@ -36,7 +36,7 @@ void appendContext(std::string& html, Curve const& curve)
     if (place.empty() && curve.drivers.empty() && curve.moves.empty())
         return;
     html += "<dl class=\"context\">\n";
-    row("driven by", curve.drivers);
+    row("driven by", curve.drivers, " class=\"chain\"");
     row("moves", curve.moves);
     row("stands in", place);
     html += "</dl>\n";
@@ -122,7 +122,7 @@ void appendHeader(std::string& html, std::vector<Curve> const& curves, std::size
     appendMarks(html);
     // The charts take their colours from these.
     html += "</svg>\n<svg id=\"palette\" aria-hidden=\"true\">";
-    for (char const* const name : {"c0", "c1", "c2", "c3", "key", "seam", "found", "grid", "frame"})
+    for (char const* const name : {"c0", "c1", "c2", "c3", "key", "seam", "found", "head", "grid", "frame"})
         html += "<path class=\"" + std::string(name) + "\"/>";
     html += "</svg>\n<details class=\"help\"><summary>mouse, touch and keys</summary>Press or drag on a curve to move the "
             "play head; Space plays, the arrow keys step by a frame (with Shift by ten), Home and End go to the ends. "

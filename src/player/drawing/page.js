@@ -29,7 +29,8 @@
         const width = view[1] - view[0];
         if (head.time < view[0] || head.time > view[1])
             setView(null, [head.time - width / 2, head.time + width / 2]);
-        for (const card of seen)
+        // While it plays, only what is in sight follows.
+        for (const card of head.playing ? seen : cards.values())
             card.show(head.time);
         if (say)
             announce();
@@ -78,7 +79,11 @@
     part("play").addEventListener("click", () => play(!head.playing));
     part("back").addEventListener("click", () => step(-1));
     part("forward").addEventListener("click", () => step(1));
-    slider.addEventListener("input", () => { head.playing && play(false); moveTo(+slider.value, {say: true}); });
+    slider.addEventListener("input", () => {
+        const time = +slider.value;
+        head.playing && play(false);
+        moveTo(time, {say: true});
+    });
     document.addEventListener("visibilitychange", () => { document.hidden && head.playing && play(false); });
 
     // -- The window over the axis, of all cards or of one
@@ -205,7 +210,7 @@
                 return {panel, line, cell: element(row, "dd", "")};
             }));
             if (this.data.strip && this.data.strip.rows.length === 1)
-                this.swatch = element(list, "span", "swatch");
+                this.swatch = element(list.parentNode, "div", "swatch");
         }
 
         makeCharts() {

@@ -90,7 +90,10 @@ const tools = (() => {
 
         /// The element whose curve is nearest to the pointer.
         point(event, charts) {
-            const chart = charts.find((one) => one.graphDiv.contains(event.target));
+            const chart = charts.find((one) => {
+                const {top, bottom} = one.graphDiv.getBoundingClientRect();
+                return event.clientY >= top && event.clientY < bottom;
+            });
             if (!chart || chart.panel.component === undefined)
                 return;
             const frame = chart.graphDiv.getBoundingClientRect();
@@ -112,7 +115,7 @@ const tools = (() => {
             const item = this.which();
             if (item < 0 || panel.component === undefined)
                 return;
-            context.strokeStyle = paint("seam");
+            context.strokeStyle = paint("head");
             context.lineWidth = 1.5;
             context.beginPath();
             this.times.forEach((time, row) => {
@@ -192,7 +195,7 @@ const tools = (() => {
         /// The side from which a shape in a plane is seen whole.
         flatSide() {
             const widths = this.low.map((low, c) => this.high[c] - low), most = Math.max(...widths);
-            return ["right", "above", "front"][widths.findIndex((width) => width <= most * 1e-5)];
+            return ["front", "above", "right"].find((_, i) => widths[2 - i] <= most * 1e-5);
         }
         measure() {
             this.low = [Infinity, Infinity, Infinity];
@@ -205,9 +208,17 @@ const tools = (() => {
             });
             if (this.kind === "turned")
                 [[-1, -1, -1], [1, 1, 1]].forEach(add);
-            else if (this.kind === "path")
-                this.data.panels[0].times.forEach((_, row) => add(this.position(row)));
-            else
+            else if (this.kind === "path") {
+                const {times} = this.data.panels[0], {seams} = this.data;
+                this.points = [];
+                times.forEach((at, row) => {
+                    const seam = row ? rowAt(seams, at) : -1;
+                    if (seam >= 0 && seams[seam] >= times[row - 1])
+                        this.points.push(null); // where a cycle begins again, nothing moves along the way
+                    this.points.push(this.position(row));
+                    add(this.position(row));
+                });
+            } else
                 for (let row = 0; row < this.elements.times.length; ++row)
                     for (let item = 0; item < this.elements.count; ++item)
                         add(this.item(row, item));
@@ -251,7 +262,7 @@ const tools = (() => {
         }
         mark(point) { // the play head's own
             const [x, y] = this.at(point), {context} = this;
-            context.fillStyle = this.paint("seam");
+            context.fillStyle = this.paint("head");
             context.beginPath();
             for (const [dx, dy] of [[0, -7], [7, 0], [0, 7], [-7, 0]])
                 context.lineTo(x + dx, y + dy);
@@ -293,13 +304,8 @@ const tools = (() => {
             });
         }
         path(time) {
-            const {times} = this.data.panels[0], points = [];
-            times.forEach((at, row) => {
-                if (row && this.data.seams.some((seam) => seam >= times[row - 1] && seam <= at))
-                    points.push(null); // where a cycle begins again, nothing moves along the way
-                points.push(this.position(row));
-            });
-            this.run(points, "c3");
+            const {times} = this.data.panels[0];
+            this.run(this.points, "c3");
             for (const key of this.data.keys) {
                 const row = rowAt(times, key + 1e-9);
                 if (row >= 0 && !this.position(row).includes(null))

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 namespace Zelvan::play {
 
@@ -22,24 +23,6 @@ void assign(std::vector<Value>& list, std::span<float const> numbers)
     for (std::size_t i = 0; i < list.size(); ++i)
         for (std::size_t c = 0; c < width; ++c)
             list[i][static_cast<osg::UInt32>(c)] = numbers[i * width + c];
-}
-
-void assign(Field& field, std::span<float const> numbers)
-{
-    switch (field.dataType()) {
-    case MFFloatType: static_cast<MFFloat&>(field)._value.assign(numbers.begin(), numbers.end()); break;
-    case MFVec2fType: assign(static_cast<MFVec2f&>(field)._value, numbers); break;
-    case MFVec3fType: assign(static_cast<MFVec3f&>(field)._value, numbers); break;
-    case MFColorType: assign(static_cast<MFColor&>(field)._value, numbers); break;
-    case MFRotationType: {
-        auto& list = static_cast<MFRotation&>(field)._value;
-        list.clear();
-        for (std::size_t i = 0; i + 3 < numbers.size(); i += 4)
-            list.emplace_back(osg::Vec3f(numbers[i], numbers[i + 1], numbers[i + 2]), numbers[i + 3]);
-        break;
-    }
-    default: break;
-    }
 }
 
 // The angle between two rotations, exact where the cosine alone is not: near 0.
@@ -88,6 +71,24 @@ Motion motionOf(std::string const& type)
 
 } // namespace
 
+void assignNumbers(Field& field, std::span<float const> numbers)
+{
+    switch (field.dataType()) {
+    case MFFloatType: static_cast<MFFloat&>(field)._value.assign(numbers.begin(), numbers.end()); break;
+    case MFVec2fType: assign(static_cast<MFVec2f&>(field)._value, numbers); break;
+    case MFVec3fType: assign(static_cast<MFVec3f&>(field)._value, numbers); break;
+    case MFColorType: assign(static_cast<MFColor&>(field)._value, numbers); break;
+    case MFRotationType: {
+        auto& list = static_cast<MFRotation&>(field)._value;
+        list.clear();
+        for (std::size_t i = 0; i + 3 < numbers.size(); i += 4)
+            list.emplace_back(osg::Vec3f(numbers[i], numbers[i + 1], numbers[i + 2]), numbers[i + 3]);
+        break;
+    }
+    default: break;
+    }
+}
+
 KeyTrack KeyTrack::only(std::vector<std::size_t> const& kept) const
 {
     KeyTrack part{type, motion, width, components, {}, {}};
@@ -100,8 +101,10 @@ KeyTrack KeyTrack::only(std::vector<std::size_t> const& kept) const
 
 double KeyTrack::range() const
 {
+    if (motion == Motion::rotation)
+        return std::numbers::pi;
     double range = 0;
-    for (std::size_t c = 0; c < components && motion != Motion::rotation; ++c) {
+    for (std::size_t c = 0; c < components; ++c) {
         float low = std::numeric_limits<float>::infinity(), high = -low;
         for (std::size_t i = c; i < values.size(); i += components) {
             low = std::min(low, values[i]);
@@ -112,13 +115,19 @@ double KeyTrack::range() const
     return range;
 }
 
+Field& valuesOf(SceneNode const& node)
+{
+    Field* const values = fieldOf(node, "keyValue");
+    return values != nullptr ? *values : *fieldOf(node, "easeInEaseOut");
+}
+
 KeyTrack trackOf(SceneNode const& node)
 {
     KeyTrack track;
     track.type = &node.node->type();
     track.motion = motionOf(track.type->_name);
     track.keys = static_cast<MFFloat const*>(fieldOf(node, "key"))->_value;
-    Field const& values = *fieldOf(node, "keyValue");
+    Field const& values = valuesOf(node);
     std::vector<double> numbers;
     appendNumbers(values, numbers);
     track.components = componentsOf(values.dataType()).count;
@@ -153,9 +162,10 @@ PlayedTrack::PlayedTrack(KeyTrack const& track)
     _stage->nodes.add(*_node);
     _node->_state = Node::live;
     _fraction = static_cast<SFFloat*>(_node->findField("set_fraction"));
-    _output = _node->findField("value_changed");
-    assign(*_node->findField("key"), track.keys);
-    assign(*_node->findField("keyValue"), track.values);
+    Field* const values = _node->findField("keyValue");
+    _output = _node->findField(values != nullptr ? "value_changed" : "modifiedFraction_changed");
+    assignNumbers(*_node->findField("key"), track.keys);
+    assignNumbers(values != nullptr ? *values : *_node->findField("easeInEaseOut"), track.values);
 }
 
 PlayedTrack::~PlayedTrack() = default;
@@ -186,6 +196,7 @@ double differenceOf(Field const& a, Field const& b)
     case MFFloatType: return lists(both(static_cast<MFFloat*>(nullptr)));
     case MFVec2fType: return lists(both(static_cast<MFVec2f*>(nullptr)));
     case MFVec3fType: return lists(both(static_cast<MFVec3f*>(nullptr)));
+    case SFMatrix4fType: return fixed(both(static_cast<SFMatrix4f*>(nullptr)), 16);
     case SFRotationType: {
         auto const rotations = both(static_cast<SFRotation*>(nullptr));
         return angleBetween(rotations.first, rotations.second);
@@ -194,29 +205,30 @@ double differenceOf(Field const& a, Field const& b)
     }
 }
 
-PlayedDifference largestDifference(KeyTrack const& a, KeyTrack const& b)
+std::vector<float> merged(std::vector<float> const& a, std::vector<float> const& b)
 {
-    PlayedTrack first(a), second(b);
+    std::vector<float> all;
+    std::ranges::merge(a, b, std::back_inserter(all));
+    all.erase(std::unique(all.begin(), all.end()), all.end());
+    return all;
+}
+
+PlayedDifference largestDifference(Playable& a, Playable& b, std::vector<float> const& keys, int steps)
+{
     PlayedDifference found;
-    auto const compare = [&](float fraction) {
-        double const difference = differenceOf(first.play(fraction), second.play(fraction));
+    eachFraction(keys, steps, [&](float fraction) {
+        double const difference = differenceOf(a.play(fraction), b.play(fraction));
         if (difference > found.largest || std::isnan(difference))
             found = {std::isnan(difference) ? std::numeric_limits<double>::infinity() : difference, fraction};
-    };
-    std::vector<float> keys;
-    std::ranges::merge(a.keys, b.keys, std::back_inserter(keys));
-    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
-    // Between two keys of both, what is blended number by number differs most at one of the two.
-    int const steps = a.motion == Motion::linear ? 3 : 12;
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        compare(keys[i]);
-        if (i + 1 == keys.size())
-            break;
-        for (int step = 1; step < steps; ++step)
-            compare(keys[i] + (keys[i + 1] - keys[i]) * static_cast<float>(step) / static_cast<float>(steps));
-        compare(std::nextafter(keys[i + 1], keys[i]));
-    }
+    });
     return found;
+}
+
+PlayedDifference largestDifference(KeyTrack const& a, KeyTrack const& b)
+{
+    // Between two keys of both, what is blended number by number differs most at one of the two.
+    PlayedTrack first(a), second(b);
+    return largestDifference(first, second, merged(a.keys, b.keys), a.motion == Motion::linear ? 3 : 12);
 }
 
 } // namespace Zelvan::play

@@ -3,6 +3,7 @@
 #include "base/Field.h"
 #include "base/NodeType.h"
 
+#include <cmath>
 #include <cstddef>
 #include <memory>
 #include <span>
@@ -39,25 +40,36 @@ struct KeyTrack {
     bool jumps(std::size_t key) const { return keys[key] == keys[key + 1]; }
     /// The track of some of the keys, in order.
     KeyTrack only(std::vector<std::size_t> const& kept) const;
-    /// The largest number less the smallest: of the component where that is most. 0 for rotations.
+    /// The largest number less the smallest: of the component where that is most. For rotations half a turn.
     double range() const;
 };
 
-/// What an interpolator plays. Of all types but EaseInEaseOut and TransformationInterpolator.
+/// What an interpolator plays; those of any other than a linear type say by which type. Not of TransformationInterpolators.
 KeyTrack trackOf(SceneNode const& node);
+/// The field that holds an interpolator's values: keyValue, or easeInEaseOut.
+Field& valuesOf(SceneNode const& node);
+/// Gives a list field these numbers.
+void assignNumbers(Field& field, std::span<float const> numbers);
 /// Why a track is left as it is: "keys are not in order"; "" when nothing speaks against it.
 std::string faultOf(KeyTrack const& track);
 
-/// A track in a node of the pool, to be asked for its value anywhere.
-class PlayedTrack {
+/// Something that has a value for every fraction.
+class Playable {
+public:
+    virtual ~Playable() = default;
+    /// The field that holds the value from now on.
+    virtual Field const& play(float fraction) = 0;
+};
+
+/// Keys and values in a node of the pool.
+class PlayedTrack : public Playable {
 public:
     explicit PlayedTrack(KeyTrack const& track);
-    ~PlayedTrack();
+    ~PlayedTrack() override;
     PlayedTrack(PlayedTrack const&) = delete;
     PlayedTrack& operator=(PlayedTrack const&) = delete;
 
-    /// The field that holds the value from now on.
-    Field const& play(float fraction);
+    Field const& play(float fraction) override;
 
 private:
     struct Stage;
@@ -74,7 +86,24 @@ struct PlayedDifference {
     double largest = 0;
     float fraction = 0; ///< where
 };
+/// Calls visit(fraction) for every key, just before each, and at `steps` - 1 places between each two.
+template <class Visit>
+void eachFraction(std::vector<float> const& keys, int steps, Visit visit)
+{
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        visit(keys[i]);
+        if (i + 1 == keys.size())
+            break;
+        for (int step = 1; step < steps; ++step)
+            visit(keys[i] + (keys[i + 1] - keys[i]) * static_cast<float>(step) / static_cast<float>(steps));
+        visit(std::nextafter(keys[i + 1], keys[i]));
+    }
+}
 /// Plays both and compares them: at all keys of both, just before them, and densely in between.
 PlayedDifference largestDifference(KeyTrack const& a, KeyTrack const& b);
+/// The same for anything, at eachFraction().
+PlayedDifference largestDifference(Playable& a, Playable& b, std::vector<float> const& keys, int steps);
+/// The numbers of both, in order, each once.
+std::vector<float> merged(std::vector<float> const& a, std::vector<float> const& b);
 
 } // namespace Zelvan::play

@@ -2,6 +2,8 @@
 
 #include "player/scene/Scene.h"
 
+#include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -31,21 +33,29 @@ struct Timing {
     std::vector<Frame> frames() const;
 };
 
-/// Lets time pass in a scene: TimeSensors, and what is injected from outside.
+/// Lets time pass in a scene: TimeSensors, and what is injected from outside. Goes before the scene does.
 class Clock {
 public:
-    /// Opens the scene at time 0.
-    explicit Clock(Scene& scene);
+    /// Opens the scene at time 0. `now` says what time that is, in seconds since 1970: sensors whose start lies in the past
+    /// are in the middle of their cycle then.
+    explicit Clock(Scene& scene, std::optional<double> now = {});
+    ~Clock();
+    Clock(Clock const&) = delete;
+    Clock& operator=(Clock const&) = delete;
 
     /// A sensor starts at `time`, as if something had triggered it. Usage failure when there is no such sensor.
     void startSensor(std::string const& name, double time);
-    /// All sensors that do not run now.
+    /// All sensors that do not run now, disabled ones included.
     void startAll(double time);
     /// Usage failure when node, field or value do not fit.
     void inject(Injection const& injection);
 
-    /// Lets time pass up to `time`: what is injected up to then at its own time, then one frame.
-    void advance(double time);
+    /// Lets time pass up to `time`: what is injected up to then at its own time, then one frame. `begin` is called before
+    /// each of them.
+    void advance(double time, std::function<void()> const& begin = {});
+    /// Failure(exitScene) where the sensors that run from the opening on would be looked at more than `most` times in
+    /// that many frames, and, while time passes, when they have been.
+    void limitTo(std::size_t frames, std::size_t most);
 
     /// From a sensor's start to its end (or the last frame); times without pauses.
     struct Run {
@@ -78,14 +88,21 @@ private:
         std::string value;
     };
     void frame(double time);
+    template <class Look>
+    void eachAwake(Look look);
+    [[noreturn]] void refuseSensors(std::size_t most) const;
     void add(double time, Field& field, std::string const& value);
     void start(SceneNode& sensor, double time);
 
     Scene& _scene;
     std::vector<Sensor> _sensors;
     std::unordered_map<Node const*, std::size_t> _byNode; ///< sensors by their nodes
+    /// A bit for each sensor that a frame has to look at: it runs, will start, or a field of it has got a value.
+    std::vector<std::uint64_t> _awake;
+    std::size_t _looks = 0, _mostLooks = ~std::size_t(0);
     std::vector<Event> _events; ///< by time, those to come last
     std::size_t _nextEvent = 0;
+    double _time = 0; ///< of the last frame
 };
 
 } // namespace Zelvan::play

@@ -5,15 +5,18 @@
 #include "base/NodeType.h"
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <link.h>
 #include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace Zelvan::play {
 
@@ -38,25 +41,80 @@ std::string linkerMessage(std::string const& file)
     return message;
 }
 
-// Looks into the file before the dynamic linker does; "" when nothing speaks against it.
+struct Library {
+    explicit Library(fs::path const& path) : fd(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
+    ~Library()
+    {
+        if (fd >= 0)
+            ::close(fd);
+    }
+    Library(Library const&) = delete;
+    Library& operator=(Library const&) = delete;
+
+    /// False, with errno, when there are not that many bytes; 0 where the file ends.
+    bool read(void* to, std::size_t bytes, std::uint64_t at) const
+    {
+        errno = 0;
+        for (auto* next = static_cast<char*>(to); bytes > 0;) {
+            ssize_t const got = at > INT64_MAX ? 0 : ::pread(fd, next, bytes, static_cast<off_t>(at));
+            if (got < 0 && errno == EINTR)
+                continue;
+            if (got <= 0)
+                return false;
+            next += got;
+            at += static_cast<std::uint64_t>(got);
+            bytes -= static_cast<std::size_t>(got);
+        }
+        return true;
+    }
+
+    int const fd;
+};
+
+// Looks into the file before the dynamic linker does; "" when nothing speaks against it. A library is not even loaded
+// without the entry among its names: its initialisers would run, and those of a second copy of the framework would
+// destroy what the first has registered. Only the tables that lead to the names are read.
 std::string inspect(fs::path const& path)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
+    constexpr std::size_t mostSections = 1000, mostNames = std::size_t(16) << 20;
+    Library const library(path);
+    struct stat status;
+    if (library.fd < 0 || ::fstat(library.fd, &status) != 0)
         return std::strerror(errno);
-    std::string const content{std::istreambuf_iterator<char>(in), {}};
-    // Not even loaded without the entry's name in it: its initialisers would run, and those of a second copy of
-    // the framework would destroy what the first has registered.
-    if (content.find(entryName) == std::string::npos)
+    if (!S_ISREG(status.st_mode))
+        return "is not a file";
+    auto const cutOff = [] { return errno != 0 ? std::strerror(errno) : "is cut off"; };
+    char magic[EI_NIDENT];
+    if (!library.read(magic, sizeof magic, 0))
+        return errno != 0 ? std::strerror(errno) : noEntry;
+    if (std::string_view(magic, SELFMAG) != ELFMAG)
+        return noEntry;
+    constexpr char native = sizeof(void*) == 8 ? ELFCLASS64 : ELFCLASS32;
+    constexpr char order = std::endian::native == std::endian::little ? ELFDATA2LSB : ELFDATA2MSB;
+    if (magic[EI_CLASS] != native || magic[EI_DATA] != order)
+        return "is a library for another kind of machine";
+    ElfW(Ehdr) header;
+    if (!library.read(&header, sizeof header, 0))
+        return cutOff();
+    if (header.e_shentsize != sizeof(ElfW(Shdr)) || header.e_shnum == 0 || header.e_shnum > mostSections)
         return noEntry;
     // The section table is the last thing in a library. The dynamic linker dies of one that was cut off.
-    ElfW(Ehdr) header;
-    if (content.size() < sizeof header)
-        return "is cut off";
-    std::memcpy(&header, content.data(), sizeof header);
-    if (content.starts_with(ELFMAG) && header.e_shoff >= content.size())
-        return "is cut off";
-    return "";
+    std::vector<ElfW(Shdr)> sections(header.e_shnum);
+    if (!library.read(sections.data(), sections.size() * sizeof sections[0], header.e_shoff))
+        return cutOff();
+    for (ElfW(Shdr) const& section : sections) {
+        if (section.sh_type != SHT_DYNSYM || section.sh_link >= sections.size())
+            continue;
+        ElfW(Shdr) const& table = sections[section.sh_link];
+        if (table.sh_size > mostNames)
+            return "has more names than a node pool";
+        std::string names(table.sh_size, '\0');
+        if (!library.read(names.data(), names.size(), table.sh_offset))
+            return cutOff();
+        if (names.find(std::string(1, '\0') + entryName + '\0') != std::string::npos)
+            return "";
+    }
+    return noEntry;
 }
 
 // Why the entry does not take part; "" when it does.
@@ -98,8 +156,8 @@ std::string load(fs::path const& path)
     return refusal;
 }
 
-// Folders in ZELVAN_PLUGIN_PATH, then those that belong to this installation or build.
-std::vector<fs::path> poolFolders()
+// Folders in ZELVAN_PLUGIN_PATH.
+std::vector<fs::path> askedFolders()
 {
     std::vector<fs::path> folders;
     if (char const* const variable = std::getenv("ZELVAN_PLUGIN_PATH")) {
@@ -111,6 +169,13 @@ std::vector<fs::path> poolFolders()
                 folders.emplace_back(folder);
         }
     }
+    return folders;
+}
+
+// Those that belong to this installation or build.
+std::vector<fs::path> ownFolders()
+{
+    std::vector<fs::path> folders;
     // An object of libzelvanBase: the address of a function may be one in the program.
     Dl_info base;
     if (::dladdr(&theSceneNodeTypeFactory(), &base) != 0 && base.dli_fname != nullptr)
@@ -129,19 +194,30 @@ std::vector<PoolCandidate> loadPool(std::string const& explicitFile)
     if (!explicitFile.empty())
         files.emplace_back(explicitFile);
     else
-        for (fs::path const& folder : poolFolders())
+        for (fs::path const& folder : askedFolders())
             files.push_back((folder / poolFile).lexically_normal());
+    std::size_t const asked = files.size();
+    if (explicitFile.empty())
+        for (fs::path const& folder : ownFolders())
+            files.push_back((folder / poolFile).lexically_normal());
+    constexpr std::size_t mostFiles = 100;
+    if (files.size() > mostFiles)
+        throw Failure(exitMachine, "the node pool cannot be loaded: ZELVAN_PLUGIN_PATH has more than " + std::to_string(mostFiles)
+                                       + " folders");
 
     std::vector<PoolCandidate> candidates;
     for (fs::path const& file : files) {
-        candidates.push_back({file.string(), load(file)});
+        candidates.push_back({file.string(), load(file), candidates.size() < asked});
         if (candidates.back().refusal.empty())
             return candidates;
     }
-    std::string message = "the node pool cannot be loaded:";
+    std::vector<std::string> reasons;
     for (PoolCandidate const& candidate : candidates)
-        message += (candidates.size() == 1 ? " " : "\n  ") + candidate.file + ": " + candidate.refusal;
-    throw Failure(exitMachine, message);
+        reasons.push_back(candidate.file + ": " + candidate.refusal);
+    std::string const message = "the node pool cannot be loaded:";
+    if (reasons.size() == 1)
+        throw Failure(exitMachine, message + ' ' + reasons.front());
+    throw Failure(exitMachine, message, std::move(reasons));
 }
 
 } // namespace Zelvan::play

@@ -1,12 +1,10 @@
 #include "player/playing/Recording.h"
 
-#include "base/OpenSG.h"
 #include "player/playing/Derived.h"
 
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numbers>
 
 namespace Zelvan::play {
 
@@ -28,23 +26,29 @@ namespace {
 
 std::size_t derivedCount(NodePartDataType type)
 {
-    return type == SFColorType ? 1 : type == SFMatrix4fType ? 2 : 0;
+    return type == SFColorType ? 1 : type == SFRotationType ? 4 : type == SFMatrix4fType ? 5 : 0;
+}
+
+void addTurn(Track& track, UnitQuaternion const& rotation)
+{
+    double quantity[4];
+    track.turning->next(rotation, quantity);
+    for (std::size_t q = 0; q < 4; ++q) // degrees first
+        track.derived[(q + 1) % 4].add(quantity[q]);
 }
 
 void addDerived(Track& track, std::vector<double> const& n)
 {
-    auto const at = [&n](std::size_t i) { return static_cast<float>(n[i]); };
     if (track.type == SFColorType) {
-        float hue, saturation, value;
-        osg::Color3<float>(at(0), at(1), at(2)).getValuesHSV(hue, saturation, value);
-        if (saturation > 0)
-            track.derived[0].add(hue);
+        if (Hsv const hsv = hsvOf(n.data()); hsv.saturation > 0)
+            track.derived[0].add(hsv.hue);
+    } else if (track.type == SFRotationType) {
+        addTurn(track, UnitQuaternion::ofAxisAngle(n.data()));
     } else if (track.type == SFMatrix4fType) {
-        double quantities[7];
-        matrixQuantities(n.data(), quantities);
-        track.derived[0].add(quantities[3] * (std::numbers::pi / 180));
-        for (int c = 4; c < 7; ++c)
-            track.derived[1].add(quantities[c]);
+        MatrixParts const parts = partsOf(n.data());
+        addTurn(track, parts.rotation);
+        for (double const factor : parts.factors)
+            track.derived[4].add(factor);
     }
 }
 
@@ -89,6 +93,8 @@ void Recorder::add(SceneNode const& node, Field& field, bool leaves, bool statis
     if (track.detailed) {
         track.ranges.resize(componentsOf(track.type).count);
         track.derived.resize(derivedCount(track.type));
+        if (track.derived.size() > 1)
+            track.turning = &_turning.emplace_back();
         track.outline.resize(_options.outlineSteps * track.ranges.size(), std::numeric_limits<float>::quiet_NaN());
     }
     field.setTag(static_cast<unsigned>(_tracks.size()));
@@ -140,7 +146,10 @@ void Recorder::sent(Field& field, TimeStamp const& timeStamp)
                 double const share = length > 0 ? (timeStamp - _options.axisBegin) / length : 0;
                 auto const step = static_cast<std::size_t>(
                     std::clamp(share * _options.outlineSteps, 0.0, _options.outlineSteps - 1.0));
-                std::copy_n(_scratch.begin(), width, track.outline.begin() + static_cast<std::ptrdiff_t>(step * width));
+                auto const outline = std::copy_n(_scratch.begin(), width,
+                                                 track.outline.begin() + static_cast<std::ptrdiff_t>(step * width));
+                if (track.type == SFRotationType)
+                    outline[-1] = static_cast<float>(track.turning->degrees());
             }
         }
         if (_options.keepSamples) {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "player/playing/Turning.h"
 #include "player/scene/Scene.h"
 #include "player/scene/Values.h"
 
 #include <cstddef>
+#include <deque>
 #include <functional>
 #include <span>
 #include <string>
@@ -30,9 +32,11 @@ struct Track {
     std::size_t events = 0;
     std::vector<Range> ranges; ///< per component, over all events (and all elements of a block)
     std::size_t largestBlock = 0; ///< elements of the largest value
-    /// Colours: hue. Rotations: none, the angle is a component. Matrices: rotation angle, then all scale factors.
+    /// Colours: hue. Rotations and matrices: degrees, as they turn, and the axis; matrices also all scale factors.
     std::vector<Range> derived;
-    /// A coarse curve: for each step of the axis the last value's components (the first element's of a block).
+    Turning* turning = nullptr; ///< follows a rotation or a matrix
+    /// A coarse curve: for each step of the axis the last value's components (the first element's of a block), of a
+    /// rotation with the angle in degrees, as it turns.
     std::vector<float> outline;
 
     // Samples, when they are kept. In a list type's track, event i holds numbers[starts[i]] up to numbers[starts[i + 1]];
@@ -100,6 +104,7 @@ private:
         bool detailed = false;
     };
     std::vector<Count> _counts;
+    std::deque<Turning> _turning; ///< of the tracks; stays where it is
     std::vector<double> _scratch;
     std::size_t _events = 0, _kept = 0, _moved = 0;
     std::size_t _sentInFrame = 0, _mostInFrame;

@@ -24,6 +24,8 @@ public:
     void next(UnitQuaternion quaternion, double* quantity);
     /// What comes next begins another cycle: it is counted from where the first one began.
     void restart() { _last = _first; }
+    /// Where it is now.
+    double degrees() const { return _last.degrees; }
 
 private:
     struct State {

@@ -1,5 +1,7 @@
 #include "player/scene/Diagnostics.h"
 
+#include "player/scene/Utf8.h"
+
 #include <algorithm>
 #include <ostream>
 
@@ -39,7 +41,7 @@ void Diagnostics::report(Severity severity, Place const& place, std::string_view
     if (found == _kinds.end())
         found = _kinds.insert(_kinds.end(), {std::string(kind), 0});
     if (++found->_count <= shownPerKind)
-        _out << place.text() << ": " << severityName(severity) << ": " << message << '\n';
+        _out << printable(place.text()) << ": " << severityName(severity) << ": " << printable(message) << '\n';
 }
 
 void Diagnostics::warning(Place const& place, std::string_view kind, std::string const& message)

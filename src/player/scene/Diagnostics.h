@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Zelvan::play {
@@ -13,14 +14,20 @@ namespace Zelvan::play {
 /// Exit statuses of the program.
 enum ExitStatus : int { exitFine = 0, exitScene = 1, exitUsage = 2, exitMachine = 3 };
 
-/// Ends a command: what is wrong, in one line, and the exit status it means.
+/// Ends a command: what is wrong, in one line, and the exit status it means. Where there are several reasons, each is
+/// a line of its own.
 class Failure : public std::runtime_error {
 public:
-    Failure(ExitStatus status, std::string const& message) : std::runtime_error(message), _status(status) {}
+    Failure(ExitStatus status, std::string const& message, std::vector<std::string> reasons = {})
+        : std::runtime_error(message), _status(status), _reasons(std::move(reasons))
+    {
+    }
     ExitStatus status() const { return _status; }
+    std::vector<std::string> const& reasons() const { return _reasons; }
 
 private:
     ExitStatus _status;
+    std::vector<std::string> _reasons;
 };
 
 /// A place in one of the files a scene is made of; line and column count from 1, 0 when there is none.
@@ -37,7 +44,7 @@ struct Place {
 enum class Severity : unsigned char { hint, note, warning, error };
 char const* severityName(Severity severity);
 
-/// Collects what is wrong with a scene and writes it to a stream as it comes, one line each.
+/// Collects what is wrong with a scene and writes it to a stream as it comes, one printable line each.
 /// Equal messages beyond the first few of a kind are counted, not written.
 class Diagnostics {
 public:

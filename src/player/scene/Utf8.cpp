@@ -1,6 +1,7 @@
 #include "player/scene/Utf8.h"
 
 #include <cstdio>
+#include <utf8proc.h>
 
 namespace Zelvan::play {
 
@@ -56,6 +57,40 @@ std::size_t characters(std::string_view text)
     for (; !text.empty(); ++count)
         text.remove_prefix(decodeUtf8(text).length);
     return count;
+}
+
+namespace {
+
+std::size_t widthOf(CodePoint const& c)
+{
+    return c.valid ? static_cast<std::size_t>(utf8proc_charwidth(static_cast<utf8proc_int32_t>(c.value))) : 1;
+}
+
+} // namespace
+
+std::size_t displayWidth(std::string_view text)
+{
+    std::size_t width = 0;
+    while (!text.empty()) {
+        CodePoint const c = decodeUtf8(text);
+        width += widthOf(c);
+        text.remove_prefix(c.length);
+    }
+    return width;
+}
+
+std::string fitted(std::string_view text, std::size_t columns)
+{
+    if (displayWidth(text) <= columns)
+        return std::string(text);
+    std::size_t bytes = 0, width = 1; // of the mark
+    while (bytes < text.size()) {
+        CodePoint const c = decodeUtf8(text.substr(bytes));
+        if (width += widthOf(c); width > columns)
+            break;
+        bytes += c.length;
+    }
+    return std::string(text.substr(0, bytes)) + "…";
 }
 
 std::string printable(std::string_view text)

@@ -17,6 +17,10 @@ CodePoint decodeUtf8(std::string_view text);
 
 /// Number of characters; a byte that does not fit in counts as one.
 std::size_t characters(std::string_view text);
+/// Columns that a text takes on a terminal: two for a wide character (CJK), none for one that combines.
+std::size_t displayWidth(std::string_view text);
+/// What of a text fits into so many columns, with "…" where something is left out.
+std::string fitted(std::string_view text, std::size_t columns);
 
 /// How people are shown a name, a value, or a message with a stranger's words in it: one line, in which nothing acts on
 /// the terminal or reorders what stands beside it. Control characters, separators of lines, bidirectional controls and

@@ -118,6 +118,7 @@ TEST(Check, LeavesAlone)
         {"matrix-projective", node("Transformation", "S", "0", "1 0 0 0 0 1 0 0 0 0 1 0 5 6 7 1")},
         {"matrix-long-turn", node("Transformation", "S", "0 1", "0 1 0 0 -1 0 0 0 0 0 1 0 0 0 0 1 "
                                                                 "0.17 -0.98 0 0 0.98 0.17 0 0 0 0 1 0 0 0 0 1")},
+        {"matrix-rough", byComponents + "key='0 1' keyValue='" + identity + "1.02 0.3 0 0 0.3 1.11 0 0 0 0 1 0 0 0 0 1'/>"},
         {"ease-range", "<EaseInEaseOut key='0 1' easeInEaseOut='0 1 1 0'/>"},
         {"no-effect", "<SplineScalarInterpolator closed='false' key='0 1' keyValue='0 0'/>"},
         {"loop-jump", loop + node("Orientation", "S", "0 0.3 0.7 1", "0 1 0 0 0 1 0 2 0 1 0 4 0 1 0 6.2832")},
@@ -170,6 +171,14 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
         // In mode component mirrors are only a matter of neighbours.
         {loop + byComponents + "key='0 0.5 1' keyValue='" + identity + '-' + identity + identity + "'/>",
          {"warning matrix-mirrored", "warning matrix-mirrored"}},
+        // 179.99 degrees with four decimals are no long turn and not rough; 175 with two are, and of a half turn with
+        // two there is no logarithm.
+        {loop + node("Transformation", "S", "0 1", identity + "-0.8571 0.2859 0.4285 0 0.2856 -0.4286 0.8572 0 0.4287 "
+                                                              "0.8571 0.2857 0 0 0 0 1"), {}},
+        {loop + node("Transformation", "S", "0 1", identity + "-0.85 0.36 0.38 0 0.22 -0.43 0.88 0 0.47 0.83 0.29 0 "
+                                                              "0 0 0 1"), {"warning matrix-rough"}},
+        {loop + node("Transformation", "S", "0 1", identity + "-0.86 0.29 0.43 0 0.29 -0.43 0.86 0 0.43 0.86 0.29 0 "
+                                                              "0 0 0 1"), {"error matrix-no-log"}},
         // Instances of a PROTO have one place in the file; a node that only passes events on is no driver.
         {"<ProtoDeclare name='P'><ProtoBody><ScalarInterpolator key='0'/></ProtoBody></ProtoDeclare>"
          "<ProtoInstance name='P'/><ProtoInstance name='P'/>", {"note undriven", "note no-values"}},

@@ -1,4 +1,5 @@
-#include "player/drawing/Drawing.h"
+#include "player/drawing/Page.h"
+#include "player/drawing/Stages.h"
 
 #include <gmock/gmock.h>
 #include <pugixml.hpp>
@@ -133,7 +134,77 @@ TEST(Pictures, OddTracksGiveTheSameCleanFilesInEveryLocale)
     };
     EXPECT_EQ(count("<script"), odd.size() + 2); // the data of each track, the library and the page's own
     EXPECT_EQ(count("</script"), odd.size() + 2);
+    std::string const png = written(writePng, std::locale::classic());
+    EXPECT_TRUE(png.starts_with("\x89PNG\r\n") && png.size() > 20'000) << png.size();
     EXPECT_THAT(html, testing::AllOf(HasSubstr("&lt;/script&gt;&lt;script&gt;&quot;&amp;&#39;"), HasSubstr("Copyright (c)")));
+}
+
+TEST(Pictures, ShowWhatTheyAreToldAndNothingOfWhatIsFlat)
+{
+    Recorded const flat("Mover", SFMatrix4fType, spread(20, 1), [](double t) {
+        return Values{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, t, 2, -3, 1};
+    });
+    Curve curve{&flat.track, {0.5}, {}, {"Clock <TimeSensor>"}, {"Ball.translation"}, "door.x3d:3:4",
+                {{"warning", "key-order", "keys & \"more\"", "sort them", {0.25}}}};
+    PictureOptions options{"t", "time (s)"};
+    options.waiting = {"TimeSensor Other waits for <x>"};
+    for (auto const writer : {writeSvg, writeHtml}) {
+        std::ostringstream out;
+        writer(out, {curve}, options);
+        EXPECT_THAT(out.str(), testing::AllOf(HasSubstr("Clock &lt;TimeSensor&gt;"), HasSubstr("Ball.translation"),
+                                              HasSubstr("door.x3d:3:4"), HasSubstr("key-order"), HasSubstr("keys &amp; &quot;more"),
+                                              HasSubstr("waits for &lt;x&gt;"), HasSubstr("scale x 1"),
+                                              HasSubstr("class=\"found\""), Not(HasSubstr(">scale factors<"))));
+        std::ostringstream still;
+        writer(still, {}, options);
+        EXPECT_THAT(still.str(), testing::AllOf(HasSubstr("Nothing moves."), HasSubstr("waits for &lt;x&gt;")));
+    }
+    Samples const samples(flat.track);
+    std::vector<std::string> facts;
+    std::vector<Panel> const panels = panelsOf(samples, {}, "time (s)", facts);
+    auto const path = pathOf(samples, panels[0].lines, {}, {});
+    EXPECT_THAT(path.notes.back(), HasSubstr("from the front"));
+}
+
+/// No side of a path is a mirror image: across x up is what comes to the viewer.
+TEST(Pictures, PathsAreSeenFromTheNamedSide)
+{
+    for (unsigned left = 0; left < 3; ++left) {
+        Recorded const moved("Mover", SFVec3fType, spread(9, 1), [&](double t) {
+            Values point{t, t * t, 1 - t * t * t};
+            point[left] = 4;
+            return point;
+        });
+        Samples const samples(moved.track);
+        std::vector<std::string> facts;
+        std::vector<Panel> const panels = panelsOf(samples, {}, "time (s)", facts);
+        PlanePath const path = pathOf(samples, panels[0].lines, {0.5}, {});
+        double across[3] = {}, up[3] = {};
+        across[path.axes[0]] = path.signs[0];
+        up[path.axes[1]] = path.signs[1];
+        unsigned const next = (left + 1) % 3, after = (left + 2) % 3;
+        EXPECT_EQ(across[next] * up[after] - across[after] * up[next], 1) << left; // the axis that is left out, positive
+        EXPECT_THAT(path.notes.back(), HasSubstr(left == 0 ? "from the right" : left == 1 ? "from above" : "from the front"));
+        ASSERT_EQ(path.keys.size(), 1u);
+        EXPECT_NEAR(path.keys[0][0], path.signs[0] * moved.track.numbers[4 * 3 + path.axes[0]], 1e-12);
+    }
+}
+
+TEST(Pictures, ElementsOfBlocksFitTheirRoom)
+{
+    for (std::size_t const size : {2, 50, 1000}) {
+        Recorded const block("Block", MFVec2fType, spread(100, 1), [&](double t) {
+            Values numbers;
+            for (std::size_t i = 0; i < size; ++i)
+                numbers.insert(numbers.end(), {double(i), t});
+            return numbers;
+        });
+        Elements const elements = elementsOf(Samples(block.track), 5000);
+        EXPECT_EQ(elements.numbers.size(), elements.times.size() * elements.count * 2);
+        EXPECT_LE(elements.numbers.size(), 5000u);
+        EXPECT_GE(elements.numbers.size(), std::min<std::size_t>(size * 200, 2500));
+        EXPECT_EQ(elements.numbers[2], double(elements.stride)) << "the second element that is kept";
+    }
 }
 
 } // namespace

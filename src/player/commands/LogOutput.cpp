@@ -1,0 +1,86 @@
+#include "player/commands/LogOutput.h"
+
+#include "base/OpenSG.h"
+#include "player/scene/Utf8.h"
+
+#include <iostream>
+#include <streambuf>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+namespace Zelvan::play {
+
+namespace {
+
+constexpr unsigned shown = 2; // of messages that every event would repeat
+
+// OpenSG reports a hue that is none on the standard error stream itself.
+class FewHueErrors : public std::streambuf {
+public:
+    explicit FewHueErrors(std::streambuf& to) : _to(to) {}
+
+protected:
+    std::streamsize xsputn(char const* text, std::streamsize count) override
+    {
+        bool const error = std::string_view(text, static_cast<std::size_t>(count)).starts_with("ERROR i not in [0, 5]");
+        _dropped = error && ++_errors > shown;
+        return _dropped ? count : _to.sputn(text, count);
+    }
+    int_type overflow(int_type c) override
+    {
+        return std::exchange(_dropped, false) ? traits_type::not_eof(c) : _to.sputc(traits_type::to_char_type(c));
+    }
+    int sync() override { return _to.pubsync(); }
+
+private:
+    std::streambuf& _to;
+    unsigned _errors = 0;
+    bool _dropped = false;
+};
+
+// The entry's end is the log's own; whatever ends a line before it comes from a scene.
+void writeEntry(osg::LogRecord const& record, bool whole)
+{
+    constexpr char const* levels[] = {"LOG", "FATAL", "WARNING", "NOTICE", "INFO", "DEBUG"};
+    std::string_view text = record.text;
+    if (text.ends_with('\n'))
+        text.remove_suffix(1);
+    if (whole)
+        std::cerr << levels[record.level] << ": " << record.module << ": " << record.file << ':' << record.line << ": ";
+    else
+        std::cerr << "log: ";
+    std::cerr << printable(text) << '\n';
+}
+
+void writeFew(osg::LogRecord const& record)
+{
+    constexpr std::size_t texts = 100;
+    static std::unordered_map<std::string, unsigned> seen;
+    if (seen.size() >= texts && !seen.contains(record.text))
+        return osg::osgLog().setLogLevel(osg::LOG_LOG); // no more is formatted
+    unsigned const count = ++seen[record.text];
+    if (count <= shown)
+        writeEntry(record, false);
+    if (count == shown)
+        std::cerr << "log: (not shown again)\n";
+}
+
+} // namespace
+
+void showLog(int level, bool all)
+{
+    osg::Log& log = osg::osgLog();
+    log.setLogLevel(static_cast<osg::LogLevel>(level));
+    if (log.getLogType() == osg::LOG_FILE)
+        return; // its own place, asked for by the environment
+    log.setLogType(osg::LOG_NONE);
+    log.setCallback([all](osg::LogRecord const& record) { all ? writeEntry(record, true) : writeFew(record); });
+    if (all)
+        return;
+    // Outlives the stream's last flush.
+    static auto* const few = new FewHueErrors(*std::cerr.rdbuf());
+    std::cerr.rdbuf(few);
+}
+
+} // namespace Zelvan::play

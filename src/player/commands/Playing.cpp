@@ -1,0 +1,125 @@
+#include "player/commands/Playing.h"
+
+#include "base/Context.h"
+#include "player/commands/LogOutput.h"
+#include "player/playing/PoolLoader.h"
+#include "player/scene/Values.h"
+
+#include <algorithm>
+#include <chrono>
+#include <iostream>
+#include <unistd.h>
+
+namespace Zelvan::play {
+
+namespace {
+
+// "NAME@SECONDS": splits off the time; `otherwise` where there is none.
+double timeSuffix(std::string& text, double otherwise, std::string const& option)
+{
+    auto const at = text.rfind('@');
+    if (at == std::string::npos)
+        return otherwise;
+    double const time = parsedNumber(text.substr(at + 1), option);
+    if (!(time >= 0 && time <= latestTime))
+        throw Failure(exitUsage, option + ": expected a time from 0 to " + roundNumber(latestTime, 12) + ", found \""
+                                     + text.substr(at + 1) + '"');
+    text.resize(at);
+    return time;
+}
+
+/// When all sensors that will run have run through a cycle; 5 s when none will.
+double cycleEnd(Clock const& clock)
+{
+    constexpr double longest = 60, otherwise = 5;
+    double end = 0;
+    for (Clock::Sensor const& sensor : clock.planned(longest))
+        for (Clock::Run const& run : sensor.runs)
+            end = std::max(end, std::min(run.start + run.cycle, longest));
+    return end > 0 ? end : otherwise;
+}
+
+} // namespace
+
+std::string openPool(Session const& session)
+{
+    showLog(session.logLevel, session.logGiven);
+    return loadPool(session.pool).back().file;
+}
+
+std::unique_ptr<Scene> openScene(Session const& session, std::string const& file, ReadLimits const& limits,
+                                 Diagnostics& diagnostics)
+{
+    auto scene = readScene(file, limits, diagnostics);
+    for (std::string const& param : session.params) {
+        auto const equal = param.find('=');
+        std::string const name = param.substr(0, equal), value = equal == std::string::npos ? "" : param.substr(equal + 1);
+        unsigned const id = Context::findParamID(name);
+        if (id == Context::unknownParam) {
+            std::string known;
+            for (Context::Param const& p : Context::params())
+                known += (known.empty() ? "" : ", ") + p._name;
+            throw Failure(exitUsage, "--param: no parameter is named \"" + name + "\"; there are: " + known);
+        }
+        if (value != "true" && value != "false")
+            throw Failure(exitUsage, "--param " + name + ": expected true or false, found \"" + value + '"');
+        scene->context().setBValue(id, value == "true");
+    }
+    return scene;
+}
+
+OpenedScene::OpenedScene(Session const& session, SceneOptions const& options)
+    : pool(openPool(session)),
+      file(options.file),
+      diagnostics(std::cerr, session.strict),
+      scene(openScene(session, file, options.limits, diagnostics))
+{
+    diagnostics.finish();
+}
+
+void prepare(Clock& clock, TimeOptions& options)
+{
+    Timing& timing = options.timing;
+    for (std::string name : options.start) {
+        double const time = timeSuffix(name, timing.from, "--start " + name);
+        clock.startSensor(name, time);
+    }
+    if (options.startAll)
+        clock.startAll(timing.from);
+    for (std::string text : options.inject) {
+        std::string const option = "--inject " + text;
+        auto const equal = text.find('=');
+        auto const dot = equal == std::string::npos ? equal : text.rfind('.', equal);
+        if (dot == std::string::npos)
+            throw Failure(exitUsage, option + ": expected NODE.field=VALUE");
+        std::string value = text.substr(equal + 1);
+        double const time = timeSuffix(value, timing.from, option);
+        clock.inject({text.substr(0, dot), text.substr(dot + 1, equal - dot - 1), value, time});
+    }
+    timing.to = options.duration ? timing.from + *options.duration
+                : options.to     ? *options.to
+                                 : std::max(timing.from, cycleEnd(clock));
+}
+
+void playFrames(Clock& clock, Recorder& recorder, std::vector<Timing::Frame> const& frames, std::size_t mostLooks)
+{
+    using Steady = std::chrono::steady_clock;
+    bool const terminal = ::isatty(STDERR_FILENO) != 0;
+    auto due = Steady::now() + std::chrono::seconds(1);
+    bool any = false;
+    clock.limitTo(frames.size(), mostLooks);
+    for (Timing::Frame const& frame : frames) {
+        recorder.paused = !frame.recorded;
+        clock.advance(frame.time, [&recorder] { recorder.beginFrame(); });
+        if (terminal && Steady::now() > due) {
+            std::cerr << "\rat " << roundNumber(frame.time, 4) << " of " << roundNumber(frames.back().time, 4) << " s   "
+                      << std::flush;
+            due = Steady::now() + std::chrono::milliseconds(200);
+            any = true;
+        }
+    }
+    if (any)
+        std::cerr << "\r\033[K" << std::flush;
+}
+
+} // namespace Zelvan::play

@@ -1,0 +1,262 @@
+#include "player/editing/Bake.h"
+
+#include "base/Fields.h"
+#include "coreNodePool/TimeSensor.h"
+#include "player/editing/Markup.h"
+#include "player/editing/Sampling.h"
+
+#include <algorithm>
+#include <set>
+
+namespace Zelvan::play {
+
+namespace {
+
+/// Bakes one scene.
+class Baker {
+public:
+    Baker(Scene const& scene, SceneEdits& edits, BakeOptions const& options) : _scene(scene), _edits(edits), _options(options) {}
+
+    BakeResult run()
+    {
+        for (SceneNode const& node : _scene.sceneNodes) {
+            if (!isInterpolator(node) || isEase(node))
+                continue;
+            std::vector<SceneRoute const*> const chain = easesBefore(node);
+            bool const curved = node.node->type()._name.starts_with("Spline") || node.node->type()._name.starts_with("Squad");
+            auto const places = _edits.placesOf(node);
+            if ((chain.empty() && !curved) || (places && !_done.insert(*places).second))
+                continue;
+            TrackChange change;
+            change.node = &node;
+            change.before = change.after = fieldOf(node, "key")->size();
+            try {
+                change.left = bake(node, chain, change);
+            } catch (Failure const& failure) {
+                change.left = failure.what();
+            }
+            _result.changes.push_back(std::move(change));
+        }
+        findIdle();
+        return std::move(_result);
+    }
+
+private:
+    static bool isEase(SceneNode const& node) { return isInterpolator(node) && node.node->type()._name == "EaseInEaseOut"; }
+    static std::string scopeOf(SceneNode const& node) { return node.name.substr(0, node.name.rfind('/') + 1); }
+
+    // The one ROUTE that leads into a node's fraction; null when there is none, or several.
+    SceneRoute const* driverOf(SceneNode const& node) const
+    {
+        Field const* const fraction = fieldOf(node, "set_fraction");
+        SceneRoute const* found = nullptr;
+        for (SceneRoute const& route : _scene.routes)
+            if (route.route != nullptr && &route.route->to() == fraction) {
+                if (found != nullptr)
+                    return nullptr;
+                found = &route;
+            }
+        return found;
+    }
+    // The ROUTEs from each EaseInEaseOut that a node hangs behind, the nearest first.
+    std::vector<SceneRoute const*> easesBefore(SceneNode const& node) const
+    {
+        constexpr std::size_t longest = 16;
+        std::vector<SceneRoute const*> chain;
+        for (SceneNode const* at = &node; chain.size() < longest; at = chain.back()->from) {
+            SceneRoute const* const route = driverOf(*at);
+            if (route == nullptr || !isEase(*route->from))
+                break;
+            chain.push_back(route);
+        }
+        return chain;
+    }
+
+    std::string bake(SceneNode const& node, std::vector<SceneRoute const*> const& eases, TrackChange& change)
+    {
+        if (std::string why = hindrance(node, _edits); !why.empty())
+            return why;
+        if (node.node->type()._name == "TransformationInterpolator")
+            return "blends matrices";
+        std::vector<KeyTrack> tracks;
+        SceneRoute const* source = nullptr;
+        for (auto route = eases.rbegin(); route != eases.rend(); ++route) {
+            tracks.push_back(trackOf(*(*route)->from));
+            if (tracks.back().size() == 0)
+                return (*route)->from->name + " has no keys or no values";
+        }
+        if (!eases.empty()) {
+            source = driverOf(*eases.back()->from);
+            if (source == nullptr)
+                return "more or less than one ROUTE leads into " + eases.back()->from->name;
+            if (source->where.file != eases.front()->where.file || scopeOf(*source->from) != scopeOf(node)
+                || scopeOf(*source->to) != scopeOf(node))
+                return eases.back()->from->name + " is driven from another PROTO or file";
+        }
+        tracks.push_back(trackOf(node));
+        for (KeyTrack const& track : tracks)
+            if (std::string why = faultOf(track); !why.empty())
+                return why;
+        auto const allowed = _options.tolerance.of(tracks.back(), node.name);
+        change.angle = tracks.back().motion == Motion::rotation;
+        if (!allowed || !(*allowed > 0))
+            return !allowed ? "no --max-error fits its values" : "an error of 0 cannot be kept";
+        change.asked = *allowed;
+
+        std::string name = node.node->type()._name;
+        name = name.starts_with("Spline") ? name.substr(6) : name.starts_with("Squad") ? name.substr(5) : name;
+        NodeType& type = *NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), name, searchExact)->creatableType();
+        PlayedChain chain(std::move(tracks));
+        KeyTrack const baked = keysFor(chain, type, node, change);
+        if (evenly() || change.measured.largest <= change.asked) {
+            change.after = baked.size();
+            write(node, baked, eases, source);
+            return "";
+        }
+        return "no keys keep to the error";
+    }
+
+    bool evenly() const { return _options.rate.has_value() || _options.atKeys; }
+
+    KeyTrack keysFor(PlayedChain& chain, NodeType& type, SceneNode const& node, TrackChange& change) const
+    {
+        constexpr int steps = 24, tries = 6;
+        auto const measure = [&](KeyTrack const& track) {
+            PlayedTrack played(track);
+            change.measured = largestDifference(chain, played, merged(chain.breaks(), track.keys), steps);
+        };
+        KeyTrack result;
+        if (evenly()) {
+            std::vector<float> fractions = chain.breaks();
+            if (_options.rate)
+                fractions = merged(evenFractions(node, chain.breaks()), {});
+            result = chain.sampled(type, fractions, change.asked);
+            measure(result);
+            return result;
+        }
+        KeyTrack const samples = chain.sampled(type, change.asked / 20);
+        double allowed = change.asked;
+        for (int i = 0; i < tries; ++i, allowed *= i == 1 ? 0.95 : 0.9) {
+            result = reduceTrack(samples, allowed, _options.free).track;
+            measure(result);
+            if (change.measured.largest <= change.asked)
+                break;
+        }
+        return result;
+    }
+    std::vector<float> evenFractions(SceneNode const& node, std::vector<float> const& breaks) const
+    {
+        constexpr double most = 100'000;
+        double cycle = 1;
+        SceneRoute const* driver = driverOf(node);
+        while (driver != nullptr && isEase(*driver->from))
+            driver = driverOf(*driver->from);
+        if (driver != nullptr && driver->from->known && TimeSensor::isType(driver->from->node))
+            cycle = static_cast<TimeSensor const*>(driver->from->node)->_cycleInterval._value;
+        double const length = double(breaks.back()) - breaks.front(), count = std::clamp(std::ceil(*_options.rate * cycle * length), 1.0, most);
+        std::vector<float> fractions = {breaks.front()};
+        for (double k = 1; k < count; ++k)
+            fractions.push_back(static_cast<float>(breaks.front() + length * k / count));
+        fractions.push_back(breaks.back());
+        return fractions;
+    }
+
+    void write(SceneNode const& node, KeyTrack const& baked, std::vector<SceneRoute const*> const& eases, SceneRoute const* source)
+    {
+        ListPlaces const places = *_edits.placesOf(node);
+        // All that may fail comes before the first edit.
+        NumberList const keys = _edits.list(places.keys, *fieldOf(node, "key"));
+        NumberList const values = _edits.list(places.values, valuesOf(node));
+        AuthorFile& file = _edits.file(node.where.file);
+        NodeText const text = nodeText(file, node.where.offset);
+        std::vector<std::pair<AuthorFile*, TextRange>> gone;
+        for (char const* const name : {"closed", "normalizeVelocity"})
+            if (Field const* const field = fieldOf(node, name))
+                if (auto const where = _edits.placeOf(node, *field))
+                    gone.emplace_back(&_edits.file(where->file), fieldText(_edits.file(where->file), where->offset));
+        std::optional<RouteText> from, to;
+        if (source != nullptr) {
+            AuthorFile& routes = _edits.file(source->where.file);
+            from = routeText(routes, source->where.offset);
+            to = routeText(routes, eases.front()->where.offset);
+        }
+
+        auto const numbers = [](std::vector<float> const& list) {
+            std::vector<NumberList::Number> all;
+            for (float const number : list)
+                all.push_back({number, {}});
+            return all;
+        };
+        keys.replace(_edits.file(places.keys.file), numbers(baked.keys), 1);
+        values.replace(_edits.file(places.values.file), numbers(baked.values), baked.components);
+        for (auto const& [in, range] : gone)
+            in->replace(range.begin, range.end, "");
+        std::size_t const prefix = node.typeName.starts_with("Spline") ? 6 : node.typeName.starts_with("Squad") ? 5 : 0;
+        for (TextRange const name : {text.name, text.endName})
+            if (prefix > 0 && name.end > 0)
+                file.replace(name.begin, name.begin + prefix, "");
+        if (source != nullptr) {
+            AuthorFile& routes = _edits.file(source->where.file);
+            std::string const all(routes.text());
+            routes.replace(to->fromNode.begin, to->fromNode.end, all.substr(from->fromNode.begin, from->fromNode.end - from->fromNode.begin));
+            routes.replace(to->fromField.begin, to->fromField.end,
+                           all.substr(from->fromField.begin, from->fromField.end - from->fromField.begin));
+            _rerouted.insert(eases.front());
+        }
+    }
+
+    // What leads nowhere now: an EaseInEaseOut none of whose ROUTEs is left, or leads to such a one.
+    void findIdle()
+    {
+        std::set<SceneNode const*> idle;
+        for (bool more = true; more;) {
+            more = false;
+            for (SceneNode const& node : _scene.sceneNodes) {
+                if (!isEase(node) || idle.contains(&node))
+                    continue;
+                bool any = false, needed = false;
+                for (SceneRoute const& route : _scene.routes)
+                    if (route.from == &node) {
+                        any = true;
+                        needed |= !_rerouted.contains(&route) && !idle.contains(route.to);
+                    }
+                if (any && !needed)
+                    more = idle.insert(&node).second;
+            }
+        }
+        for (SceneNode const* const node : idle) {
+            _result.idle.push_back(node->name);
+            if (_options.prune)
+                prune(*node);
+        }
+    }
+    void prune(SceneNode const& node)
+    {
+        AuthorFile& file = _edits.file(node.where.file);
+        auto const remove = [&](TextRange range) {
+            range = withItsLine(file, range);
+            file.replace(range.begin, range.end, "");
+        };
+        remove(nodeText(file, node.where.offset).whole);
+        for (SceneRoute const& route : _scene.routes)
+            if ((route.to == &node || route.from == &node) && !_rerouted.contains(&route) && _pruned.insert(route.where).second)
+                remove(routeText(file, route.where.offset).whole);
+    }
+
+    Scene const& _scene;
+    SceneEdits& _edits;
+    BakeOptions const& _options;
+    BakeResult _result;
+    std::set<ListPlaces> _done;
+    std::set<SceneRoute const*> _rerouted;
+    std::set<Location> _pruned;
+};
+
+} // namespace
+
+BakeResult bakeScene(Scene const& scene, SceneEdits& edits, BakeOptions const& options)
+{
+    return Baker(scene, edits, options).run();
+}
+
+} // namespace Zelvan::play

@@ -1,0 +1,232 @@
+#include "player/editing/Markup.h"
+
+#include "player/scene/Diagnostics.h"
+
+#include <algorithm>
+
+namespace Zelvan::play {
+
+namespace {
+
+constexpr std::string_view blanks = " \t\r\n,";
+
+/// Goes through the words of a text.
+class Cursor {
+public:
+    Cursor(AuthorFile const& file, std::size_t begin) : _file(file), _text(file.text()), at(std::min(begin, _text.size())) {}
+
+    [[noreturn]] void refuse(char const* expected) const
+    {
+        throw Failure(exitScene, _file.path() + " is not edited: expected " + expected + " at byte " + std::to_string(at));
+    }
+    bool ahead(std::string_view word) const { return _text.substr(at).starts_with(word); }
+    void pass(std::string_view set) { at = std::min(_text.find_first_not_of(set, at), _text.size()); }
+    void passBehind(std::string_view mark)
+    {
+        auto const found = _text.find(mark, at);
+        if (found == std::string_view::npos)
+            refuse("an end");
+        at = found + mark.size();
+    }
+    TextRange word(std::string_view stop)
+    {
+        std::size_t const begin = at;
+        at = std::min(_text.find_first_of(stop, at), _text.size());
+        return {begin, at};
+    }
+    std::string_view of(TextRange range) const { return _text.substr(range.begin, range.end - range.begin); }
+    char next() const { return at < _text.size() ? _text[at] : '\0'; }
+
+    // Classic: over blanks and comments.
+    void passClassicBlanks()
+    {
+        for (pass(blanks); next() == '#'; pass(blanks))
+            at = std::min(_text.find_first_of("\r\n", at), _text.size());
+    }
+    TextRange classicWord()
+    {
+        passClassicBlanks();
+        return word(" \t\r\n,[]{}#\"");
+    }
+    // Classic: over a body in braces, strings and comments in it.
+    void passBraces()
+    {
+        for (unsigned depth = 0; at < _text.size(); ++at) {
+            if (_text[at] == '#') {
+                at = std::min(_text.find_first_of("\r\n", at), _text.size() - 1);
+            } else if (_text[at] == '"') {
+                for (++at; at < _text.size() && _text[at] != '"'; ++at)
+                    at += _text[at] == '\\';
+            } else {
+                depth += _text[at] == '{';
+                if (_text[at] == '}' && --depth == 0) {
+                    ++at;
+                    return;
+                }
+            }
+        }
+        refuse("a \"}\"");
+    }
+    // XML: a tag up to its ">"; calls attribute(name, value) for each. True when it ends with "/>".
+    template <class Attribute>
+    bool passTag(Attribute attribute)
+    {
+        for (;;) {
+            pass(" \t\r\n");
+            if (ahead("/>"))
+                return at += 2, true;
+            if (next() == '>')
+                return ++at, false;
+            TextRange const name = word(" \t\r\n=/>");
+            pass(" \t\r\n");
+            if (name.begin == name.end || next() != '=')
+                refuse("an attribute");
+            ++at;
+            pass(" \t\r\n");
+            char const quote = next();
+            if (quote != '"' && quote != '\'')
+                refuse("a quote");
+            ++at;
+            TextRange const value = word({&quote, 1});
+            if (next() != quote)
+                refuse("a quote");
+            ++at;
+            attribute(of(name), value);
+        }
+    }
+    // XML: over what is no tag of an element.
+    bool passOther()
+    {
+        if (ahead("<!--"))
+            passBehind("-->");
+        else if (ahead("<![CDATA["))
+            passBehind("]]>");
+        else if (ahead("<?"))
+            passBehind("?>");
+        else
+            return false;
+        return true;
+    }
+
+private:
+    AuthorFile const& _file;
+    std::string_view _text;
+
+public:
+    std::size_t at;
+};
+
+constexpr auto noAttribute = [](std::string_view, TextRange) {};
+
+} // namespace
+
+NodeText nodeText(AuthorFile const& file, std::uint32_t offset)
+{
+    Cursor cursor(file, offset);
+    NodeText text;
+    text.whole.begin = offset;
+    if (file.classic()) {
+        text.name = cursor.classicWord();
+        if (cursor.of(text.name) == "DEF") {
+            cursor.classicWord();
+            text.name = cursor.classicWord();
+        }
+        cursor.passClassicBlanks();
+        if (cursor.next() != '{')
+            cursor.refuse("a \"{\"");
+        cursor.passBraces();
+        text.whole.end = cursor.at;
+        return text;
+    }
+    if (cursor.next() != '<')
+        cursor.refuse("a tag");
+    ++cursor.at;
+    text.name = cursor.word(" \t\r\n/>");
+    for (unsigned depth = cursor.passTag(noAttribute) ? 0 : 1; depth > 0;) {
+        cursor.at = std::min(file.text().find('<', cursor.at), file.text().size());
+        if (cursor.next() == '\0')
+            cursor.refuse("an end tag");
+        if (cursor.passOther())
+            continue;
+        if (cursor.ahead("</")) {
+            cursor.at += 2;
+            text.endName = cursor.word(" \t\r\n>");
+            cursor.passBehind(">");
+            --depth;
+        } else {
+            ++cursor.at;
+            cursor.word(" \t\r\n/>");
+            depth += !cursor.passTag(noAttribute);
+        }
+    }
+    text.whole.end = cursor.at;
+    return text;
+}
+
+TextRange fieldText(AuthorFile const& file, std::uint32_t value)
+{
+    std::string_view const text = file.text();
+    auto const back = [&](std::size_t at, bool over) { // the byte behind the last one that is not blank, or is
+        while (at > 0 && (std::string_view(" \t\r\n,").find(text[at - 1]) != std::string_view::npos) == over)
+            --at;
+        return at;
+    };
+    Cursor cursor(file, value);
+    if (file.classic()) {
+        cursor.classicWord();
+        return {back(back(back(value, true), false), true), cursor.at};
+    }
+    char const quote = value > 0 ? text[value - 1] : '\0';
+    std::size_t const sign = back(value - std::size_t(value > 0), true);
+    if ((quote != '"' && quote != '\'') || sign == 0 || text[sign - 1] != '=')
+        cursor.refuse("an attribute");
+    cursor.word({&quote, 1});
+    return {back(back(back(sign - 1, true), false), true), std::min(cursor.at + 1, text.size())};
+}
+
+RouteText routeText(AuthorFile const& file, std::uint32_t offset)
+{
+    Cursor cursor(file, offset);
+    RouteText text;
+    text.whole.begin = offset;
+    if (file.classic()) {
+        if (TextRange const word = cursor.classicWord(); cursor.of(word) != "ROUTE")
+            cursor.refuse("ROUTE");
+        TextRange const from = cursor.classicWord();
+        auto const dot = cursor.of(from).rfind('.');
+        if (dot == std::string_view::npos)
+            cursor.refuse("NODE.field");
+        text.fromNode = {from.begin, from.begin + dot};
+        text.fromField = {from.begin + dot + 1, from.end};
+        cursor.classicWord();
+        cursor.classicWord();
+    } else {
+        if (!cursor.ahead("<ROUTE"))
+            cursor.refuse("<ROUTE");
+        cursor.at += 6;
+        bool const empty = cursor.passTag([&](std::string_view name, TextRange value) {
+            if (name == "fromNode")
+                text.fromNode = value;
+            else if (name == "fromField")
+                text.fromField = value;
+        });
+        if (text.fromNode.end == 0 || text.fromField.end == 0)
+            cursor.refuse("fromNode and fromField");
+        if (!empty)
+            cursor.passBehind(">");
+    }
+    text.whole.end = cursor.at;
+    return text;
+}
+
+TextRange withItsLine(AuthorFile const& file, TextRange range)
+{
+    std::string_view const text = file.text();
+    std::size_t const before = text.find_last_not_of(" \t", range.begin - (range.begin > 0));
+    std::size_t const begin = range.begin == 0 || before == std::string_view::npos ? 0 : before + 1;
+    std::size_t const after = std::min(text.find_first_not_of(" \t\r", range.end), text.size());
+    bool const alone = (begin == 0 || text[begin - 1] == '\n') && (after == text.size() || text[after] == '\n');
+    return alone ? TextRange{begin, std::min(after + 1, text.size())} : range;
+}
+
+} // namespace Zelvan::play

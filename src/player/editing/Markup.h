@@ -1,0 +1,36 @@
+#pragma once
+
+#include "player/editing/AuthorFile.h"
+
+#include <cstdint>
+
+namespace Zelvan::play {
+
+/// A range of bytes of a text.
+struct TextRange {
+    std::size_t begin = 0, end = 0;
+};
+
+// Where the parts of an element stand in an author's text, XML or classic. `offset` is that of the element's first byte,
+// as the reader counts it. They throw Failure where the text is not what was read.
+
+/// The name of a node's type; in XML of its end tag, too (`endName` is empty without one).
+struct NodeText {
+    TextRange name, endName;
+    TextRange whole; ///< from its first byte to the last one
+};
+NodeText nodeText(AuthorFile const& file, std::uint32_t offset);
+
+/// A field with its name, from the blanks before it: what has to go when the field goes. `value` is where its value begins.
+TextRange fieldText(AuthorFile const& file, std::uint32_t value);
+
+/// Where a ROUTE comes from: two attributes, or in one word with a dot.
+struct RouteText {
+    TextRange fromNode, fromField, whole;
+};
+RouteText routeText(AuthorFile const& file, std::uint32_t offset);
+
+/// The range, with the line it stands on where nothing else does.
+TextRange withItsLine(AuthorFile const& file, TextRange range);
+
+} // namespace Zelvan::play

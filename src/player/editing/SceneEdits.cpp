@@ -1,0 +1,86 @@
+#include "player/editing/SceneEdits.h"
+
+#include "player/scene/Values.h"
+
+#include <bit>
+
+namespace Zelvan::play {
+
+SceneEdits::SceneEdits(Scene const& scene, bool inlined, std::size_t mostBytes)
+    : _scene(scene), _inlined(inlined), _mostBytes(mostBytes)
+{
+    for (SceneNode const& node : scene.sceneNodes)
+        if (auto const places = isInterpolator(node) ? placesOf(node) : std::nullopt) {
+            _partners.emplace(places->keys, std::pair(places->values, &node));
+            _partners.emplace(places->values, std::pair(places->keys, &node));
+        }
+}
+
+AuthorFile& SceneEdits::file(std::uint32_t number)
+{
+    auto known = _files.find(number);
+    if (known == _files.end()) {
+        std::string const& name = _scene.fileNames.at(number);
+        if (number != 0 && !_inlined)
+            throw Failure(exitScene, "stands in " + name + ": --inlined edits that, too");
+        if (name == "<stdin>")
+            throw Failure(exitUsage, "standard input is not edited: name a file");
+        known = _files.try_emplace(number, name, _mostBytes).first;
+    }
+    return known->second;
+}
+
+std::optional<Location> SceneEdits::placeOf(SceneNode const& node, Field const& field) const
+{
+    for (auto const& attribute : node.attributes)
+        if (attribute.index == indexOf(field))
+            return attribute.where;
+    return std::nullopt;
+}
+
+NumberList SceneEdits::list(Location where, Field const& field)
+{
+    AuthorFile const& text = file(where.file);
+    NumberList list(text, where.offset);
+    std::vector<double> read;
+    appendNumbers(field, read);
+    bool same = read.size() == list.numbers().size();
+    for (std::size_t i = 0; same && i < read.size(); ++i)
+        same = std::bit_cast<std::uint32_t>(static_cast<float>(read[i])) == std::bit_cast<std::uint32_t>(list.numbers()[i]);
+    if (!same)
+        throw Failure(exitScene, text.path() + " is not edited: at byte " + std::to_string(where.offset)
+                                     + " stand other numbers than were read");
+    return list;
+}
+
+std::optional<ListPlaces> SceneEdits::placesOf(SceneNode const& node) const
+{
+    auto const keys = placeOf(node, *fieldOf(node, "key"));
+    auto const values = placeOf(node, valuesOf(node));
+    return keys && values ? std::optional<ListPlaces>({*keys, *values}) : std::nullopt;
+}
+
+std::string SceneEdits::sharing(SceneNode const& node) const
+{
+    auto const places = placesOf(node);
+    if (!places)
+        return "";
+    for (auto const& [one, other] : {std::pair(places->keys, places->values), std::pair(places->values, places->keys)}) {
+        auto const [begin, end] = _partners.equal_range(one);
+        for (auto at = begin; at != end; ++at)
+            if (at->second.first != other || &at->second.second->node->type() != &node.node->type())
+                return at->second.second->name;
+    }
+    return "";
+}
+
+std::vector<AuthorFile const*> SceneEdits::changed() const
+{
+    std::vector<AuthorFile const*> files;
+    for (auto const& [number, file] : _files)
+        if (file.changed())
+            files.push_back(&file);
+    return files;
+}
+
+} // namespace Zelvan::play

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "player/editing/AuthorFile.h"
+#include "player/editing/KeyTrack.h"
+#include "player/editing/NumberList.h"
+#include "player/scene/Scene.h"
+
+#include <compare>
+#include <map>
+#include <optional>
+#include <utility>
+
+namespace Zelvan::play {
+
+inline auto operator<=>(Location const& a, Location const& b)
+{
+    return std::pair(a.file, a.offset) <=> std::pair(b.file, b.offset);
+}
+inline bool operator==(Location const& a, Location const& b)
+{
+    return (a <=> b) == 0;
+}
+
+/// Where an interpolator's keys and values stand; the same bytes may serve several nodes, in a PROTO or a file inlined twice.
+struct ListPlaces {
+    Location keys, values;
+    auto operator<=>(ListPlaces const&) const = default;
+};
+
+/// The edits of a scene, file by file: the first file, and with `inlined` those it includes.
+class SceneEdits {
+public:
+    SceneEdits(Scene const& scene, bool inlined, std::size_t mostBytes);
+
+    /// The file with this number, read when it is first asked for. Throws Failure, also for a file that is not to be
+    /// edited.
+    AuthorFile& file(std::uint32_t number);
+    /// The text of a field that a file sets; null when none does. Throws Failure when it is not what was read.
+    std::optional<Location> placeOf(SceneNode const& node, Field const& field) const;
+    NumberList list(Location where, Field const& field);
+
+    /// Nodes by the bytes of their keys and values. Two nodes whose keys are the same bytes and whose values are not
+    /// cannot be edited: `sharing` says with whom; "" where nothing is wrong.
+    std::string sharing(SceneNode const& node) const;
+    /// Null when a file sets only one of them, or none.
+    std::optional<ListPlaces> placesOf(SceneNode const& node) const;
+
+    /// Files with edits, the scene's own first.
+    std::vector<AuthorFile const*> changed() const;
+    AuthorFile const& main() { return file(0); }
+    std::vector<std::string> const& fileNames() const { return _scene.fileNames; }
+
+private:
+    Scene const& _scene;
+    bool _inlined;
+    std::size_t _mostBytes;
+    std::map<std::uint32_t, AuthorFile> _files;
+    std::multimap<Location, std::pair<Location, SceneNode const*>> _partners; ///< of each list: the other one, and whose they are
+};
+
+} // namespace Zelvan::play

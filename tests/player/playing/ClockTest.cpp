@@ -1,0 +1,211 @@
+#include "player/playing/Clock.h"
+#include "player/playing/Moment.h"
+#include "player/playing/Recording.h"
+#include "player/scene/Values.h"
+#include "tests/player/Files.h"
+
+#include <gmock/gmock.h>
+
+namespace Zelvan::play::test {
+namespace {
+
+// Plays one sensor T, whose outputs lead into a node without a class, and writes down what arrives.
+std::string played(std::string const& attributes, std::vector<Injection> const& injections, std::vector<double> const& times,
+                   char const* field, std::optional<double> now = {})
+{
+    ReadScene read("<TimeSensor DEF='T' " + attributes + "/><Sink DEF='Sink'/>"
+                   "<ROUTE fromNode='T' fromField='" + field + "' toNode='Sink' toField='in'/>");
+    Clock clock(*read.scene, now);
+    Recorder recorder(*read.scene, {});
+    std::string text;
+    recorder.onEvent = [&](Track const&, double time, Field const& value) {
+        text += shortNumber(time) + '=' + value.getValueAsStr() + ' ';
+    };
+    for (Injection const& injection : injections)
+        clock.inject(injection);
+    for (double const time : times)
+        clock.advance(time);
+    return text;
+}
+
+TEST(Clock, NodesWithoutAClassPassEveryEventOn)
+{
+    ReadScene read("<TimeSensor DEF='T' loop='true'/><Sink DEF='A'/><Sink DEF='B'/>"
+                   "<ROUTE fromNode='T' fromField='fraction_changed' toNode='A' toField='in'/>"
+                   "<ROUTE fromNode='A' fromField='in' toNode='B' toField='in'/>"
+                   "<ROUTE fromNode='B' fromField='in' toNode='A' toField='in'/>");
+    Clock clock(*read.scene);
+    Recorder recorder(*read.scene, {});
+    for (double const time : {0.0, 0.25, 0.5})
+        clock.advance(time);
+    recorder.finish();
+    ASSERT_EQ(recorder.tracks().size(), 2u);
+    for (Track const& track : recorder.tracks())
+        EXPECT_EQ(track.events, 3u) << track.name() << ": the loop ends where it began";
+}
+
+TEST(Clock, RunsSensorsAsTheyAreMeant)
+{
+    std::vector<double> const quarters = {0, 0.5, 1, 1.5, 2, 2.5, 3, 3.5, 4};
+    struct Case {
+        char const* name;
+        char const* attributes;
+        std::vector<Injection> injections;
+        char const* field;
+        char const* expected;
+    };
+    Case const cases[] = {
+        {"loops from the opening on, the seam is 1", "cycleInterval='2' loop='true'", {}, "fraction_changed",
+         "0=0 0.5=0.25 1=0.5 1.5=0.75 2=1 2.5=0.25 3=0.5 3.5=0.75 4=1 "},
+        {"a stopTime before the startTime does not matter", "cycleInterval='2' loop='true' startTime='9' stopTime='8'", {},
+         "isActive", "0=true "},
+        {"a stopTime after the startTime waits", "loop='true' stopTime='1'", {}, "isActive", ""},
+        {"waits, started by an event", "cycleInterval='2' loop='true' stopTime='1'", {{"T", "startTime", "1", 1}}, "fraction_changed",
+         "1=0 1.5=0.25 2=0.5 2.5=0.75 3=1 3.5=0.25 4=0.5 "},
+        {"one cycle, then it ends at 1", "cycleInterval='0.8'", {{"T", "set_startTime", "1", 1}}, "fraction_changed",
+         "1=0 1.5=0.625 2=1 "},
+        {"one cycle: active once", "cycleInterval='0.8'", {{"T", "startTime", "1", 1}}, "isActive", "1=true 2=false "},
+        {"a start between frames keeps its phase", "cycleInterval='2'", {{"T", "startTime", "0.7", 0.7}}, "elapsedTime",
+         "1=0.30000000000000004 1.5=0.8 2=1.3 2.5=1.8 3=2 "},
+        {"stopped by an event", "cycleInterval='2' loop='true'", {{"T", "stopTime", "1.25", 1}}, "fraction_changed",
+         "0=0 0.5=0.25 1=0.5 1.5=0.625 "},
+        {"startTime is ignored while active", "cycleInterval='2' loop='true'", {{"T", "startTime", "1", 1}}, "cycleTime", "0=0 2=2 4=4 "},
+        {"disabled, then enabled", "cycleInterval='2' loop='true' enabled='false'", {{"T", "enabled", "true", 1}}, "isActive", "1=true "},
+        {"disabled while active", "cycleInterval='2' loop='true'", {{"T", "enabled", "false", 1}}, "isActive", "0=true 1=false "},
+        {"loop ends with the cycle", "cycleInterval='1' loop='true'", {{"T", "loop", "false", 1.5}}, "fraction_changed",
+         "0=0 0.5=0.5 1=1 1.5=0.5 2=1 "},
+        {"paused and resumed", "cycleInterval='4' loop='true'", {{"T", "pauseTime", "1", 1}, {"T", "resumeTime", "2", 2}},
+         "fraction_changed", "0=0 0.5=0.125 1=0.25 2=0.25 2.5=0.375 3=0.5 3.5=0.625 4=0.75 "},
+        {"cycleInterval 0 never starts", "cycleInterval='0' loop='true'", {}, "isActive", ""},
+    };
+    for (Case const& c : cases)
+        EXPECT_EQ(played(c.attributes, c.injections, quarters, c.field), c.expected) << c.name;
+}
+
+TEST(Clock, IsInTheMiddleOfACycleWhenItKnowsWhatTimeItIs)
+{
+    std::vector<double> const times = {0, 0.5, 1, 1.5, 2};
+    struct Case {
+        char const* attributes;
+        char const* expected; ///< fractions, opened at 1000
+    };
+    Case const cases[] = {
+        {"cycleInterval='4' loop='true' startTime='999'", "0=0.25 0.5=0.375 1=0.5 1.5=0.625 2=0.75 "},
+        {"cycleInterval='4' loop='true' startTime='990'", "0=0.5 0.5=0.625 1=0.75 1.5=0.875 2=1 "},
+        {"cycleInterval='4' startTime='998'", "0=0.5 0.5=0.625 1=0.75 1.5=0.875 2=1 "},
+        {"cycleInterval='4' startTime='990'", ""},
+        {"cycleInterval='2' startTime='1001'", "1=0 1.5=0.25 2=0.5 "},
+        {"cycleInterval='4' loop='true' startTime='999' stopTime='1001'", "0=0.25 0.5=0.375 1=0.5 "},
+        {"cycleInterval='4' loop='true' startTime='900' stopTime='950'", ""},
+        {"cycleInterval='4' loop='true' startTime='999' enabled='false'", ""},
+    };
+    for (Case const& c : cases)
+        EXPECT_EQ(played(c.attributes, {}, times, "fraction_changed", 1000), c.expected) << c.attributes;
+    ReadScene read("<TimeSensor DEF='T' cycleInterval='4' loop='true' startTime='-1e9'/><TimeSensor DEF='Later' startTime='1e9'/>");
+    Clock clock(*read.scene, 7);
+    auto const plan = clock.planned(8);
+    EXPECT_EQ(Clock::timesOf(plan[0], {0, 0.5f}, 10), (std::vector<double>{1, 3, 5, 7}));
+    EXPECT_TRUE(plan[1].runs.empty());
+    EXPECT_EQ(clock.waitsFor(clock.sensors()[1]), "starts at 999999993 s");
+}
+
+TEST(Clock, StartsAllThatDoNotRun)
+{
+    ReadScene read("<TimeSensor loop='true' enabled='false'/><TimeSensor/><TimeSensor loop='true'/>");
+    Clock clock(*read.scene);
+    clock.startAll(0.5);
+    for (double const time : {0.0, 0.5, 1.0})
+        clock.advance(time);
+    std::string starts;
+    for (Clock::Sensor const& sensor : clock.sensors())
+        starts += sensor.runs.size() == 1 ? shortNumber(sensor.runs[0].start) + ' ' : "none ";
+    EXPECT_EQ(starts, "0.5 0.5 0 ");
+}
+
+TEST(Moment, IsANumberOrADate)
+{
+    std::pair<char const*, std::optional<double>> const cases[] = {
+        {"0", 0}, {"-1.5e3", -1500}, {"1970-01-01", 0}, {"2026-11-25T14:30:15.5Z", 1795617015.5},
+        {"2026-11-25 14:30+01:00", 1795613400}, {"2026-11-25T14:30-0130", 1795622400}, {"1969-12-31T23:59:59", -1},
+        {"inf", {}}, {"nan", {}}, {"", {}}, {"now", {}}, {"2026-02-30", {}}, {"2026-13-01", {}}, {"2026-1-25", {}},
+        {"2026-11-25T24:00", {}}, {"2026-11-25T14", {}}, {"2026-11-25T14:30:15Zx", {}}, {"-02-03", {}}, {"2026-11-25T14:30-013", {}}};
+    for (auto const& [text, expected] : cases)
+        EXPECT_EQ(momentOf(text), expected) << text;
+}
+
+TEST(Clock, LooksAtSensorsInTheOrderOfTheFileWhateverWakesThem)
+{
+    // A starts B, which stands after it, and C, which stands before it; both begin in the frame in which A does.
+    ReadScene read("<TimeSensor DEF='C' cycleInterval='9'/>" + times(200, "<TimeSensor/>")
+                   + "<TimeSensor DEF='A' loop='true' enabled='false'/><TimeSensor DEF='B' cycleInterval='9'/>"
+                     "<TimeSensor DEF='Late'/><Sink DEF='S'/>"
+                     "<ROUTE fromNode='A' fromField='cycleTime' toNode='B' toField='startTime'/>"
+                     "<ROUTE fromNode='A' fromField='cycleTime' toNode='C' toField='startTime'/>"
+                     "<ROUTE fromNode='A' fromField='isActive' toNode='S' toField='a'/>"
+                     "<ROUTE fromNode='B' fromField='isActive' toNode='S' toField='b'/>"
+                     "<ROUTE fromNode='C' fromField='isActive' toNode='S' toField='c'/>"
+                     "<ROUTE fromNode='Late' fromField='isActive' toNode='S' toField='late'/>");
+    Clock clock(*read.scene);
+    Recorder recorder(*read.scene, {});
+    std::string text;
+    recorder.onEvent = [&](Track const& track, double time, Field const& value) {
+        text += shortNumber(time) + track.field + (value.getValueAsStr() == "true" ? "+ " : "- ");
+    };
+    clock.inject({"A", "enabled", "true", 1});
+    clock.inject({"Late", "startTime", "3", 0.5});
+    for (double const time : {0.0, 0.5, 1.0, 2.0, 3.0, 4.0, 5.0})
+        clock.advance(time);
+    EXPECT_EQ(text, "1a+ 1b+ 1c+ 3late+ 4late- ");
+}
+
+TEST(Clock, RefusesMoreSensorsThanFramesHaveTimeFor)
+{
+    std::string const looping = "<TimeSensor loop='true'/>";
+    ReadScene many(times(50, looping)), idle(times(50, "<TimeSensor/>") + looping);
+    Clock clock(*many.scene), idleClock(*idle.scene);
+    clock.limitTo(20, 1000);
+    EXPECT_THROW(clock.limitTo(21, 1000), Failure);
+    EXPECT_NO_THROW(idleClock.limitTo(1000, 1000));
+    for (int frame = 0; frame < 900; ++frame)
+        idleClock.advance(frame); // those that wait cost a look when the scene opens
+    EXPECT_THROW(({ for (int frame = 900; frame < 1000; ++frame) idleClock.advance(frame); }), Failure);
+}
+
+TEST(Clock, ManyInjectionsAtOneMomentAreNoCascade)
+{
+    ReadScene read("<Sink DEF='A'/><Sink DEF='B'/><ROUTE fromNode='A' fromField='x' toNode='B' toField='x'/>"
+                   "<ScalarInterpolator DEF='S'/><ROUTE fromNode='S' fromField='value_changed' toNode='A' toField='x'/>");
+    Clock clock(*read.scene);
+    Recorder recorder(*read.scene, {});
+    for (int i = 0; i < 3000; ++i)
+        clock.inject({"A", "x", std::to_string(i), 1});
+    clock.advance(1, [&] { recorder.beginFrame(); });
+    recorder.finish();
+    EXPECT_EQ(recorder.events(), 6000u);
+}
+
+TEST(Clock, MakesFramesWithoutAddingUpErrors)
+{
+    Timing timing;
+    timing.to = 1;
+    timing.fps = 10;
+    auto frames = timing.frames();
+    ASSERT_EQ(frames.size(), 11u);
+    EXPECT_EQ(frames[3].time, 0.3);
+    EXPECT_EQ(frames.back().time, 1);
+    timing.from = 0.5;
+    EXPECT_FALSE(timing.frames()[4].recorded);
+    EXPECT_TRUE(timing.frames()[5].recorded);
+    timing.at = {0.35, 0.2, 0.05};
+    std::string recorded;
+    for (auto const& frame : timing.frames())
+        if (frame.recorded)
+            recorded += shortNumber(frame.time) + ' ';
+    EXPECT_EQ(recorded, "0.05 0.2 0.35 ");
+    for (Timing const& bad : {Timing{-1, 5, 60, {}}, Timing{6, 5, 60, {}}, Timing{0, 5, 0, {}}, Timing{0, 1e300, 60, {}},
+                              Timing{0, 5, 60, {-1}}, Timing{0, std::numeric_limits<double>::quiet_NaN(), 60, {}}})
+        EXPECT_THROW(bad.frames(), Failure);
+}
+
+} // namespace
+} // namespace Zelvan::play::test
