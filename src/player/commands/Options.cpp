@@ -53,10 +53,6 @@ std::vector<LimitOption> const& limitOptions()
         limitOption<&ReadLimits::expanded>("max-expanded", 1e8, "most nodes that PROTOs and repeated Inlines stand for"),
         limitOption<&ReadLimits::files>("max-files", 1e5, "most files, inlined ones included"),
         limitOption<&ReadLimits::values>("max-values", 1e11, "most numbers recorded for curves and tables"),
-    command.add_option("--root", limits.root, "folder that Inlines and EXTERNPROTOs may be read from (the scene's)")
-        ->option_text("FOLDER");
-    auto const limit = [&](char const* name, auto& value, double most, char const* what) {
-        inRange(command.add_option(name, value, what), 1, most)->capture_default_str()->option_text("N")->group("Limits");
     };
     return options;
 }
@@ -65,11 +61,11 @@ ReadLimits LimitOptions::over(Settings const& settings) const
 {
     ReadLimits limits;
     settings.apply(limits);
-    if (!root.empty())
-        limits.root = root;
     for (LimitOption const& limit : limitOptions())
         if (auto const found = given.find(limit.name); found != given.end())
             limit.set(limits, found->second);
+    if (!root.empty())
+        limits.root = root;
     return limits;
 }
 

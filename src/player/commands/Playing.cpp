@@ -84,6 +84,12 @@ OpenedScene::OpenedScene(Session const& session, SceneOptions const& options)
         if (finding.severity == Severity::error && !finding.node.empty()) // the others have been told
             diagnostics.error(finding.place, finding.code, textOf(finding));
     diagnostics.finish();
+    nameNodesOf(scene.get());
+}
+
+OpenedScene::~OpenedScene()
+{
+    nameNodesOf(nullptr);
 }
 
 Timing prepare(Clock& clock, TimeOptions const& options, Settings const& settings)

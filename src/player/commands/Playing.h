@@ -23,6 +23,7 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
 /// error has been written to standard error.
 struct OpenedScene {
     explicit OpenedScene(Session const& session, SceneOptions const& options);
+    ~OpenedScene();
     /// The command's exit status, as far as the scene decides it.
     ExitStatus status() const { return diagnostics.errors() > 0 ? exitScene : exitFine; }
     std::string pool;

@@ -102,7 +102,7 @@ SceneNode* Nodes::read(Element const& element, Scope& scope)
     SceneNode& node = add(element, scope);
     if (creatable != nullptr)
         create(*creatable, element, node, scope);
-    else if (element.name == "Script")
+    else if ((node.decides = element.name == "Script"))
         addScriptFields(element, node, scope);
     define(_reading.nameIn(element, "DEF", scope), {&node}, scope, node.where);
     return &node;

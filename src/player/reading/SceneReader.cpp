@@ -246,12 +246,14 @@ void SceneReader::readInstance(Element const& element, Scope& scope)
 {
     Location const where = locate(element, scope);
     std::string const name = _reading.nameIn(element, "name", scope), def = _reading.nameIn(element, "DEF", scope);
-    Proto const* const proto = Protos::find(scope, name);
+    Proto const* const proto = _protos.find(scope, name);
     if (proto == nullptr || proto->declaration == nullptr) {
         if (proto == nullptr)
             _reading.warn(where, kinds::badProto, "no PROTO is named \"" + name + '"' + _reading.meant(name, scope.protos));
         // Kept as a node that takes any event.
         SceneNode& node = _nodes.add(element, scope);
+        node.typeName = name;
+        node.decides = true;
         _nodes.define(def, {&node}, scope, where);
         return enterChildren(element, scope, &node);
     }

@@ -30,6 +30,7 @@ struct SceneNode {
     Node* node = nullptr; ///< null for a node without a class that no route touches
     bool known = false;   ///< has a node class
     bool named = false;   ///< has a DEF name
+    bool decides = false; ///< sends what it decides itself: a Script, an instance of a PROTO that could not be read
     /// A node that is not run and has this one in a field of its own: a Script, which may fill and drive it.
     SceneNode const* holder = nullptr;
 

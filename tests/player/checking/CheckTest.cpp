@@ -191,6 +191,15 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
         {loop + node("Scalar", "S", "0 1 1", "0 0"), {"note too-few-values"}},
         {"<TimeSensor cycleInterval='0'/>", {"note cycle-interval"}},
         {clock + plain + "<TimeSensor DEF='D'/>D.fraction>S.fraction ", {"note idle-sensor", "note loop-jump"}},
+        // What a Script holds, also by way of a PROTO, it may fill and drive.
+        {"<Script DEF='B'><field name='f' type='SFNode'><ScalarInterpolator DEF='S'/></field></Script>",
+         {"note foreign-driver", "note foreign-driver"}},
+        {clock + plain + "<TimeSensor DEF='D' cycleInterval='0'/><Script><field name='f' type='MFNode'><TimeSensor USE='D'/>"
+         "<ScalarInterpolator USE='S'/></field></Script>", {"note foreign-driver", "note foreign-driver"}},
+        {"<ProtoDeclare name='P'><ProtoInterface><field name='n' type='SFNode' accessType='initializeOnly'/></ProtoInterface>"
+         "<ProtoBody><Script DEF='B'><field name='f' type='SFNode' accessType='initializeOnly'/><IS><connect nodeField='f' "
+         "protoField='n'/></IS></Script></ProtoBody></ProtoDeclare>" + plain + "<ProtoInstance name='P'><fieldValue name='n'>"
+         "<ScalarInterpolator USE='S'/></fieldValue></ProtoInstance>", {"note foreign-driver", "note foreign-driver"}},
         // What is not run is said at its own place, once, with what it would have moved.
         {loop + plain + "<Script DEF='B'/><PositionDamper DEF='D'/>S.value>B.x B.y>T.y B.z>D.destination D.value>T.z ",
          {"note foreign-driver", "note foreign-driver", "note loop-jump"}},
