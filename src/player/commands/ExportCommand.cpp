@@ -15,6 +15,7 @@ namespace {
 struct ExportOptions {
     SceneOptions scene;
     TimeOptions time;
+    std::vector<std::string> nodes;
     std::string format = "csv", output = "-";
     std::optional<double> rate;
     bool atKeys = false, events = false;
@@ -127,6 +128,7 @@ void exportScene(Session& session, ExportOptions& options)
     Recorder::Options recording;
     recording.keepSamples = !lines;
     recording.mostKept = options.scene.limits.values;
+    recording.nodes = options.nodes;
     Recorder recorder(*opened.scene, recording);
     if (lines) {
         EventWriter writer(options.output, EventWriter::jsonLines, "time");
@@ -152,6 +154,7 @@ void addExportCommand(CLI::App& app, Session& session)
     CLI::App& command = *app.add_subcommand("export", "Write all recorded values as data");
     addSceneOptions(command, options->scene);
     addTimeOptions(command, options->time);
+    addNodesOption(command, options->nodes);
     command.add_option("--format", options->format, "csv: a column per component; jsonl: an object per event (csv)")
         ->check(CLI::IsMember({"csv", "jsonl"}))
         ->option_text("csv|jsonl")

@@ -10,6 +10,8 @@ namespace Zelvan::play {
 
 /// Rows of a table that a person reads; the data formats have all.
 inline constexpr unsigned shownRows = 200;
+/// Steps of a small curve.
+inline constexpr unsigned curveSteps = 24;
 
 /// The summary of a run or a sweep, for people: each interpolator with its name, type, driver, number of keys,
 /// value range and a small curve; what events reached nodes without a class; which sensors wait for what.

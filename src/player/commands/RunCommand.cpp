@@ -16,9 +16,8 @@ struct RunOptions {
     SceneOptions scene;
     TimeOptions time;
     OutputOptions output;
+    std::vector<std::string> nodes;
 };
-
-constexpr unsigned curveSteps = 24;
 
 /// What check says of the scene; it plays a scene of its own. Nothing of standard input, which is read once.
 std::vector<Finding> findingsOf(RunOptions const& options)
@@ -45,6 +44,7 @@ void run(Session& session, RunOptions& options)
     recording.outlineSteps = curveSteps;
     recording.axisBegin = options.time.timing.from;
     recording.axisEnd = frames.back().time;
+    recording.nodes = options.nodes;
     Recorder recorder(*opened.scene, recording);
     Outputs outputs(options.output, opened, recorder, "time");
 
@@ -69,6 +69,7 @@ void addRunCommand(CLI::App& app, Session& session)
     addSceneOptions(command, options->scene);
     addTimeOptions(command, options->time);
     addOutputOptions(command, options->output, "time");
+    addNodesOption(command, options->nodes);
     command.footer("Examples:\n"
                    "  zelvan-play run door.x3d\n"
                    "  zelvan-play run door.x3d --start Clock@1 --duration 10 --csv door.csv\n"
