@@ -1,6 +1,7 @@
 #include "base/BaseObject.h"
 
 #include <memory_resource>
+#include <mutex>
 
 #ifdef __has_feature
 #define ZELVAN_HAS_FEATURE(name) __has_feature(name)
@@ -26,15 +27,23 @@ std::pmr::memory_resource& denseMemory()
 #endif
 }
 
+std::mutex& denseMutex()
+{
+    static auto& mutex = *new std::mutex; // as long as the memory
+    return mutex;
+}
+
 } // namespace
 
 void* DenseMemory::operator new(std::size_t size)
 {
+    std::lock_guard const lock(denseMutex());
     return denseMemory().allocate(size, cacheLine);
 }
 
 void DenseMemory::operator delete(void* memory, std::size_t size) noexcept
 {
+    std::lock_guard const lock(denseMutex());
     denseMemory().deallocate(memory, size, cacheLine);
 }
 
@@ -44,12 +53,21 @@ RefCountObject::~RefCountObject() = default;
 
 void RefCountObject::shutdown() const {}
 
+void RefCountObject::operator delete(RefCountObject* object, std::destroying_delete_t, std::size_t size)
+{
+    if (!object->_ended) {
+        object->_ended = true;
+        object->shutdown();
+    }
+    void* const memory = dynamic_cast<void*>(object);
+    object->~RefCountObject();
+    DenseMemory::operator delete(memory, size);
+}
+
 void RefCountObject::unref() const
 {
-    if (--_refCount == 0) {
-        shutdown();
+    if (--_refCount == 0)
         delete this;
-    }
 }
 
 } // namespace Zelvan

@@ -2,12 +2,14 @@
 
 #include "base/Export.h"
 
+#include <atomic>
 #include <cstddef>
+#include <new>
 
 namespace Zelvan {
 
 /// Memory for the objects that events pass through. Those of one size lie side by side in the order they were made,
-/// on cache lines of their own: a scene of many nodes is read from memory as a stream. For one thread, like events.
+/// on cache lines of their own: a scene of many nodes is read from memory as a stream.
 class ZELVAN_BASE_API DenseMemory {
 public:
     static void* operator new(std::size_t size);
@@ -16,20 +18,24 @@ public:
     static void operator delete(void*, void*) noexcept {}
 };
 
-/// Counts the framework objects alive (fields, nodes, processors), so that a host can see a leak.
+/// Counts the framework objects alive (fields, nodes, processors) in all threads, so that a host can see a leak.
 class ZELVAN_BASE_API BaseObject : public DenseMemory {
 public:
     static unsigned _objCount;
 
 protected:
-    BaseObject() { ++_objCount; }
-    BaseObject(BaseObject const&) { ++_objCount; }
+    BaseObject() { count(1); }
+    BaseObject(BaseObject const&) { count(1); }
     BaseObject& operator=(BaseObject const&) = default;
-    ~BaseObject() { --_objCount; }
+    ~BaseObject() { count(~0u); }
+
+private:
+    static void count(unsigned more) { std::atomic_ref(_objCount).fetch_add(more, std::memory_order_relaxed); }
 };
 
 /// Base of nodes and processors: a reference count and an orderly end.
-/// Objects start with no reference; the last `unref()` calls `shutdown()` and deletes.
+/// Objects start with no reference: whoever keeps one takes a reference, also whoever made it. The last `unref()` ends
+/// the object; `delete` ends it whatever references there are.
 class ZELVAN_BASE_API RefCountObject : public BaseObject {
 public:
     RefCountObject() = default;
@@ -38,14 +44,24 @@ public:
     RefCountObject& operator=(RefCountObject const&) = delete;
 
     virtual ~RefCountObject();
-    /// Called once before deletion, while the object is still whole.
+    /// Called once in the life of an object that was made by `new`, while it is still whole.
     virtual void shutdown() const;
+
+    using DenseMemory::operator delete;
+    /// The end of an object, however it is deleted: `shutdown()`, then destruction.
+    static void operator delete(RefCountObject* object, std::destroying_delete_t, std::size_t size);
 
     void ref() const { ++_refCount; }
     void unref() const;
 
 private:
+    friend class Node;
+    friend class NodeHold;
+
     mutable unsigned _refCount = 0;
+    mutable unsigned short _holds = 0; ///< of a node: operations that are running
+    mutable bool _ended = false;       ///< `shutdown()` has been called
+    mutable bool _doomed = false;      ///< of a node: goes with the last hold
 };
 
 } // namespace Zelvan

@@ -13,9 +13,10 @@ public:
     constexpr ~BitVector() {}
 
     constexpr Word bits() const { return _bits; }
-    constexpr bool intersects(BitVector const& other) const { return (_bits & other._bits) != 0; }
-    constexpr void set(BitVector const& other) { _bits |= other._bits; }
-    constexpr void clear(BitVector const& other) { _bits &= ~other._bits; }
+    constexpr BitVector& operator|=(BitVector const& other) { return *this = _bits | other._bits; }
+    constexpr BitVector& operator&=(BitVector const& other) { return *this = _bits & other._bits; }
+    constexpr BitVector operator&(BitVector const& other) const { return _bits & other._bits; }
+    constexpr BitVector operator~() const { return ~_bits; }
     constexpr bool operator==(BitVector const& other) const { return _bits == other._bits; }
 
 private:

@@ -1,6 +1,7 @@
 #include "base/Context.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace Zelvan {
 
@@ -36,6 +37,11 @@ unsigned Context::findParamID(std::string const& name)
     auto const& params = declaredParams();
     auto const found = std::find_if(params.begin(), params.end(), [&](Param const& p) { return p._name == name; });
     return found == params.end() ? unknownParam : static_cast<unsigned>(found - params.begin());
+}
+
+Context::~Context()
+{
+    assert(_nameSpaces == 0 && "a namespace outlives its context");
 }
 
 void Context::setBValue(unsigned id, bool value)

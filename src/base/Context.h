@@ -8,7 +8,7 @@
 namespace Zelvan {
 
 /// Settings that node processors read. Parameters are declared once per process; every context has its own
-/// values. A boolean that nobody has set is false.
+/// values. A boolean that nobody has set is false. Outlives the namespaces that were made for it.
 class ZELVAN_BASE_API Context {
 public:
     struct Param {
@@ -29,8 +29,18 @@ public:
     bool bValue(unsigned id) const { return id < _bValues.size() && _bValues[id] != 0; }
     void setBValue(unsigned id, bool value);
 
+    Context() = default;
+    Context(Context const& other) : _bValues(other._bValues) {}
+    Context& operator=(Context const&) = delete;
+    ~Context();
+
 private:
+    friend class NodeNameSpace;
+    void nameSpaceMade() { ++_nameSpaces; }
+    void nameSpaceGone() { --_nameSpaces; }
+
     std::vector<char> _bValues;
+    unsigned _nameSpaces = 0;
 };
 
 } // namespace Zelvan

@@ -34,6 +34,11 @@ bool isAllowed(std::string_view value, std::string_view allowedValues)
     return false;
 }
 
+std::string fullName(Field const& field)
+{
+    return field._node->type()._name + '/' + field._node->displayName() + '.' + field.findName();
+}
+
 } // namespace
 
 Field::~Field()
@@ -54,9 +59,9 @@ bool Field::setAndValidateValueByStr(char const* text, bool report)
     bool const taken = allowed && setValueByStr(text, multiple);
     if (!taken && report && _node != nullptr && logs(osg::LOG_WARNING)) {
         auto const& error = textError();
-        writeLog(osg::LOG_WARNING, ZELVAN_HERE, "%s/%s.%s: expected %s at position %zu, found \"%s\"\n",
-                 _node->type()._name.c_str(), _node->displayName().c_str(), findName(),
-                 error.expected.c_str(), error.position, error.found.c_str());
+        writeLog(osg::LOG_WARNING, "base/Field", __LINE__, __PRETTY_FUNCTION__,
+                 fullName(*this) + ": expected " + error.expected + " at position " + std::to_string(error.position)
+                     + ", found \"" + error.found + "\"\n");
     }
     return taken;
 }
@@ -67,11 +72,15 @@ void Field::setToDefault()
         setValueByStr(_desc->_defaultValue, multiple);
 }
 
-SendObserver* Field::_observer = nullptr;
+namespace {
+
+constinit thread_local SendObserver* currentObserver [[gnu::tls_model("initial-exec")]] = nullptr;
+
+} // namespace
 
 SendObserver* Field::observe(SendObserver* observer)
 {
-    return std::exchange(_observer, observer);
+    return std::exchange(currentObserver, observer);
 }
 
 namespace {
@@ -88,8 +97,8 @@ namespace {
 
 void Field::send(TimeStamp const& timeStamp, bool alongRoutes, bool recordOnly)
 {
-    if (_observer != nullptr && !recordOnly) [[unlikely]]
-        return sendObserved(*_observer, *this, timeStamp, alongRoutes);
+    if (currentObserver != nullptr && !recordOnly) [[unlikely]]
+        return sendObserved(*currentObserver, *this, timeStamp, alongRoutes);
     if (alongRoutes && _routesOut != nullptr)
         Route::deliver(*this, timeStamp, recordOnly);
 }
@@ -105,10 +114,12 @@ bool Field::refuseText(FieldTextError error)
     return false;
 }
 
-void writeFieldLog(osg::LogLevel level, LogPlace const& place, char const* format, Field const& field)
+void writeFieldLog(osg::LogLevel level, unsigned line, Field const& field, char const* text)
 {
-    Node const& node = *field._node;
-    writeLog(level, place, format, node.type()._name.c_str(), node.displayName().c_str(), field.findName());
+    // Compilers print this signature in several ways; the log has one.
+    writeLog(level, "base/Field", line,
+             "void Zelvan::Field::processValueChange(const TimeStamp&, Zelvan::Field::CallerType)",
+             fullName(field) + ": " + text);
 }
 
 } // namespace Zelvan

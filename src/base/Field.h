@@ -94,7 +94,7 @@ public:
     bool receive(TimeStamp const&) { return (_flags & refusing) == 0; }
     void refuseChanges(bool refuse) { _flags = refuse ? _flags | refusing : _flags & ~refusing; }
 
-    /// The observer of all fields; null for none, and what was set before is returned.
+    /// The observer of all fields in this thread; null for none, and what was set before is returned.
     static SendObserver* observe(SendObserver* observer);
     /// A number that the observer may give a field to know it by; 0 at first.
     unsigned tag() const { return static_cast<unsigned>(_flags >> tagShift); }
@@ -130,7 +130,6 @@ protected:
 private:
     static constexpr unsigned long refusing = 1;
     static constexpr unsigned tagShift = 32;
-    static SendObserver* _observer;
 };
 
 /// Index in the description; a value no description has while there is none.
@@ -144,7 +143,7 @@ inline void Field::markChanged()
 {
     if (_desc == nullptr) {
         if (logs(osg::LOG_INFO))
-            writeLog(osg::LOG_INFO, {"base/Field", 92, "void Zelvan::Field::markChanged()"},
+            writeLog(osg::LOG_INFO, "base/Field", 92, "void Zelvan::Field::markChanged()",
                      "Field without desc in XField::markChanged()\n");
         return;
     }
@@ -152,28 +151,23 @@ inline void Field::markChanged()
         _node->markParent(1);
         _node->_flags |= Node::parentMarked;
     }
-    _node->_changedMask.set(_desc->_mask);
+    _node->_changedMask |= _desc->_mask;
 }
 
-/// Writes `format` with type name, node name and field name for its three %s.
-ZELVAN_BASE_API void writeFieldLog(osg::LogLevel level, LogPlace const& place, char const* format,
-                                   Field const& field);
+/// Writes "type/node.field: text" as if from processValueChange at that line of this file.
+ZELVAN_BASE_API void writeFieldLog(osg::LogLevel level, unsigned line, Field const& field, char const* text);
 
 inline void Field::processValueChange(TimeStamp const& timeStamp, CallerType callerType)
 {
-    // Compilers print this signature in several ways; the log has one.
-    constexpr char const* function =
-        "void Zelvan::Field::processValueChange(const TimeStamp&, Zelvan::Field::CallerType)";
     if (_desc == nullptr)
         return;
     Node& node = *_node;
     bool const sendAlways = (_desc->_flags & NodePartDesc::flagSendAlways) != 0;
     if ((node._traceFlags & Node::trace) != 0) [[unlikely]]
-        writeFieldLog(osg::LOG_LOG, {"base/Field", 152, function}, "%s/%s.%s: processValueChange()\n", *this);
-    if (sendAlways && node._isChangingMask.intersects(_desc->_mask)) [[unlikely]]
+        writeFieldLog(osg::LOG_LOG, 152, *this, "processValueChange()\n");
+    if (sendAlways && (node._isChangingMask & _desc->_mask).bits() != 0) [[unlikely]]
         if (logs(osg::LOG_WARNING))
-            writeFieldLog(osg::LOG_WARNING, {"base/Field", 159, function},
-                          "%s/%s.%s: processValueChange() && _isChangingMask set\n", *this);
+            writeFieldLog(osg::LOG_WARNING, 159, *this, "processValueChange() && _isChangingMask set\n");
 
     if (!node.isLive()) {
         markChanged();

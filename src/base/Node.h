@@ -12,11 +12,20 @@
 namespace Zelvan {
 
 class Field;
+class Node;
 class NodeNameSpace;
 class NodeProc;
 
+/// A parent-child connection between two nodes.
+struct NodeLink {
+    Node* _parent = nullptr;
+    Node* _child = nullptr;
+    Field* _field = nullptr; ///< the parent's field that holds the child; null when none is known
+};
+
 /// Base of all nodes. A node owns its fields (as members) and its processor. Nodes may be created and deleted
-/// while events are delivered, except that a node outlives the handling of its own fields.
+/// at any time. One that is deleted while it is being handled, by something its own output reaches, is off its routes
+/// and out of its scene at once, and is destroyed when the handling is over.
 /// The virtual operations are part of the binary contract with plug-ins: keep their order.
 class ZELVAN_BASE_API Node : public RefCountObject {
 public:
@@ -38,6 +47,16 @@ public:
     Node& operator=(Node const&) = delete;
     ~Node() override;
 
+    using DenseMemory::operator delete;
+    static void operator delete(Node* node, std::destroying_delete_t, std::size_t size);
+    /// Whether one of the node's operations is running, or one of its fields being handled.
+    bool isHandled() const { return _holds > 0 || _isChangingMask.bits() != 0; }
+
+    /// The node enters the running scene, which initialises it the first time: changes are delivered at once from now on.
+    void enter(TimeStamp const& timeStamp);
+    /// The node leaves the running scene: changes are only recorded.
+    void leave(TimeStamp const& timeStamp);
+
     /// Takes the node's fields off their routes, so that no event reaches a node that is going away.
     void shutdown() const override;
     /// Called after a value has been stored in `field`; `from` is the field that sent it, null for the host.
@@ -52,9 +71,10 @@ public:
     std::string getIDStr() const;
     /// The node's name, or getIDStr() when it has none.
     std::string displayName() const { return _name.empty() ? getIDStr() : _name; }
-    /// Marks the nodes above this one: a node below them has changed.
+    /// Marks the nodes above this one: a node below them has changed. The namespace remembers all that are marked.
     void markParent(int level);
-    void addParent(Node& parent) { _parents.push_back(&parent); }
+    /// Either end of a link takes it off when it goes.
+    void addParent(Node& parent, Field* field = nullptr);
     void removeParent(Node& parent);
     /// Forgets recorded changes: the host has seen them.
     void clearChanged();
@@ -84,9 +104,34 @@ public:
     unsigned char _traceFlags = 0;
 
 private:
+    friend class Leftovers;
+    friend class NodeNameSpace;
+    /// What an end begins with; once.
+    void end();
+    void unlink();
+    static void destroy(Node& node, std::size_t size);
+
+    bool _named = false; ///< held by the namespace
     unsigned const _serial;
     std::vector<Field*> _fields;
-    std::vector<Node*> _parents;
+    std::vector<NodeLink> _links; ///< to parents and to children
+};
+
+/// Keeps a node while one of its operations runs, for whoever calls it: a node that is deleted meanwhile goes when the
+/// last hold does.
+class ZELVAN_BASE_API NodeHold {
+public:
+    explicit NodeHold(Node& node) : _node(node) { ++_node._holds; }
+    NodeHold(NodeHold const&) = delete;
+    ~NodeHold()
+    {
+        if (--_node._holds == 0 && _node._doomed) [[unlikely]]
+            release();
+    }
+
+private:
+    static void release();
+    Node& _node;
 };
 
 } // namespace Zelvan

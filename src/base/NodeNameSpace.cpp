@@ -1,18 +1,38 @@
 #include "base/NodeNameSpace.h"
 
-#include "base/Node.h"
+#include "base/Context.h"
+#include "base/Leftovers.h"
+#include "base/NodeProc.h"
+#include "base/NodeType.h"
+
+#include <algorithm>
+#include <cassert>
+#include <iterator>
 
 namespace Zelvan {
+
+NodeNameSpace::NodeNameSpace(Context& context) : _context(context)
+{
+    context.nameSpaceMade();
+}
 
 NodeNameSpace::~NodeNameSpace()
 {
     // All are taken off their routes before the first is gone.
-    for (Node const* const node : _nodes)
-        node->shutdown();
+    _ending = true;
+    _changed.clear();
+    for (Node* const node : _nodes)
+        node->end();
     while (!_nodes.empty()) {
-        _nodes.back()->unref();
+        Node* const node = _nodes.back();
         _nodes.pop_back();
+        node->_named = false;
+        node->unref();
     }
+    Leftovers::collect();
+    assert(_living == 0 && "a node outlives its namespace");
+    _context.nameSpaceGone();
+    NodeType::releaseLibraries();
 }
 
 void NodeNameSpace::add(Node& node)
@@ -24,8 +44,59 @@ void NodeNameSpace::add(Node& node)
         node.unref(); // gone, unless the caller holds it too
         throw;
     }
+    node._named = true;
     if (node.hasName())
         _byName[node.name()] = &node;
+}
+
+bool NodeNameSpace::forget(Node& node)
+{
+    if (!node._named || _ending)
+        return false;
+    node._named = false;
+    // Those that came last mostly go first.
+    _nodes.erase(std::next(std::find(_nodes.rbegin(), _nodes.rend(), &node)).base());
+    if (auto const found = _byName.find(node.name()); found != _byName.end() && found->second == &node) {
+        auto const before = std::find_if(_nodes.rbegin(), _nodes.rend(),
+                                         [&](Node const* other) { return other->name() == node.name(); });
+        if (before == _nodes.rend())
+            _byName.erase(found);
+        else
+            found->second = *before;
+    }
+    return true;
+}
+
+void NodeNameSpace::remove(Node& node)
+{
+    if (forget(node))
+        node.unref();
+}
+
+void NodeNameSpace::nodeGone(Node& node)
+{
+    forget(node);
+    --_living;
+    if ((node._flags & (Node::parentMarked | Node::childMarked)) != 0)
+        std::erase(_changed, &node);
+}
+
+void NodeNameSpace::finishFrame(TimeStamp const& timeStamp)
+{
+    // What a processor changes here belongs to the next frame; a node that goes leaves the list.
+    for (std::size_t i = _changed.size(); i-- > 0;) {
+        if (i >= _changed.size())
+            continue;
+        Node& node = *_changed[i];
+        _changed[i] = _changed.back();
+        _changed.pop_back();
+        NodeHold const hold(node);
+        if (node._proc != nullptr && (node._flags & Node::childMarked) != 0)
+            node._proc->childChanged(timeStamp);
+        if (node._proc != nullptr && node._changedMask.bits() != 0)
+            node._proc->nodeChanged(timeStamp, BitVector<unsigned long>(node._changedMask));
+        node.clearChanged();
+    }
 }
 
 Node* NodeNameSpace::find(std::string const& name) const

@@ -16,14 +16,7 @@ namespace Zelvan {
 class Route;
 class SFString;
 
-/// A parent-child connection between two nodes.
-struct NodeLink {
-    Node* _parent = nullptr;
-    Node* _child = nullptr;
-    Field* _field = nullptr;
-};
-
-/// Base of all processors: the behaviour of one node.
+/// Base of all processors: the behaviour of one node, which owns it.
 /// The virtual operations are part of the binary contract with plug-ins: keep their order.
 class ZELVAN_BASE_API NodeProc : public RefCountObject {
 public:
@@ -39,14 +32,21 @@ public:
 
     using RefCountObject::shutdown;
 
+    /// The node has got this processor.
     virtual void setup(TimeStamp const& timeStamp);
+    /// The node enters a running scene for the first time.
     virtual void initialize(TimeStamp const& timeStamp);
+    /// The node enters and leaves the running scene.
     virtual void attach(TimeStamp const& timeStamp);
     virtual void detach(TimeStamp const& timeStamp);
+    /// The node is given up, with its routes still there.
     virtual void shutdown(TimeStamp const& timeStamp);
+    /// The node lets go of this processor.
     virtual void dispose(TimeStamp const& timeStamp);
+    /// At the end of a frame in which a node below, or this one, has changed: `changed` has the fields' bits.
     virtual void childChanged(TimeStamp const& timeStamp);
     virtual void nodeChanged(TimeStamp const& timeStamp, BitVector<unsigned long> const& changed);
+    /// At both ends of a link, a field and a route: when it is there, and before it goes.
     virtual void childAdded(NodeLink& link);
     virtual void childRemoved(NodeLink& link);
     virtual void parentAdded(NodeLink& link);

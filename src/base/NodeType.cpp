@@ -5,7 +5,12 @@
 #include "base/NodeProc.h"
 
 #include <algorithm>
+#include <atomic>
+#include <dlfcn.h>
+#include <mutex>
+#include <new>
 #include <strings.h>
+#include <utility>
 
 namespace Zelvan {
 
@@ -18,10 +23,28 @@ bool sameName(std::string const& a, std::string const& b, SearchCaseType searchC
     return searchCase == searchIgnoreCase ? strcasecmp(a.c_str(), b.c_str()) == 0 : a == b;
 }
 
-std::string orEmpty(char const* text)
+char const* orEmpty(char const* text)
 {
     return text ? text : "";
 }
+
+// Never destroyed: records and nodes may go when the program ends.
+struct Kept {
+    struct Library {
+        NodeType* type;
+        void* handle;
+    };
+    std::mutex mutex;
+    std::vector<Library> libraries;
+};
+Kept& kept()
+{
+    static auto& all = *new Kept;
+    return all;
+}
+
+bool registrationFailed = false;
+constinit thread_local bool releasing = false; // what unloads now was kept by us alone
 
 } // namespace
 
@@ -50,17 +73,93 @@ NodeType::NodeType(NodeTypeNameSpace& nameSpace, char const* name, char const* p
                    char const* status, char const* description, char const* standard, bool, bool,
                    IsType isType, CreateNode createNode, CreateProc createProc, NodePartDesc* parts,
                    unsigned partCount)
-    : _nameSpace(nameSpace), _name(orEmpty(name)), _poolName(orEmpty(poolName)),
-      _parentName(orEmpty(parentName)), _aliasName(orEmpty(aliasName)), _componentName(orEmpty(componentName)),
-      _status(orEmpty(status)), _description(orEmpty(description)), _standard(orEmpty(standard)),
-      _isType(isType), _createNode(createNode), _createProc(createProc), _parts(parts), _ownPartCount(partCount)
+    : _nameSpace(nameSpace), _isType(isType), _createNode(createNode), _createProc(createProc), _parts(parts),
+      _ownPartCount(partCount)
 {
-    nameSpace._types.push_back(this);
+    try {
+        _name = orEmpty(name);
+        _poolName = orEmpty(poolName);
+        _parentName = orEmpty(parentName);
+        _aliasName = orEmpty(aliasName);
+        _componentName = orEmpty(componentName);
+        _status = orEmpty(status);
+        _description = orEmpty(description);
+        _standard = orEmpty(standard);
+        auto const same = std::ranges::find(nameSpace._types, _name, &NodeType::_name);
+        if (same == nameSpace._types.end())
+            nameSpace._types.push_back(this);
+        else if (logs(osg::LOG_FATAL))
+            writeLog(osg::LOG_FATAL, "base/NodeType", __LINE__, __PRETTY_FUNCTION__,
+                     "Type " + _name + " of " + _poolName + " is refused: " + (*same)->_poolName
+                         + " has registered that name\n");
+    } catch (std::bad_alloc const&) {
+        registrationFailed = true;
+    }
 }
 
 NodeType::~NodeType()
 {
     std::erase(_nameSpace._types, this);
+    if (!std::exchange(releasing, false)) // said once for a library
+        return;
+    try {
+        writeLog(osg::LOG_WARNING, "base/NodeType", __LINE__, __PRETTY_FUNCTION__,
+                 _poolName + " was closed while nodes of it lived; it was kept until the last had gone\n");
+    } catch (std::bad_alloc const&) { // unsaid
+    }
+}
+
+bool NodeType::takeFailure()
+{
+    return std::exchange(registrationFailed, false);
+}
+
+void NodeType::nodeMade()
+{
+    if (std::atomic_ref(_nodeCount).fetch_add(1) > 0)
+        return;
+    // The record may be in a library that is unloaded while the node lives: a handle of our own keeps it.
+    std::lock_guard const lock(kept().mutex);
+    auto& libraries = kept().libraries;
+    if (std::ranges::find(libraries, this, &Kept::Library::type) != libraries.end())
+        return;
+    Dl_info library;
+    if (::dladdr(this, &library) == 0 || library.dli_fname == nullptr)
+        return;
+    if (void* const handle = ::dlopen(library.dli_fname, RTLD_LAZY | RTLD_NOLOAD); handle != nullptr) {
+        try {
+            libraries.push_back({this, handle});
+        } catch (...) {
+            ::dlclose(handle);
+            std::atomic_ref(_nodeCount).fetch_sub(1);
+            throw;
+        }
+    }
+}
+
+void NodeType::nodeGone()
+{
+    std::atomic_ref(_nodeCount).fetch_sub(1);
+}
+
+void NodeType::releaseLibraries()
+{
+    for (;;) {
+        void* handle = nullptr;
+        {
+            std::lock_guard const lock(kept().mutex);
+            auto& libraries = kept().libraries;
+            auto const idle = std::ranges::find_if(
+                libraries, [](auto const& library) { return std::atomic_ref(library.type->_nodeCount).load() == 0; });
+            if (idle == libraries.end())
+                return;
+            handle = idle->handle;
+            libraries.erase(idle);
+        }
+        releasing = true;
+        ::dlclose(handle);
+        releasing = false;
+    }
 }
 
 NodeType* NodeType::parent() const

@@ -34,7 +34,9 @@ private:
 /// The namespace of the node types that scenes may use.
 ZELVAN_BASE_API NodeTypeNameSpace& theSceneNodeTypeFactory();
 
-/// Run-time record of a node type. Parents are known by name, so a type may be registered before its parent.
+/// Run-time record of a node type. Parents are known by name, so a type may be registered before its parent. A second
+/// type of one name is refused: it says so and is not registered.
+/// A library whose records have nodes stays loaded until the last of them has gone, also when its host has closed it.
 class ZELVAN_BASE_API NodeType {
 public:
     using IsType = bool (*)(Node*);
@@ -52,6 +54,12 @@ public:
     NodeType& operator=(NodeType const&) = delete;
     ~NodeType();
 
+    /// Whether a record could not be registered for lack of memory since this was asked last. Records are mostly built
+    /// while a library is loaded, where nothing can be thrown.
+    static bool takeFailure();
+    /// Lets go of the libraries that were kept for nodes which have gone. Namespaces do so when they end.
+    static void releaseLibraries();
+
     /// The type whose name is the parent name, looked up anew each time; null at the root.
     NodeType* parent() const;
     /// True for this type and every type below it.
@@ -67,7 +75,7 @@ public:
     /// name as its alias; null when there is neither.
     NodeType* creatableType();
     /// A node of `creatableType()` with its processor attached and the default texts of its descriptions
-    /// applied; null when the type is abstract. The caller holds the first reference.
+    /// applied; null when the type is abstract. There is no reference to it yet.
     Node* createNodeWithProc(NodeNameSpace& nameSpace, char const* name);
 
     NodeTypeNameSpace& _nameSpace;
@@ -82,8 +90,14 @@ public:
     IsType _isType;
     CreateNode _createNode;
     CreateProc _createProc;
-    NodePartDesc* _parts;
-    unsigned _ownPartCount;
+    NodePartDesc* _parts = nullptr;
+    unsigned _ownPartCount = 0;
+
+private:
+    friend class Node;
+    void nodeMade();
+    void nodeGone();
+    unsigned _nodeCount = 0; ///< of all threads
 };
 
 } // namespace Zelvan

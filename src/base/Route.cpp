@@ -1,32 +1,35 @@
 #include "base/Route.h"
 
-#include "base/Fields.h"
-
-#include <deque>
-#include <vector>
+#include "base/DeepStack.h"
+#include "base/Leftovers.h"
+#include "base/NodeProc.h"
 
 namespace Zelvan {
 
 namespace {
 
-// Nested deliveries use a few hundred bytes of stack each; this leaves most of a thread's stack to the host.
-constexpr unsigned maxNesting = 1000;
+// Of the stack it is started on, a cascade of events uses this much, and the handling of one event beyond it.
+constexpr std::ptrdiff_t stackShare = 96 * 1024;
 
-struct Delivery {
-    Route* route;
-    TimeStamp timeStamp;
+// What the deliveries of one thread have in common. A scene belongs to one thread.
+struct Cascade {
+    unsigned nesting;
+    char* floor;    // deliveries below this address go on on another stack
+    Route* removed; // since the outermost delivery began, linked by _nextIn
 };
-
-// Event delivery runs on one thread.
-unsigned nesting = 0;
-unsigned long cascade = 0;
-std::deque<Delivery> queued;
-std::vector<Route*> removedWhileDelivering;
+constinit thread_local Cascade cascade [[gnu::tls_model("initial-exec")]] = {};
 
 std::string described(Field const& field)
 {
     std::string text = dataTypeName(field.dataType());
     return text + ' ' + accessName(field.type());
+}
+
+using Hook = void (NodeProc::*)(Route&);
+void tell(Field const& field, Hook hook, Route& route)
+{
+    if (Node* const node = field._node; node != nullptr && node->_proc != nullptr)
+        (node->_proc->*hook)(route);
 }
 
 } // namespace
@@ -81,6 +84,8 @@ Route* Route::add(Field& from, Field& to, std::string& error)
     auto* const route = new Route(from, to);
     Outgoing::append(from._routesOut, route);
     Incoming::append(to._routesIn, route);
+    tell(from, &NodeProc::routeAdded, *route);
+    tell(to, &NodeProc::routeAdded, *route);
     return route;
 }
 
@@ -88,11 +93,14 @@ void Route::remove(Route& route)
 {
     if (route._removed)
         return;
+    tell(*route._from, &NodeProc::routeRemoved, route);
+    tell(*route._to, &NodeProc::routeRemoved, route);
     route._removed = true;
     Incoming::remove(route._to->_routesIn, &route);
-    if (nesting > 0) {
+    if (cascade.nesting > 0) {
         // A delivery further up may stand at this route: it stays in the sender's list until all have ended.
-        removedWhileDelivering.push_back(&route);
+        route._nextIn = cascade.removed;
+        cascade.removed = &route;
         return;
     }
     Outgoing::remove(route._from->_routesOut, &route);
@@ -107,168 +115,84 @@ void Route::removeAll(Field& field)
         Route* const next = route->_nextOut;
         remove(*route);
         // A delivery that stands at the route still goes on from it, but no longer to the field.
-        if (nesting > 0)
+        if (cascade.nesting > 0)
             route->_from = nullptr;
         route = next;
     }
     field._routesOut = nullptr;
 }
 
-[[gnu::noinline]] void Route::wakeLater(Route& route, TimeStamp const& timeStamp)
-{
-    if (route._queuedInCascade == cascade)
-        return;
-    route._queuedInCascade = cascade;
-    queued.push_back({&route, timeStamp});
-}
-
-namespace {
-
-// The first route of a node's last field, which is where most nodes send their results from; null when there is none.
-inline Route const* onward(Node const& node)
-{
-    Field const* const last = node.fields().empty() ? nullptr : node.fields().back();
-    return last != nullptr ? last->_routesOut : nullptr;
-}
-
-template <class List>
-inline void const* firstElement(Field const& field)
-{
-    return static_cast<List const&>(field)._value.data();
-}
-
-// What a node computes from mostly stands in lists.
-inline void fetchLists(Node const& node)
-{
-    for (Field const* const field : node.fields()) {
-        if (field == nullptr)
-            continue;
-        void const* first = nullptr;
-        switch (field->_desc->_dataType) {
-        case MFColorType: first = firstElement<MFColor>(*field); break;
-        case MFFloatType: first = firstElement<MFFloat>(*field); break;
-        case MFMatrix4fType: first = firstElement<MFMatrix4f>(*field); break;
-        case MFRotationType: first = firstElement<MFRotation>(*field); break;
-        case MFVec2fType: first = firstElement<MFVec2f>(*field); break;
-        case MFVec3fType: first = firstElement<MFVec3f>(*field); break;
-        default: continue;
-        }
-        __builtin_prefetch(first);
-    }
-}
-
-} // namespace
-
-// A field with thousands of receivers meets each of them cold, and a cold receiver sends to another cold one. So what
-// the next receivers need is asked for some routes ahead, one step of each chain of pointers at a time. `ahead` is
-// `distance` routes in front of the one that is delivered. Inlined early: GCC takes a function that only prefetches for
-// one without effect, and leaves out the call.
-[[gnu::always_inline]] inline void Route::fetch(Route const* ahead)
-{
-    __builtin_prefetch(ahead->_nextOut);
-    Route const* route = ahead;
-    // What a removed route leads to may be gone.
-    auto const next = [&route] {
-        route = route->_previousOut;
-        return !route->_removed;
-    };
-    // A node's fields are its members: those behind the one that receives are the ones it computes with.
-    constexpr int line = 64;
-    if (next())
-        for (int i = 0; i < 4; ++i)
-            __builtin_prefetch(reinterpret_cast<char const*>(route->_to) + i * line);
-    if (next())
-        for (int i = 0; i < 5; ++i)
-            __builtin_prefetch(reinterpret_cast<char const*>(route->_to->_node) + i * line);
-    if (next()) {
-        Node const& node = *route->_to->_node;
-        __builtin_prefetch(node._proc);
-        if (!node.fields().empty())
-            __builtin_prefetch(&node.fields().back());
-    }
-    next(); // time for what was asked for in the last two steps
-    if (next() && !route->_to->_node->fields().empty())
-        __builtin_prefetch(route->_to->_node->fields().back());
-    if (next())
-        __builtin_prefetch(onward(*route->_to->_node));
-    if (next())
-        if (Route const* const then = onward(*route->_to->_node); then != nullptr && !then->_removed)
-            __builtin_prefetch(then->_to);
-    if (next())
-        if (Route const* const then = onward(*route->_to->_node); then != nullptr && !then->_removed)
-            __builtin_prefetch(then->_to->_node);
-    if (next())
-        fetchLists(*route->_to->_node);
-}
-
-inline void Route::deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly)
-{
-    constexpr int distance = 11;
-    Route* ahead = from._routesOut;
-    for (int i = 0; i < distance && ahead != nullptr; ++i)
-        ahead = ahead->_nextOut;
-    for (Route* route = from._routesOut; route != nullptr; route = route->_nextOut) {
-        if (ahead != nullptr) {
-            fetch(ahead);
-            ahead = ahead->_nextOut;
-        }
-        Field& to = *route->_to;
-        if (route->_removed || !to.receive(timeStamp))
-            continue;
-        to.assignValue(from);
-        if (recordOnly)
-            to.markChanged();
-        else if (nesting > maxNesting)
-            wakeLater(*route, timeStamp);
-        else
-            to._node->fieldChanged(to, timeStamp, &from);
-    }
-}
-
-[[gnu::noinline]] void Route::finishCascade()
-{
-    while (!queued.empty()) {
-        Delivery const delivery = queued.front();
-        queued.pop_front();
-        if (!delivery.route->_removed)
-            delivery.route->_to->_node->fieldChanged(*delivery.route->_to, delivery.timeStamp,
-                                                     delivery.route->_from);
-    }
-}
-
-inline void Route::leave()
-{
-    if (--nesting == 0 && !removedWhileDelivering.empty()) [[unlikely]]
-        deleteRemoved();
-}
-
 [[gnu::noinline]] void Route::deleteRemoved()
 {
-    for (Route* const route : removedWhileDelivering) {
+    while (Route* const route = cascade.removed) {
+        cascade.removed = route->_nextIn;
         if (route->_from != nullptr)
             Outgoing::remove(route->_from->_routesOut, route);
         delete route;
     }
-    removedWhileDelivering.clear();
+}
+
+/// While a route passes an event on: what receives it stays, and the route is not entered again. That ends loops of
+/// nodes which have no guard of their own.
+struct Route::Passing {
+    explicit Passing(Route& passing) : route(passing), hold(*passing._to->_node) { route._passing = true; }
+    ~Passing() { route._passing = false; }
+    Route& route;
+    NodeHold hold;
+};
+
+inline void Route::deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly)
+{
+    for (Route* route = from._routesOut; route != nullptr; route = route->_nextOut) {
+        Field& to = *route->_to;
+        if (route->_removed || route->_passing || !to.receive(timeStamp))
+            continue;
+        to.assignValue(from);
+        if (recordOnly) {
+            to.markChanged();
+            continue;
+        }
+        Passing const passing(*route);
+        to._node->fieldChanged(to, timeStamp, &from);
+    }
+}
+
+// On a stack of its own, with the same share left for the handling of one event.
+[[gnu::noinline]] void Route::deliverDeeper(Field& from, TimeStamp const& timeStamp, bool recordOnly)
+{
+    struct Back {
+        ~Back() { cascade.floor = floor; }
+        char* floor = cascade.floor;
+    } const back;
+    DeepStack::call([&](char* bottom) {
+        cascade.floor = bottom + stackShare;
+        deliver(from, timeStamp, recordOnly);
+    });
 }
 
 void Route::deliver(Field& from, TimeStamp const& timeStamp, bool recordOnly)
 {
-    if (nesting == 0)
-        ++cascade;
-    ++nesting;
-    try {
-        deliverAll(from, timeStamp, recordOnly);
-        if (nesting == 1 && !queued.empty()) [[unlikely]]
-            finishCascade();
-    } catch (...) {
-        // An observer ends the cascade.
-        if (nesting == 1)
-            queued.clear();
-        leave();
-        throw;
-    }
-    leave();
+    char* const here = static_cast<char*>(__builtin_frame_address(0));
+    Cascade& c = cascade;
+    if (c.nesting == 0)
+        c.floor = here - stackShare;
+    else if (here < c.floor) [[unlikely]]
+        return deliverDeeper(from, timeStamp, recordOnly);
+    // Also when an observer ends the cascade by throwing.
+    struct Entered {
+        explicit Entered(Cascade& entered) : all(entered) { ++all.nesting; }
+        ~Entered()
+        {
+            if (--all.nesting > 0)
+                return;
+            if (all.removed != nullptr) [[unlikely]]
+                deleteRemoved();
+            if (Leftovers::any()) [[unlikely]]
+                Leftovers::collect();
+        }
+        Cascade& all;
+    } const entered(c);
+    deliverAll(from, timeStamp, recordOnly);
 }
 
 } // namespace Zelvan

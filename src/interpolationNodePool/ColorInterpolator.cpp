@@ -8,10 +8,10 @@ BitVector<unsigned long> ColorInterpolator::keyValueMask(1ul << keyValueIndex);
 BitVector<unsigned long> ColorInterpolator::value_changedMask(1ul << value_changedIndex);
 
 NodePartDesc ColorInterpolator::_desc[2] = {
-    {keyValueIndex, keyValueMask, inputOutput, MFColorType, 1, "keyValue", nullptr, nullptr, nullptr,
+    {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFColor, 1, "keyValue", nullptr, nullptr, nullptr,
      "Output values for linear interopolation, each corresponding to time-fraction keys. Hint: number of "
      "keys must match number of keyValues!", 0},
-    {value_changedIndex, value_changedMask, outputOnly, SFColorType, 1, "value_changed", nullptr, nullptr,
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::SFColor, 1, "value_changed", nullptr, nullptr,
      nullptr,
      "Linearly interpolated output value determined by current key time and corresponding keyValue pair.", 0}};
 

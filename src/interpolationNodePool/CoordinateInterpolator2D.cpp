@@ -8,11 +8,11 @@ BitVector<unsigned long> CoordinateInterpolator2D::keyValueMask(1ul << keyValueI
 BitVector<unsigned long> CoordinateInterpolator2D::value_changedMask(1ul << value_changedIndex);
 
 NodePartDesc CoordinateInterpolator2D::_desc[2] = {
-    {keyValueIndex, keyValueMask, inputOutput, MFVec2fType, 1, "keyValue", nullptr, nullptr, nullptr,
+    {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFVec2f, 1, "keyValue", nullptr, nullptr, nullptr,
      "Output values for linear interpolation, each corresponding to time-fraction keys. Hint: number of "
      "keyValues must be an integer multiple of the number of keys! Hint: keyValue/key integer multiple "
      "defines how many coordinates are sent in value_changed outputOnlys.", 0},
-    {value_changedIndex, value_changedMask, outputOnly, MFVec2fType, 1, "value_changed", nullptr, nullptr,
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::MFVec2f, 1, "value_changed", nullptr, nullptr,
      nullptr,
      "Linearly interpolated output value determined by current key time and corresponding \"'keyValue\"' "
      "pair. Hint: keyValue/key integer multiple defines how many coordinates are sent in value_changed "

@@ -8,10 +8,10 @@ BitVector<unsigned long> EaseInEaseOut::easeInEaseOutMask(1ul << easeInEaseOutIn
 BitVector<unsigned long> EaseInEaseOut::modifiedFraction_changedMask(1ul << modifiedFraction_changedIndex);
 
 NodePartDesc EaseInEaseOut::_desc[2] = {
-    {easeInEaseOutIndex, easeInEaseOutMask, inputOutput, MFVec2fType, 1, "easeInEaseOut", nullptr, nullptr,
+    {easeInEaseOutIndex, easeInEaseOutMask, Access::inputOutput, Holds::MFVec2f, 1, "easeInEaseOut", nullptr, nullptr,
      nullptr,
      "value range corresponds to the key values", 0},
-    {modifiedFraction_changedIndex, modifiedFraction_changedMask, outputOnly, SFFloatType, 1,
+    {modifiedFraction_changedIndex, modifiedFraction_changedMask, Access::outputOnly, Holds::SFFloat, 1,
      "modifiedFraction_changed", nullptr, nullptr, nullptr,
      "resulting values", 0}};
 

@@ -14,7 +14,7 @@ void EaseInEaseOutProc::nodeChanged(TimeStamp const& timeStamp, BitVector<unsign
 
 void EaseInEaseOutProc::fieldChanged(EaseInEaseOut& node, Field& field, TimeStamp const& timeStamp, Field* from)
 {
-    if (indexOf(field) == EaseInEaseOut::set_fractionIndex)
+    if (fieldIndex(field) == EaseInEaseOut::set_fractionIndex)
         evaluate(*this, node, node._modifiedFraction_changed, timeStamp);
     else
         InterpolatorProc::fieldChanged(node, field, timeStamp, from);

@@ -7,6 +7,7 @@
 #include "interpolationNodePool/EaseInEaseOut.h"
 #include "interpolationNodePool/Interpolator.h"
 #include "interpolationNodePool/LinearInterpolator.h"
+#include "interpolationNodePool/NodePattern.h"
 #include "interpolationNodePool/NonlinearInterpolator.h"
 #include "interpolationNodePool/NormalInterpolator.h"
 #include "interpolationNodePool/OrientationInterpolator.h"
@@ -41,7 +42,7 @@ bool initInterpolationNodePool()
                             &SquadOrientationInterpolator::init, &TransformationInterpolator::init,
                             &VectorInterpolator::init})
         found = init();
-    return found;
+    return loadedWhole(ZELVAN_HERE) && found;
 }
 
 } // namespace Zelvan

@@ -8,9 +8,9 @@ BitVector<unsigned long> Interpolator::set_fractionMask(1ul << set_fractionIndex
 BitVector<unsigned long> Interpolator::keyMask(1ul << keyIndex);
 
 NodePartDesc Interpolator::_desc[2] = {
-    {set_fractionIndex, set_fractionMask, inputOnly, SFFloatType, 1, "set_fraction", nullptr, nullptr, nullptr,
+    {set_fractionIndex, set_fractionMask, Access::inputOnly, Holds::SFFloat, 1, "set_fraction", nullptr, nullptr, nullptr,
      "set_fraction selects input key for corresponding keyValue output.", 0},
-    {keyIndex, keyMask, inputOutput, MFFloatType, 1, "key", nullptr, nullptr, nullptr,
+    {keyIndex, keyMask, Access::inputOutput, Holds::MFFloat, 1, "key", nullptr, nullptr, nullptr,
      "Definition parameters for linear-interpolation function time intervals, in increasing order and "
      "corresponding to keyValues. Hint: number of keys must match number of keyValues!", 0}};
 

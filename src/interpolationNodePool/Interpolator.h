@@ -1,7 +1,5 @@
 #pragma once
 
-#include "base/Fields.h"
-#include "coreNodePool/TransCoder.h"
 #include "interpolationNodePool/NodePattern.h"
 
 namespace Zelvan {

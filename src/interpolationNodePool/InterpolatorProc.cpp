@@ -7,8 +7,8 @@
 
 namespace Zelvan {
 
-unsigned InterpolatorProc::_binSearchKeyIndexID = Context::createParamID(
-    "binSearchKeyIndex", "use binSearch to find the key value", "Interpolator", false);
+unsigned InterpolatorProc::_binSearchKeyIndexID = declareAtLoad(
+    "binSearchKeyIndex", "use binSearch to find the key value", "Interpolator");
 
 NodeProc::StringDic InterpolatorProc::_typeDic[6] = {{"linear", 2}, {"constant", 1}, {"cosine", 3},
                                                      {"cube", 4},   {"hermite", 5},  {"", 0}};
@@ -95,15 +95,15 @@ InterpolatorProc::FractionType InterpolatorProc::withoutInterval(unsigned keyVal
     unsigned const n = std::min(static_cast<unsigned>(node()._key._value.size()), keyValueCount);
     if (n == 0) {
         valuesPerKey = multiValue ? 0 : 1;
-        if (logs(osg::LOG_FATAL))
-            writeLog(osg::LOG_FATAL, place, "%s/%s: Not enough keys/KeyValues %d/%d; cannot calc. alpha\n",
-                     node().type()._name.c_str(), node().displayName().c_str(), static_cast<int>(n),
+        if (PoolLog::takes(osg::LOG_FATAL))
+            PoolLog::write(osg::LOG_FATAL, place, "%s/%s: Not enough keys/KeyValues %d/%d; cannot calc. alpha\n",
+                     typeNameOf(node()).c_str(), nameOf(node()).c_str(), static_cast<int>(n),
                      static_cast<int>(keyValueCount));
         return FractionNone;
     }
-    if (logs(osg::LOG_INFO))
-        writeLog(osg::LOG_INFO, place, "%s/%s: One key; cannot calc. alpha\n",
-                 node().type()._name.c_str(), node().displayName().c_str());
+    if (PoolLog::takes(osg::LOG_INFO))
+        PoolLog::write(osg::LOG_INFO, place, "%s/%s: One key; cannot calc. alpha\n",
+                 typeNameOf(node()).c_str(), nameOf(node()).c_str());
     valuesPerKey = multiValue ? keyValueCount : 1;
     index = 0;
     return FractionKey;
@@ -111,11 +111,11 @@ InterpolatorProc::FractionType InterpolatorProc::withoutInterval(unsigned keyVal
 
 void InterpolatorProc::fieldChanged(Interpolator& node, Field& field, TimeStamp const& timeStamp, Field* from)
 {
-    switch (indexOf(field)) {
+    switch (fieldIndex(field)) {
     case Interpolator::set_fractionIndex:
-        if (logs(osg::LOG_FATAL))
-            writeLog(osg::LOG_FATAL, ZELVAN_HERE, "Interpolator::_set_fractionSlot not handled %s\n",
-                     node.type()._name.c_str());
+        if (PoolLog::takes(osg::LOG_FATAL))
+            PoolLog::write(osg::LOG_FATAL, ZELVAN_HERE, "Interpolator::_set_fractionSlot not handled %s\n",
+                     typeNameOf(node).c_str());
         return;
     case Interpolator::keyIndex:
         return; // a new list takes effect at the next set_fraction

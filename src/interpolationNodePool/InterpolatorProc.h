@@ -1,6 +1,5 @@
 #pragma once
 
-#include "coreNodePool/TransCoderProc.h"
 #include "interpolationNodePool/NodePattern.h"
 
 namespace Zelvan {

@@ -1,12 +1,8 @@
 #pragma once
 
-#include "base/Field.h"
-#include "base/Log.h"
-#include "base/Node.h"
-#include "base/NodeNameSpace.h"
-#include "base/NodeProc.h"
-#include "base/NodeType.h"
 #include "interpolationNodePool/Export.h"
+#include "interpolationNodePool/Framework.h"
+#include "interpolationNodePool/PoolLog.h"
 
 #include <iterator>
 
@@ -14,6 +10,42 @@
 // only declare, or forward in one line, where a class name must be stamped.
 
 namespace Zelvan {
+
+// What the framework gives numbers for.
+
+/// How a field may be used.
+namespace Access {
+constexpr auto inputOnly = static_cast<NodePartType>(2);
+constexpr auto outputOnly = static_cast<NodePartType>(4);
+constexpr auto inputOutput = static_cast<NodePartType>(7);
+} // namespace Access
+
+/// The type of a field's value.
+namespace Holds {
+constexpr auto SFBool = static_cast<NodePartDataType>(1);
+constexpr auto SFColor = static_cast<NodePartDataType>(3);
+constexpr auto MFColor = static_cast<NodePartDataType>(4);
+constexpr auto SFFloat = static_cast<NodePartDataType>(9);
+constexpr auto MFFloat = static_cast<NodePartDataType>(10);
+constexpr auto SFMatrix4f = static_cast<NodePartDataType>(21);
+constexpr auto MFMatrix4f = static_cast<NodePartDataType>(22);
+constexpr auto SFRotation = static_cast<NodePartDataType>(25);
+constexpr auto MFRotation = static_cast<NodePartDataType>(26);
+constexpr auto SFString = static_cast<NodePartDataType>(27);
+constexpr auto SFVec2f = static_cast<NodePartDataType>(33);
+constexpr auto MFVec2f = static_cast<NodePartDataType>(34);
+constexpr auto SFVec3f = static_cast<NodePartDataType>(37);
+constexpr auto MFVec3f = static_cast<NodePartDataType>(38);
+} // namespace Holds
+
+/// Who publishes the pool's values.
+constexpr auto byProcessor = static_cast<Field::CallerType>(0);
+
+/// The field's index in its description; a value that no description has while there is none.
+inline unsigned fieldIndex(Field const& field)
+{
+    return field._desc ? field._desc->_index : ~0u;
+}
 
 /// What the 22 type records differ in; see NodeType for the meanings.
 struct TypeRecord {
@@ -27,8 +59,9 @@ struct TypeRecord {
 
 /// The record of a type with `partCount` own fields; `createNode` and `createProc` are null for abstract types.
 /// Returned as a prvalue: the record is built, and registered, in its final place.
-inline NodeType nodeType(TypeRecord const& record, NodeType::IsType isType, NodeType::CreateNode createNode,
-                         NodeType::CreateProc createProc, NodePartDesc* parts, unsigned partCount)
+inline NodeType nodeType(TypeRecord const& record, bool (*isType)(Node*),
+                         Node* (*createNode)(NodeType&, NodeNameSpace&, char const*),
+                         NodeProc* (*createProc)(NodeType&, Node&), NodePartDesc* parts, unsigned partCount)
 {
     return NodeType(theSceneNodeTypeFactory(), record.name, "InterpolationNodePool", record.parent,
                     record.aliasName, nullptr, "Interpolation", nullptr, record.status, record.description,
@@ -53,6 +86,11 @@ NodeType creatableType(TypeRecord const& record)
     return nodeType(record, &Class::isType, &Class::createNode, &Class::createProc, Class::_desc,
                     std::size(Class::_desc));
 }
+
+/// Declares a context parameter while the library is loaded, where nothing can be thrown: a failure is remembered.
+unsigned declareAtLoad(char const* name, char const* description, char const* group) noexcept;
+/// False, with a message, when memory was short while the library was loaded.
+bool loadedWhole(LogPlace const& place);
 
 /// Looks the class's type up again and logs the outcome; see `initInterpolationNodePool`.
 bool initType(NodeType const& type, LogPlace const& place);
@@ -83,17 +121,17 @@ inline void guardedFieldChanged(Class& node, Proc* proc, Field& field, TimeStamp
                                 LogPlace const& place)
 {
     BitVector<unsigned long> const& mask = field._desc ? field._desc->_mask : NodePart::_nullMask;
-    if (node._isChangingMask.intersects(mask)) [[unlikely]] {
-        if (logs(osg::LOG_INFO))
+    if (BitVector<unsigned long> const none(0); (node._isChangingMask & mask) != none) [[unlikely]] {
+        if (PoolLog::takes(osg::LOG_INFO))
             logReentry(node, field, place);
         return;
     }
     struct Changing {
         Changing(Node& changing, BitVector<unsigned long> const& bits) : _node(changing), _bits(bits)
         {
-            _node._isChangingMask.set(_bits);
+            _node._isChangingMask |= _bits;
         }
-        ~Changing() { _node._isChangingMask.clear(_bits); }
+        ~Changing() { _node._isChangingMask &= ~_bits; }
         Node& _node;
         BitVector<unsigned long> const& _bits;
     } const changing(node, mask);
@@ -107,7 +145,7 @@ template <class Proc, class NodeClass, class Output>
 inline void evaluate(Proc& proc, NodeClass& node, Output& output, TimeStamp const& timeStamp)
 {
     if (node.enabled() && proc.calculateValue(node._set_fraction._value, output._value))
-        output.processValueChange(timeStamp, Field::byProcessor);
+        output.processValueChange(timeStamp, byProcessor);
 }
 
 /// `fieldChanged` of the processors whose node has one list of values and one output: new values take effect
@@ -115,7 +153,7 @@ inline void evaluate(Proc& proc, NodeClass& node, Output& output, TimeStamp cons
 template <class Parent, class Proc, class NodeClass>
 inline void dispatchValueField(Proc& proc, NodeClass& node, Field& field, TimeStamp const& timeStamp, Field* from)
 {
-    switch (indexOf(field)) {
+    switch (fieldIndex(field)) {
     case NodeClass::set_fractionIndex:
         return evaluate(proc, node, node._value_changed, timeStamp);
     case NodeClass::keyValueIndex:

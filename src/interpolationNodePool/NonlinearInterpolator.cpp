@@ -7,7 +7,7 @@ namespace Zelvan {
 BitVector<unsigned long> NonlinearInterpolator::normalizeVelocityMask(1ul << normalizeVelocityIndex);
 
 NodePartDesc NonlinearInterpolator::_desc[1] = {
-    {normalizeVelocityIndex, normalizeVelocityMask, inputOutput, SFBoolType, 1, "normalizeVelocity", nullptr,
+    {normalizeVelocityIndex, normalizeVelocityMask, Access::inputOutput, Holds::SFBool, 1, "normalizeVelocity", nullptr,
      "FALSE", nullptr,
      "If the normalizeVelocity field has value TRUE, the keyVelocity values are normalized, thus converting "
      "them to tangency vectors. In this case, the vectors are normalized to produce smooth speed "

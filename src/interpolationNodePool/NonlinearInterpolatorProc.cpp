@@ -9,10 +9,10 @@ ZELVAN_PROC_BODY(NonlinearInterpolator, Interpolator)
 void NonlinearInterpolatorProc::fieldChanged(NodeClass& node, Field& field, TimeStamp const& timeStamp,
                                              Field* from)
 {
-    if (indexOf(field) != NodeClass::normalizeVelocityIndex)
+    if (fieldIndex(field) != NodeClass::normalizeVelocityIndex)
         return InterpolatorProc::fieldChanged(node, field, timeStamp, from);
-    if (logs(osg::LOG_FATAL))
-        writeLog(osg::LOG_FATAL, ZELVAN_HERE,
+    if (PoolLog::takes(osg::LOG_FATAL))
+        PoolLog::write(osg::LOG_FATAL, ZELVAN_HERE,
                  "NonlinearInterpolatorProc::fieldChanged(normalizeVelocity) not impl.\n");
 }
 

@@ -8,10 +8,10 @@ BitVector<unsigned long> OrientationInterpolator::keyValueMask(1ul << keyValueIn
 BitVector<unsigned long> OrientationInterpolator::value_changedMask(1ul << value_changedIndex);
 
 NodePartDesc OrientationInterpolator::_desc[2] = {
-    {keyValueIndex, keyValueMask, inputOutput, MFRotationType, 1, "keyValue", nullptr, nullptr, nullptr,
+    {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFRotation, 1, "keyValue", nullptr, nullptr, nullptr,
      "Output values for linear interpolation, each corresponding to time-fraction keys. Hint: number of "
      "keys must match number of keyValues!", 0},
-    {value_changedIndex, value_changedMask, outputOnly, SFRotationType, 1, "value_changed", nullptr, nullptr,
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::SFRotation, 1, "value_changed", nullptr, nullptr,
      nullptr,
      "Linearly interpolated output value determined by current key time and corresponding \"'keyValue\"' "
      "pair.", 0}};

@@ -12,7 +12,7 @@ bool OrientationInterpolatorProc::calculateValue(float const& fraction, Rotation
 {
     return interpolateOne(*this, fraction, node()._keyValue._value, value,
                           [this](Rotation& out, Rotation const& a, Rotation const& b, float t) {
-                              out.setQuaternion(slerp(a.quaternion(), b.quaternion(), t, _angle));
+                              setQuaternion(out, slerp(a.quaternion(), b.quaternion(), t, _angle));
                           });
 }
 

@@ -8,10 +8,10 @@ BitVector<unsigned long> PositionInterpolator3D::keyValueMask(1ul << keyValueInd
 BitVector<unsigned long> PositionInterpolator3D::value_changedMask(1ul << value_changedIndex);
 
 NodePartDesc PositionInterpolator3D::_desc[2] = {
-    {keyValueIndex, keyValueMask, inputOutput, MFVec3fType, 9, "keyValue", nullptr, nullptr, nullptr,
+    {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFVec3f, 9, "keyValue", nullptr, nullptr, nullptr,
      "Output values for linear interpolation, each corresponding to time-fraction keys. Hint: number of "
      "keys must match number of keyValues!", 0},
-    {value_changedIndex, value_changedMask, outputOnly, SFVec3fType, 9, "value_changed", nullptr, nullptr,
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::SFVec3f, 9, "value_changed", nullptr, nullptr,
      nullptr,
      "Linearly interpolated output value determined by current key time and corresponding \"'keyValue\"' "
      "pair.", 0}};

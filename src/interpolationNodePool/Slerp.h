@@ -1,11 +1,19 @@
 #pragma once
 
-#include "base/OpenSG.h"
+#include "interpolationNodePool/Framework.h"
 #include "interpolationNodePool/KeptAngle.h"
 
 #include <cmath>
 
 namespace Zelvan {
+
+/// Makes `rotation` that of the quaternion; the framework derives axis and angle when they are read.
+inline void setQuaternion(Rotation& rotation, osg::Quaternion const& quaternion)
+{
+    constexpr unsigned quaternionOnly = 2;
+    rotation._quaternion = quaternion;
+    rotation._state = quaternionOnly;
+}
 
 /// The two weights of a blend of unit quaternions, in double precision. Shoemake, "Animating Rotation with
 /// Quaternion Curves", SIGGRAPH 1985.

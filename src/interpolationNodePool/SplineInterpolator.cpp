@@ -7,7 +7,7 @@ namespace Zelvan {
 BitVector<unsigned long> SplineInterpolator::closedMask(1ul << closedIndex);
 
 NodePartDesc SplineInterpolator::_desc[1] = {
-    {closedIndex, closedMask, inputOutput, SFBoolType, 1, "closed", nullptr, "FALSE", nullptr,
+    {closedIndex, closedMask, Access::inputOutput, Holds::SFBool, 1, "closed", nullptr, "FALSE", nullptr,
      "specifies whether the interpolator should provide a closed loop, with continuous velocity vectors as "
      "the interpolator transitions from the last key to the first key. If the velocity vectors at the "
      "first and last keys are specified, the closed field is ignored. If the keyValues at the first and "

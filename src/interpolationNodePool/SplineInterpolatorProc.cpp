@@ -8,10 +8,10 @@ ZELVAN_PROC_BODY(SplineInterpolator, NonlinearInterpolator)
 
 void SplineInterpolatorProc::fieldChanged(NodeClass& node, Field& field, TimeStamp const& timeStamp, Field* from)
 {
-    if (indexOf(field) != NodeClass::closedIndex)
+    if (fieldIndex(field) != NodeClass::closedIndex)
         return NonlinearInterpolatorProc::fieldChanged(node, field, timeStamp, from);
-    if (logs(osg::LOG_FATAL))
-        writeLog(osg::LOG_FATAL, ZELVAN_HERE, "SplineInterpolatorProc::fieldChanged(closed) not impl.\n");
+    if (PoolLog::takes(osg::LOG_FATAL))
+        PoolLog::write(osg::LOG_FATAL, ZELVAN_HERE, "SplineInterpolatorProc::fieldChanged(closed) not impl.\n");
 }
 
 } // namespace Zelvan

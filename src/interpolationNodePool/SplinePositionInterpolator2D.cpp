@@ -8,9 +8,9 @@ BitVector<unsigned long> SplinePositionInterpolator2D::keyValueMask(1ul << keyVa
 BitVector<unsigned long> SplinePositionInterpolator2D::value_changedMask(1ul << value_changedIndex);
 
 NodePartDesc SplinePositionInterpolator2D::_desc[2] = {
-    {keyValueIndex, keyValueMask, inputOutput, MFVec2fType, 1, "keyValue", nullptr, nullptr, nullptr,
+    {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFVec2f, 1, "keyValue", nullptr, nullptr, nullptr,
      "keyValue field contains values for the target field, one complete set of values for each key", 0},
-    {value_changedIndex, value_changedMask, outputOnly, SFVec2fType, 1, "value_changed", nullptr, nullptr,
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::SFVec2f, 1, "value_changed", nullptr, nullptr,
      nullptr,
      "interpolation results for the given set_fraction value", 0}};
 

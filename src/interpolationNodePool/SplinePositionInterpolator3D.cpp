@@ -8,9 +8,9 @@ BitVector<unsigned long> SplinePositionInterpolator3D::keyValueMask(1ul << keyVa
 BitVector<unsigned long> SplinePositionInterpolator3D::value_changedMask(1ul << value_changedIndex);
 
 NodePartDesc SplinePositionInterpolator3D::_desc[2] = {
-    {keyValueIndex, keyValueMask, inputOutput, MFVec3fType, 1, "keyValue", nullptr, nullptr, nullptr,
+    {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFVec3f, 1, "keyValue", nullptr, nullptr, nullptr,
      "keyValue field contains values for the target field, one complete set of values for each key", 0},
-    {value_changedIndex, value_changedMask, outputOnly, SFVec3fType, 1, "value_changed", nullptr, nullptr,
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::SFVec3f, 1, "value_changed", nullptr, nullptr,
      nullptr,
      "interpolation results for the given set_fraction value", 0}};
 

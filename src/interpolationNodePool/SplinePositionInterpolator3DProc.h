@@ -1,6 +1,6 @@
 #pragma once
 
-#include "base/OpenSG.h"
+#include "interpolationNodePool/Framework.h"
 #include "interpolationNodePool/SplinePositionInterpolatorProc.h"
 
 namespace Zelvan {

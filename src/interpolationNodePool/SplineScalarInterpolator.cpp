@@ -8,9 +8,9 @@ BitVector<unsigned long> SplineScalarInterpolator::keyValueMask(1ul << keyValueI
 BitVector<unsigned long> SplineScalarInterpolator::value_changedMask(1ul << value_changedIndex);
 
 NodePartDesc SplineScalarInterpolator::_desc[2] = {
-    {keyValueIndex, keyValueMask, inputOutput, MFFloatType, 1, "keyValue", nullptr, nullptr, nullptr,
+    {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFFloat, 1, "keyValue", nullptr, nullptr, nullptr,
      "keyValue field contains values for the target field, one complete set of values for each key", 0},
-    {value_changedIndex, value_changedMask, outputOnly, SFFloatType, 1, "value_changed", nullptr, nullptr,
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::SFFloat, 1, "value_changed", nullptr, nullptr,
      nullptr,
      "interpolation results for the given set_fraction value", 0}};
 

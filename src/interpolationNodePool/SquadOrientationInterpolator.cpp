@@ -8,9 +8,9 @@ BitVector<unsigned long> SquadOrientationInterpolator::keyValueMask(1ul << keyVa
 BitVector<unsigned long> SquadOrientationInterpolator::value_changedMask(1ul << value_changedIndex);
 
 NodePartDesc SquadOrientationInterpolator::_desc[2] = {
-    {keyValueIndex, keyValueMask, inputOutput, MFRotationType, 1, "keyValue", nullptr, nullptr, nullptr,
+    {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFRotation, 1, "keyValue", nullptr, nullptr, nullptr,
      "keyValue field contains values for the target field, one complete set of values for each key", 0},
-    {value_changedIndex, value_changedMask, outputOnly, SFRotationType, 1, "value_changed", nullptr, nullptr,
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::SFRotation, 1, "value_changed", nullptr, nullptr,
      nullptr,
      "interpolation results for the given set_fraction value", 0}};
 

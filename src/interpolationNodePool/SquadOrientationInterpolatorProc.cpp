@@ -120,7 +120,7 @@ bool SquadOrientationInterpolatorProc::calculateValue(float const& fraction, Rot
         // The ends of the list lack a neighbour; their inner point is the key itself.
         osg::Quaternion const& s1 = i > 0 ? innerPoint(_inner[i % 2], key) : q1;
         osg::Quaternion const& s2 = i + 2 < n ? innerPoint(_inner[(i + 1) % 2], key + 1) : q2;
-        value.setQuaternion(squad(q1, q2, s1, s2, alpha, _angle));
+        setQuaternion(value, squad(q1, q2, s1, s2, alpha, _angle));
         return true;
     }
     case FractionKey:

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "base/OpenSG.h"
-#include "base/Rotation.h"
+#include "interpolationNodePool/Framework.h"
 #include "interpolationNodePool/KeptAngle.h"
 #include "interpolationNodePool/NonlinearInterpolatorProc.h"
 

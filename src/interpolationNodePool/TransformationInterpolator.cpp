@@ -11,19 +11,19 @@ BitVector<unsigned long> TransformationInterpolator::set_firstKeyValueMask(1ul <
 BitVector<unsigned long> TransformationInterpolator::set_lastKeyValueMask(1ul << set_lastKeyValueIndex);
 
 NodePartDesc TransformationInterpolator::_desc[5] = {
-    {keyValueIndex, keyValueMask, inputOutput, MFMatrix4fType, 9, "keyValue", nullptr, nullptr, nullptr,
+    {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFMatrix4f, 9, "keyValue", nullptr, nullptr, nullptr,
      "Output values for linear interpolation, each corresponding to a time-fraction key. Hint: number of "
      "keys must match number of keyValues!", 0},
-    {value_changedIndex, value_changedMask, outputOnly, SFMatrix4fType, 9, "value_changed", nullptr, nullptr,
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::SFMatrix4f, 9, "value_changed", nullptr, nullptr,
      nullptr,
      "Linearly interpolated output value determined by current key time and corresponding keyValue pair.", 0},
-    {modeIndex, modeMask, inputOutput, SFStringType, 9, "mode", nullptr, "matrix", "matrix, component",
+    {modeIndex, modeMask, Access::inputOutput, Holds::SFString, 9, "mode", nullptr, "matrix", "matrix, component",
      "Mode for the matrix interpolation. \"'matrix\"' interpolates the whole matrix, \"'component\"' "
      "independently interpolates the translation, scale and rotation component of the matrices.", 0},
-    {set_firstKeyValueIndex, set_firstKeyValueMask, inputOnly, SFMatrix4fType, 9, "set_firstKeyValue", nullptr,
+    {set_firstKeyValueIndex, set_firstKeyValueMask, Access::inputOnly, Holds::SFMatrix4f, 9, "set_firstKeyValue", nullptr,
      nullptr, nullptr,
      "Sets the first matrix value of the keyValue field.", 0},
-    {set_lastKeyValueIndex, set_lastKeyValueMask, inputOnly, SFMatrix4fType, 9, "set_lastKeyValue", nullptr,
+    {set_lastKeyValueIndex, set_lastKeyValueMask, Access::inputOnly, Holds::SFMatrix4f, 9, "set_lastKeyValue", nullptr,
      nullptr, nullptr,
      "Sets the last matrix value of the keyValue field.", 0}};
 

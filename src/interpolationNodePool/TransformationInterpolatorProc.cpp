@@ -17,7 +17,7 @@ void TransformationInterpolatorProc::fieldChanged(TransformationInterpolator& no
                                                   TimeStamp const& timeStamp, Field* from)
 {
     auto& keyValue = node._keyValue._value;
-    switch (indexOf(field)) {
+    switch (fieldIndex(field)) {
     case TransformationInterpolator::set_fractionIndex:
         if (_logCache.size() != keyValue.size())
             buildLogMat(-1);
@@ -60,8 +60,8 @@ void TransformationInterpolatorProc::buildLogMat(int index)
     } else if (static_cast<std::size_t>(index) < n) {
         _logCache[static_cast<std::size_t>(index)].logOf(keyValue[static_cast<std::size_t>(index)]);
     }
-    if (index >= 0 && static_cast<std::size_t>(index) >= n && logs(osg::LOG_FATAL))
-        writeLog(osg::LOG_FATAL, ZELVAN_HERE, "Matrix index out of range, %d\n", index);
+    if (index >= 0 && static_cast<std::size_t>(index) >= n && PoolLog::takes(osg::LOG_FATAL))
+        PoolLog::write(osg::LOG_FATAL, ZELVAN_HERE, "Matrix index out of range, %d\n", index);
 }
 
 bool TransformationInterpolatorProc::calculateValue(float const& fraction, osg::Matrix& value)
@@ -75,8 +75,8 @@ bool TransformationInterpolatorProc::calculateValue(float const& fraction, osg::
             interpolateMatrix(value, static_cast<int>(index), static_cast<int>(index + 1), alpha);
         else if (_modeCode == 2)
             interpolateComponent(value, static_cast<int>(index), static_cast<int>(index + 1), alpha);
-        else if (logs(osg::LOG_FATAL))
-            writeLog(osg::LOG_FATAL, ZELVAN_HERE, "Invalid mode in TI::calculateValue()\n");
+        else if (PoolLog::takes(osg::LOG_FATAL))
+            PoolLog::write(osg::LOG_FATAL, ZELVAN_HERE, "Invalid mode in TI::calculateValue()\n");
         break;
     case FractionKey:
         value = keyValue[index];

@@ -8,10 +8,10 @@ BitVector<unsigned long> VectorInterpolator::keyValueMask(1ul << keyValueIndex);
 BitVector<unsigned long> VectorInterpolator::value_changedMask(1ul << value_changedIndex);
 
 NodePartDesc VectorInterpolator::_desc[2] = {
-    {keyValueIndex, keyValueMask, inputOutput, MFFloatType, 9, "keyValue", nullptr, nullptr, nullptr,
+    {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFFloat, 9, "keyValue", nullptr, nullptr, nullptr,
      "Output values for linear interopolation, each corresponding to time-fraction keys. Hint: number of "
      "keys must match number of keyValues!", 0},
-    {value_changedIndex, value_changedMask, outputOnly, MFFloatType, 9, "value_changed", nullptr, nullptr,
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::MFFloat, 9, "value_changed", nullptr, nullptr,
      nullptr,
      "Linearly interpolated output value determined by current key time and corresponding keyValue pair.", 0}};
 

@@ -80,6 +80,15 @@ TEST(ValueChange, MarksTheNodesAboveOnce)
     child._flags = 0;
     child._in.markChanged();
     EXPECT_TRUE(child._flags != 0 && parent._flags == 0) << "no longer above";
+    Sink<SFFloat> late(scene._nodes);
+    {
+        Sink<SFFloat> gone(scene._nodes);
+        child.addParent(gone);
+    }
+    child.addParent(late);
+    EXPECT_EQ(late._flags, Node::childMarked) << "marked as if it had been there";
+    child.clearChanged();
+    child._in.markChanged();
 }
 
 // A node that passes on what it receives, and can drop a route while it is being used.
@@ -103,7 +112,7 @@ TEST(ValueChange, LogsFromFixedPlaces)
     LogCapture log(osg::LOG_INFO);
     Sender s(outputOnly, 9, Node::live);
     s.node._traceFlags = Node::trace;
-    s.node._isChangingMask.set(s.node._desc._mask);
+    s.node._isChangingMask |= s.node._desc._mask;
     s.node._in.processValueChange(1, Field::byProcessor);
     ASSERT_EQ(log.size(), 2u);
     EXPECT_EQ(log[0], (test::LogEntry{osg::LOG_LOG, "base/Field", 152, function,
@@ -172,10 +181,36 @@ TEST(Routes, ChainsOfAnyLengthArrive)
     ASSERT_EQ(chain.back()->_received.size(), 1u);
     EXPECT_EQ(chain.back()->_received[0], std::make_pair(3.0, 5.f));
 
-    // Nodes without a guard of their own: the cycle ends where routes have been used once.
+    // Nodes without a guard of their own: the cycle ends where it comes back to a route in use.
     Scene::route(chain.back()->_in, chain.front()->_in);
     chain.front()->_in.processValueChange(4, Field::byHost);
     EXPECT_LT(chain.front()->_received.size(), 3u);
+}
+
+TEST(Routes, KeepEveryEventInOrderHoweverDeep)
+{
+    struct Thrice : Relay {
+        using Relay::Relay;
+        void fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from) override
+        {
+            Sink::fieldChanged(field, timeStamp, from);
+            for (float const value : {1.f, 2.f, 3.f}) {
+                _in._value = value;
+                _in.processValueChange(timeStamp, Field::byHost);
+            }
+        }
+    };
+    Scene scene;
+    std::vector<std::unique_ptr<Relay>> chain;
+    for (std::size_t i = 0; i < 5000; ++i) {
+        chain.push_back(i == 4998 ? std::make_unique<Thrice>(scene._nodes) : std::make_unique<Relay>(scene._nodes));
+        if (i > 0)
+            Scene::route(chain[i - 1]->_in, chain[i]->_in);
+    }
+    chain.front()->_in.processValueChange(1, Field::byHost);
+    ASSERT_EQ(chain.back()->_received.size(), 3u);
+    for (std::size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(chain.back()->_received[i].second, static_cast<float>(i + 1));
 }
 
 TEST(Routes, NothingIsLeftOfACascadeThatAnObserverEnds)

@@ -1,4 +1,5 @@
 #include "base/NodeProc.h"
+#include "tests/LogCapture.h"
 #include "tests/Scene.h"
 
 namespace Zelvan {
@@ -73,6 +74,104 @@ TEST(Nodes, FieldsAreFoundWithAndWithoutSetAndChanged)
     for (unsigned index : {0u, 1u, 2u, 9u})
         node.unregField(index);
     EXPECT_EQ(node.findField("c"), nullptr);
+}
+
+TEST(NodeTypes, ASecondOneOfANameIsRefused)
+{
+    test::LogCapture log(osg::LOG_FATAL);
+    NodeTypeNameSpace types;
+    NodeType first = makeType(types, "One", "");
+    {
+        NodeType second = makeType(types, "One", "");
+        ASSERT_EQ(log.size(), 1u);
+        EXPECT_EQ(log[0].text, "Type One of pool is refused: pool has registered that name\n");
+        EXPECT_EQ(types.types().size(), 1u);
+    }
+    EXPECT_EQ(NodeTypeNameSpace::findType(&types, "One", searchExact), &first);
+    EXPECT_FALSE(NodeType::takeFailure());
+}
+
+TEST(NameSpaces, ForgetNodesThatGo)
+{
+    Scene scene;
+    auto* const first = new Sink<SFFloat>(scene._nodes);
+    auto* const second = new Sink<SFFloat>(scene._nodes);
+    scene._nodes.add(*first);
+    scene._nodes.add(*second);
+    EXPECT_EQ(scene._nodes.find("sink"), second);
+    second->_in.markChanged();
+    delete second;
+    EXPECT_EQ(scene._nodes.find("sink"), first) << "the one before has its name back";
+    scene._nodes.finishFrame(1);
+    first->ref();
+    scene._nodes.remove(*first);
+    scene._nodes.remove(*first); // not there
+    EXPECT_EQ(scene._nodes.find("sink"), nullptr);
+    EXPECT_TRUE(scene._nodes.nodes().empty());
+    first->unref();
+}
+
+// Every hook, where the thing happens.
+TEST(Processors, AreToldWhatHappensToTheirNodes)
+{
+    struct Told : SceneBaseNodeProc {
+        Told(NodeType& type, Node& node, std::string& log) : SceneBaseNodeProc(type, node), _log(log) {}
+        void setup(TimeStamp const&) override { _log += " setup"; }
+        void initialize(TimeStamp const&) override { _log += " initialize"; }
+        void attach(TimeStamp const& t) override { _log += " attach", SceneBaseNodeProc::attach(t); }
+        void detach(TimeStamp const& t) override { _log += " detach", SceneBaseNodeProc::detach(t); }
+        void shutdown(TimeStamp const&) override { _log += " shutdown"; }
+        void shutdown() const override { _log += " end"; }
+        void dispose(TimeStamp const&) override { _log += " dispose"; }
+        void childChanged(TimeStamp const&) override { _log += " childChanged"; }
+        void nodeChanged(TimeStamp const& t, BitVector<unsigned long> const& changed) override
+        {
+            _log += " nodeChanged:" + std::to_string(changed.bits()), SceneBaseNodeProc::nodeChanged(t, changed);
+        }
+        void childAdded(NodeLink&) override { _log += " childAdded"; }
+        void childRemoved(NodeLink&) override { _log += " childRemoved"; }
+        void parentAdded(NodeLink&) override { _log += " parentAdded"; }
+        void parentRemoved(NodeLink&) override { _log += " parentRemoved"; }
+        void fieldAdded(Field&) override { _log += " fieldAdded"; }
+        void fieldRemoved(Field&) override { _log += " fieldRemoved"; }
+        void routeAdded(Route&) override { _log += " routeAdded"; }
+        void routeRemoved(Route&) override { _log += " routeRemoved"; }
+        std::string& _log;
+    };
+    std::string log;
+    auto const told = [&log](char const* expected) { EXPECT_EQ(std::exchange(log, ""), expected); };
+    Scene scene;
+    auto* const node = new Sink<SFFloat>(scene._nodes, inputOutput);
+    Sink<SFFloat> other(scene._nodes);
+    scene._nodes.add(*node);
+    node->setProc(new Told(node->type(), *node, log));
+    told(" setup");
+    NodePartDesc desc(0, 1, inputOutput, SFFloatType, 1, "x", nullptr, nullptr, nullptr, "", 0);
+    NodeTypeNameSpace types;
+    NodeType type(types, "T", "", nullptr, nullptr, nullptr, "", nullptr, "", "", "", false, false, nullptr, nullptr,
+                  nullptr, &desc, 1);
+    SFFloat field{*node};
+    node->regField(field, type, 0, true);
+    Scene::route(field, other._in);
+    node->addParent(other);
+    other.addParent(*node);
+    told(" fieldAdded routeAdded parentAdded childAdded");
+    node->enter(0);
+    node->leave(1);
+    node->enter(2);
+    told(" initialize attach detach attach");
+    node->_in.markChanged();
+    other._in.markChanged();
+    scene._nodes.finishFrame(3);
+    EXPECT_TRUE(log == " childChanged nodeChanged:8") << log;
+    EXPECT_EQ(node->_changedMask.bits() + node->_flags, 0u);
+    log.clear();
+    scene._nodes.finishFrame(4);
+    node->removeParent(other);
+    node->unregField(0);
+    told(" parentRemoved fieldRemoved routeRemoved");
+    delete node;
+    told(" detach shutdown childRemoved dispose end");
 }
 
 } // namespace

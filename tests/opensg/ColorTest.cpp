@@ -44,7 +44,8 @@ Triple fromHSV(Triple hsv)
     float const sf = s * f;
     float const p = static_cast<float>(double(v) * (1.0 - double(s)));
     float const q = static_cast<float>(double(v) * (1.0 - double(sf)));
-    float const t = static_cast<float>(double(v) * (1.0 - double(s) * (1.0 - double(f))));
+    float const rest = s * (1 - f);
+    float const t = static_cast<float>(double(v) * (1.0 - double(rest)));
     Triple const sectors[6] = {{v, t, p}, {q, v, p}, {p, v, t}, {p, q, v}, {t, p, v}, {v, p, q}};
     return sectors[sector];
 }
@@ -70,13 +71,31 @@ TEST(Color, ConvertsToTheBit)
                 back.setValuesHSV(hsv.a, hsv.b, hsv.c);
                 ASSERT_TRUE(same(values(back), fromHSV(hsv))) << r << ' ' << g << ' ' << b;
             }
-    for (int i = 0; i <= 3600; ++i)
+    for (int i = -599; i <= 3600; ++i) // a hue just below 0 is in sector 0
         for (float s : grid) {
             float const hue = static_cast<float>(i) / 10;
             Color3f colour;
             colour.setValuesHSV(hue, s, 0.9f);
             ASSERT_TRUE(same(values(colour), fromHSV({hue, s, 0.9f}))) << hue << ' ' << s;
         }
+}
+
+// A NaN decides by its place: comparisons with it are false, and it counts as true.
+TEST(Color, OfNaNComponentsTheOrderDecides)
+{
+    float const nan = std::numeric_limits<float>::quiet_NaN();
+    struct {
+        Triple rgb;
+        float saturation, value; // NaN: is one
+    } const cases[] = {{{nan, 0.5f, 0.2f}, 0.6f, 0.5f}, {{0.5f, nan, 0.2f}, nan, nan}, {{0.5f, 0.2f, nan}, 0.6f, 0.5f},
+                       {{nan, nan, nan}, nan, nan},     {{0.2f, 0.5f, nan}, 0.6f, 0.5f}};
+    for (auto const& c : cases) {
+        Triple hsv;
+        Color3f(c.rgb.a, c.rgb.b, c.rgb.c).getValuesHSV(hsv.a, hsv.b, hsv.c);
+        auto const equal = [](float a, float b) { return a == b || (std::isnan(a) && std::isnan(b)); };
+        EXPECT_TRUE(equal(hsv.b, c.saturation) && equal(hsv.c, c.value)) << c.rgb.a << ' ' << c.rgb.b << ' ' << c.rgb.c
+                                                                         << ": " << hsv.b << ' ' << hsv.c;
+    }
 }
 
 } // namespace

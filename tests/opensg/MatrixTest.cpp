@@ -113,7 +113,7 @@ TEST(Matrix, MatricesWithoutLogarithmGiveNaN)
         {"point reflection", {-1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1, 0, 0, 0, 0, 1}, false},
         {"half turn, scaled unequally", {-1, 0, 0, 0, 0, -2, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, false},
         {"half turn, sheared", {-1, 1, 0, 0, 0, -1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, false},
-        {"half turn, stretched by more than its decimals", {-1, 0, 0, 0, 0, -1.0003f, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, false},
+        {"half turn, stretched beyond its digits", {-1, 0, 0, 0, 0, -1.0003f, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}, false},
         {"half turn, scaled along its axis", {-2, 0, 0, 3, 0, -2, 0, 5, 0, 0, 7, 6, 0, 0, 0, 1}, true},
         {"half turn in the other order", {-1, 0, 0, 3, 0, 1, 0, 5, 0, 0, -1, 6, 0, 0, 0, 1}, true},
         {"negated identity", {-1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1, 0, 0, 0, 0, -1}, true},
@@ -331,6 +331,25 @@ TEST(Matrix, MovesPointsByConvention)
     EXPECT_EQ(Matrix(2, 1, 3, 1, 4, 1, 0, 2, 1, 5, 2, 3, 7, 1, 1, 6).det(), 160) << "every minor counts";
     m.setScale(0);
     EXPECT_FALSE(Matrix(0, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1).inverse(other));
+}
+
+TEST(Quaternion, ProductsRoundAsOpenSGs)
+{
+    struct {
+        float a[4], b[4];
+        unsigned bits[4]; // computed step by step in single precision elsewhere
+    } const cases[] = {
+        {{0.1f, 0.2f, 0.3f, 0.9f}, {0.5f, -0.25f, 0.125f, 0.8f}, {0x3f282bf5, 0x3d9ad32c, 0x3e72ea2e, 0x3f362fa0}},
+        {{0.7f, 0.1f, -0.6f, 0.35f}, {-0.33f, 0.9f, 0.05f, 0.2f}, {0x3f160221, 0x3f032ccb, 0x3f13a33f, 0x3e7debc7}},
+        {{0, 0, 0, 1}, {0.6f, 0, 0.8f, 0}, {0x3f19999a, 0, 0x3f4ccccd, 0}}};
+    for (auto const& c : cases) {
+        osg::Quaternion a, b;
+        a.setValueAsQuat(c.a);
+        b.setValueAsQuat(c.b);
+        a.mult(b);
+        for (unsigned i = 0; i < 4; ++i)
+            EXPECT_EQ(std::bit_cast<unsigned>(a[i]), c.bits[i]) << i;
+    }
 }
 
 } // namespace

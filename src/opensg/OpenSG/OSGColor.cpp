@@ -1,6 +1,5 @@
 #include "OpenSG/OSGColor.h"
 
-#include <algorithm>
 #include <cmath>
 #include <iostream>
 
@@ -16,7 +15,8 @@ void Color3<Real32>::convertToHSV(Real32 const* rgb, Real32& hue, Real32& satura
     bool const redLeads = red > green;
     bool const blueLargest = blue > (redLeads ? red : green);
     Real32 const largest = blueLargest ? blue : redLeads ? red : green;
-    Real32 const smallest = std::min({red, green, blue});
+    // Written out, as above: a NaN decides by its place.
+    Real32 const smallest = red < green ? (blue < red ? blue : red) : (blue < green ? blue : green);
     Real32 const delta = largest - smallest;
 
     value = largest;
@@ -47,7 +47,7 @@ void Color3<Real32>::convertFromHSV(Real32* rgb, Real32 hue, Real32 saturation, 
         return set(value, value, value);
 
     Real32 const turn = static_cast<Real32>((hue == 360.f ? 0.0 : hue) / 60.0);
-    Real32 const sector = std::floor(turn);
+    Real32 const sector = std::trunc(turn); // also of a negative hue
     // Compared as a number: a NaN or an infinity has no integer to switch on.
     if (!(sector >= 0 && sector <= 5)) {
         std::cerr << "ERROR i not in [0, 5] in Color::setHSV()!" << std::endl;
@@ -56,7 +56,7 @@ void Color3<Real32>::convertFromHSV(Real32* rgb, Real32 hue, Real32 saturation, 
     Real32 const f = turn - sector;
     Real32 const p = static_cast<Real32>(value * (1.0 - saturation));
     Real32 const q = static_cast<Real32>(value * (1.0 - saturation * f));
-    Real32 const t = static_cast<Real32>(value * (1.0 - saturation * (1.0 - f)));
+    Real32 const t = static_cast<Real32>(value * (1.0 - saturation * (1 - f)));
     switch (static_cast<int>(sector)) {
     case 0: return set(value, t, p);
     case 1: return set(q, value, p);

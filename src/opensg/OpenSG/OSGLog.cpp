@@ -149,6 +149,8 @@ void Log::end()
 
 void doInitLog()
 {
+    static std::mutex once; // threads may write their first entries at the same time
+    std::lock_guard const lock(once);
     if (osgLogP != nullptr)
         return;
     // Both live as long as the process: the last destructors may still log.

@@ -6,6 +6,7 @@
 #include "player/drawing/Pictures.h"
 
 #include <filesystem>
+#include <iostream>
 #include <map>
 #include <optional>
 #include <set>
@@ -37,6 +38,12 @@ void requireFormats(std::vector<std::pair<std::string, std::string>> const& outp
 }
 
 } // namespace
+
+bool isSameFile(std::string const& input, std::string const& output)
+{
+    auto const identity = identityOf(input, STDIN_FILENO);
+    return identity && identity == identityOf(output, STDOUT_FILENO);
+}
 
 void requireOwnFiles(std::vector<std::string> const& outputs, OpenedScene const& opened)
 {
@@ -104,6 +111,8 @@ bool Outputs::finish(Clock const* clock, std::vector<Curve> const& curves, Pictu
     write(_options.svg, writeSvg);
     write(_options.png, writePng);
     write(_options.html, writeHtml);
+    if (clock != nullptr && (_options.pictures() || !_writers.empty()))
+        writeWhyStill(std::cerr, *_opened.scene, _recorder, *clock);
     for (std::string const* const path : {&_options.csv, &_options.jsonLines, &_options.svg, &_options.png, &_options.html})
         if (*path == "-")
             return false;

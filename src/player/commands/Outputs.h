@@ -29,6 +29,9 @@ private:
     std::vector<std::unique_ptr<EventWriter>> _writers;
 };
 
+/// Whether two paths lead to one file; "-" as an output is what standard output leads to.
+bool isSameFile(std::string const& input, std::string const& output);
+
 /// Usage failure when two outputs are one file, or one is a file that the scene was read from or the pool, under
 /// whatever name. To be asked before anything is written.
 void requireOwnFiles(std::vector<std::string> const& outputs, OpenedScene const& opened);

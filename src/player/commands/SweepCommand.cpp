@@ -2,6 +2,7 @@
 #include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Report.h"
+#include "player/commands/Sweeping.h"
 #include "player/commands/Tables.h"
 #include "player/drawing/Pictures.h"
 #include "player/scene/Utf8.h"
@@ -87,47 +88,31 @@ void writeKeys(std::ostream& out, Recorder const& recorder)
 void sweep(Session& session, SweepOptions const& options)
 {
     OpenedScene const opened(session, options.scene);
-    Scene& scene = *opened.scene;
-    // Each curve by itself: what one interpolator sends must not change another one.
-    for (SceneRoute const& route : scene.routes)
-        if (route.route != nullptr)
-            Route::remove(*route.route);
-    scene.goLive();
-
     Recorder::Options recording;
     recording.arrivals = false;
     recording.keepSamples = options.output.pictures() || options.atKeys;
-    recording.mostKept = options.scene.limits.values;
+    recording.mostKept = opened.limits.values;
     recording.statistics = shownRows;
     recording.outlineSteps = curveSteps;
     recording.axisBegin = options.from.value_or(0);
     recording.axisEnd = options.to.value_or(1);
     recording.nodes = options.nodes;
-    Recorder recorder(scene, recording);
+    Recorder recorder(*opened.scene, recording);
     Outputs outputs(options.output, opened, recorder, "fraction");
 
     std::vector<Curve> curves;
-    for (SceneNode const& node : scene.sceneNodes) {
-        Track const* const track = recorder.trackOf(node);
-        if (track == nullptr)
-            continue;
-        std::vector<float> const keys = static_cast<MFFloat*>(fieldOf(node, "key"))->_value;
-        auto& fraction = static_cast<SFFloat&>(*fieldOf(node, "set_fraction"));
-        recorder.only = &node;
-        for (float const f : fractionsFor(keys, options)) {
-            recorder.beginFrame();
-            fraction._value = f;
-            node.node->fieldChanged(fraction, f, nullptr);
-        }
-        if (recording.keepSamples && !track->times.empty())
-            curves.push_back({track, {keys.begin(), keys.end()}, {}});
-    }
+    auto const keysOf = [](SceneNode const& node) -> std::vector<float> const& {
+        return static_cast<MFFloat*>(fieldOf(node, "key"))->_value;
+    };
+    sweepAll(*opened.scene, recorder, [&](SceneNode const& node) { return fractionsFor(keysOf(node), options); });
+    for (Track const& track : recorder.tracks())
+        if (recording.keepSamples && !track.times.empty())
+            curves.push_back({&track, {keysOf(*track.node).begin(), keysOf(*track.node).end()}, {}});
 
     recorder.finish();
     if (outputs.finish(nullptr, curves, PictureOptions()) && options.atKeys)
         writeKeys(std::cout, recorder);
-    if (opened.diagnostics.errors() > 0)
-        session.status = exitScene;
+    session.status = opened.status();
 }
 
 } // namespace

@@ -1,30 +1,16 @@
-#include "tests/player/Files.h"
+#include "tests/player/commands/Play.h"
 
 #include "player/scene/Utf8.h"
 
 #include <gmock/gmock.h>
 #include <set>
 #include <sstream>
-#include <sys/wait.h>
 
 namespace Zelvan::play::test {
 namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
-
-struct Result {
-    int status;
-    std::string out, err;
-};
-
-/// Runs the program in a folder; the command line is a shell's.
-Result play(Folder const& folder, std::string const& arguments, std::string const& before = "")
-{
-    std::string const command = "cd '" + folder.path("") + "' && " + before + " '" ZELVAN_PLAY "' " + arguments + " >.out 2>.err";
-    int const status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), folder.read(".out"), folder.read(".err")};
-}
 
 std::string const chain = R"(<TimeSensor DEF='Clock' cycleInterval='2' loop='true'/><TimeSensor DEF='Idle'/>
     <ScalarInterpolator DEF='A' key='0 1' keyValue='0 0.5'/><ColorInterpolator DEF='B' key='0 1' keyValue='1 0 0 0 0 1'/>
@@ -60,7 +46,15 @@ TEST(Program, EndsWithTheStatusThatTellsWhoIsAtFault)
         {"run good.x3d --fps 0", 2, "fps above 0"},
         {"run good.x3d --start Nobody", 2, "no TimeSensor is named \"Nobody\"; there are: Clock, Idle"},
         {"run good.x3d --nonsense", 2, ""},
-        {"fly good.x3d", 2, ""},
+        {"run good.x3d --start clokc", 2, "no TimeSensor is named \"clokc\"; did you mean \"Clock\"?"},
+        {"run good.x3d --inject clock.loop=true", 2, "no node is named \"clock\"; did you mean \"Clock\"?"},
+        {"run good.x3d --ftp 3", 2, "--ftp 3; did you mean \"--fps\"?"},
+        {"run good.x3d --now yesterday", 2, "--now: expected seconds since 1970, or a date such as 2026-11-25T14:30"},
+        {"fly good.x3d", 2, "there is no command \"fly\"; there are: run, sweep"},
+        {"exprot good.x3d", 2, "there is no command \"exprot\"; did you mean \"export\"?"},
+        {"check --only key-ordre good.x3d", 2, "there is no code \"key-ordre\"; did you mean \"key-order\"?"},
+        {"good.x3d --svg curves.svg", 0, ""},
+        {"--strict ./good.x3d", 0, ""},
         {"", 2, ""},
     };
     for (Case const& c : cases) {
@@ -276,6 +270,30 @@ TEST(Program, ShowsTheNodesAndFormatsItIsAskedFor)
         EXPECT_EQ(play(folder, "run s.x3d " + wrong).status, 2) << wrong;
     EXPECT_EQ(play(folder, "run s.x3d --png a.png").status, 0);
     EXPECT_THAT(folder.read("a.png"), StartsWith("\x89PNG"));
+}
+
+TEST(Program, TellsWhyNothingMovesAndWhatIsNotRun)
+{
+    Folder const folder;
+    folder.add("still.x3d", x3d("<TouchSensor DEF='Touch'/><TimeSensor DEF='Clock' enabled='false'/><Script DEF='Brain'/>"
+                                "<ScalarInterpolator DEF='A' key='0 1' keyValue='0 1'/><Transform DEF='Box'/>"
+                                "<ROUTE fromNode='Touch' fromField='isOver' toNode='Clock' toField='enabled'/>"
+                                "<ROUTE fromNode='Touch' fromField='isOver' toNode='Clock' toField='nothing'/>"
+                                "<ROUTE fromNode='Clock' fromField='fraction_changed' toNode='A' toField='set_fraction'/>"
+                                "<ROUTE fromNode='A' fromField='value_changed' toNode='Brain' toField='x'/>"
+                                "<ROUTE fromNode='Brain' fromField='y' toNode='Box' toField='translation'/>"));
+    std::string const why = "TimeSensor Clock waits to be enabled by Touch.isOver (--start Clock)\n"
+                            "Script Brain is not run (still.x3d:3:";
+    std::string const moved = "): Box.translation would get events from it\n";
+    for (char const* const command : {"export still.x3d", "export still.x3d --format jsonl", "run still.x3d --csv -", "run still.x3d --svg a.svg"}) {
+        Result const result = play(folder, command);
+        EXPECT_EQ(result.status, 0) << command;
+        EXPECT_THAT(result.err, AllOf(HasSubstr("still.x3d: nothing moves\n" + why), HasSubstr(moved))) << command;
+    }
+    EXPECT_THAT(play(folder, "export still.x3d --start Clock").err, testing::Not(HasSubstr("nothing moves")));
+    Result const run = play(folder, "still.x3d --start-all");
+    EXPECT_THAT(run.out, AllOf(HasSubstr("1 TimeSensor, 4 routes, "), HasSubstr(moved)));
+    EXPECT_THAT(run.err, testing::Not(HasSubstr("nothing moves")));
 }
 
 TEST(Program, TellsTheAngleOfAMatrixByTheShorterWay)

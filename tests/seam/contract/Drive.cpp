@@ -1,0 +1,124 @@
+// Drives all node types of the pool through their records, in both searches, and prints every value that is sent and
+// every message. Linked with one framework or another; what is printed must be the same.
+
+#include "Host.h"
+
+#include <OpenSG/OSGLog.h>
+
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <random>
+#include <vector>
+
+namespace Zelvan {
+
+bool initInterpolationNodePool();
+
+void Host::sent(char const* field, double time, std::string const& bin)
+{
+    std::printf("%s %.17g", field, time);
+    for (std::size_t i = 0; i + 4 <= bin.size(); i += 4) {
+        unsigned word;
+        std::memcpy(&word, bin.data() + i, 4);
+        std::printf(" %08x", word);
+    }
+    std::putchar('\n');
+}
+
+namespace {
+
+struct Case {
+    char const* type;
+    unsigned list;  ///< index of the values
+    unsigned width; ///< floats of one value
+    bool blocks;    ///< several values for each key
+} const cases[] = {
+    {"ColorInterpolator", 5, 3, false},          {"CoordinateInterpolator2D", 5, 2, true},
+    {"CoordinateInterpolator3D", 5, 3, true},    {"EaseInEaseOut", 5, 2, false},
+    {"NormalInterpolator", 5, 3, true},          {"OrientationInterpolator", 5, 9, false},
+    {"PositionInterpolator2D", 5, 2, false},     {"PositionInterpolator3D", 5, 3, false},
+    {"ScalarInterpolator", 5, 1, false},         {"SplinePositionInterpolator2D", 7, 2, false},
+    {"SplinePositionInterpolator3D", 7, 3, false}, {"SplineScalarInterpolator", 7, 1, false},
+    {"SquadOrientationInterpolator", 6, 9, false}, {"TransformationInterpolator", 5, 16, false},
+    {"VectorInterpolator", 5, 1, true},
+};
+constexpr unsigned fractionIndex = 3, keyIndex = 4, modeIndex = 7;
+
+std::mt19937 random;
+float number()
+{
+    return static_cast<float>(random() % 4001) / 1000 - 2;
+}
+template <class T>
+std::string words(std::vector<T> const& values)
+{
+    return {reinterpret_cast<char const*>(values.data()), values.size() * sizeof(T)};
+}
+
+std::string value(unsigned width)
+{
+    std::vector<float> floats(width);
+    for (float& f : floats)
+        f = number();
+    std::string bin = words(floats);
+    if (width == 9) { // the quaternion is derived from axis and angle
+        unsigned const axisAngleOnly = 1;
+        std::memcpy(bin.data() + 32, &axisAngleOnly, 4);
+    } else if (width == 16) {
+        for (int i : {3, 7, 11, 15})
+            floats[static_cast<std::size_t>(i)] = i == 15;
+        for (std::size_t i : {0, 5, 10})
+            floats[i] += 5;
+        bin = words(floats);
+    }
+    return bin;
+}
+
+void drive(Host& host, Case const& c, unsigned keys)
+{
+    std::vector<float> key(keys);
+    for (unsigned i = 0; i < keys; ++i)
+        key[i] = static_cast<float>(i) / static_cast<float>(keys > 1 ? keys - 1 : 1);
+    if (keys > 5)
+        key[4] = key[3];
+    std::string list;
+    for (unsigned i = 0; i < keys * (c.blocks ? 5 : 1); ++i)
+        list += value(c.width);
+    host.change(keyIndex, words(key), 0);
+    host.change(c.list, list, 0);
+    std::vector<float> fractions = key;
+    for (float const f : {-1.f, 2.f, NAN, -0.f})
+        fractions.push_back(f);
+    for (int i = 0; i < 60; ++i)
+        fractions.push_back(i < 40 ? static_cast<float>(i) / 39 : std::abs(number()) / 2);
+    for (std::size_t i = 0; i < fractions.size(); ++i)
+        host.change(fractionIndex, words(std::vector{fractions[i]}), static_cast<double>(i) / 7);
+}
+
+} // namespace
+} // namespace Zelvan
+
+int main()
+{
+    using namespace Zelvan;
+    osg::osgLog().setLogLevel(osg::LOG_INFO);
+    osg::osgLog().setStream(std::cout);
+    std::cout << std::boolalpha << initInterpolationNodePool() << std::endl;
+    for (bool const binary : {false, true}) {
+        Host host(binary);
+        for (Case const& c : cases)
+            for (unsigned const keys : {0u, 1u, 2u, 7u, 40u}) {
+                std::printf("%s %u %d\n", c.type, keys, binary);
+                std::fflush(stdout);
+                host.create(c.type);
+                drive(host, c, keys);
+                if (std::string(c.type) == "TransformationInterpolator" && keys > 0) {
+                    host.change(modeIndex, "component", 0);
+                    drive(host, c, keys);
+                }
+                std::fflush(stdout);
+            }
+    }
+}
