@@ -29,7 +29,7 @@ _zelvan_play()
             -- "${current#"$earlier"}"))
         return
         ;;
-    --pool | --csv | --jsonl | --svg | --html | -o | --output)
+    --pool | --csv | --jsonl | --svg | --png | --html | -o | --output)
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return
