@@ -33,7 +33,7 @@ _zelvan_play()
         COMPREPLY=($(compgen -W "$("$program" check --codes 2>/dev/null | awk 'NR > 1 {print $1}')" -- "$current"))
         return
         ;;
-    --pool | --config | --csv | --jsonl | --svg | --html | -o | --output)
+    --pool | --config | --csv | --jsonl | --svg | --png | --html | -o | --output)
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return

@@ -46,6 +46,16 @@ TEST(Utf8, AStrangersTextActsOnNothing)
     }
 }
 
+TEST(Utf8, TakesTheColumnsOfATerminal)
+{
+    EXPECT_EQ(displayWidth("Ball"), 4u);
+    EXPECT_EQ(displayWidth("球 é e\u0301"), 6u);
+    EXPECT_EQ(fitted("a球球", 5), "a球球");
+    EXPECT_EQ(fitted("a球球", 4), "a球…");
+    EXPECT_EQ(fitted("a球球", 3), "a…");
+    EXPECT_EQ(fitted("e\u0301xyz", 2), "e\u0301…");
+}
+
 TEST(Diagnostics, CannotBeForgedByAName)
 {
     std::ostringstream out;
