@@ -14,6 +14,7 @@
 namespace {
 
 using osg::Matrix, osg::Quaternion, osg::Vec3f;
+using Zelvan::DecomposableMatrix;
 // The references are computed in long double.
 using Real = long double;
 using Reference = Eigen::Matrix<Real, 4, 4>;
@@ -252,8 +253,8 @@ TEST(Matrix, ExponentialAndDecompositionsAreExact)
         Matrix Q, S, SO;
         Vec3f k;
         float det = 0;
-        Zelvan::DecomposableMatrix(m).polarDecompose(Q, S, det);
-        Zelvan::DecomposableMatrix(S).spectralDecompose(SO, k);
+        DecomposableMatrix(m).polarDecompose(Q, S, det);
+        DecomposableMatrix(S).spectralDecompose(SO, k);
         // A denormal's own rounding is no error of ours.
         Real const rounding = 3e-45L / size;
         polar(largest(exact(Q) * exact(S) - exact(m)) / size - rounding);
