@@ -182,6 +182,15 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     scene("long-type", "<" + std::string(million / 2, 'a') + " DEF='U'/>" + numbered(2000, scalars + route("U", "S#")));
     file("gzip-lines", packed(times(100 * million, "\n")));
     scene("many-defs", times(million / 20, "<Group DEF='N'/>"));
+    file("vrml-gzip-list", packed("#VRML V2.0 utf8\nX { a [" + times(limited ? 50 * million : million, "1 ") + "] }"));
+    classic("vrml-strings", "X { a [" + times(million, "\"\" ") + "] }");
+    classic("vrml-elements", times(2 * million, "X{}"));
+    classic("vrml-attributes", "X { " + numbered(million / 3, "a# 1 ") + "}");
+    classic("vrml-exponents", "X { a [" + times(million, "1e#.e-0x") + "] }");
+    classic("vrml-header", times(million, " V"));
+    classic("vrml-routes", times(million / 20, "ROUTE A.b TO C.d "));
+    classic("vrml-is", "PROTO P [ field SFFloat a 1 ] { S { " + numbered(million / 20, "f# IS a ") + "} } P { }");
+    classic("vrml-protos", numbered(million / 10, "PROTO P# [ ] { X { } } P# { } "));
     scene("many-sensors", numbered(million / 100, "<TimeSensor DEF='T#' loop='true' cycleInterval='0.0#1'/>"));
     scene("fast-sensors", numbered(million / 20, "<TimeSensor loop='true' cycleInterval='1e-9'/>"));
     scene("waiting-sensors", numbered(million / 20, "<TimeSensor DEF='T#' cycleInterval='1e-9'/>"));
