@@ -319,7 +319,7 @@ std::vector<CheckCode> const& checkCodes()
          .meaning = "An interpolator is driven, but no ROUTE takes its output anywhere. A note in a PROTO or an "
                     "Inline, which may leave it to its user.",
          .why = "What it should move stands still.",
-         .bad = fading("<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>"),
+         .bad = looping + "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n" + drive("Fade"),
          .good = fading("<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>"),
          .fix = Fix::none, .how = "A ROUTE from its value_changed to the field that it shall move."},
         {.code = "route-loop", .severity = warning, .title = "ROUTEs in a circle",

@@ -1,7 +1,7 @@
 #include "player/commands/Options.h"
 
-#include "player/playing/Moment.h"
 #include "player/commands/Settings.h"
+#include "player/playing/Moment.h"
 #include "player/scene/Values.h"
 
 #include <CLI/CLI.hpp>

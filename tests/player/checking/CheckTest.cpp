@@ -176,11 +176,11 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
         // 179.99 degrees with four decimals are no long turn and not rough; 175 with two are, and of a half turn with
         // two there is no logarithm.
         {loop + node("Transformation", "S", "0 1", identity + "-0.8571 0.2859 0.4285 0 0.2856 -0.4286 0.8572 0 0.4287 "
-                                                              "0.8571 0.2857 0 0 0 0 1"), {}},
+                                                              "0.8571 0.2857 0 0 0 0 1"), {"note loop-jump"}},
         {loop + node("Transformation", "S", "0 1", identity + "-0.85 0.36 0.38 0 0.22 -0.43 0.88 0 0.47 0.83 0.29 0 "
-                                                              "0 0 0 1"), {"warning matrix-rough"}},
+                                                              "0 0 0 1"), {"note loop-jump", "warning matrix-rough"}},
         {loop + node("Transformation", "S", "0 1", identity + "-0.86 0.29 0.43 0 0.29 -0.43 0.86 0 0.43 0.86 0.29 0 "
-                                                              "0 0 0 1"), {"error matrix-no-log"}},
+                                                              "0 0 0 1"), {"note loop-jump", "error matrix-no-log"}},
         // Instances of a PROTO have one place in the file; a node that only passes events on is no driver.
         {"<ProtoDeclare name='P'><ProtoBody><ScalarInterpolator key='0'/></ProtoBody></ProtoDeclare>"
          "<ProtoInstance name='P'/><ProtoInstance name='P'/>", {"note undriven", "note no-values"}},
