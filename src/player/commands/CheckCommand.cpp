@@ -140,11 +140,11 @@ public:
     Check(Session& session, CheckCommandOptions const& options)
         : _session(session), _options(options), _scenes(scenesOf(options.scenes))
     {
+        if (_scenes.empty()) // a pipeline that looks into the wrong folder must not pass
+            throw Failure(exitUsage, "check: there is no scene in \"" + options.scenes.front() + '"');
         SettingsFiles files(session.config, session.noConfig);
         for (std::string const& scene : _scenes)
             applyCommandLine(options, session, _settings.emplace_back(files.forScene(scene)));
-        if (_scenes.empty())
-            applyCommandLine(options, session, _settings.emplace_back(files.forScene("-")));
         Settings const& first = _settings.front(); // what is one for all
         _jobs = first.jobs.value != 0 ? first.jobs.value : std::max(1u, std::thread::hardware_concurrency());
         _format = findingFormat(first.format.value, options.edit.output.empty() && styledOutput(STDOUT_FILENO));
@@ -181,7 +181,6 @@ Answer Check::answerTo(CheckedFile const& checked, std::size_t number) const
 Answer Check::answer(std::size_t number) const
 {
     Settings const& settings = _settings[number];
-    showLog(_session.logLevel, _session.logGiven);
     CheckedFile const checked =
         checkFile(_session, _scenes[number], _options.limits.over(settings), settings.checkOptions());
     Answer answer = answerTo(checked, number);
@@ -223,6 +222,7 @@ void Check::run()
     } else {
         // What a file logs stands together, whoever checks the next one.
         auto const work = [this](std::size_t number) {
+            forgetShown(_session.logLevel);
             std::ostringstream errors;
             std::streambuf* const usual = std::cerr.rdbuf(errors.rdbuf());
             Answer result = answer(number);

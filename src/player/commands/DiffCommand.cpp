@@ -1,3 +1,4 @@
+#include "player/commands/OutputFile.h"
 #include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Tables.h"
@@ -27,7 +28,7 @@ struct DiffOptions {
 std::vector<Track> record(OpenedScene const& opened, TimeOptions const& time)
 {
     Recorder recorder(*opened.scene, {.keepSamples = true, .mostKept = opened.limits.values});
-    Clock clock(*opened.scene);
+    Clock clock(*opened.scene, time.now);
     playFrames(clock, recorder, prepare(clock, time, opened.settings).frames(), opened.limits.values);
     recorder.finish();
     return recorder.tracks();

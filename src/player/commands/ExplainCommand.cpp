@@ -96,7 +96,7 @@ void explain(Session const& session, std::string const& name)
     example("Bad:", code.bad);
     example("Good:", code.good);
     char const* const safety = code.fix == Fix::safe ? "zelvan-play check --fix mends it, and what is played stays the same bit for bit. "
-        : code.fix == Fix::unsafe                    ? "zelvan-play check --fix --unsafe mends it, and what is played may change. "
+        : code.fix == Fix::unsafe                    ? "zelvan-play check --fix --unsafe-fixes mends it, and what is played may change. "
                                                      : "No fix by the program. ";
     paragraph(safety + std::string(code.how));
     out.commit();

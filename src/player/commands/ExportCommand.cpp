@@ -17,6 +17,7 @@ namespace {
 struct ExportOptions {
     SceneOptions scene;
     TimeOptions time;
+    std::vector<std::string> nodes;
     std::string format = "csv", output = "-";
     std::optional<double> rate;
     bool atKeys = false, events = false;
@@ -128,6 +129,7 @@ void exportScene(Session& session, ExportOptions const& options)
     Recorder::Options recording;
     recording.keepSamples = !lines;
     recording.mostKept = opened.limits.values;
+    recording.nodes = options.nodes;
     Recorder recorder(*opened.scene, recording);
     if (lines) {
         EventWriter writer(options.output, EventWriter::jsonLines, "time");
@@ -154,6 +156,7 @@ void addExportCommand(CLI::App& app, Session& session)
     CLI::App& command = *app.add_subcommand("export", "Write all recorded values as data");
     addSceneOptions(command, options->scene);
     addTimeOptions(command, options->time);
+    addNodesOption(command, options->nodes);
     command.add_option("--format", options->format, "csv: a column per component; jsonl: an object per event (csv)")
         ->check(CLI::IsMember({"csv", "jsonl"}))
         ->option_text("csv|jsonl")

@@ -54,6 +54,8 @@ void writeEntry(osg::LogRecord const& record, bool whole)
     std::cerr << printable(text) << '\n';
 }
 
+std::unordered_map<std::string, unsigned> seen;
+
 Scene const* namedScene = nullptr;
 
 // "PositionInterpolator3D/Path: ..." for a <PositionInterpolator DEF='Path'>.
@@ -72,7 +74,6 @@ std::string asTheAuthorSays(std::string const& text)
 void writeFew(osg::LogRecord const& record)
 {
     constexpr std::size_t texts = 100;
-    static std::unordered_map<std::string, unsigned> seen;
     if (seen.size() >= texts && !seen.contains(record.text))
         return osg::osgLog().setLogLevel(osg::LOG_LOG); // no more is formatted
     unsigned const count = ++seen[record.text];
@@ -105,6 +106,12 @@ void showLog(int level, bool all)
     // Outlives the stream's last flush.
     static auto* const few = new FewHueErrors(*std::cerr.rdbuf());
     std::cerr.rdbuf(few);
+}
+
+void forgetShown(int level)
+{
+    seen.clear();
+    osg::osgLog().setLogLevel(static_cast<osg::LogLevel>(level));
 }
 
 } // namespace Zelvan::play

@@ -1,7 +1,7 @@
 #include "player/commands/Options.h"
 
-#include "player/playing/Moment.h"
 #include "player/commands/Settings.h"
+#include "player/playing/Moment.h"
 #include "player/scene/Values.h"
 
 #include <CLI/CLI.hpp>
@@ -120,6 +120,15 @@ void addTimeOptions(CLI::App& command, TimeOptions& options)
               ->option_text("NODE.field=VALUE[@SECONDS]"));
 }
 
+void addNodesOption(CLI::App& command, std::vector<std::string>& patterns)
+{
+    command.add_option("--nodes", patterns, "only nodes with such names; * and ? stand for any letters")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->option_text("PATTERN[,...]")
+        ->group("Output");
+}
+
 void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axis)
 {
     auto const output = [&](char const* name, std::string& value, std::string const& what) {
@@ -128,6 +137,7 @@ void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axi
     output("--csv", options.csv, "one line per event: " + std::string(axis) + ", node, field, value; \"-\" is standard output");
     output("--jsonl", options.jsonLines, "the same as JSON Lines");
     output("--svg", options.svg, "the curves as a picture");
+    output("--png", options.png, "the same in pixels");
     output("--html", options.html, "the curves as a page to zoom into");
 }
 

@@ -59,10 +59,13 @@ inline constexpr double latestTime = 1e9; ///< seconds
 inline constexpr double leastFps = 1e-3, mostFps = 1e6;
 inline constexpr double mostJobs = 1000;
 
+/// --nodes: patterns of the names of the nodes that are shown; none shows all.
+void addNodesOption(CLI::App& command, std::vector<std::string>& patterns);
+
 /// Where a run or a sweep writes what it recorded; "" leaves one out, "-" is standard output.
 struct OutputOptions {
-    std::string csv, jsonLines, svg, html;
-    bool pictures() const { return !svg.empty() || !html.empty(); }
+    std::string csv, jsonLines, svg, png, html;
+    bool pictures() const { return !svg.empty() || !png.empty() || !html.empty(); }
 };
 /// `axis` names what stands beside the values: "time", "fraction".
 void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axis);

@@ -18,8 +18,8 @@ class Outputs {
 public:
     Outputs(OutputOptions const& options, OpenedScene const& opened, Recorder& recorder, char const* axis);
     /// The summary is left out where something else goes to standard output. Without a clock it was a sweep.
-    /// `picture` gets title and axis.
-    void finish(Clock const* clock, std::vector<Curve> const& curves, PictureOptions picture);
+    /// `picture` gets title and axis. Returns whether there was a summary.
+    bool finish(Clock const* clock, std::vector<Curve> const& curves, PictureOptions picture);
 
 private:
     OutputOptions const& _options;

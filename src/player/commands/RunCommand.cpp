@@ -16,6 +16,7 @@ struct RunOptions {
     SceneOptions scene;
     TimeOptions time;
     OutputOptions output;
+    std::vector<std::string> nodes;
 };
 
 void run(Session& session, RunOptions const& options)
@@ -32,6 +33,7 @@ void run(Session& session, RunOptions const& options)
     recording.outlineSteps = curveSteps;
     recording.axisBegin = timing.from;
     recording.axisEnd = frames.back().time;
+    recording.nodes = options.nodes;
     Recorder recorder(*opened.scene, recording);
     Outputs outputs(options.output, opened, recorder, "time");
 
@@ -55,6 +57,7 @@ void addRunCommand(CLI::App& app, Session& session)
     addSceneOptions(command, options->scene);
     addTimeOptions(command, options->time);
     addOutputOptions(command, options->output, "time");
+    addNodesOption(command, options->nodes);
     command.footer("Examples:\n"
                    "  zelvan-play run door.x3d\n"
                    "  zelvan-play run door.x3d --start Clock@1 --duration 10 --csv door.csv\n"

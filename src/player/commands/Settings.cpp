@@ -9,6 +9,7 @@
 #include <fnmatch.h>
 #include <fstream>
 #include <functional>
+#include <new>
 #include <toml++/toml.h>
 #include <utility>
 
@@ -231,6 +232,9 @@ void SettingsFiles::File::readAll(std::string const& name, toml::table const& ta
     handlers["strict"] = reader.flag(&Settings::strict);
     handlers["per-node"] = reader.small(&Settings::perNode, 0, 1e9);
     handlers["per-code"] = reader.small(&Settings::perCode, 0, 1e9);
+    handlers["root"] = reader.sets<std::string>(&Settings::root, [&](Reader::Entry const& entry) {
+        return (folder / reader.as<std::string>(entry, "a folder")).lexically_normal().string();
+    });
     handlers["jobs"] = reader.small(&Settings::jobs, 1, mostJobs);
     handlers["format"] = reader.name(&Settings::format, {"text", "json", "sarif", "github"});
     handlers["from"] = reader.real(&Settings::from, 0, latestTime);
@@ -325,6 +329,8 @@ Settings SettingsFiles::forScene(std::string const& scene)
         return settings;
     std::error_code error;
     fs::path const whole = scene == "-" ? fs::current_path() / "-" : fs::weakly_canonical(fs::absolute(scene), error);
+    if (error == std::errc::not_enough_memory)
+        throw std::bad_alloc();
     auto const file = _explicit.empty() ? fileFor(whole.parent_path()) : read(fs::absolute(_explicit));
     if (file == nullptr)
         return settings;
@@ -355,6 +361,7 @@ CheckOptions Settings::checkOptions() const
 
 void Settings::apply(ReadLimits& readLimits) const
 {
+    readLimits.root = root.value;
     for (LimitOption const& limit : limitOptions())
         if (auto const found = limits.find(limit.name); found != limits.end())
             limit.set(readLimits, found->second.value);

@@ -32,6 +32,7 @@ struct Settings {
     Setting<unsigned> jobs{0};                                           ///< 0: as many as there are processors
     Setting<double> from{0}, fps{60};
     Setting<std::optional<double>> to; ///< none: one cycle
+    Setting<std::string> root;                                           ///< "" is the scene's own folder
     std::map<std::string, Setting<std::size_t>> limits;                  ///< those that are set, "max-bytes"
 
     void setSeverity(std::string const& code, std::optional<Severity> severity, std::string const& where)

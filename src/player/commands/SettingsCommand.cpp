@@ -44,6 +44,7 @@ void writeSettings(std::ostream& out, Settings const& settings)
     number("from", settings.from);
     row("to", settings.to.value ? roundNumber(*settings.to.value, 12) : "one cycle", settings.to.from);
     number("fps", settings.fps);
+    row("root", settings.root.value.empty() ? "the scene's folder" : settings.root.value, settings.root.from);
     for (LimitOption const& limit : limitOptions()) {
         auto const found = settings.limits.find(limit.name);
         bool const set = found != settings.limits.end();

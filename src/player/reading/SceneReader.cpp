@@ -246,7 +246,7 @@ void SceneReader::readInstance(Element const& element, Scope& scope)
 {
     Location const where = locate(element, scope);
     std::string const name = _reading.nameIn(element, "name", scope), def = _reading.nameIn(element, "DEF", scope);
-    Proto const* const proto = Protos::find(scope, name);
+    Proto const* const proto = _protos.find(scope, name);
     if (proto == nullptr || proto->declaration == nullptr) {
         if (proto == nullptr)
             _reading.warn(where, kinds::badProto, "no PROTO is named \"" + name + '"' + _reading.meant(name, scope.protos));

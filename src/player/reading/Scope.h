@@ -41,6 +41,7 @@ struct Instance {
 struct Proto {
     Element const* declaration; ///< null for an EXTERNPROTO whose file was not found
     Scope* scope;               ///< what stands around the declaration
+    bool isExternal = false;    ///< an EXTERNPROTO whose file has not been looked for
 };
 
 /// The names of a file, or of the body of one PROTO instance.
