@@ -202,7 +202,8 @@ std::vector<Family> families()
     add("exact half turns", [] { return halfTurn(-1); });
     for (int decimals = 3; decimals <= 9; ++decimals)
         add("exact half turns, " + std::to_string(decimals) + " decimals", [=] { return halfTurn(decimals); });
-    for (auto const& [degrees, decimals] : {std::pair("179.9", 3), {"179.9", 4}, {"179.99", 3}, {"179.99", 4}, {"179.99", 5}})
+    for (auto const& [degrees, decimals] :
+         {std::pair("179.9", 3), {"179.9", 4}, {"179.99", 3}, {"179.99", 4}, {"179.99", 5}})
         add(std::string(degrees) + " degrees, " + std::to_string(decimals) + " decimals",
             [angle = std::strtold(degrees, nullptr) / 180 * pi, places = decimals] {
                 return rigid(vector(1), angle, 1, 0, places);
@@ -274,8 +275,8 @@ std::vector<Errors> measure(Family const& family, std::size_t count, unsigned lo
 int main(int count, char** arguments)
 {
     std::size_t const each = count > 1 ? std::strtoul(arguments[1], nullptr, 10) : 1'000'000;
-    std::printf("| %zu of each | no log, %% | exp(log) 99.9 %% | worst | half way, logarithm 99.9 %% | worst | above 1 %%, %% "
-                "| half way, components 99.9 %% | worst | above 1 %%, %% | recomposed 99.9 %% | worst |\n"
+    std::printf("| %zu of each | no log, %% | exp(log) 99.9 %% | worst | half way, logarithm 99.9 %% | worst "
+                "| above 1 %%, %% | half way, components 99.9 %% | worst | above 1 %%, %% | recomposed 99.9 %% | worst |\n"
                 "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n", each);
     constexpr std::size_t threads = 2;
     for (Family const& family : families()) {

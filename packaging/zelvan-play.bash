@@ -29,7 +29,11 @@ _zelvan_play()
             -- "${current#"$earlier"}"))
         return
         ;;
-    --pool | --csv | --jsonl | --svg | --html | -o | --output)
+    explain)
+        COMPREPLY=($(compgen -W "$("$program" check --codes 2>/dev/null | awk 'NR > 1 {print $1}')" -- "$current"))
+        return
+        ;;
+    --pool | --config | --csv | --jsonl | --svg | --png | --html | -o | --output)
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$current")
         return

@@ -5,9 +5,9 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 # Debian packages by what they are for.
-build_packages="g++ cmake ninja-build libeigen3-dev libpugixml-dev libcli11-dev nlohmann-json3-dev zlib1g-dev libjs-dygraphs pkg-config
+build_packages="g++ cmake ninja-build libeigen3-dev libpugixml-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev zlib1g-dev libjs-dygraphs pkg-config
 librsvg2-dev libutf8proc-dev"
-test_packages="libgtest-dev libgmock-dev dpkg-dev file man-db"
+test_packages="libgtest-dev libgmock-dev dpkg-dev file man-db python3-jsonschema"
 
 # need PACKAGE...: installs those that are missing; says so.
 need() {

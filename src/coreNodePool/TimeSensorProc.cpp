@@ -36,6 +36,20 @@ void TimeSensorProc::open(TimeStamp const& now)
     _atOpening = stopped ? Idle::stopAfterStart : Idle::notLooping;
 }
 
+void TimeSensorProc::open(TimeStamp const& now, double since1970)
+{
+    TimeSensor& s = sensor();
+    bool const started = s._startTime._value <= since1970;
+    bool const stopped = s._stopTime._value > s._startTime._value && s._stopTime._value <= since1970;
+    _atOpening = started && stopped ? Idle::stopAfterStart : Idle::notLooping;
+    for (SFTime* const time : {&s._startTime, &s._stopTime, &s._pauseTime, &s._resumeTime})
+        time->_value += now - since1970;
+    _startAt = s._startTime._value;
+    _stopAt = s._stopTime._value;
+    _pauseAt = s._pauseTime._value;
+    _resumeAt = s._resumeTime._value;
+}
+
 TimeSensorProc::Idle TimeSensorProc::idle() const
 {
     if (_active)
@@ -79,19 +93,25 @@ void TimeSensorProc::fieldChanged(TimeSensor& node, Field& field, TimeStamp cons
     }
 }
 
-bool TimeSensorProc::startIfDue(TimeStamp const& now)
+bool TimeSensorProc::isDue(TimeStamp const& now) const
 {
-    NodeHold const hold(_node);
-    TimeSensor& s = sensor();
+    TimeSensor const& s = sensor();
     double const interval = s._cycleInterval._value;
     bool const stopped = _stopAt > _startAt && now >= _stopAt;
-    if (_active || !s.enabled() || !(_startAt <= now) || stopped || !(interval > 0)
-        || !(s._loop._value || now < _startAt + interval))
+    return !_active && s.enabled() && _startAt <= now && !stopped && interval > 0
+        && (s._loop._value || now < _startAt + interval);
+}
+
+bool TimeSensorProc::startIfDue(TimeStamp const& now)
+{
+    if (!isDue(now))
         return false;
+    NodeHold const hold(_node);
+    TimeSensor& s = sensor();
     _active = _hasRun = true;
     _paused = false;
     _pausedTotal = 0;
-    _interval = interval;
+    _interval = s._cycleInterval._value;
     _cycle = -1;
     publish(s._isActive, true, now);
     return true;

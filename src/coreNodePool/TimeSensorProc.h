@@ -29,6 +29,11 @@ public:
     /// The scene opens. Times in a file are seconds since 1970, so they all lie in the past: a looping sensor
     /// without a stopTime after its startTime runs from now on, at fraction 0; every other one is idle.
     void open(TimeStamp const& now);
+    /// The same where it is known what time it is, in seconds since 1970: the times of the file become the host's, and
+    /// a sensor whose start lies in the past is in the middle of its cycle.
+    void open(TimeStamp const& now, double since1970);
+    /// Whether it would start now.
+    bool isDue(TimeStamp const& now) const;
     /// Starts if it is due; true when it did.
     bool startIfDue(TimeStamp const& now);
     /// Sends what is due at `now` while active, and ends when the time has come.
@@ -44,9 +49,7 @@ public:
     bool isActive() const { return _active; }
     /// Whether time alone may make it send something after `now`.
     bool mayChange(TimeStamp const& now) const { return _active || (_startAt > now && _startAt != never); }
-    /// Whether a start at or before `time` is set.
-    bool startsAt(TimeStamp const& time) const { return _startAt <= time; }
-    /// Of the run that lasts, or of the last one.
+    /// Of the run that lasts, of one that is to come, or of the last one; infinite when there is none.
     TimeStamp startTime() const { return _startAt; }
     double interval() const { return _interval; }
     Idle idle() const;

@@ -10,6 +10,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 OSG_BEGIN_NAMESPACE
 
@@ -50,14 +51,15 @@ struct Columns {
 /// Stores sixteen values; NaN throughout and false if one of them does not fit.
 inline bool narrow(Columns const& values, Matrix& result)
 {
-    Real32* const stored = result.getValues();
-    Real32 misfit[4];
-    for (int c = 0; c < 4; ++c) {
-        for (int r = 0; r < 4; ++r)
-            stored[4 * c + r] = static_cast<Real32>(values._pairs[c][r / 2][r % 2]);
-        // Not one sum of sixteen, which would wait for its own last addition each time.
-        for (int r = 0; r < 4; ++r)
-            misfit[r] = stored[4 * c + r] * 0 + (c == 0 ? 0 : misfit[r]);
+    using Quad [[gnu::vector_size(16)]] = Real32;
+    // Four sums, not one that waits for its own last addition each time.
+    Quad misfit = {0, 0, 0, 0};
+    for (UInt32 c = 0; c < 4; ++c) {
+        Pair const upper = values._pairs[c][0], lower = values._pairs[c][1];
+        Quad const column = {static_cast<Real32>(upper[0]), static_cast<Real32>(upper[1]),
+                             static_cast<Real32>(lower[0]), static_cast<Real32>(lower[1])};
+        std::memcpy(result[c].getValues(), &column, sizeof column);
+        misfit += column * 0;
     }
     return (misfit[0] + misfit[1]) + (misfit[2] + misfit[3]) == 0 || fail(result);
 }

@@ -276,7 +276,7 @@ void TransformationMatrix<T>::spectralDecompose(TransformationMatrix& SO, Vector
     }
 }
 
-template void Matrix::polarDecompose(Matrix&, Matrix&, Real32&) const;
-template void Matrix::spectralDecompose(Matrix&, Vec3f&) const;
+template void TransformationMatrix<Real32>::polarDecompose(Matrix&, Matrix&, Real32&) const;
+template void TransformationMatrix<Real32>::spectralDecompose(Matrix&, Vec3f&) const;
 
 OSG_END_NAMESPACE

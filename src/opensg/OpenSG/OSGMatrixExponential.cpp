@@ -181,6 +181,6 @@ bool TransformationMatrix<T>::expOf(TransformationMatrix const& matrix)
     return exponential(x, result) ? narrow(result, *this) : fail(*this);
 }
 
-template bool Matrix::expOf(Matrix const&);
+template bool TransformationMatrix<Real32>::expOf(Matrix const&);
 
 OSG_END_NAMESPACE

@@ -205,7 +205,7 @@ bool TransformationMatrix<T>::logOf(TransformationMatrix const& matrix)
         return fail(*this);
     // Where the elements differ by more than doubles can hold, the steps above lose their way without noticing.
     Eigen::Map<Matrix4>(log.values()) = -result;
-    auto const largest = [](Matrix4 const& difference) { return difference.cwiseAbs().maxCoeff<Eigen::PropagateNaN>(); };
+    auto const largest = [](Matrix4 const& error) { return error.cwiseAbs().maxCoeff<Eigen::PropagateNaN>(); };
     if (!(largest(m - given) <= 8 * std::max(decimals, 1e-6 * powerOfTwo(size)))
         || !exponential(log, inverse)
         || !(largest(Eigen::Map<Matrix4>(inverse.values()) * m - Matrix4::Identity()) < 1e-4))
@@ -222,6 +222,6 @@ bool TransformationMatrix<T>::logOf(TransformationMatrix const& matrix)
     return narrow(log, *this);
 }
 
-template bool Matrix::logOf(Matrix const&);
+template bool TransformationMatrix<Real32>::logOf(Matrix const&);
 
 OSG_END_NAMESPACE

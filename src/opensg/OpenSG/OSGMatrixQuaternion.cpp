@@ -96,7 +96,8 @@ void QuaternionBase<Real32>::setValue(TransformationMatrix<Real32> const& matrix
         _quat[i] = static_cast<Real32>(q[i] * factor);
 }
 
-template void Matrix::setRotate(Quaternion const&);
-template void Matrix::setTransform(Vec3f const&, Quaternion const&, Vec3f const&, Quaternion const&);
+template void TransformationMatrix<Real32>::setRotate(Quaternion const&);
+template void TransformationMatrix<Real32>::setTransform(Vec3f const&, Quaternion const&, Vec3f const&,
+                                                         Quaternion const&);
 
 OSG_END_NAMESPACE

@@ -34,7 +34,7 @@ struct CheckCode {
     char const* title;    ///< in a few words, without a full stop
     char const* meaning;  ///< when it is reported
     char const* why;      ///< why it matters
-    std::string bad, good; ///< content of a Scene element that triggers it, and that does not; of "bad-xml" whole files
+    std::string bad, good; ///< content of a Scene element that triggers it, and that does not; of "bad-xml" whole files, or none
     Fix fix;
     char const* how;      ///< what the fix does, and to which part; without one, what a person can do
 };
@@ -57,14 +57,5 @@ struct CheckOptions {
 std::vector<Finding> checkScene(Scene& scene, std::vector<Finding> readerFindings, CheckOptions const& options);
 /// Findings without a scene: it could not be read.
 std::vector<Finding> checkUnread(std::vector<Finding> readerFindings, CheckOptions const& options);
-
-/// One line each: "file:line:column: severity code message (advice)".
-void writeFindings(std::ostream& out, std::vector<Finding> const& findings, CheckOptions const& options,
-                   bool styled = false);
-/// An object with the list "findings" and the counts "errors", "warnings", "notes" and "hints".
-void writeFindingsJson(std::ostream& out, std::vector<Finding> const& findings);
-
-/// How many there are of a severity, those that were only counted included.
-std::size_t countFindings(std::vector<Finding> const& findings, Severity severity);
 
 } // namespace Zelvan::play

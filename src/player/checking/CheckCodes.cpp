@@ -25,6 +25,12 @@ std::string moveBall(std::string const& name, std::string const& field)
     return route(name, "value_changed", "Ball", field);
 }
 
+// An interpolator named Fade, between a clock and what it moves.
+std::string fading(std::string const& fade)
+{
+    return looping + "<Material DEF='Ball'/>\n" + fade + '\n' + drive("Fade") + moveBall("Fade", "transparency");
+}
+
 } // namespace
 
 // A name stays what it is once it has been out: scripts wait for it.
@@ -35,11 +41,23 @@ std::vector<CheckCode> const& checkCodes()
     static std::vector<CheckCode> const codes = {
         // The file.
         {.code = "bad-xml", .severity = error, .title = "The file is no scene",
-         .meaning = "The file could not be read as a scene: it is not X3D or VRML, or larger than the limits allow.",
+         .meaning = "The file could not be read as a scene: it is not X3D or VRML, or larger than the limits allow. A "
+                    "warning where VRML is no UTF-8 and is read as Latin-1.",
          .why = "Nothing of it is played.",
          .bad = "<X3D><Scene><Transform></Scene></X3D>",
          .good = "<X3D><Scene><Transform/></Scene></X3D>",
          .fix = Fix::none, .how = "The place is where reading stopped; what is wrong often stands just before it."},
+        {.code = "not-checked", .severity = error, .title = "A file that could not be checked",
+         .meaning = "The file could not be opened or read, or the process that checked it died.",
+         .why = "Nothing is known of it: that the others are fine says nothing about this one.",
+         .bad = "", .good = "",
+         .fix = Fix::none, .how = "The message has the system's reason."},
+        {.code = "unused-ignore", .severity = warning, .title = "A comment that ignores nothing",
+         .meaning = "A comment \"zelvan: ignore CODE\" where check finds nothing of that code, or that names no code.",
+         .why = "It would hide what goes wrong there later.",
+         .bad = "<!-- zelvan: ignore key-order - meant -->\n<ScalarInterpolator key='0 1' keyValue='0 1'/>",
+         .good = "<!-- zelvan: ignore key-order - meant -->\n<ScalarInterpolator key='0 1 0.5' keyValue='0 1 2'/>",
+         .fix = Fix::none, .how = "Take it away, or put it on the line of what it is for, or the one above."},
         {.code = "bad-value", .severity = error, .title = "A value that does not fit its field",
          .meaning = "A value cannot be read as what its field holds. The field keeps its default.",
          .why = "One wrong number costs a whole list: an interpolator without its values sends nothing.",
@@ -57,7 +75,8 @@ std::vector<CheckCode> const& checkCodes()
          .meaning = "A ROUTE between nodes or fields that do not exist or do not fit.",
          .why = "No event passes: what it should move stands still.",
          .bad = looping + "<ScalarInterpolator DEF='Path' key='0 1' keyValue='0 1'/>\n" + drive("Pth"),
-         .good = looping + "<ScalarInterpolator DEF='Path' key='0 1' keyValue='0 1'/>\n" + drive("Path"),
+         .good = looping + ball + "<ScalarInterpolator DEF='Path' key='0 1' keyValue='0 1'/>\n" + drive("Path")
+             + moveBall("Path", "height"),
          .fix = Fix::none, .how = "The message names the node or field that was probably meant."},
         {.code = "duplicate-def", .severity = note, .title = "One DEF name for two nodes",
          .meaning = "Two nodes have one DEF name. ROUTEs lead to the last one. A warning where a ROUTE uses the name.",
@@ -88,14 +107,14 @@ std::vector<CheckCode> const& checkCodes()
         {.code = "no-keys", .severity = error, .title = "No keys",
          .meaning = "An interpolator without keys. A note where nothing drives it: it may be a place to be filled.",
          .why = "It never sends a value.",
-         .bad = looping + "<ScalarInterpolator DEF='Fade' keyValue='0 1'/>\n" + drive("Fade"),
-         .good = looping + "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n" + drive("Fade"),
+         .bad = fading("<ScalarInterpolator DEF='Fade' keyValue='0 1'/>"),
+         .good = fading("<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>"),
          .fix = Fix::none, .how = "Keys are the author's."},
         {.code = "no-values", .severity = error, .title = "No values",
          .meaning = "An interpolator without values. A note where nothing drives it.",
          .why = "It never sends one.",
-         .bad = looping + "<ScalarInterpolator DEF='Fade' key='0 1'/>\n" + drive("Fade"),
-         .good = looping + "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n" + drive("Fade"),
+         .bad = fading("<ScalarInterpolator DEF='Fade' key='0 1'/>"),
+         .good = fading("<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>"),
          .fix = Fix::none, .how = "Values are the author's."},
         {.code = "too-few-values", .severity = error, .title = "Fewer values than keys",
          .meaning = "Fewer values than keys. An EaseInEaseOut needs a pair for each key, also for the last one.",
@@ -118,8 +137,8 @@ std::vector<CheckCode> const& checkCodes()
         {.code = "one-key", .severity = hint, .title = "One key only",
          .meaning = "A TimeSensor drives an interpolator with one key.",
          .why = "Whatever the fraction, the value is the same. Some send a constant this way.",
-         .bad = looping + "<ScalarInterpolator DEF='Fade' key='0' keyValue='1'/>\n" + drive("Fade"),
-         .good = looping + "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='1 0'/>\n" + drive("Fade"),
+         .bad = fading("<ScalarInterpolator DEF='Fade' key='0' keyValue='1'/>"),
+         .good = fading("<ScalarInterpolator DEF='Fade' key='0 1' keyValue='1 0'/>"),
          .fix = Fix::none, .how = "A key for each value that shall be passed."},
         {.code = "key-order", .severity = error, .title = "Keys out of order",
          .meaning = "A key is smaller than the one before it.",
@@ -138,14 +157,14 @@ std::vector<CheckCode> const& checkCodes()
          .meaning = "A key outside 0 to 1, in an interpolator that nothing but TimeSensors drive. A note where it is "
                     "off by less than 0.01.",
          .why = "A TimeSensor's fraction runs from 0 to 1: what lies beyond is never reached.",
-         .bad = looping + "<ScalarInterpolator DEF='Fade' key='0 50 100' keyValue='0 1 0'/>\n" + drive("Fade"),
-         .good = looping + "<ScalarInterpolator DEF='Fade' key='0 0.5 1' keyValue='0 1 0'/>\n" + drive("Fade"),
+         .bad = fading("<ScalarInterpolator DEF='Fade' key='0 50 100' keyValue='0 1 0'/>"),
+         .good = fading("<ScalarInterpolator DEF='Fade' key='0 0.5 1' keyValue='0 1 0'/>"),
          .fix = Fix::unsafe, .how = "All keys are divided by the largest one, where none is negative."},
         {.code = "key-span", .severity = hint, .title = "Keys that do not reach 0 or 1",
          .meaning = "Keys that begin after 0 or end before 1, in an interpolator that a TimeSensor drives.",
          .why = "The first value holds before them and the last one after them, which is mostly what is meant.",
-         .bad = looping + "<ScalarInterpolator DEF='Fade' key='0.2 0.8' keyValue='0 1'/>\n" + drive("Fade"),
-         .good = looping + "<ScalarInterpolator DEF='Fade' key='0 0.2 0.8 1' keyValue='0 0 1 1'/>\n" + drive("Fade"),
+         .bad = fading("<ScalarInterpolator DEF='Fade' key='0.2 0.8' keyValue='0 1'/>"),
+         .good = fading("<ScalarInterpolator DEF='Fade' key='0 0.2 0.8 1' keyValue='0 0 1 1'/>"),
          .fix = Fix::none, .how = "Fine where the hold is meant."},
         {.code = "not-finite", .severity = error, .title = "A number that is none",
          .meaning = "A key or a value is infinite or not a number.",
@@ -301,8 +320,7 @@ std::vector<CheckCode> const& checkCodes()
                     "Inline, which may leave it to its user.",
          .why = "What it should move stands still.",
          .bad = looping + "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n" + drive("Fade"),
-         .good = looping + "<Material DEF='Ball'/>\n<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n"
-             + drive("Fade") + moveBall("Fade", "transparency"),
+         .good = fading("<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>"),
          .fix = Fix::none, .how = "A ROUTE from its value_changed to the field that it shall move."},
         {.code = "route-loop", .severity = warning, .title = "ROUTEs in a circle",
          .meaning = "ROUTEs that lead an interpolator's output back to it. A note where other nodes lie on the way.",
@@ -323,14 +341,14 @@ std::vector<CheckCode> const& checkCodes()
          .bad = "<Script DEF='Brain'><field accessType='outputOnly' type='SFFloat' name='mood'/></Script>\n"
                 "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n"
                 "<ROUTE fromNode='Brain' fromField='mood' toNode='Fade' toField='set_fraction'/>",
-         .good = looping + "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n" + drive("Fade"),
+         .good = fading("<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>"),
          .fix = Fix::none, .how = "--inject NODE.field=VALUE plays the part of the node."},
         {.code = "cycle-interval", .severity = error, .title = "A cycle without time",
          .meaning = "A TimeSensor whose cycleInterval is not above 0. A note where it drives nothing.",
          .why = "It never runs.",
          .bad = "<TimeSensor DEF='Clock' cycleInterval='0' loop='true'/>\n"
                 "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n" + drive("Fade"),
-         .good = looping + "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n" + drive("Fade"),
+         .good = fading("<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>"),
          .fix = Fix::none, .how = "The seconds that a cycle lasts."},
         {.code = "idle-sensor", .severity = hint, .title = "A TimeSensor that waits",
          .meaning = "A TimeSensor does not run from the opening on; what it waits for is said. A note where nothing in "
@@ -339,7 +357,7 @@ std::vector<CheckCode> const& checkCodes()
          .bad = "<TouchSensor DEF='Touch'/>\n<TimeSensor DEF='Clock'/>\n"
                 "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n" + drive("Fade")
              + "<ROUTE fromNode='Touch' fromField='touchTime' toNode='Clock' toField='startTime'/>",
-         .good = looping + "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n" + drive("Fade"),
+         .good = fading("<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>"),
          .fix = Fix::none, .how = "--start NAME starts it; loop='true' lets it run from the opening on."},
     };
     return codes;

@@ -1,7 +1,5 @@
 #include "player/checking/CheckRules.h"
 
-#include "player/playing/NotRun.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -34,7 +32,7 @@ private:
     static Field* passedOn(Field& field, SceneNode const* node)
     {
         if (node == nullptr || !node->known)
-            return node == nullptr || decides(*node) ? nullptr : &field;
+            return node == nullptr || node->decides ? nullptr : &field;
         bool const fraction = std::string_view(field.findName()) == "set_fraction";
         return fraction && isInterpolator(*node) ? outputOf(*node) : nullptr;
     }

@@ -16,7 +16,7 @@ void checkSensors(Scene& scene, FindingCollector& findings)
     };
     for (Clock::Sensor const& sensor : clock.sensors()) {
         auto const& node = static_cast<TimeSensor const&>(*sensor.node->node);
-        bool const runs = node.enabled() && node.sensorProc().startsAt(0);
+        bool const runs = node.sensorProc().isDue(0);
         double const interval = node._cycleInterval._value;
         bool const held = sensor.node->holder != nullptr;
         if (!(interval > 0)) {
@@ -30,7 +30,7 @@ void checkSensors(Scene& scene, FindingCollector& findings)
             findings.add("idle-sensor", *sensor.node, nullptr,
                          [&] {
                              return ' ' + clock.waitsFor(sensor)
-                                 + (started ? "" : ", and nothing in the scene does that");
+                                 + (started ? "" : ", and nothing in the scene starts it");
                          },
                          "", started ? Severity::hint : Severity::note);
         }

@@ -1,6 +1,7 @@
 #include "player/checking/CheckRules.h"
 
 #include <algorithm>
+#include <charconv>
 
 namespace Zelvan::play {
 
@@ -9,6 +10,17 @@ namespace {
 auto order(Finding const& finding)
 {
     return std::tie(finding.place.file, finding.place.line, finding.place.column);
+}
+
+// Of the list that a text begins with: 3 of ".key[3] is ...".
+std::optional<std::size_t> elementIn(std::string_view text)
+{
+    auto const bracket = text.find_first_of("[ :");
+    if (bracket == text.npos || text[bracket] != '[')
+        return {};
+    std::size_t element = 0;
+    auto const [end, error] = std::from_chars(text.data() + bracket + 1, text.data() + text.size(), element);
+    return error == std::errc() && *end == ']' ? std::optional(element) : std::nullopt;
 }
 
 } // namespace
@@ -41,7 +53,11 @@ void FindingCollector::keep(Slot& slot, char const* code, SceneNode const& node,
         return;
     }
     slot.last = _findings.size();
-    _findings.push_back({severity, code, field ? _scene.place(node, *field) : _scene.place(node), node.name,
+    auto const element = elementIn(text);
+    Place const place = field == nullptr ? _scene.place(node)
+                        : element        ? _scene.place(node, *field, *element)
+                                         : _scene.place(node, *field);
+    _findings.push_back({severity, code, place, node.name,
                          node.name + text, std::string(advice)});
 }
 

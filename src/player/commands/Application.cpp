@@ -1,17 +1,71 @@
 #include "player/commands/Application.h"
 
 #include "player/commands/Commands.h"
+#include "player/scene/DidYouMean.h"
 #include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <filesystem>
 #include <iostream>
 #include <new>
 #include <unistd.h>
 
 namespace Zelvan::play {
+
+namespace {
+
+// "zelvan-play scene.x3d" runs it.
+std::vector<std::string> withCommand(CLI::App const& app, std::vector<std::string> arguments)
+{
+    auto first = arguments.begin();
+    for (; first != arguments.end() && first->size() > 1 && first->front() == '-'; ++first) {
+        CLI::Option const* const option = app.get_option_no_throw(*first);
+        if (option != nullptr && option->get_items_expected_max() > 0 && first + 1 != arguments.end())
+            ++first;
+    }
+    auto const commands = app.get_subcommands({});
+    auto const isMeant = [&](CLI::App const* command) { return command->get_name() == *first; };
+    if (first == arguments.end() || std::ranges::any_of(commands, isMeant))
+        return arguments;
+    std::error_code error;
+    if (*first == "-" || first->find_first_of("./") != std::string::npos || std::filesystem::exists(*first, error)) {
+        arguments.insert(arguments.begin(), "run");
+        return arguments;
+    }
+    DidYouMean meant(*first);
+    std::string names;
+    for (CLI::App const* const command : commands) {
+        meant.offer(command->get_name());
+        names += (names.empty() ? "; there are: " : ", ") + command->get_name();
+    }
+    throw Failure(exitUsage, "there is no command \"" + *first + '"' + (meant.nearest().empty() ? names : meant.text()));
+}
+
+// What was meant by the first option that does not exist.
+std::string meantOption(CLI::App const& app)
+{
+    for (std::string const& argument : app.remaining(true)) {
+        std::string const name = argument.substr(0, argument.find('='));
+        if (!name.starts_with("--"))
+            continue;
+        DidYouMean meant(name);
+        std::vector<CLI::App const*> apps = {&app};
+        for (CLI::App const* const command : app.get_subcommands())
+            apps.push_back(command);
+        for (CLI::App const* const at : apps)
+            for (CLI::Option const* const option : at->get_options())
+                for (std::string const& known : option->get_lnames())
+                    meant.offer("--" + known);
+        return meant.text();
+    }
+    return "";
+}
+
+} // namespace
 
 int runApplication(int argc, char const* const* argv)
 {
@@ -26,8 +80,8 @@ int runApplication(int argc, char const* const* argv)
     try {
         CLI::App app("Plays, checks and exports the animation of X3D scenes.", "zelvan-play");
         app.require_subcommand(1);
-        app.failure_message([](CLI::App const*, CLI::Error const& error) {
-            return printable(error.what()) + "\nRun with --help for more information.\n";
+        app.failure_message([&app](CLI::App const*, CLI::Error const& error) {
+            return printable(error.what() + meantOption(app)) + "\nRun with --help for more information.\n";
         });
         app.fallthrough();
         app.set_version_flag("--version", "zelvan-play " ZELVAN_VERSION);
@@ -38,19 +92,26 @@ int runApplication(int argc, char const* const* argv)
             ->allow_extra_args(false)
             ->option_text("NAME=true|false");
         app.add_flag("--strict", session.strict, "treat warnings as errors");
+        auto* const config = app.add_option("--config", session.config, "the file of settings (zelvan-play.toml beside the scene)");
+        config->option_text("FILE");
+        app.add_flag("--no-config", session.noConfig, "no settings but the usual ones")->excludes(config);
         app.footer("Exit status: 0 fine, 1 the scene has errors, 2 wrong usage, 3 something cannot be read, written or "
-                   "loaded.\nExample: zelvan-play run scene.x3d --html scene.html");
+                   "loaded.\nExample: zelvan-play scene.x3d --html scene.html (without a command, run)");
         app.parse_complete_callback([&] { session.logGiven = level->count() > 0; });
         addRunCommand(app, session);
         addSweepCommand(app, session);
         addCheckCommand(app, session);
         addExportCommand(app, session);
+        addExplainCommand(app, session);
+        addSettingsCommand(app, session);
         addBakeCommand(app, session);
         addDiffCommand(app, session);
         addReduceCommand(app, session);
         addTypesCommand(app, session);
         try {
-            app.parse(argc, argv);
+            std::vector<std::string> arguments = withCommand(app, {argv + std::min(argc, 1), argv + argc});
+            std::ranges::reverse(arguments); // as CLI11 wants them
+            app.parse(std::move(arguments));
         } catch (CLI::ParseError const& error) {
             if (app.exit(error) != 0)
                 return exitUsage;

@@ -26,14 +26,13 @@ void bake(Session& session, BakeCommandOptions const& options)
     BakeOptions const what{Tolerance(options.maxError), options.free, options.atKeys, options.rate, options.prune};
     OpenedScene const opened(session, options.scene);
     requireInterpolators(*opened.scene, what.tolerance);
-    SceneEdits edits(*opened.scene, options.edit.inlined, options.scene.limits.bytes);
+    SceneEdits edits(*opened.scene, options.edit.inlined, opened.limits.bytes);
     BakeResult const result = bakeScene(*opened.scene, edits, what);
-    writeEdits(edits, options.edit, options.scene.file);
+    writeEdits(edits, options.edit, opened);
     reportChanges(result.changes, options.edit, options.scene.file, "baked");
     for (std::string const& name : result.idle)
         std::cerr << printable(name) << (options.prune ? " was taken out: nothing depends on it\n" : ": nothing depends on it any more (--prune takes it out)\n");
-    if (opened.diagnostics.errors() > 0)
-        session.status = exitScene;
+    session.status = opened.status();
 }
 
 } // namespace

@@ -18,6 +18,8 @@ struct Session {
     int logLevel = 1;                 ///< --log-level, OpenSG's numbers
     bool logGiven = false;            ///< asked for: then nothing is held back
     bool strict = false;              ///< --strict: warnings are errors
+    std::string config;               ///< --config: the file of settings; "" looks beside the scene and above
+    bool noConfig = false;            ///< --no-config
     std::vector<std::string> params;  ///< --param NAME=VALUE
     ExitStatus status = exitFine;
 };
@@ -28,6 +30,8 @@ void addRunCommand(CLI::App& app, Session& session);
 void addSweepCommand(CLI::App& app, Session& session);
 void addExportCommand(CLI::App& app, Session& session);
 void addCheckCommand(CLI::App& app, Session& session);
+void addExplainCommand(CLI::App& app, Session& session);
+void addSettingsCommand(CLI::App& app, Session& session);
 void addBakeCommand(CLI::App& app, Session& session);
 void addDiffCommand(CLI::App& app, Session& session);
 void addReduceCommand(CLI::App& app, Session& session);

@@ -1,3 +1,5 @@
+#include "player/commands/OutputFile.h"
+#include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Tables.h"
 #include "player/drawing/Pictures.h"
@@ -23,12 +25,11 @@ struct DiffOptions {
     TimeOptions time;
 };
 
-std::vector<Track> record(Scene& scene, TimeOptions time, std::size_t most)
+std::vector<Track> record(OpenedScene const& opened, TimeOptions const& time)
 {
-    Recorder recorder(scene, {.keepSamples = true, .mostKept = most});
-    Clock clock(scene);
-    prepare(clock, time);
-    playFrames(clock, recorder, time.timing.frames());
+    Recorder recorder(*opened.scene, {.keepSamples = true, .mostKept = opened.limits.values});
+    Clock clock(*opened.scene, time.now);
+    playFrames(clock, recorder, prepare(clock, time, opened.settings).frames(), opened.limits.values);
     recorder.finish();
     return recorder.tracks();
 }
@@ -107,15 +108,15 @@ void writePage(std::vector<TrackDifference> const& differences, DiffOptions cons
 
 void diff(Session& session, DiffOptions const& options)
 {
-    requireOwnFiles({options.html}, options.first.file);
-    requireOwnFiles({options.html}, options.second);
     if (options.first.file == "-" && options.second == "-")
         throw Failure(exitUsage, "diff: only one of the scenes can be standard input");
     Tolerance const tolerance(options.maxError);
     OpenedScene const first(session, options.first);
     OpenedScene const second(session, {options.second, options.first.limits});
-    PlayedScene const a{*first.scene, record(*first.scene, options.time, options.first.limits.values)};
-    PlayedScene const b{*second.scene, record(*second.scene, options.time, options.first.limits.values)};
+    requireOwnFiles({options.html}, first);
+    requireOwnFiles({options.html}, second);
+    PlayedScene const a{*first.scene, record(first, options.time)};
+    PlayedScene const b{*second.scene, record(second, options.time)};
     std::vector<TrackDifference> const differences = compareScenes(a, b, tolerance);
 
     OutputFile out("-");

@@ -1,5 +1,7 @@
 #include "player/commands/Editing.h"
 
+#include "player/commands/OutputFile.h"
+#include "player/commands/Outputs.h"
 #include "player/commands/Tables.h"
 #include "player/scene/Utf8.h"
 
@@ -42,7 +44,7 @@ void requireInterpolators(Scene& scene, Tolerance const& tolerance)
             throw Failure(exitUsage, "--max-error: no interpolator is named \"" + name + '"');
 }
 
-void writeEdits(SceneEdits& edits, EditOptions const& options, std::string const& scene)
+void writeEdits(SceneEdits& edits, EditOptions const& options, OpenedScene const& opened)
 {
     std::vector<AuthorFile const*> const changed = edits.changed();
     AuthorFile const& main = edits.main();
@@ -56,7 +58,7 @@ void writeEdits(SceneEdits& edits, EditOptions const& options, std::string const
         if (std::ranges::any_of(changed, [&](AuthorFile const* file) { return file != &main; }))
             throw Failure(exitUsage, "--inlined edits more than one file: that needs --write or --diff");
         std::string const output = options.output.empty() ? "-" : options.output;
-        requireOwnFiles({output}, scene);
+        requireOwnFiles({output}, opened);
         OutputFile out(output);
         out.stream() << main.editedBytes();
         return out.commit();

@@ -19,7 +19,7 @@ void requireInterpolators(Scene& scene, Tolerance const& tolerance);
 
 /// Writes what has been edited: whole files, or nothing. Throws Failure where a file has changed in the meantime, and for
 /// edits of several files that only --write and --diff can take.
-void writeEdits(SceneEdits& edits, EditOptions const& options, std::string const& scene);
+void writeEdits(SceneEdits& edits, EditOptions const& options, OpenedScene const& opened);
 
 /// A table of what became of each interpolator, and one line for all of them; on standard error where standard output
 /// takes something else.

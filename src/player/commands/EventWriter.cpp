@@ -13,10 +13,15 @@ EventWriter::EventWriter(std::string const& path, Format format, char const* axi
         _file.stream() << _axis << ",node,field,value\n";
 }
 
+std::string EventWriter::axisText(double place) const
+{
+    return _axis == "fraction" ? shortNumber(static_cast<float>(place)) : shortNumber(place);
+}
+
 void EventWriter::write(Track const& track, double time, Field const& field)
 {
     if (_format == csv)
-        _file.stream() << shortNumber(time) << ',' << csvCell(track.node->name) << ',' << csvCell(track.field) << ','
+        _file.stream() << axisText(time) << ',' << csvCell(track.node->name) << ',' << csvCell(track.field) << ','
                        << csvCell(field.getValueAsStr()) << '\n';
     else
         writeJson(track, time, field);
@@ -33,7 +38,7 @@ void EventWriter::writeJson(Track const& track, double time, Field const& field)
     auto const number = [&](double v) {
         return v - v != 0 ? "null" : doubles ? shortNumber(v) : shortNumber(static_cast<float>(v));
     };
-    out << "{\"" << _axis << "\":" << shortNumber(time) << ",\"node\":" << jsonString(track.node->name) << ",\"field\":"
+    out << "{\"" << _axis << "\":" << axisText(time) << ",\"node\":" << jsonString(track.node->name) << ",\"field\":"
         << jsonString(track.field) << ",\"type\":\"" << dataTypeName(track.type) << "\",\"value\":";
     auto const element = [&](std::size_t first) {
         out << (width > 1 ? "[" : "");

@@ -21,6 +21,9 @@ public:
 private:
     void writeJson(Track const& track, double time, Field const& field);
 
+    /// Times are doubles, fractions floats.
+    std::string axisText(double place) const;
+
     OutputFile _file;
     Format _format;
     std::string _axis;

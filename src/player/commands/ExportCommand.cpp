@@ -1,9 +1,11 @@
 #include "base/Fields.h"
 #include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
+#include "player/commands/Report.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <iostream>
 #include <memory>
 #include <optional>
 #include <set>
@@ -15,6 +17,7 @@ namespace {
 struct ExportOptions {
     SceneOptions scene;
     TimeOptions time;
+    std::vector<std::string> nodes;
     std::string format = "csv", output = "-";
     std::optional<double> rate;
     bool atKeys = false, events = false;
@@ -106,15 +109,14 @@ std::vector<double> keyTimes(Scene const& scene, Clock const& clock, double unti
     return times;
 }
 
-void exportScene(Session& session, ExportOptions& options)
+void exportScene(Session& session, ExportOptions const& options)
 {
     OpenedScene const opened(session, options.scene);
     requireOwnFiles({options.output}, opened);
-    Clock clock(*opened.scene);
+    Clock clock(*opened.scene, options.time.now);
+    Timing timing = prepare(clock, options.time, opened.settings);
     if (options.rate)
-        options.time.timing.fps = *options.rate;
-    prepare(clock, options.time);
-    Timing& timing = options.time.timing;
+        timing.fps = *options.rate;
     if (options.atKeys) {
         timing.at = keyTimes(*opened.scene, clock, timing.to);
         std::erase_if(timing.at, [&](double t) { return t < timing.from || t > timing.to; });
@@ -126,22 +128,24 @@ void exportScene(Session& session, ExportOptions& options)
     bool const lines = options.format == "jsonl";
     Recorder::Options recording;
     recording.keepSamples = !lines;
-    recording.mostKept = options.scene.limits.values;
+    recording.mostKept = opened.limits.values;
+    recording.nodes = options.nodes;
     Recorder recorder(*opened.scene, recording);
     if (lines) {
         EventWriter writer(options.output, EventWriter::jsonLines, "time");
         recorder.onEvent = [&](Track const& track, double time, Field const& field) { writer.write(track, time, field); };
-        playFrames(clock, recorder, frames, options.scene.limits.values);
+        playFrames(clock, recorder, frames, opened.limits.values);
         writer.commit();
+        recorder.finish();
     } else {
-        playFrames(clock, recorder, frames, options.scene.limits.values);
+        playFrames(clock, recorder, frames, opened.limits.values);
         recorder.finish();
         OutputFile out(options.output);
-        writeWide(out.stream(), recorder, options.events, options.scene.limits.values);
+        writeWide(out.stream(), recorder, options.events, opened.limits.values);
         out.commit();
     }
-    if (opened.diagnostics.errors() > 0)
-        session.status = exitScene;
+    writeWhyStill(std::cerr, *opened.scene, recorder, clock);
+    session.status = opened.status();
 }
 
 } // namespace
@@ -152,12 +156,13 @@ void addExportCommand(CLI::App& app, Session& session)
     CLI::App& command = *app.add_subcommand("export", "Write all recorded values as data");
     addSceneOptions(command, options->scene);
     addTimeOptions(command, options->time);
+    addNodesOption(command, options->nodes);
     command.add_option("--format", options->format, "csv: a column per component; jsonl: an object per event (csv)")
         ->check(CLI::IsMember({"csv", "jsonl"}))
         ->option_text("csv|jsonl")
         ->group("Output");
     command.add_option("-o,--output", options->output, "where to (standard output)")->option_text("FILE")->group("Output");
-    auto* const rate = inRange(command.add_option("--rate", options->rate, "rows per second: the same as --fps"), 1e-3, 1e6);
+    auto* const rate = inRange(command.add_option("--rate", options->rate, "rows per second: the same as --fps"), leastFps, mostFps);
     rate->excludes(command.get_option("--fps"))->option_text("N")->group("Output");
     auto* const keys = command.add_flag("--at-keys", options->atKeys, "rows at the times of the keys only");
     keys->excludes(rate)->excludes(command.get_option("--at"))->group("Output");

@@ -1,6 +1,7 @@
 #include "player/commands/LogOutput.h"
 
 #include "base/OpenSG.h"
+#include "player/scene/Scene.h"
 #include "player/scene/Utf8.h"
 
 #include <iostream>
@@ -53,20 +54,44 @@ void writeEntry(osg::LogRecord const& record, bool whole)
     std::cerr << printable(text) << '\n';
 }
 
+std::unordered_map<std::string, unsigned> seen;
+
+Scene const* namedScene = nullptr;
+
+// "PositionInterpolator3D/Path: ..." for a <PositionInterpolator DEF='Path'>.
+std::string asTheAuthorSays(std::string const& text)
+{
+    auto const slash = text.find('/'), end = text.find(": ");
+    if (namedScene == nullptr || slash >= end || end == std::string::npos)
+        return text;
+    std::string_view const type(text.data(), slash), name(text.data() + slash + 1, end - slash - 1);
+    for (SceneNode const& node : namedScene->sceneNodes)
+        if (node.known && node.node->type()._name == type && node.node->displayName() == name)
+            return node.typeName + ' ' + node.name + text.substr(end);
+    return text;
+}
+
 void writeFew(osg::LogRecord const& record)
 {
     constexpr std::size_t texts = 100;
-    static std::unordered_map<std::string, unsigned> seen;
     if (seen.size() >= texts && !seen.contains(record.text))
         return osg::osgLog().setLogLevel(osg::LOG_LOG); // no more is formatted
     unsigned const count = ++seen[record.text];
-    if (count <= shown)
-        writeEntry(record, false);
+    if (count <= shown) {
+        osg::LogRecord named = record;
+        named.text = asTheAuthorSays(record.text);
+        writeEntry(named, false);
+    }
     if (count == shown)
         std::cerr << "log: (not shown again)\n";
 }
 
 } // namespace
+
+void nameNodesOf(Scene const* scene)
+{
+    namedScene = scene;
+}
 
 void showLog(int level, bool all)
 {
@@ -81,6 +106,12 @@ void showLog(int level, bool all)
     // Outlives the stream's last flush.
     static auto* const few = new FewHueErrors(*std::cerr.rdbuf());
     std::cerr.rdbuf(few);
+}
+
+void forgetShown(int level)
+{
+    seen.clear();
+    osg::osgLog().setLogLevel(static_cast<osg::LogLevel>(level));
 }
 
 } // namespace Zelvan::play

@@ -3,6 +3,8 @@
 #include "player/playing/Clock.h"
 #include "player/reading/SceneReader.h"
 
+#include <cstddef>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,28 +18,54 @@ namespace Zelvan::play {
 
 // Options that several commands have. Each adds its options to a command.
 
+struct Settings;
+
+/// A limit as option and as setting.
+struct LimitOption {
+    char const* name; ///< "max-bytes"
+    double most;      ///< the least is 1
+    char const* what;
+    std::size_t (*get)(ReadLimits const& limits);
+    void (*set)(ReadLimits& limits, std::size_t value);
+};
+std::vector<LimitOption> const& limitOptions();
+
+/// The limits that the command line sets.
+struct LimitOptions {
+    std::map<std::string, std::size_t> given; ///< by name
+    std::string root; ///< the folder that files may be read from; "" leaves it to the settings
+    /// Those over what the settings say, over the usual ones.
+    ReadLimits over(Settings const& settings) const;
+};
+void addLimitOptions(CLI::App& command, LimitOptions& limits);
+
 /// Options of the commands that read one scene.
 struct SceneOptions {
     std::string file;
-    ReadLimits limits;
+    LimitOptions limits;
 };
 void addSceneOptions(CLI::App& command, SceneOptions& options);
-void addLimitOptions(CLI::App& command, ReadLimits& limits);
 
 /// Options of the commands that let time pass.
 struct TimeOptions {
-    Timing timing;
-    std::optional<double> to, duration;
+    std::optional<double> from, to, duration, fps;
+    std::vector<double> at;
     std::vector<std::string> start, inject;
     bool startAll = false;
+    std::optional<double> now; ///< seconds since 1970 at the opening
 };
 void addTimeOptions(CLI::App& command, TimeOptions& options);
 inline constexpr double latestTime = 1e9; ///< seconds
+inline constexpr double leastFps = 1e-3, mostFps = 1e6;
+inline constexpr double mostJobs = 1000;
+
+/// --nodes: patterns of the names of the nodes that are shown; none shows all.
+void addNodesOption(CLI::App& command, std::vector<std::string>& patterns);
 
 /// Where a run or a sweep writes what it recorded; "" leaves one out, "-" is standard output.
 struct OutputOptions {
-    std::string csv, jsonLines, svg, html;
-    bool pictures() const { return !svg.empty() || !html.empty(); }
+    std::string csv, jsonLines, svg, png, html;
+    bool pictures() const { return !svg.empty() || !png.empty() || !html.empty(); }
 };
 /// `axis` names what stands beside the values: "time", "fraction".
 void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axis);

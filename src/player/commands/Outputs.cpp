@@ -6,6 +6,7 @@
 #include "player/drawing/Pictures.h"
 
 #include <filesystem>
+#include <iostream>
 #include <map>
 #include <optional>
 #include <set>
@@ -27,7 +28,22 @@ std::optional<Identity> identityOf(std::string const& path, int standardStream)
     return known && S_ISREG(status.st_mode) ? std::optional(Identity(status.st_dev, status.st_ino)) : std::nullopt;
 }
 
+/// A name that ends like another format is a slip.
+void requireFormats(std::vector<std::pair<std::string, std::string>> const& outputs)
+{
+    for (auto const& [path, own] : outputs)
+        for (auto const& [other, ending] : outputs)
+            if (ending != own && path.ends_with(ending))
+                throw Failure(exitUsage, '"' + path + "\" ends in " + ending + ", but what is asked for is " + own.substr(1));
+}
+
 } // namespace
+
+bool isSameFile(std::string const& input, std::string const& output)
+{
+    auto const identity = identityOf(input, STDIN_FILENO);
+    return identity && identity == identityOf(output, STDOUT_FILENO);
+}
 
 void requireOwnFiles(std::vector<std::string> const& outputs, OpenedScene const& opened)
 {
@@ -63,7 +79,9 @@ void requireOwnFiles(std::vector<std::string> const& outputs, OpenedScene const&
 Outputs::Outputs(OutputOptions const& options, OpenedScene const& opened, Recorder& recorder, char const* axis)
     : _options(options), _opened(opened), _recorder(recorder), _axis(axis)
 {
-    requireOwnFiles({options.csv, options.jsonLines, options.svg, options.html}, opened);
+    requireFormats({{options.csv, ".csv"}, {options.jsonLines, ".jsonl"}, {options.svg, ".svg"}, {options.png, ".png"},
+                    {options.html, ".html"}});
+    requireOwnFiles({options.csv, options.jsonLines, options.svg, options.png, options.html}, opened);
     if (!options.csv.empty())
         _writers.push_back(std::make_unique<EventWriter>(options.csv, EventWriter::csv, axis));
     if (!options.jsonLines.empty())
@@ -75,7 +93,7 @@ Outputs::Outputs(OutputOptions const& options, OpenedScene const& opened, Record
         };
 }
 
-void Outputs::finish(Clock const* clock, std::vector<Curve> const& curves, PictureOptions picture)
+bool Outputs::finish(Clock const* clock, std::vector<Curve> const& curves, PictureOptions picture)
 {
     for (auto const& writer : _writers)
         writer->commit();
@@ -91,14 +109,18 @@ void Outputs::finish(Clock const* clock, std::vector<Curve> const& curves, Pictu
         file.commit();
     };
     write(_options.svg, writeSvg);
+    write(_options.png, writePng);
     write(_options.html, writeHtml);
-    for (std::string const* const path : {&_options.csv, &_options.jsonLines, &_options.svg, &_options.html})
+    if (clock != nullptr && (_options.pictures() || !_writers.empty()))
+        writeWhyStill(std::cerr, *_opened.scene, _recorder, *clock);
+    for (std::string const* const path : {&_options.csv, &_options.jsonLines, &_options.svg, &_options.png, &_options.html})
         if (*path == "-")
-            return;
+            return false;
     OutputFile out("-");
     writeReport(out.stream(), *_opened.scene, _recorder, clock, styledOutput(STDOUT_FILENO), outputWidth(STDOUT_FILENO),
                 picture.shown);
     out.commit();
+    return true;
 }
 
 } // namespace Zelvan::play

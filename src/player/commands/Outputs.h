@@ -18,8 +18,8 @@ class Outputs {
 public:
     Outputs(OutputOptions const& options, OpenedScene const& opened, Recorder& recorder, char const* axis);
     /// The summary is left out where something else goes to standard output. Without a clock it was a sweep.
-    /// `picture` gets title and axis.
-    void finish(Clock const* clock, std::vector<Curve> const& curves, PictureOptions picture);
+    /// `picture` gets title and axis. Returns whether there was a summary.
+    bool finish(Clock const* clock, std::vector<Curve> const& curves, PictureOptions picture);
 
 private:
     OutputOptions const& _options;
@@ -28,6 +28,9 @@ private:
     std::string _axis;
     std::vector<std::unique_ptr<EventWriter>> _writers;
 };
+
+/// Whether two paths lead to one file; "-" as an output is what standard output leads to.
+bool isSameFile(std::string const& input, std::string const& output);
 
 /// Usage failure when two outputs are one file, or one is a file that the scene was read from or the pool, under
 /// whatever name. To be asked before anything is written.

@@ -1,14 +1,16 @@
 #include "player/commands/Playing.h"
 
 #include "base/Context.h"
+#include "player/checking/Suppressions.h"
+#include "player/commands/Checking.h"
 #include "player/commands/LogOutput.h"
 #include "player/playing/PoolLoader.h"
 #include "player/scene/Values.h"
 
 #include <algorithm>
-#include <chrono>
 #include <iostream>
 #include <unistd.h>
+#include <utility>
 
 namespace Zelvan::play {
 
@@ -71,15 +73,31 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
 OpenedScene::OpenedScene(Session const& session, SceneOptions const& options)
     : pool(openPool(session)),
       file(options.file),
-      diagnostics(std::cerr, session.strict),
-      scene(openScene(session, file, options.limits, diagnostics))
+      settings(SettingsFiles(session.config, session.noConfig).forScene(file)),
+      limits(options.limits.over(settings)),
+      diagnostics(std::cerr, session.strict || settings.strict.value)
 {
+    ReaderFindings read(&diagnostics);
+    scene = openScene(session, file, limits, read.diagnostics());
+    findings = checkWithSuppressions(*scene, read.take(), settings.checkOptions());
+    for (Finding const& finding : findings)
+        if (finding.severity == Severity::error && !finding.node.empty()) // the others have been told
+            diagnostics.error(finding.place, finding.code, textOf(finding));
     diagnostics.finish();
+    nameNodesOf(scene.get());
 }
 
-void prepare(Clock& clock, TimeOptions& options)
+OpenedScene::~OpenedScene()
 {
-    Timing& timing = options.timing;
+    nameNodesOf(nullptr);
+}
+
+Timing prepare(Clock& clock, TimeOptions const& options, Settings const& settings)
+{
+    Timing timing;
+    timing.from = options.from.value_or(settings.from.value);
+    timing.fps = options.fps.value_or(settings.fps.value);
+    timing.at = options.at;
     for (std::string name : options.start) {
         double const time = timeSuffix(name, timing.from, "--start " + name);
         clock.startSensor(name, time);
@@ -96,29 +114,45 @@ void prepare(Clock& clock, TimeOptions& options)
         double const time = timeSuffix(value, timing.from, option);
         clock.inject({text.substr(0, dot), text.substr(dot + 1, equal - dot - 1), value, time});
     }
-    timing.to = options.duration ? timing.from + *options.duration
-                : options.to     ? *options.to
-                                 : std::max(timing.from, cycleEnd(clock));
+    timing.to = options.duration    ? timing.from + *options.duration
+        : options.to                ? *options.to
+        : settings.to.value         ? *settings.to.value
+                                    : std::max(timing.from, cycleEnd(clock));
+    return timing;
 }
 
 void playFrames(Clock& clock, Recorder& recorder, std::vector<Timing::Frame> const& frames, std::size_t mostLooks)
 {
-    using Steady = std::chrono::steady_clock;
-    bool const terminal = ::isatty(STDERR_FILENO) != 0;
-    auto due = Steady::now() + std::chrono::seconds(1);
-    bool any = false;
     clock.limitTo(frames.size(), mostLooks);
+    Progress progress;
     for (Timing::Frame const& frame : frames) {
         recorder.paused = !frame.recorded;
         clock.advance(frame.time, [&recorder] { recorder.beginFrame(); });
-        if (terminal && Steady::now() > due) {
-            std::cerr << "\rat " << roundNumber(frame.time, 4) << " of " << roundNumber(frames.back().time, 4) << " s   "
-                      << std::flush;
-            due = Steady::now() + std::chrono::milliseconds(200);
-            any = true;
-        }
+        progress.show([&] { return "at " + roundNumber(frame.time, 4) + " of " + roundNumber(frames.back().time, 4) + " s"; });
     }
-    if (any)
+    progress.end();
+}
+
+Progress::Progress()
+    : _terminal(::isatty(STDERR_FILENO) != 0), _due(std::chrono::steady_clock::now() + std::chrono::seconds(1))
+{
+}
+
+bool Progress::due() const
+{
+    return _terminal && std::chrono::steady_clock::now() > _due;
+}
+
+void Progress::write(std::string const& text)
+{
+    std::cerr << "\r" << text << "   " << std::flush;
+    _due = std::chrono::steady_clock::now() + std::chrono::milliseconds(200);
+    _any = true;
+}
+
+void Progress::end()
+{
+    if (std::exchange(_any, false))
         std::cerr << "\r\033[K" << std::flush;
 }
 

@@ -18,12 +18,11 @@ void reduce(Session& session, ReduceOptions const& options)
     Tolerance const tolerance(options.maxError);
     OpenedScene const opened(session, options.scene);
     requireInterpolators(*opened.scene, tolerance);
-    SceneEdits edits(*opened.scene, options.edit.inlined, options.scene.limits.bytes);
+    SceneEdits edits(*opened.scene, options.edit.inlined, opened.limits.bytes);
     std::vector<TrackChange> const changes = reduceScene(*opened.scene, edits, tolerance, options.free);
-    writeEdits(edits, options.edit, options.scene.file);
+    writeEdits(edits, options.edit, opened);
     reportChanges(changes, options.edit, options.scene.file, "reduced");
-    if (opened.diagnostics.errors() > 0)
-        session.status = exitScene;
+    session.status = opened.status();
 }
 
 } // namespace

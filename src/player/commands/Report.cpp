@@ -1,16 +1,18 @@
 #include "player/commands/Report.h"
 
 #include "player/commands/Tables.h"
+#include "player/playing/NotRun.h"
 #include "player/scene/Utf8.h"
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <ostream>
+#include <sstream>
 
 namespace Zelvan::play {
 
 namespace {
-
 
 std::string counted(std::size_t count, char const* one)
 {
@@ -69,6 +71,43 @@ std::string componentName(Track const& track, std::size_t component)
     return element + (element.empty() ? "" : ".") + componentsOf(track.type).names[component];
 }
 
+std::size_t keyCount(SceneNode const& node)
+{
+    Field const* const key = fieldOf(node, "key");
+    return key ? key->size() : 0;
+}
+
+void writeMore(std::ostream& out, std::size_t count, char const* what)
+{
+    if (count > shownRows)
+        out << "... and " << counted(count - shownRows, what) << " more\n";
+}
+
+// What stands still, and why: a line each.
+void writeStandstill(std::ostream& out, Scene const& scene, Clock const& clock, std::size_t most)
+{
+    auto const write = [&](std::vector<std::string> const& lines, char const* what) {
+        for (std::size_t i = 0; i < std::min(lines.size(), most); ++i)
+            out << printable(lines[i]) << '\n';
+        if (lines.size() > most)
+            out << "... and " << counted(lines.size() - most, what) << " more\n";
+    };
+    std::vector<std::string> lines;
+    for (Clock::Sensor const& sensor : clock.sensors())
+        if (std::string const waits = clock.waitsFor(sensor); !waits.empty())
+            lines.push_back("TimeSensor " + sensor.node->name + ' ' + waits);
+    write(lines, "TimeSensor");
+    lines.clear();
+    for (NotRun const& entry : nodesNotRun(scene)) {
+        std::string const targets = entry.targetText();
+        lines.push_back(entry.node->typeName + ' ' + entry.node->name + " is not run (" + scene.place(*entry.node).text() + "): "
+                        + (targets.empty() ? "what it does is not seen" : targets + " would get events from it"));
+    }
+    write(lines, "node");
+}
+
+} // namespace
+
 std::string curveOf(Track const& track)
 {
     std::size_t const width = track.ranges.size();
@@ -95,20 +134,6 @@ std::string curveOf(Track const& track)
     std::string const name = componentName(track, component);
     return name + (name.empty() ? "" : " ") + sparkline(telling);
 }
-
-std::size_t keyCount(SceneNode const& node)
-{
-    Field const* const key = fieldOf(node, "key");
-    return key ? key->size() : 0;
-}
-
-void writeMore(std::ostream& out, std::size_t count, char const* what)
-{
-    if (count > shownRows)
-        out << "... and " << counted(count - shownRows, what) << " more\n";
-}
-
-} // namespace
 
 std::string driverOf(Scene const& scene, SceneNode const& node)
 {
@@ -154,10 +179,11 @@ void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder
             std::count_if(tracks.begin(), tracks.end(), [&](Track const& t) { return t.leaves == leaves; }));
     };
     std::size_t const interpolators = count(true);
+    auto const routes = static_cast<std::size_t>(std::ranges::count_if(scene.routes, std::not_fn(&SceneRoute::refused)));
     out << printable(scene.fileNames.front()) << ": " << counted(interpolators, "interpolator") << ", ";
     if (clock != nullptr)
         out << counted(clock->sensors().size(), "TimeSensor") << ", ";
-    out << counted(scene.routes.size(), "route") << ", " << counted(recorder.events(), "event") << "\n";
+    out << counted(routes, "route") << ", " << counted(recorder.events(), "event") << "\n";
     if (!shown.empty())
         out << printable(shown) << '\n';
 
@@ -198,17 +224,21 @@ void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder
 
     if (clock == nullptr)
         return;
-    std::size_t idle = 0;
-    for (Clock::Sensor const& sensor : clock->sensors()) {
-        std::string const waits = clock->waitsFor(sensor);
-        if (waits.empty())
-            continue;
-        if (idle++ == 0)
-            out << '\n';
-        if (idle <= shownRows)
-            out << "TimeSensor " << printable(sensor.node->name) << ' ' << printable(waits) << '\n';
-    }
-    writeMore(out, idle, "TimeSensor");
+    std::ostringstream still;
+    writeStandstill(still, scene, *clock, shownRows);
+    if (still.tellp() > 0)
+        out << '\n' << still.str();
+}
+
+void writeWhyStill(std::ostream& out, Scene const& scene, Recorder const& recorder, Clock const& clock)
+{
+    constexpr std::size_t most = 10;
+    if (recorder.events() > 0)
+        return;
+    bool const any = std::ranges::any_of(scene.sceneNodes, isInterpolator);
+    out << printable(scene.fileNames.front()) << ": nothing moves"
+        << (clock.sensors().empty() ? ": there is no TimeSensor" : any ? "" : ": there is no interpolator") << '\n';
+    writeStandstill(out, scene, clock, most);
 }
 
 } // namespace Zelvan::play

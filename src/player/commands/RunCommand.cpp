@@ -16,48 +16,36 @@ struct RunOptions {
     SceneOptions scene;
     TimeOptions time;
     OutputOptions output;
+    std::vector<std::string> nodes;
 };
 
-constexpr unsigned curveSteps = 24;
-
-/// What check says of the scene; it plays a scene of its own. Nothing of standard input, which is read once.
-std::vector<Finding> findingsOf(RunOptions const& options)
-{
-    if (!options.output.pictures() || options.scene.file == "-")
-        return {};
-    std::ostream nowhere(nullptr);
-    Diagnostics quiet(nowhere);
-    return checkScene(*readScene(options.scene.file, options.scene.limits, quiet), {}, CheckOptions());
-}
-
-void run(Session& session, RunOptions& options)
+void run(Session& session, RunOptions const& options)
 {
     OpenedScene const opened(session, options.scene);
-    std::vector<Finding> const findings = findingsOf(options);
-    Clock clock(*opened.scene);
-    prepare(clock, options.time);
-    auto const frames = options.time.timing.frames();
+    Clock clock(*opened.scene, options.time.now);
+    Timing const timing = prepare(clock, options.time, opened.settings);
+    auto const frames = timing.frames();
 
     Recorder::Options recording;
     recording.keepSamples = options.output.pictures();
-    recording.mostKept = options.scene.limits.values;
+    recording.mostKept = opened.limits.values;
     recording.statistics = shownRows;
     recording.outlineSteps = curveSteps;
-    recording.axisBegin = options.time.timing.from;
+    recording.axisBegin = timing.from;
     recording.axisEnd = frames.back().time;
+    recording.nodes = options.nodes;
     Recorder recorder(*opened.scene, recording);
     Outputs outputs(options.output, opened, recorder, "time");
 
-    playFrames(clock, recorder, frames, options.scene.limits.values);
+    playFrames(clock, recorder, frames, opened.limits.values);
     recorder.finish();
     PictureOptions picture;
-    picture.frame = 1 / options.time.timing.fps;
+    picture.frame = 1 / timing.fps;
     picture.shown = shownCycles(clock, recording.axisBegin, recording.axisEnd);
     picture.waiting = waitingSensors(clock);
     outputs.finish(&clock,
-                   recording.keepSamples ? curvesOf(*opened.scene, recorder, clock, findings) : std::vector<Curve>(), picture);
-    if (opened.diagnostics.errors() > 0)
-        session.status = exitScene;
+                   recording.keepSamples ? curvesOf(*opened.scene, recorder, clock, opened.findings) : std::vector<Curve>(), picture);
+    session.status = opened.status();
 }
 
 } // namespace
@@ -69,6 +57,7 @@ void addRunCommand(CLI::App& app, Session& session)
     addSceneOptions(command, options->scene);
     addTimeOptions(command, options->time);
     addOutputOptions(command, options->output, "time");
+    addNodesOption(command, options->nodes);
     command.footer("Examples:\n"
                    "  zelvan-play run door.x3d\n"
                    "  zelvan-play run door.x3d --start Clock@1 --duration 10 --csv door.csv\n"

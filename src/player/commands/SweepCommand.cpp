@@ -2,13 +2,18 @@
 #include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
 #include "player/commands/Report.h"
+#include "player/commands/Sweeping.h"
+#include "player/commands/Tables.h"
 #include "player/drawing/Pictures.h"
+#include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
+#include <iostream>
 #include <memory>
 #include <optional>
+#include <unistd.h>
 
 namespace Zelvan::play {
 
@@ -21,6 +26,7 @@ struct SweepOptions {
     unsigned steps = 100;
     bool atKeys = false;
     OutputOptions output;
+    std::vector<std::string> nodes;
 };
 
 // The fractions that an interpolator is given, in the order they are given.
@@ -47,48 +53,66 @@ std::vector<float> fractionsFor(std::vector<float> const& keys, SweepOptions con
     return fractions;
 }
 
+std::string valueText(std::span<double const> numbers)
+{
+    std::string text;
+    for (double const number : numbers)
+        text += (text.empty() ? "" : " ") + shortNumber(static_cast<float>(number));
+    return text;
+}
+
+/// One row for each key: its place in the list, the fraction, and what the interpolator sends for it.
+void writeKeys(std::ostream& out, Recorder const& recorder)
+{
+    Table table({"Interpolator", ">Key", ">Fraction", "Value"});
+    std::size_t rows = 0;
+    for (Track const& track : recorder.tracks()) {
+        auto const& keys = static_cast<MFFloat*>(fieldOf(*track.node, "key"))->_value;
+        std::size_t key = 0;
+        for (std::size_t s = 0; s < track.times.size() && !track.ranges.empty(); ++s, ++key) {
+            auto const fraction = static_cast<float>(track.times[s]);
+            while (key < keys.size() && keys[key] != fraction) // for which nothing was sent
+                ++key;
+            if (rows++ < shownRows)
+                table.row({printable(track.node->name), std::to_string(key), shortNumber(fraction), valueText(track.sample(s))});
+        }
+    }
+    if (table.empty())
+        return;
+    out << '\n';
+    table.write(out, styledOutput(STDOUT_FILENO), outputWidth(STDOUT_FILENO));
+    if (rows > shownRows)
+        out << "... and " << rows - shownRows << " more keys\n";
+}
+
 void sweep(Session& session, SweepOptions const& options)
 {
     OpenedScene const opened(session, options.scene);
-    Scene& scene = *opened.scene;
-    // Each curve by itself: what one interpolator sends must not change another one.
-    for (SceneRoute const& route : scene.routes)
-        if (route.route != nullptr)
-            Route::remove(*route.route);
-    scene.goLive();
-
     Recorder::Options recording;
     recording.arrivals = false;
-    recording.keepSamples = options.output.pictures();
-    recording.mostKept = options.scene.limits.values;
+    recording.keepSamples = options.output.pictures() || options.atKeys;
+    recording.mostKept = opened.limits.values;
     recording.statistics = shownRows;
-    recording.outlineSteps = 24;
+    recording.outlineSteps = curveSteps;
     recording.axisBegin = options.from.value_or(0);
     recording.axisEnd = options.to.value_or(1);
-    Recorder recorder(scene, recording);
+    recording.nodes = options.nodes;
+    Recorder recorder(*opened.scene, recording);
     Outputs outputs(options.output, opened, recorder, "fraction");
 
     std::vector<Curve> curves;
-    for (SceneNode const& node : scene.sceneNodes) {
-        Track const* const track = recorder.trackOf(node);
-        if (track == nullptr)
-            continue;
-        std::vector<float> const keys = static_cast<MFFloat*>(fieldOf(node, "key"))->_value;
-        auto& fraction = static_cast<SFFloat&>(*fieldOf(node, "set_fraction"));
-        recorder.only = &node;
-        for (float const f : fractionsFor(keys, options)) {
-            recorder.beginFrame();
-            fraction._value = f;
-            node.node->fieldChanged(fraction, f, nullptr);
-        }
-        if (recording.keepSamples && !track->times.empty())
-            curves.push_back({track, {keys.begin(), keys.end()}, {}});
-    }
+    auto const keysOf = [](SceneNode const& node) -> std::vector<float> const& {
+        return static_cast<MFFloat*>(fieldOf(node, "key"))->_value;
+    };
+    sweepAll(*opened.scene, recorder, [&](SceneNode const& node) { return fractionsFor(keysOf(node), options); });
+    for (Track const& track : recorder.tracks())
+        if (recording.keepSamples && !track.times.empty())
+            curves.push_back({&track, {keysOf(*track.node).begin(), keysOf(*track.node).end()}, {}});
 
     recorder.finish();
-    outputs.finish(nullptr, curves, PictureOptions());
-    if (opened.diagnostics.errors() > 0)
-        session.status = exitScene;
+    if (outputs.finish(nullptr, curves, PictureOptions()) && options.atKeys)
+        writeKeys(std::cout, recorder);
+    session.status = opened.status();
 }
 
 } // namespace
@@ -115,6 +139,7 @@ void addSweepCommand(CLI::App& app, Session& session)
     }
     keys->excludes(at);
     addOutputOptions(command, options->output, "fraction");
+    addNodesOption(command, options->nodes);
     command.footer("Examples:\n"
                    "  zelvan-play sweep door.x3d --at-keys\n"
                    "  zelvan-play sweep door.x3d --from 0 --to 1 --steps 20 --csv -");

@@ -69,6 +69,24 @@ void Table::write(std::ostream& out, bool styled, std::size_t width) const
     }
 }
 
+std::vector<std::string> wrapped(std::string const& text, std::size_t width)
+{
+    std::vector<std::string> lines{""};
+    for (std::size_t at = 0; at < text.size();) {
+        std::size_t const end = std::min(text.find(' ', at), text.size());
+        std::string const word = text.substr(at, end - at);
+        std::string& line = lines.back();
+        if (line.empty())
+            line = word;
+        else if (characters(line) + 1 + characters(word) <= width)
+            line += ' ' + word;
+        else
+            lines.push_back(word);
+        at = end + 1;
+    }
+    return lines;
+}
+
 std::string sparkline(std::span<float const> values)
 {
     constexpr char const* blocks[] = {"▁", "▂", "▃", "▄", "▅", "▆", "▇", "█"};

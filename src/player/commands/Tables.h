@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <iosfwd>
 #include <span>
 #include <string>
@@ -29,6 +30,10 @@ private:
     std::vector<std::vector<std::string>> _rows;
 };
 
+/// Characters of a line of text.
+inline constexpr std::size_t pageWidth = 100;
+/// Lines of at most so many characters, broken between words.
+std::vector<std::string> wrapped(std::string const& text, std::size_t width);
 /// A curve of one line: low values as "▁", high ones as "█", gaps (NaN) as a space.
 std::string sparkline(std::span<float const> values);
 /// Columns of the terminal a descriptor is; 80 of a file or a pipe.

@@ -5,6 +5,7 @@
 #include "player/commands/OutputFile.h"
 #include "player/commands/Tables.h"
 #include "player/playing/PoolLoader.h"
+#include "player/scene/DidYouMean.h"
 #include "player/scene/Scene.h"
 #include "player/scene/Utf8.h"
 
@@ -14,7 +15,6 @@
 #include <functional>
 #include <iostream>
 #include <memory>
-#include <numeric>
 #include <unistd.h>
 
 namespace Zelvan::play {
@@ -25,8 +25,6 @@ struct TypesOptions {
     std::string name;
     bool markdown = false;
 };
-
-constexpr std::size_t pageWidth = 100;
 
 std::string lowerCase(std::string text)
 {
@@ -71,24 +69,6 @@ bool restrictsValues(std::vector<NodePartDesc const*> const& parts)
 char const* orEmpty(char const* text)
 {
     return text ? text : "";
-}
-
-std::vector<std::string> wrapped(std::string const& text, std::size_t width)
-{
-    std::vector<std::string> lines{""};
-    for (std::size_t at = 0; at < text.size();) {
-        std::size_t const end = std::min(text.find(' ', at), text.size());
-        std::string const word = text.substr(at, end - at);
-        std::string& line = lines.back();
-        if (line.empty())
-            line = word;
-        else if (characters(line) + 1 + characters(word) <= width)
-            line += ' ' + word;
-        else
-            lines.push_back(word);
-        at = end + 1;
-    }
-    return lines;
 }
 
 void writeTree(std::ostream& out, bool styled)
@@ -210,49 +190,31 @@ void writeMarkdown(std::ostream& out)
     });
 }
 
-// Number of letters to change, add or leave out.
-std::size_t editDistance(std::string const& a, std::string const& b)
-{
-    std::vector<std::size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        std::size_t diagonal = row[0]++;
-        for (std::size_t j = 0; j < b.size(); ++j) {
-            std::size_t const changed = diagonal + (a[i] != b[j]);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
-        }
-    }
-    return row.back();
-}
-
-// Types whose names contain `name` or nearly are it, whatever the case; the most alike first.
+// A type that was probably meant, or some whose names contain this one, whatever the case.
 std::string closeNames(std::string const& name)
 {
-    constexpr std::size_t mostErrors = 3, mostNames = 4;
-    std::string const wanted = lowerCase(name.substr(0, 100));
-    std::vector<std::pair<std::size_t, std::string>> close;
+    constexpr std::size_t mostNames = 4, shortest = 3;
+    std::string const wanted = lowerCase(name);
+    DidYouMean meant(name);
+    std::string names;
+    std::size_t count = 0;
     for (NodeType const* const type : theSceneNodeTypeFactory().types()) {
-        std::string const known = lowerCase(type->_name);
-        std::size_t const distance = editDistance(wanted, known);
-        bool const contained = wanted.size() >= 3 && known.find(wanted) != std::string::npos;
-        if (contained || distance <= std::min(mostErrors, known.size() / 3))
-            close.emplace_back(distance, type->_name);
+        meant.offer(type->_name);
+        if (wanted.size() >= shortest && lowerCase(type->_name).find(wanted) != std::string::npos && count++ < mostNames)
+            names += (names.empty() ? "; there is " : ", ") + type->_name;
     }
-    std::sort(close.begin(), close.end());
-    close.resize(std::min(close.size(), mostNames));
-    std::string text;
-    for (auto const& [distance, typeName] : close)
-        text += (text.empty() ? "; there is " : ", ") + typeName;
-    return text.empty() ? "; \"zelvan-play types\" lists them all" : text;
+    return !meant.nearest().empty() ? meant.text()
+        : !names.empty()            ? names
+                                    : "; \"zelvan-play types\" lists them all";
 }
 
 void types(Session const& session, TypesOptions const& options)
 {
     showLog(session.logLevel, session.logGiven);
     for (PoolCandidate const& candidate : loadPool(session.pool))
-        std::cerr << "pool: " << printable(candidate.file + (candidate.refusal.empty() ? "" : ": not taken: ") + candidate.refusal)
-                  << '\n';
+        if (candidate.asked || candidate.refusal.empty())
+            std::cerr << "pool: " << printable(candidate.file + (candidate.refusal.empty() ? "" : ": not taken: ") + candidate.refusal)
+                      << '\n';
 
     OutputFile out("-");
     bool const styled = styledOutput(STDOUT_FILENO);
@@ -278,7 +240,7 @@ void addTypesCommand(CLI::App& app, Session& session)
     CLI::App& command = *app.add_subcommand("types", "List the node types, or the fields of one");
     auto* const name = command.add_option("name", options->name, "a node type")->option_text("NAME");
     command.add_flag("--markdown", options->markdown, "the whole reference as Markdown")->excludes(name);
-    command.footer("Which pool library was loaded, and why others were not, goes to standard error.\n"
+    command.footer("Which pool library was loaded, and why those that were asked for were not, goes to standard error.\n"
                    "Examples:\n"
                    "  zelvan-play types\n"
                    "  zelvan-play types ScalarInterpolator\n"

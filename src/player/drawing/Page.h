@@ -27,6 +27,10 @@ enum class Shape : unsigned char {
 Shape shapeOf(NodePartDataType type, Drawing const& drawing, Elements const& elements);
 
 /// Appends a JSON object with the curves, the marks and the elements of a drawing.
-void appendPageData(std::string& json, Drawing const& drawing, Elements const& elements, Shape shape, double pathSize);
+/// `sharedTimes` are those that the page has once for all: lines over the same ones leave them out.
+void appendPageData(std::string& json, Drawing const& drawing, std::vector<double> const& sharedTimes,
+                    Elements const& elements, Shape shape, double pathSize);
+/// Appends numbers as a JSON list; null for what cannot be drawn.
+void appendNumbers(std::string& json, std::vector<double> const& numbers, int digits = 10);
 
 } // namespace Zelvan::play

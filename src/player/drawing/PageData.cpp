@@ -14,14 +14,6 @@ std::string number(double value, int digits)
     return !drawable(value) ? "null" : double(rounded) == value ? shortNumber(rounded) : roundNumber(value, digits);
 }
 
-void appendNumbers(std::string& json, std::vector<double> const& numbers, int digits = 10)
-{
-    json += '[';
-    for (std::size_t i = 0; i < numbers.size(); ++i)
-        json += (i == 0 ? "" : ",") + number(numbers[i], digits);
-    json += ']';
-}
-
 /// Only titles, units and component names become JSON; the scene's own names never do.
 std::string quoted(std::string const& text)
 {
@@ -51,13 +43,15 @@ void appendBase64(std::string& text, std::vector<float> const& numbers)
 
 constexpr char const* shapeNames[] = {"none", "path", "cloud", "outline", "turned"};
 
-void appendPanelData(std::string& json, Panel const& panel, Panel const& first)
+void appendPanelData(std::string& json, Panel const& panel, Panel const& first, std::vector<double> const& sharedTimes)
 {
     json += (&panel == &first ? "" : ",") + ("\n{\"title\":" + quoted(panel.title)) + ",\"unit\":"
             + quoted(panel.unit) + ",\"scale\":";
     int const digits = panel.unit == "s" ? 17 : 10; // times are doubles
     appendNumbers(json, {panel.scale.low, panel.scale.high}, digits);
-    if (&panel == &first || panel.times != first.times) { // else the first one's
+    if (panel.times == sharedTimes) {
+        json += ",\"shared\":true";
+    } else if (&panel == &first || panel.times != first.times) { // else the first one's
         json += ",\"times\":";
         appendNumbers(json, panel.times);
     }
@@ -84,7 +78,16 @@ void appendPanelData(std::string& json, Panel const& panel, Panel const& first)
 
 } // namespace
 
-void appendPageData(std::string& json, Drawing const& drawing, Elements const& elements, Shape shape, double pathSize)
+void appendNumbers(std::string& json, std::vector<double> const& numbers, int digits)
+{
+    json += '[';
+    for (std::size_t i = 0; i < numbers.size(); ++i)
+        json += (i == 0 ? "" : ",") + number(numbers[i], digits);
+    json += ']';
+}
+
+void appendPageData(std::string& json, Drawing const& drawing, std::vector<double> const& sharedTimes,
+                    Elements const& elements, Shape shape, double pathSize)
 {
     json += "{\"axis\":";
     appendNumbers(json, {drawing.axis.low, drawing.axis.high});
@@ -97,7 +100,7 @@ void appendPageData(std::string& json, Drawing const& drawing, Elements const& e
     json += ",\"shape\":\"" + std::string(shapeNames[unsigned(shape)]) + '"';
     json += ",\"panels\":[";
     for (Panel const& panel : drawing.panels)
-        appendPanelData(json, panel, drawing.panels.front());
+        appendPanelData(json, panel, drawing.panels.front(), sharedTimes);
     json += ']';
     if (!drawing.strip.rows.empty()) {
         json += ",\"strip\":{\"times\":";

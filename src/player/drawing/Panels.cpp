@@ -255,11 +255,16 @@ Panel speedOf(Samples const& samples, std::vector<double> const& seams, std::str
 /// Panels in which nothing moves, beside others in which something does.
 void foldFlat(std::vector<Panel>& panels)
 {
+    static constexpr std::vector<double> Line::*parts[] = {&Line::values, &Line::low, &Line::high};
     auto const still = [](Panel const& panel) {
         return std::all_of(panel.lines.begin(), panel.lines.end(), [&](Line const& line) {
-            Range const range = rangeOf(line);
-            double const size = std::max({std::abs(range.low), std::abs(range.high), panel.title.ends_with("axis") ? 10. : 0.});
-            return range.high - range.low <= size * (panel.unit == "s" ? 1e-14 : 1e-5);
+            return std::all_of(std::begin(parts), std::end(parts), [&](auto const values) {
+                Range range;
+                add(range, line.*values);
+                double const least = panel.title.ends_with("axis") ? 10 : 0;
+                double const size = std::max({std::abs(range.low), std::abs(range.high), least});
+                return range.high - range.low <= size * (panel.unit == "s" ? 1e-14 : 1e-5);
+            });
         });
     };
     if (std::all_of(panels.begin(), panels.end(), still))

@@ -28,7 +28,7 @@ void appendLine(std::string& svg, Plot const& plot, Panel const& panel, Line con
                 pen.to(plot.across(panel.times[i]), plot.up(values[i]));
             else
                 pen.lift();
-        return pen.d;
+        return pen.take();
     };
     std::string const colour = std::to_string(line.colour);
     if (!line.low.empty()) {

@@ -86,7 +86,7 @@ void appendPath(std::string& svg, Drawing const& drawing, double size)
         end = point(plot.x(p[0]), plot.y(p[1]));
         start = start.empty() ? end : start;
     }
-    appendCurve(svg, "line c3", pen.d);
+    appendCurve(svg, "line c3", pen.take());
     if (path.keys.size() <= 100)
         for (PlanePath::Point const& p : path.keys)
             keys += 'M' + point(plot.x(p[0]), plot.y(p[1])) + "h0";

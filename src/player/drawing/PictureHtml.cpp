@@ -55,7 +55,7 @@ void appendRemarks(std::string& html, std::vector<CurveRemark> const& remarks)
 }
 
 void appendTrack(std::string& html, Curve const& curve, Drawing const& drawing, Elements const& elements,
-                 std::size_t number, std::string const& axis)
+                 std::vector<double> const& sharedTimes, std::size_t number, std::string const& axis)
 {
     constexpr double stillWidth = 600, pathSize = 200;
     auto const drawn = std::count_if(drawing.panels.begin(), drawing.panels.end(), [](Panel const& p) { return !p.flat; });
@@ -84,7 +84,7 @@ void appendTrack(std::string& html, Curve const& curve, Drawing const& drawing, 
         html += "<path class=\"headDot\" d=\"M0 -7L7 0L0 7L-7 0z\"/></svg>\n";
     }
     html += "</div>\n</div>\n<script type=\"application/json\">";
-    appendPageData(html, drawing, elements, shape, pathSize);
+    appendPageData(html, drawing, sharedTimes, elements, shape, pathSize);
     html += "</script>\n</section>\n";
 }
 
@@ -180,12 +180,19 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
     appendPlayer(html, axis, frame);
     appendContents(html, curves, count);
     out << html << "<main>\n";
+    std::vector<double> sharedTimes; // of the first track, and so of most
     for (std::size_t i = 0; i < count; ++i) {
         html.clear();
         Drawing const drawing = drawingOf(curves[i], options, options.sharedAxis ? axis : axisOf(curves[i]), samples / 2);
         Elements const elements = elementsOf(Samples(*curves[i].track),
                                              std::min(mostElementNumbers, mostElementNumbersOfAll / std::max<std::size_t>(blocks, 1)));
-        appendTrack(html, curves[i], drawing, elements, i + 1, options.axis);
+        if (i == 0) {
+            sharedTimes = drawing.panels.empty() ? std::vector<double>() : drawing.panels.front().times;
+            html += "<script type=\"application/json\" id=\"times\">";
+            appendNumbers(html, sharedTimes, 17);
+            html += "</script>\n";
+        }
+        appendTrack(html, curves[i], drawing, elements, sharedTimes, i + 1, options.axis);
         out << html;
     }
     out << "</main>\n<script>\n/*!\nThe charting library below, with its copyright notice:\n\n" << asset::chartLicence

@@ -3,6 +3,10 @@
 #include "player/scene/Escape.h"
 
 #include <charconv>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <utility>
 
 namespace Zelvan::play::svg {
 
@@ -47,15 +51,61 @@ std::string hex(std::uint32_t colour)
     return text;
 }
 
+void Pen::turn(Point at)
+{
+    if (point(at.x, at.y) != point(_from.x, _from.y))
+        _d += 'L' + point(at.x, at.y);
+    _from = at;
+    _reach = 0;
+    _low = -std::numeric_limits<double>::infinity();
+    _high = -_low;
+}
+
 void Pen::to(double x, double y)
 {
-    std::string const place = point(x, y);
-    if (_down && place == _last)
+    Point const at{x, y};
+    if (!_down) {
+        // The empty step makes a round cap, so that a point on its own shows.
+        _d += 'M' + point(x, y) + "h0";
+        _down = true;
+        _last = _from = at;
+        _reach = 0;
+        _low = -std::numeric_limits<double>::infinity();
+        _high = -_low;
         return;
-    // The empty step makes a round cap, so that a point on its own shows.
-    d += (_down ? "L" : "M") + place + (_down ? "" : "h0");
-    _down = true;
-    _last = place;
+    }
+    // Straight on as long as one line from the corner passes all points since at a tenth of a unit.
+    constexpr double near = 0.1;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        double const along = at.x - _from.x, reach = std::hypot(along, at.y - _from.y);
+        if (reach < near && _reach == 0)
+            break;
+        double direction = std::atan2(at.y - _from.y, along);
+        if (_reach != 0) // continued from the directions before
+            direction += 2 * std::numbers::pi * std::round(((_low + _high) / 2 - direction) / (2 * std::numbers::pi));
+        if (reach >= _reach && (_reach == 0 || (direction >= _low && direction <= _high))) {
+            double const slack = std::asin(std::min(1., near / reach));
+            _low = _reach == 0 ? direction - slack : std::max(_low, direction - slack);
+            _high = _reach == 0 ? direction + slack : std::min(_high, direction + slack);
+            _reach = reach;
+            break;
+        }
+        turn(_last);
+    }
+    _last = at;
+}
+
+void Pen::lift()
+{
+    if (_down)
+        turn(_last);
+    _down = false;
+}
+
+std::string Pen::take()
+{
+    lift();
+    return std::exchange(_d, "");
 }
 
 } // namespace Zelvan::play::svg

@@ -21,16 +21,24 @@ void appendRect(std::string& svg, char const* classes, double x, double y, doubl
 /// A path; none for an empty `d`.
 void appendCurve(std::string& svg, std::string const& classes, std::string const& d);
 
-/// Collects the points of a curve: a gap lifts the pen, a point that falls on the one before is left out.
+/// Collects the points of a curve: a gap lifts the pen, points that lie on the way between others are left out.
 class Pen {
 public:
-    void lift() { _down = false; }
+    void lift();
     void to(double x, double y);
-    std::string d;
+    /// The curve so far, with the pen lifted.
+    std::string take();
 
 private:
+    struct Point {
+        double x, y;
+    };
+    void turn(Point at);
+
+    std::string _d;
     bool _down = false;
-    std::string _last;
+    Point _from{}, _last{};             ///< the corner before, and the point before
+    double _reach = 0, _low = 0, _high = 0; ///< how far from the corner, and between which directions, all points since lie
 };
 
 } // namespace Zelvan::play::svg

@@ -2,10 +2,11 @@
 // One play head and one window over all tracks. Charts take the place of the still pictures as they come into view.
 (() => {
     const body = document.body, axisTitle = body.dataset.axis, frame = +body.dataset.frame;
-    const sections = [...document.querySelectorAll("section.track")];
     const part = (id) => document.getElementById(id);
+    const sections = [...document.querySelectorAll("section.track")];
     const cards = new Map(); // of the sections that are drawn
     const seen = new Set();  // cards in sight: only these follow the play head
+    const sharedTimes = sections.length ? JSON.parse(part("times").textContent) : [];
     window.addEventListener("error", (event) => { body.dataset.failed = event.message; });
 
     // The colours are those of the still pictures: one source, and they follow the theme.
@@ -183,7 +184,8 @@
             this.number = number;
             this.section = section;
             this.data = JSON.parse(section.querySelector("script").textContent);
-            this.data.panels.forEach((panel) => { panel.times = panel.times || this.data.panels[0].times; });
+            for (const panel of this.data.panels)
+                panel.times = panel.shared ? sharedTimes : panel.times || this.data.panels[0].times;
             this.charts = [];
             this.view = this.data.axis;
             this.live = section.querySelector(".live");
@@ -375,7 +377,8 @@
                 const row = rowAt(panel.times, time + frame * 1e-6);
                 const band = row >= 0 && line.low && line.low[row] !== null
                     ? ` (${shown(line.low[row], 7)} … ${shown(line.high[row], 7)})` : "";
-                cell.textContent = withUnit(row < 0 ? null : line.values[row], panel) + band;
+                const value = row < 0 ? null : line.values[row];
+                cell.textContent = (line.low ? shown(value, 7) : withUnit(value, panel)) + band;
             }
             if (this.swatch)
                 this.swatch.style.background = css(colourAt(this.data.strip, 0, time));

@@ -13,7 +13,7 @@ constexpr std::string_view blanks = " \t\r\n,";
 /// Goes through the words of a text.
 class Cursor {
 public:
-    Cursor(AuthorFile const& file, std::size_t at) : _file(file), _text(file.text()), at(std::min(at, _text.size())) {}
+    Cursor(AuthorFile const& file, std::size_t begin) : _file(file), _text(file.text()), at(std::min(begin, _text.size())) {}
 
     [[noreturn]] void refuse(char const* expected) const
     {

@@ -68,7 +68,7 @@ void Mending::insert(std::size_t at, float key, std::vector<float> const& value)
     Numbers numbers;
     for (float const number : value)
         numbers.push_back({number, {}});
-    _keys.insert(_keys.begin() + static_cast<std::ptrdiff_t>(at), {key, {}});
+    _keys.insert(_keys.begin() + static_cast<std::ptrdiff_t>(at), NumberList::Number{key, {}});
     _values.insert(_values.begin() + static_cast<std::ptrdiff_t>(at * _components), numbers.begin(), numbers.end());
 }
 
@@ -100,7 +100,7 @@ bool Mending::addPair()
 {
     if (!_eases || _values.size() + 2 != _keys.size() * 2)
         return false;
-    _values.insert(_values.end(), 2, {0, {}});
+    _values.insert(_values.end(), 2, NumberList::Number{0, {}});
     return true;
 }
 

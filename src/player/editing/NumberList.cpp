@@ -1,6 +1,6 @@
 #include "player/editing/NumberList.h"
 
-#include "base/FieldText.h"
+#include "base/Fields.h"
 #include "player/editing/AuthorFile.h"
 #include "player/scene/Diagnostics.h"
 #include "player/scene/Values.h"
@@ -51,6 +51,7 @@ NumberList::NumberList(AuthorFile const& file, std::uint32_t offset)
     };
     if (!_classic && quote != '"' && quote != '\'')
         refuse("no attribute value begins");
+    SFFloat number; // reads as the nodes do
     for (std::size_t at = offset; at < _text.size();) {
         if (isBlank(_text[at])) {
             ++at;
@@ -64,15 +65,14 @@ NumberList::NumberList(AuthorFile const& file, std::uint32_t offset)
                    && (_classic ? std::string_view("[]{}#\"").find(_text[end]) == std::string_view::npos : _text[end] != quote))
                 ++end;
             std::string const word(_text.substr(at, end - at));
-            float number = 0;
-            if (NumberReader reader(word.c_str()); word.empty() || !reader.read(number)) {
+            if (word.empty() || !number.setValueByStr(word.c_str(), Field::single)) {
                 // The end of the value: its quote, its bracket, or the next word of a single value.
                 if (_classic ? word.empty() || !_tokens.empty() : _text[at] == quote)
                     return;
                 refuse("no number stands, but \"" + std::string(_text.substr(at, 20)) + '"');
             }
             _tokens.push_back({at, end});
-            _numbers.push_back(number);
+            _numbers.push_back(number._value);
             at = end;
         }
     }

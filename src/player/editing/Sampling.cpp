@@ -1,6 +1,7 @@
 #include "player/editing/Sampling.h"
 
 #include "base/Fields.h"
+#include "player/scene/Scene.h"
 #include "player/scene/Values.h"
 
 #include <algorithm>

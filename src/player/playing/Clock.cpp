@@ -2,6 +2,7 @@
 
 #include "coreNodePool/TimeSensor.h"
 #include "coreNodePool/TimeSensorProc.h"
+#include "player/scene/DidYouMean.h"
 #include "player/scene/Values.h"
 
 #include <algorithm>
@@ -51,7 +52,7 @@ std::vector<Timing::Frame> Timing::frames() const
     return frames;
 }
 
-Clock::Clock(Scene& scene) : _scene(scene)
+Clock::Clock(Scene& scene, std::optional<double> now) : _scene(scene)
 {
     for (SceneNode& node : scene.sceneNodes)
         if (node.known && TimeSensor::isType(node.node)) {
@@ -62,7 +63,10 @@ Clock::Clock(Scene& scene) : _scene(scene)
     _awake.resize((_sensors.size() + 63) / 64);
     for (std::size_t i = 0; i < _sensors.size(); ++i) {
         TimeSensorProc& proc = timeSensor(_sensors[i]).sensorProc();
-        proc.open(0);
+        if (now)
+            proc.open(0, *now);
+        else
+            proc.open(0);
         proc.watch(&_awake[i / 64], i % 64);
         _awake[i / 64] |= std::uint64_t(1) << i % 64;
     }
@@ -78,7 +82,7 @@ void Clock::limitTo(std::size_t frames, std::size_t most)
 {
     _mostLooks = most;
     auto const running = static_cast<std::size_t>(std::ranges::count_if(_sensors, [](Sensor const& sensor) {
-        return timeSensor(sensor).enabled() && timeSensor(sensor).sensorProc().startsAt(0);
+        return timeSensor(sensor).sensorProc().isDue(0);
     }));
     if (running > 0 && frames > most / running)
         refuseSensors(most);
@@ -109,11 +113,16 @@ void Clock::startSensor(std::string const& name, double time)
 {
     SceneNode* const node = _scene.find(name);
     if (node == nullptr || !node->known || !TimeSensor::isType(node->node)) {
+        DidYouMean meant(name);
         std::string known;
-        for (Sensor const& sensor : _sensors)
+        for (Sensor const& sensor : _sensors) {
+            meant.offer(sensor.node->name);
             known += (known.empty() ? "" : ", ") + sensor.node->name;
-        throw Failure(exitUsage, "--start: no TimeSensor is named \"" + name + "\"; there "
-                                     + (known.empty() ? "are none" : "are: " + known));
+        }
+        throw Failure(exitUsage, "--start: no TimeSensor is named \"" + name + '"'
+                                     + (known.empty()             ? "; there are none"
+                                        : meant.nearest().empty() ? "; there are: " + known
+                                                                  : meant.text()));
     }
     start(*node, time);
 }
@@ -121,7 +130,7 @@ void Clock::startSensor(std::string const& name, double time)
 void Clock::startAll(double time)
 {
     for (Sensor const& sensor : _sensors)
-        if (!timeSensor(sensor).sensorProc().isActive() && !timeSensor(sensor).sensorProc().startsAt(time))
+        if (TimeSensorProc const& proc = timeSensor(sensor).sensorProc(); !proc.isActive() && !proc.isDue(time))
             start(*sensor.node, time);
 }
 
@@ -143,8 +152,12 @@ void Clock::inject(Injection const& injection)
 {
     std::string const what = "--inject " + injection.node + '.' + injection.field + ": ";
     SceneNode* const node = _scene.find(injection.node);
-    if (node == nullptr)
-        throw Failure(exitUsage, what + "no node is named \"" + injection.node + '"');
+    if (node == nullptr) {
+        DidYouMean meant(injection.node);
+        for (SceneNode const& other : _scene.sceneNodes)
+            meant.offer(other.name);
+        throw Failure(exitUsage, what + "no node is named \"" + injection.node + '"' + meant.text());
+    }
     Field* const field = _scene.field(*node, injection.field, Node::asInput);
     if (field == nullptr)
         throw Failure(exitUsage, what + (node->known ? "a " + node->typeName + " has no such field"
@@ -212,6 +225,7 @@ void Clock::advance(double time, std::function<void()> const& begin)
     }
     if (begin)
         begin();
+    _time = time;
     frame(time);
 }
 
@@ -232,16 +246,18 @@ std::optional<std::vector<double>> Clock::timesOf(Sensor const& sensor, std::vec
     if (fractions.empty())
         return times;
     for (Run const& run : sensor.runs) {
-        if (!((run.end - run.start) / run.cycle < static_cast<double>(most)))
+        double const before = std::max(0.0, std::floor(-run.start / run.cycle)); // cycles before the opening
+        if (!((run.end - run.start) / run.cycle - before < static_cast<double>(most)))
             return std::nullopt;
-        for (std::size_t n = 0;; ++n) {
-            double const cycle = run.start + static_cast<double>(n) * run.cycle;
+        double const first = run.start + before * run.cycle;
+        for (std::size_t n = 0; n <= most; ++n) {
+            double const cycle = first + static_cast<double>(n) * run.cycle;
             if (!(cycle <= run.end))
                 break;
             if (times.size() + fractions.size() > most)
                 return std::nullopt;
             for (float const fraction : fractions)
-                if (double const time = cycle + fraction * run.cycle; time <= run.end)
+                if (double const time = cycle + fraction * run.cycle; time >= 0 && time <= run.end)
                     times.push_back(time);
         }
     }
@@ -270,8 +286,9 @@ std::vector<Clock::Sensor> Clock::planned(double until) const
             if (cycle > 0)
                 copy.runs.push_back({start, node._loop._value ? until : std::min(until, start + cycle), cycle});
         };
-        if (node.enabled() && node.sensorProc().startsAt(0))
-            run(0);
+        TimeSensorProc const& proc = node.sensorProc();
+        if (proc.startTime() <= until && proc.isDue(std::max(0.0, proc.startTime())))
+            run(proc.startTime());
         for (Event const& event : _events)
             if (event.field == &node._startTime && event.time <= until)
                 run(event.time);
@@ -282,20 +299,27 @@ std::vector<Clock::Sensor> Clock::planned(double until) const
 std::string Clock::waitsFor(Sensor const& sensor) const
 {
     std::string const start = " (--start " + sensor.node->name + ')';
+    double const ahead = timeSensor(sensor).sensorProc().startTime();
+    if (ahead > _time && std::isfinite(ahead) && timeSensor(sensor).enabled())
+        return "starts at " + roundNumber(ahead, 9) + " s";
+    // Whoever sets the field is what the author meant to do so.
+    auto const by = [&](Field const& field, char const* before) {
+        std::string names;
+        for (Route* route = field._routesIn; route != nullptr; route = route->nextIn())
+            if (SceneNode const* const from = _scene.sceneNode(*route->from()._node))
+                names += (names.empty() ? before : ", ") + from->name + '.' + route->from().findName();
+        return names;
+    };
     switch (timeSensor(sensor).sensorProc().idle()) {
     case TimeSensorProc::Idle::no: return "";
-    case TimeSensorProc::Idle::disabled: return "waits to be enabled" + start;
+    case TimeSensorProc::Idle::disabled: return "waits to be enabled" + by(timeSensor(sensor)._enabled, " by ") + start;
     case TimeSensorProc::Idle::badInterval: return "cannot run: cycleInterval is not above 0";
     case TimeSensorProc::Idle::ended: return "has ended";
     case TimeSensorProc::Idle::stopAfterStart:
     case TimeSensorProc::Idle::notLooping: break;
     }
-    // Whoever sets startTime is what the author meant to start it.
-    std::string by;
-    for (Route* route = timeSensor(sensor)._startTime._routesIn; route != nullptr; route = route->nextIn())
-        if (SceneNode const* const from = _scene.sceneNode(*route->from()._node))
-            by += (by.empty() ? "" : ", ") + from->name + '.' + route->from().findName();
-    return "waits for " + (by.empty() ? std::string("a startTime event") : by) + start;
+    std::string const starters = by(timeSensor(sensor)._startTime, "");
+    return "waits for " + (starters.empty() ? "a startTime event" : starters) + start;
 }
 
 } // namespace Zelvan::play

@@ -36,15 +36,16 @@ struct Timing {
 /// Lets time pass in a scene: TimeSensors, and what is injected from outside. Goes before the scene does.
 class Clock {
 public:
-    /// Opens the scene at time 0.
-    explicit Clock(Scene& scene);
+    /// Opens the scene at time 0. `now` says what time that is, in seconds since 1970: sensors whose start lies in the past
+    /// are in the middle of their cycle then.
+    explicit Clock(Scene& scene, std::optional<double> now = {});
     ~Clock();
     Clock(Clock const&) = delete;
     Clock& operator=(Clock const&) = delete;
 
     /// A sensor starts at `time`, as if something had triggered it. Usage failure when there is no such sensor.
     void startSensor(std::string const& name, double time);
-    /// All sensors that do not run now.
+    /// All sensors that do not run now, disabled ones included.
     void startAll(double time);
     /// Usage failure when node, field or value do not fit.
     void inject(Injection const& injection);
@@ -101,6 +102,7 @@ private:
     std::size_t _looks = 0, _mostLooks = ~std::size_t(0);
     std::vector<Event> _events; ///< by time, those to come last
     std::size_t _nextEvent = 0;
+    double _time = 0; ///< of the last frame
 };
 
 } // namespace Zelvan::play

@@ -38,7 +38,7 @@ public:
         std::vector<SceneRoute const*> routes;
         if (auto const found = _out.find(&node); found != _out.end())
             std::ranges::copy_if(found->second, std::back_inserter(routes), [&](SceneRoute const* route) {
-                return decides(node) || !_inputs.contains({&node, baseName(route->fromField)});
+                return node.decides || !_inputs.contains({&node, baseName(route->fromField)});
             });
         return routes;
     }
@@ -75,16 +75,11 @@ bool acts(SceneNode const& node)
 {
     constexpr std::string_view kinds[] = {"Sensor", "Filter",  "Trigger",  "Sequencer",   "Toggle",
                                           "Damper", "Chaser", "Follower", "Interpolator"};
-    return decides(node)
+    return node.decides
         || std::ranges::any_of(kinds, [&](std::string_view kind) { return node.typeName.ends_with(kind); });
 }
 
 } // namespace
-
-bool decides(SceneNode const& node)
-{
-    return !node.known && (node.typeName == "Script" || node.typeName == "ProtoInstance");
-}
 
 std::string NotRun::targetText() const
 {
@@ -109,10 +104,10 @@ std::vector<NotRun> nodesNotRun(Scene const& scene)
             continue;
         auto routes = map.own(node);
         auto const holds = held.find(&node);
-        bool const between = map.reached(node) || (map.leads(node) && (decides(node) || map.hasInputs(node)));
+        bool const between = map.reached(node) || (map.leads(node) && (node.decides || map.hasInputs(node)));
         if (!acts(node) || !between) // then only what moves an interpolator itself counts
             std::erase_if(routes, [](SceneRoute const* route) { return !isInterpolator(*route->to); });
-        bool const decision = decides(node) && (map.reached(node) || holds != held.end());
+        bool const decision = node.decides && (map.reached(node) || holds != held.end());
         if (routes.empty() && !decision)
             continue;
         NotRun& entry = found.emplace_back(NotRun{&node, {}});

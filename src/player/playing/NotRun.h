@@ -7,10 +7,6 @@
 
 namespace Zelvan::play {
 
-/// Whether what a node sends is its own decision, so that nothing passes through it: a Script, a PROTO that could
-/// not be read.
-bool decides(SceneNode const& node);
-
 /// A node between those that are run, or before them, that is not run: a Script, a follower, a sequencer, a trigger, a
 /// filter, a sensor that moves an interpolator.
 struct NotRun {

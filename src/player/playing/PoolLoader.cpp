@@ -156,8 +156,8 @@ std::string load(fs::path const& path)
     return refusal;
 }
 
-// Folders in ZELVAN_PLUGIN_PATH, then those that belong to this installation or build.
-std::vector<fs::path> poolFolders()
+// Folders in ZELVAN_PLUGIN_PATH.
+std::vector<fs::path> askedFolders()
 {
     std::vector<fs::path> folders;
     if (char const* const variable = std::getenv("ZELVAN_PLUGIN_PATH")) {
@@ -169,6 +169,13 @@ std::vector<fs::path> poolFolders()
                 folders.emplace_back(folder);
         }
     }
+    return folders;
+}
+
+// Those that belong to this installation or build.
+std::vector<fs::path> ownFolders()
+{
+    std::vector<fs::path> folders;
     // An object of libzelvanBase: the address of a function may be one in the program.
     Dl_info base;
     if (::dladdr(&theSceneNodeTypeFactory(), &base) != 0 && base.dli_fname != nullptr)
@@ -187,7 +194,11 @@ std::vector<PoolCandidate> loadPool(std::string const& explicitFile)
     if (!explicitFile.empty())
         files.emplace_back(explicitFile);
     else
-        for (fs::path const& folder : poolFolders())
+        for (fs::path const& folder : askedFolders())
+            files.push_back((folder / poolFile).lexically_normal());
+    std::size_t const asked = files.size();
+    if (explicitFile.empty())
+        for (fs::path const& folder : ownFolders())
             files.push_back((folder / poolFile).lexically_normal());
     constexpr std::size_t mostFiles = 100;
     if (files.size() > mostFiles)
@@ -196,7 +207,7 @@ std::vector<PoolCandidate> loadPool(std::string const& explicitFile)
 
     std::vector<PoolCandidate> candidates;
     for (fs::path const& file : files) {
-        candidates.push_back({file.string(), load(file)});
+        candidates.push_back({file.string(), load(file), candidates.size() < asked});
         if (candidates.back().refusal.empty())
             return candidates;
     }

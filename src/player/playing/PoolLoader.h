@@ -9,6 +9,7 @@ namespace Zelvan::play {
 struct PoolCandidate {
     std::string file;
     std::string refusal; ///< why it was not taken; "" for the one that was
+    bool asked = true;   ///< it was looked for because the user said so
 };
 
 /// Loads the pool and calls its entry; the library stays loaded until the program ends. Looks at `explicitFile`

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fnmatch.h>
 #include <limits>
 
 namespace Zelvan::play {
@@ -58,15 +59,22 @@ Recorder::Recorder(Scene& scene, Options options)
     : _options(options), _mostInFrame(1000 + 10 * scene.routes.size())
 {
     unsigned leaves = 0, arrivals = 0;
+    auto const wanted = [&](SceneNode const& node) {
+        return options.nodes.empty() || std::any_of(options.nodes.begin(), options.nodes.end(), [&](std::string const& pattern) {
+                   return ::fnmatch(pattern.c_str(), node.name.c_str(), 0) == 0;
+               });
+    };
     for (SceneNode const& node : scene.sceneNodes)
-        if (Field* const output = outputOf(node))
+        if (Field* const output = wanted(node) ? outputOf(node) : nullptr)
             add(node, *output, true, leaves++ < options.statistics);
         else if (node.known) // a sensor sends of itself
             _mostInFrame += 20;
     if (options.arrivals)
         for (SceneNode const& node : scene.sceneNodes)
-            for (Field* const input : Scene::inputsOf(node))
+            for (Field* const input : wanted(node) ? Scene::inputsOf(node) : std::vector<Field*>())
                 add(node, *input, false, arrivals++ < options.statistics);
+    if (_tracks.empty() && !options.nodes.empty())
+        throw Failure(exitUsage, "--nodes: no node that sends or takes values has such a name");
     for (Track const& track : _tracks)
         _counts.push_back({0, track.detailed});
     Field::observe(this);

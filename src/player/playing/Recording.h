@@ -63,6 +63,7 @@ class Recorder : private SendObserver {
 public:
     struct Options {
         bool arrivals = true;    ///< also what reaches nodes without a class
+        std::vector<std::string> nodes = {}; ///< patterns of names (*, ?): these nodes only; none takes all
         bool keepSamples = false;///< keep all numbers, for curves and exports
         std::size_t mostKept = ~std::size_t(0); ///< numbers kept or written, times included; Failure(exitScene) beyond
         unsigned statistics = ~0u; ///< ranges and outlines for this many tracks of each kind, the first ones

@@ -49,10 +49,12 @@ UnitQuaternion UnitQuaternion::ofMatrix(double const* columns)
         return q;
     }
     int const i = int(largest), j = (i + 1) % 3, k = (i + 2) % 3;
-    q.v[i] = twice / 2;
-    q.v[j] = (at(j, i) + at(i, j)) * part;
-    q.v[k] = (at(k, i) + at(i, k)) * part;
     q.w = (at(k, j) - at(j, k)) * part;
+    double const sign = q.w < 0 ? -1 : 1;
+    q.v[i] = sign * twice / 2;
+    q.v[j] = sign * (at(j, i) + at(i, j)) * part;
+    q.v[k] = sign * (at(k, i) + at(i, k)) * part;
+    q.w *= sign;
     return q;
 }
 

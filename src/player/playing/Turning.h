@@ -8,7 +8,7 @@ struct UnitQuaternion {
 
     /// From axis (of any length; zero is the identity) and angle in radians.
     static UnitQuaternion ofAxisAngle(double const* number);
-    /// From the columns of a rotation matrix, four numbers each.
+    /// From the columns of a rotation matrix, four numbers each; turned by the shorter way.
     static UnitQuaternion ofMatrix(double const* columns);
 };
 

@@ -40,7 +40,7 @@ Word fieldName(Word type, Word field)
 
 /// A field that gets a value. Of a node it becomes an attribute, or the container of child elements; others are
 /// elements of their own, for a value or for children.
-struct Field {
+struct Slot {
     Name name;
     bool isElement = false;
 };
@@ -65,7 +65,7 @@ private:
         std::size_t begin = 0;   ///< of its bracket
         unsigned elements = 0;   ///< that end with it
         Name name{};             ///< of the PROTO, or a body's node type
-        Field field{};           ///< of nodes
+        Slot field{};           ///< of nodes
         bool isSpecial = false;  ///< interface of an EXTERNPROTO, body of an instance
         std::size_t outside = 0; ///< how many of _declared or _connects are older
     };
@@ -80,12 +80,12 @@ private:
     bool readKeyword(Word word, std::size_t at);
     bool readHead();
     void enterScene();
-    void readNode(Word word, std::size_t at, Field const& field);
-    void openNode(Word word, std::size_t at, Field const& field, unsigned elements);
-    void addContainer(Field const& field);
+    void readNode(Word word, std::size_t at, Slot const& field);
+    void openNode(Word word, std::size_t at, Slot const& field, unsigned elements);
+    void addContainer(Slot const& field);
     void readBodyItem(Frame const& frame);
     void leaveBody(Frame const& frame);
-    void readValue(Field const& field);
+    void readValue(Slot const& field);
     bool readConnection(Name const& field);
     void readProto(Word word, std::size_t at);
     void readDeclaration(Access const& access, std::size_t at, Frame const& frame);
@@ -225,7 +225,7 @@ void ClassicReader::enterScene()
     _inScene = true;
 }
 
-void ClassicReader::readNode(Word word, std::size_t at, Field const& field)
+void ClassicReader::readNode(Word word, std::size_t at, Slot const& field)
 {
     // In a list it is the list that ends the field.
     unsigned const elements = field.isElement && _frames.back().in != In::nodes ? 1 : 0;
@@ -241,7 +241,7 @@ void ClassicReader::readNode(Word word, std::size_t at, Field const& field)
     close(elements);
 }
 
-void ClassicReader::openNode(Word word, std::size_t at, Field const& field, unsigned elements)
+void ClassicReader::openNode(Word word, std::size_t at, Slot const& field, unsigned elements)
 {
     Name def, type{word, at};
     if (word == "DEF") {
@@ -262,7 +262,7 @@ void ClassicReader::openNode(Word word, std::size_t at, Field const& field, unsi
     _frames.push_back({In::body, begin, elements + 1, type, {}, isInstance, _connects.size()});
 }
 
-void ClassicReader::addContainer(Field const& field)
+void ClassicReader::addContainer(Slot const& field)
 {
     if (!field.isElement && !field.name.text.empty())
         _scanner.attribute("containerField", field.name);
@@ -279,7 +279,7 @@ void ClassicReader::readBodyItem(Frame const& frame)
     if (Access const* const access = findAccess(word))
         if (Word const type = _scanner.wordAhead(); type.starts_with("SF") || type.starts_with("MF"))
             return readDeclaration(*access, at, frame);
-    Field const field{{frame.isSpecial ? word : fieldName(frame.name.text, word), at}, frame.isSpecial};
+    Slot const field{{frame.isSpecial ? word : fieldName(frame.name.text, word), at}, frame.isSpecial};
     if (readConnection(field.name))
         return;
     if (frame.isSpecial) {
@@ -314,7 +314,7 @@ bool ClassicReader::readConnection(Name const& field)
     return true;
 }
 
-void ClassicReader::readValue(Field const& field)
+void ClassicReader::readValue(Slot const& field)
 {
     std::size_t const begin = ahead();
     bool const isList = _scanner.take('[');

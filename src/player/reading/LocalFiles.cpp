@@ -88,13 +88,18 @@ OpenedFile LocalFiles::openScene(std::string const& path, std::string const& roo
     return {std::move(file), identity, standard ? "<stdin>" : path, folder};
 }
 
+bool LocalFiles::isRemote(std::string_view url)
+{
+    return url.starts_with("urn:") || (!url.starts_with("file://") && url.find("://") != url.npos);
+}
+
 OpenedFile LocalFiles::open(std::string url, fs::path const& folder) const
 {
     constexpr std::size_t longest = 1000;
     constexpr std::ptrdiff_t deepest = 64;
     if (url.starts_with("file://"))
         url.erase(0, 7);
-    else if (url.find("://") != std::string::npos || url.starts_with("urn:"))
+    else if (isRemote(url))
         throw Failure(exitScene, '"' + url + "\" is not a local file, and nothing is fetched");
     if (url.size() > longest || std::ranges::count(url, '/') > deepest)
         throw Failure(exitScene, '"' + url.substr(0, 40) + "...\" is longer than a file's name");

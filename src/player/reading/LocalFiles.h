@@ -3,6 +3,7 @@
 #include <compare>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <sys/types.h>
 
 namespace Zelvan::play {
@@ -40,6 +41,9 @@ struct OpenedFile {
 /// (or one that is named) and below. What is looked at is what has been opened, so that nothing can be put in its place in between.
 class LocalFiles {
 public:
+    /// Whether a url names something that would have to be fetched.
+    static bool isRemote(std::string_view url);
+
     /// "-" is standard input. Nothing will be read outside of the folder `root`; when it is empty, that of the scene.
     /// Throws Failure.
     OpenedFile openScene(std::string const& path, std::string const& root);

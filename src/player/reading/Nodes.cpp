@@ -10,6 +10,15 @@ namespace Zelvan::play {
 
 namespace {
 
+bool holdsNodes(Element const& element)
+{
+    if (element.name == "Script")
+        for (Element const& field : Children(element, "field"))
+            if (field.firstChild != nullptr)
+                return true;
+    return false;
+}
+
 DidYouMean meantField(Node const& node, std::string_view name, unsigned access)
 {
     DidYouMean meant(name);
@@ -88,12 +97,12 @@ SceneNode* Nodes::read(Element const& element, Scope& scope)
     NodeType* const type = NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), std::string(element.name), searchExact);
     NodeType* const creatable = type ? type->creatableType() : nullptr;
     // A node that nothing can be routed to needs no memory.
-    if (creatable == nullptr && findAttribute(element, "DEF") == nullptr && findChild(element, "IS") == nullptr)
+    if (creatable == nullptr && findAttribute(element, "DEF") == nullptr && findChild(element, "IS") == nullptr && !holdsNodes(element))
         return nullptr;
     SceneNode& node = add(element, scope);
     if (creatable != nullptr)
         create(*creatable, element, node, scope);
-    else if (element.name == "Script")
+    else if ((node.decides = element.name == "Script"))
         addScriptFields(element, node, scope);
     define(_reading.nameIn(element, "DEF", scope), {&node}, scope, node.where);
     return &node;
@@ -132,7 +141,10 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
             continue;
         Field* const field = node.node->findField(std::string(name));
         Location const where = locate(attribute, *scope.file);
-        if (field == nullptr) {
+        if (field == nullptr && name == "keyVelocity" && node.typeName.starts_with("Spline")) {
+            _reading.diagnostics.report(Severity::note, _reading.scene.place(where), kinds::noEffect,
+                                        node.name + ".keyVelocity: X3D has it, it changes nothing here, other players bend the curve by it");
+        } else if (field == nullptr) {
             // What is like no field here was hardly misspelled.
             bool const misspelled = !meantField(*node.node, name, initializeOnly).nearest().empty();
             _reading.diagnostics.report(misspelled ? Severity::warning : Severity::note, _reading.scene.place(where),

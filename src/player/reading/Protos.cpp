@@ -35,23 +35,33 @@ void Protos::declare(Element const& element, Scope& scope)
 
 void Protos::declareExtern(Element const& element, Scope& scope)
 {
-    std::string const name = _reading.nameIn(element, "name", scope);
-    Location const where = locate(element, scope);
-    std::string fragment;
-    Proto& proto = scope.protos[name] = {nullptr, &scope};
-    SceneFile* const other = _files.find(attributeValue(element, "url"), *scope.file, where, kinds::badProto, &fragment);
-    if (other == nullptr)
-        return;
-    if (other->declared == nullptr)
-        declareAll(*other);
-    auto const& declared = other->declared->protos;
-    if (fragment.empty())
-        proto = {other->firstProto, other->declared};
-    else if (auto const found = declared.find(fragment); found != declared.end())
-        proto = found->second;
-    if (proto.declaration == nullptr)
-        _reading.warn(where, kinds::badProto,
-                      '"' + other->name + "\" declares no PROTO \"" + (fragment.empty() ? name : fragment) + '"');
+    scope.protos[_reading.nameIn(element, "name", scope)] = {&element, &scope, true};
+}
+
+// From file to file: the PROTO there may be an EXTERNPROTO itself. What leads in a circle is found nowhere.
+void Protos::follow(Proto& proto)
+{
+    for (std::size_t steps = 0; proto.isExternal; ++steps) {
+        Element const& element = *proto.declaration;
+        Scope& scope = *proto.scope;
+        Location const where = locate(element, scope);
+        std::string fragment;
+        proto = {nullptr, &scope};
+        SceneFile* const other = _files.find(attributeValue(element, "url"), *scope.file, where, kinds::badProto, &fragment);
+        if (other == nullptr)
+            return;
+        if (other->declared == nullptr)
+            declareAll(*other);
+        auto const& declared = other->declared->protos;
+        if (fragment.empty())
+            proto = {other->firstProto, other->declared};
+        else if (auto const found = declared.find(fragment); found != declared.end() && steps < _reading.budget.limits().files)
+            proto = found->second;
+        if (proto.declaration == nullptr)
+            _reading.warn(where, kinds::badProto,
+                          '"' + other->name + "\" declares no PROTO"
+                              + (fragment.empty() ? "" : " \"" + fragment + '"' + _reading.meant(fragment, declared)));
+    }
 }
 
 // A file's own declarations are also what their bodies may use.
@@ -64,15 +74,21 @@ void Protos::declareAll(SceneFile& file)
     if (scene == nullptr)
         return;
     file.firstProto = findChild(*scene, "ProtoDeclare");
-    for (Element const& child : Children(*scene, "ProtoDeclare"))
-        declare(child, *file.declared);
+    for (Element const& child : Children(*scene)) {
+        if (child.name == "ProtoDeclare")
+            declare(child, *file.declared);
+        else if (child.name == "ExternProtoDeclare")
+            declareExtern(child, *file.declared);
+    }
 }
 
 Proto const* Protos::find(Scope& scope, std::string const& name)
 {
     for (Scope* at = &scope; at != nullptr; at = at->outer)
-        if (auto const found = at->protos.find(name); found != at->protos.end())
+        if (auto const found = at->protos.find(name); found != at->protos.end()) {
+            follow(found->second);
             return &found->second;
+        }
     return nullptr;
 }
 
@@ -91,7 +107,7 @@ Instance& Protos::instantiate(Element const& element, Proto const& proto, Scope&
     if (Element const* const interface = findChild(*proto.declaration, "ProtoInterface"))
         for (Element const& field : Children(*interface, "field")) {
             std::string const name = _reading.nameIn(field, "name", *proto.scope);
-            _reading.budget.spend(2 + name.size() / Budget::bytesForATenth, where);
+            _reading.budget.spend(3 + name.size() / Budget::bytesForATenth, where);
             InterfaceField& added = instance.fields[name];
             added.type = attributeValue(field, "type");
             added.value = findAttribute(field, "value");
@@ -148,8 +164,14 @@ void Protos::connect(Element const& element, Target target, Scope& scope)
         bool const exists = target.instance != nullptr ? connectInstance(field, *target.instance, nodeField, where)
                             : target.node->known       ? connectNode(field, *target.node, nodeField, where)
                                                        : true;
-        if (exists)
-            field.connections.emplace_back(target, nodeField);
+        if (!exists)
+            continue;
+        field.connections.emplace_back(target, nodeField);
+        if (target.node != nullptr && target.node->typeName == "Script") {
+            _reading.budget.spend(field.nodes.size() / 10, where);
+            for (SceneNode* const node : field.nodes)
+                node->holder = target.node;
+        }
     }
 }
 
@@ -162,6 +184,10 @@ bool Protos::connectInstance(InterfaceField const& outer, Instance& inner, std::
     else if (outer.value != nullptr) {
         found->second.value = outer.value;
         found->second.file = outer.file;
+    }
+    if (exists && !outer.nodes.empty()) {
+        _reading.budget.spend(outer.nodes.size(), where);
+        found->second.nodes.insert(found->second.nodes.end(), outer.nodes.begin(), outer.nodes.end());
     }
     return exists;
 }

@@ -11,8 +11,8 @@ public:
 
     void declare(Element const& element, Scope& scope);
     void declareExtern(Element const& element, Scope& scope);
-    /// Null when nothing of that name was declared here or around.
-    static Proto const* find(Scope& scope, std::string const& name);
+    /// Null when nothing of that name was declared here or around. The file of an EXTERNPROTO is read when it is used.
+    Proto const* find(Scope& scope, std::string const& name);
 
     /// An instance with its fields: the values that the element gives, or else the declaration.
     Instance& instantiate(Element const& element, Proto const& proto, Scope& scope);
@@ -26,6 +26,7 @@ public:
     std::vector<End> ends(Target target, std::string const& field, Node::FieldSearchOrder order, Location where);
 
 private:
+    void follow(Proto& proto);
     void declareAll(SceneFile& file);
     SceneNode& store(Instance& instance, std::string const& name, InterfaceField const& field);
     /// False, with a message, when there is no such field.

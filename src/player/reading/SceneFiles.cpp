@@ -62,7 +62,7 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
                                      + " lines (--max-elements raises the limit)");
     file->number = _scene.addFile(file->name, std::move(lines));
     if (auto const offset = file->source.firstLatin1())
-        _diagnostics.warning(_scene.place(Location{file->number, *offset}), kinds::badEncoding,
+        _diagnostics.warning(_scene.place(Location{file->number, *offset}), kinds::badXml,
                              "expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1");
     try {
         if (file->source.syntax() == SourceFile::Syntax::classic)
@@ -72,8 +72,18 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
     } catch (SyntaxError const& error) {
         refuse(*file, error);
     }
+    for (ElementTree::Comment const& comment : file->tree.comments())
+        _scene.remarks.push_back({{file->number, comment.offset}, std::string(comment.text)});
     file->units = Units::of(file->tree.root());
     return *_files.emplace_back(std::move(file));
+}
+
+void SceneFiles::giveTexts()
+{
+    for (auto const& file : _files) {
+        std::size_t const size = file->source.size();
+        _scene.keepText(file->number, file->source.release(), size);
+    }
 }
 
 void SceneFiles::refuse(SceneFile const& file, SyntaxError const& error) const
@@ -91,7 +101,7 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
 {
     constexpr std::size_t shown = 5;
     std::vector<Answer const*> failed;
-    bool more = false;
+    bool more = false, remote = false;
     for (std::string url : quotedStrings(urls)) {
         if (auto const hash = url.find('#'); hash != std::string::npos) {
             if (fragment != nullptr)
@@ -106,6 +116,7 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
         }
         if (answer.file != nullptr)
             return answer.file;
+        remote = remote || LocalFiles::isRemote(url);
         if (std::ranges::find(failed, &answer) != failed.end())
             continue;
         more = failed.size() == shown;
@@ -115,7 +126,9 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
     std::string why = failed.empty() ? "has no url" : failed.size() > 1 ? "none of its urls can be read: " : "";
     for (Answer const* const answer : failed)
         why += (answer == failed.front() ? "" : "; ") + answer->why;
-    _diagnostics.warning(_scene.place(where), kind, why + (more ? "; and others" : ""));
+    // What would have to be fetched may well be there.
+    _diagnostics.report(remote ? Severity::note : Severity::warning, _scene.place(where), kind,
+                        why + (more ? "; and others" : ""));
     return nullptr;
 }
 

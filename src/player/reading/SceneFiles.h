@@ -43,6 +43,9 @@ public:
     /// what follows the last "#" that was seen.
     SceneFile* find(std::string_view urls, SceneFile& from, Location where, char const* kind, std::string* fragment);
 
+    /// Hands the texts over to the scene. The files' trees are of no use any more.
+    void giveTexts();
+
 private:
     SceneFile& load(OpenedFile const& opened);
     [[noreturn]] void refuse(SceneFile const& file, SyntaxError const& error) const;

@@ -32,6 +32,8 @@ private:
         bool again = false;            ///< of a file: it was read before
         Proto proto{};                 ///< of arguments
         Instance* instance = nullptr;  ///< of arguments
+        SceneNode* holder = nullptr;   ///< of nodes in a field: the node with the field, which is not run
+        InterfaceField* given = nullptr; ///< of nodes in a field of a PROTO instance
     };
     void readAll();
     void end(Step const& step);
@@ -43,7 +45,10 @@ private:
     void readInstance(Element const& element, Scope& scope);
     void readBody(Step const& arguments);
     void enterFile(SceneFile& file, Scope& scope, Step step);
-    void enterChildren(Element const& element, Scope& scope) { enter({element.firstChild, &scope, _depth + 1}); }
+    void enterField(Element const& element, Scope& scope);
+    void enterChildren(Element const& element, Scope& scope, SceneNode* holder = nullptr);
+    /// What holds the element that is being read holds this node.
+    void hold(SceneNode* node);
     void enter(Step step) { _steps.push_back(step); }
 
     Budget _budget;
@@ -53,7 +58,10 @@ private:
     Protos _protos{_reading, _files, _nodes};
     Routes _routes{_reading, _nodes, _protos};
     std::vector<Step> _steps; ///< the next one last
-    unsigned _depth = 0;      ///< of the element that is being read
+    unsigned _depth = 0;      ///< of the element that is being read, and of the same step:
+    Instance* _arguments = nullptr;
+    SceneNode* _holder = nullptr;
+    InterfaceField* _given = nullptr;
     std::deque<Scope> _bodies; ///< of the PROTO instances that are being expanded
     std::vector<Element const*> _expanding; ///< their declarations
     std::vector<SceneFile*> _inlining;
@@ -69,6 +77,7 @@ void SceneReader::read(std::string const& path)
     enterFile(file, _reading.scopes.emplace_back(), {});
     readAll();
     _routes.connectUntyped();
+    _files.giveTexts();
 }
 
 void SceneReader::readAll()
@@ -80,6 +89,9 @@ void SceneReader::readAll()
                 _budget.requireDepth(step.depth, locate(*element->parent, *step.scope));
             step.next = element->next;
             _depth = step.depth;
+            _arguments = step.end == Step::ofArguments ? step.instance : nullptr;
+            _holder = step.holder;
+            _given = step.given;
             readElement(*element, *step.scope);
         } else {
             Step const done = step;
@@ -142,17 +154,48 @@ void SceneReader::readElement(Element const& element, Scope& scope)
         scope.imports.push_back(&element);
     else if (name == "EXPORT")
         Routes::addExport(_reading, element, scope);
-    else if (name == "Scene" || name == "field" || name == "fieldValue")
+    else if (name == "Scene")
         enterChildren(element, scope);
+    else if (name == "field" || name == "fieldValue")
+        enterField(element, scope);
     else if (name != "head" && name != "IS")
         readNode(element, scope);
+}
+
+void SceneReader::enterField(Element const& element, Scope& scope)
+{
+    Step step{element.firstChild, &scope, _depth + 1};
+    step.holder = _holder;
+    if (_arguments != nullptr)
+        if (auto const found = _arguments->fields.find(_reading.nameIn(element, "name", scope)); found != _arguments->fields.end())
+            step.given = &found->second;
+    enter(step);
+}
+
+void SceneReader::enterChildren(Element const& element, Scope& scope, SceneNode* holder)
+{
+    Step step{element.firstChild, &scope, _depth + 1};
+    step.holder = holder;
+    enter(step);
+}
+
+void SceneReader::hold(SceneNode* node)
+{
+    if (node == nullptr || !node->known)
+        return;
+    if (_holder != nullptr)
+        node->holder = _holder;
+    if (_given != nullptr)
+        _given->nodes.push_back(node);
 }
 
 void SceneReader::readNode(Element const& element, Scope& scope)
 {
     if (findAttribute(element, "USE") != nullptr) {
         std::string const wanted = _reading.nameIn(element, "USE", scope);
-        if (!scope.names.contains(wanted))
+        if (auto const used = scope.names.find(wanted); used != scope.names.end())
+            hold(used->second.node);
+        else
             _reading.warn(locate(element, scope), kinds::unknownUse,
                           "USE \"" + wanted + "\": no node before this one has that DEF name" + _reading.meant(wanted, scope.names));
         return;
@@ -165,9 +208,11 @@ void SceneReader::readNode(Element const& element, Scope& scope)
 
 void SceneReader::readNodeItself(Element const& element, Scope& scope)
 {
-    if (SceneNode* const node = _nodes.read(element, scope))
+    SceneNode* const node = _nodes.read(element, scope);
+    hold(node);
+    if (node != nullptr)
         _protos.connect(element, {node}, scope);
-    enterChildren(element, scope);
+    enterChildren(element, scope, element.name == "Script" ? node : nullptr);
 }
 
 bool SceneReader::enterInline(Element const& element, Scope& scope)
@@ -201,13 +246,16 @@ void SceneReader::readInstance(Element const& element, Scope& scope)
 {
     Location const where = locate(element, scope);
     std::string const name = _reading.nameIn(element, "name", scope), def = _reading.nameIn(element, "DEF", scope);
-    Proto const* const proto = Protos::find(scope, name);
+    Proto const* const proto = _protos.find(scope, name);
     if (proto == nullptr || proto->declaration == nullptr) {
         if (proto == nullptr)
             _reading.warn(where, kinds::badProto, "no PROTO is named \"" + name + '"' + _reading.meant(name, scope.protos));
         // Kept as a node that takes any event.
-        _nodes.define(def, {&_nodes.add(element, scope)}, scope, where);
-        return enterChildren(element, scope);
+        SceneNode& node = _nodes.add(element, scope);
+        node.typeName = name;
+        node.decides = true;
+        _nodes.define(def, {&node}, scope, where);
+        return enterChildren(element, scope, &node);
     }
     if (std::ranges::find(_expanding, proto->declaration) != _expanding.end())
         return _reading.diagnostics.error(_reading.scene.place(where), kinds::badProto,
@@ -232,8 +280,13 @@ void SceneReader::readBody(Step const& arguments)
     Element const* const declared = findChild(*proto.declaration, "ProtoBody");
     enter({declared ? declared->firstChild : nullptr, &body, arguments.depth, Step::ofBody});
     auto const defaults = Protos::defaultsOf(*arguments.from, proto);
-    for (auto field = defaults.rbegin(); field != defaults.rend(); ++field)
-        enter({(*field)->firstChild, &body, arguments.depth});
+    for (auto field = defaults.rbegin(); field != defaults.rend(); ++field) {
+        Step step{(*field)->firstChild, &body, arguments.depth};
+        if (auto const given = body.instance->fields.find(std::string(attributeValue(**field, "name")));
+            given != body.instance->fields.end())
+            step.given = &given->second;
+        enter(step);
+    }
 }
 
 } // namespace

@@ -11,9 +11,9 @@ namespace Zelvan::play {
 // Kinds of the messages that reading a scene may give; `check` uses them as codes.
 namespace kinds {
 inline constexpr char const* badXml = "bad-xml";
-inline constexpr char const* badEncoding = "bad-encoding";
 inline constexpr char const* badValue = "bad-value";
 inline constexpr char const* unknownAttribute = "unknown-attribute";
+inline constexpr char const* noEffect = "no-effect";
 inline constexpr char const* badRoute = "bad-route";
 inline constexpr char const* duplicateDef = "duplicate-def";
 inline constexpr char const* unknownUse = "unknown-use";

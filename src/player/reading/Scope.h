@@ -26,6 +26,7 @@ struct InterfaceField {
     Attribute const* value = nullptr; ///< null when neither the instance nor the declaration has one
     SceneFile const* file = nullptr;  ///< that the value stands in
     std::vector<std::pair<Target, std::string>> connections; ///< the fields it IS, in the body
+    std::vector<SceneNode*> nodes;    ///< given to it, as far as they are run
 };
 
 struct Instance {
@@ -40,6 +41,7 @@ struct Instance {
 struct Proto {
     Element const* declaration; ///< null for an EXTERNPROTO whose file was not found
     Scope* scope;               ///< what stands around the declaration
+    bool isExternal = false;    ///< an EXTERNPROTO whose file has not been looked for
 };
 
 /// The names of a file, or of the body of one PROTO instance.

@@ -32,7 +32,8 @@ SourceFile::SourceFile(OpenedFile const& file, ReadLimits const& limits)
         throw Failure(failure.status(), file.name + ": " + failure.what());
     }
     if (std::size_t const bad = firstNoUtf8(text()); bad != std::string_view::npos) {
-        auto const line = std::ranges::count(text().substr(0, bad), '\n') + 1;
+        auto const starts = lineStarts();
+        auto const line = std::ranges::upper_bound(starts, bad) - starts.begin();
         throw Failure(exitScene, file.name + ':' + std::to_string(line) + ": error: expected UTF-8 text, found "
                                      + (text()[bad] == '\0' ? "a zero byte" : "a byte that does not fit in"));
     }
@@ -79,7 +80,7 @@ void SourceFile::decode()
         throw Failure(exitScene, "binary X3D is not read; convert it to X3D XML first");
     if (body().empty())
         throw Failure(exitScene, "expected an X3D scene, found nothing");
-    if (isHeader(body(), "#VRML", " V1.0"))
+    if (body().starts_with("#VRML V1."))
         throw Failure(exitScene, "VRML 1.0 is not read; convert it to VRML 2.0 or X3D XML first");
     if (isHeader(body(), "#VRML", " V2.") || isHeader(body(), "#X3D", " V"))
         decodeClassic();
@@ -106,8 +107,15 @@ void SourceFile::decodeClassic()
 std::vector<std::uint32_t> SourceFile::lineStarts() const
 {
     std::vector<std::uint32_t> starts = {0};
-    for (std::size_t at = 0; (at = text().find('\n', at)) != std::string_view::npos;)
-        starts.push_back(static_cast<std::uint32_t>(++at));
+    std::string_view const all = text();
+    auto const add = [&starts](std::size_t at) { starts.push_back(static_cast<std::uint32_t>(at)); };
+    if (all.find('\r') == std::string_view::npos)
+        for (std::size_t at = 0; (at = all.find('\n', at)) != std::string_view::npos;)
+            add(++at);
+    else
+        for (std::size_t at = 0; at < all.size(); ++at)
+            if (all[at] == '\n' || (all[at] == '\r' && all.data()[at + 1] != '\n'))
+                add(at + 1);
     return starts;
 }
 

@@ -24,11 +24,13 @@ public:
     char* data() { return _text.data(); }
     std::size_t size() const { return _text.size(); }
     std::string_view text() const { return _text.text(); }
+    /// Gives the text away; none is left.
+    std::shared_ptr<char const> release() { return _text.release(); }
     enum class Syntax { xml, classic };
     Syntax syntax() const { return _syntax; }
     /// Of the first character that was not UTF-8 in a file that has been taken for Latin-1.
     std::optional<std::uint32_t> firstLatin1() const { return _firstLatin1; }
-    /// Offsets of the first bytes of all lines. Ask before the text is changed.
+    /// Offsets of the first bytes of all lines, which end in LF, CR or both. Ask before the text is changed.
     std::vector<std::uint32_t> lineStarts() const;
 
 private:

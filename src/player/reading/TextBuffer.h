@@ -21,6 +21,13 @@ public:
     /// Nothing is added any more: one zero byte follows the text.
     void end();
 
+    /// Gives the bytes away; none are left.
+    std::shared_ptr<char const> release()
+    {
+        _size = _capacity = 0;
+        return std::move(_data);
+    }
+
     char* data() { return _data.get(); }
     std::size_t size() const { return _size; }
     std::size_t limit() const { return _limit; }

@@ -48,7 +48,7 @@ bool isLength(Node const& node, Field const& field)
     std::string const& type = node.type()._name;
     std::string_view const name = field.findName();
     return (type.find("PositionInterpolator") != std::string::npos || type.find("CoordinateInterpolator") != std::string::npos)
-        && (name == "keyValue" || name == "keyVelocity");
+        && name == "keyValue";
 }
 
 double factorOf(std::string_view text)

@@ -16,10 +16,12 @@ void requireElements(std::string_view text, ReadLimits const& limits)
                                                  + " elements (--max-elements raises the limit)");
 }
 
-pugi::xml_node nextElement(pugi::xml_node node)
+// Hands the comments on the way to the tree.
+pugi::xml_node nextElement(pugi::xml_node node, ElementTree& tree, char const* text)
 {
-    while (node && node.type() != pugi::node_element)
-        node = node.next_sibling();
+    for (; node && node.type() != pugi::node_element; node = node.next_sibling())
+        if (node.type() == pugi::node_comment)
+            tree.comment(node.value(), std::size_t(node.value() - text));
     return node;
 }
 
@@ -29,7 +31,7 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
 {
     requireElements({text, size}, limits);
     // What takes bytes out of the values would move the places of those behind.
-    constexpr unsigned options = pugi::parse_default & ~(pugi::parse_wconv_attribute | pugi::parse_eol);
+    constexpr unsigned options = (pugi::parse_default | pugi::parse_comments) & ~(pugi::parse_wconv_attribute | pugi::parse_eol);
     pugi::xml_document document;
     pugi::xml_parse_result const result =
         document.load_buffer_inplace(text, size, options, pugi::encoding_utf8);
@@ -39,7 +41,7 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
         throw SyntaxError(std::size_t(std::max<std::ptrdiff_t>(result.offset, 0)),
                           std::string("not well-formed XML: ") + result.description());
 
-    pugi::xml_node const root = document.document_element();
+    pugi::xml_node const root = nextElement(document.first_child(), tree, text);
     for (pugi::xml_node at = root; at;) {
         std::size_t const offset = std::size_t(std::max<std::ptrdiff_t>(at.offset_debug(), 1)) - 1; // of the "<"
         tree.open(at.name(), offset);
@@ -52,14 +54,16 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
                 std::replace_if(text + place, text + place + value.size(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
             tree.attribute(attribute.name(), value, kept ? std::size_t(place) : offset);
         }
-        if (pugi::xml_node const child = nextElement(at.first_child())) {
+        if (pugi::xml_node const child = nextElement(at.first_child(), tree, text)) {
             at = child;
             continue;
         }
-        for (tree.close(); at != root && !nextElement(at.next_sibling()); tree.close())
+        pugi::xml_node next;
+        for (tree.close(); at != root && !(next = nextElement(at.next_sibling(), tree, text)); tree.close())
             at = at.parent();
-        at = at == root ? pugi::xml_node() : nextElement(at.next_sibling());
+        at = at == root ? pugi::xml_node() : next;
     }
+    nextElement(root.next_sibling(), tree, text);
 }
 
 } // namespace Zelvan::play

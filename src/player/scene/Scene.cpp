@@ -3,6 +3,7 @@
 #include "base/Fields.h"
 #include "base/NodeProc.h"
 #include "player/scene/SceneParts.h"
+#include "player/scene/Values.h"
 
 #include <algorithm>
 
@@ -103,6 +104,25 @@ void Scene::Lines::locate(std::uint32_t offset, unsigned& line, unsigned& column
     column = offset - *(after - 1) + 1;
 }
 
+std::uint32_t Scene::Lines::number(std::uint32_t begin, std::size_t index)
+{
+    std::string_view const all(text.get(), text ? size : 0);
+    constexpr std::string_view blanks = " ,\t\r\n", ends(" ,\t\r\n\0\"'[]{}<>", 14);
+    if (begin != _begin || index < _index) {
+        _begin = begin;
+        _index = 0;
+        _at = static_cast<std::uint32_t>(std::min(all.find_first_not_of(blanks, begin), all.size()));
+    }
+    for (; _index < index; ++_index) {
+        auto const end = std::min(all.find_first_of(ends, _at), all.size());
+        auto const next = std::min(all.find_first_not_of(blanks, end), all.size());
+        if (end == _at || next == all.size())
+            return begin;
+        _at = static_cast<std::uint32_t>(next);
+    }
+    return _at < all.size() ? _at : begin;
+}
+
 Scene::Scene() : _nameSpace(std::make_unique<NodeNameSpace>(_context)) {}
 
 Scene::~Scene() = default;
@@ -110,7 +130,8 @@ Scene::~Scene() = default;
 std::uint32_t Scene::addFile(std::string name, std::vector<std::uint32_t> lineStarts)
 {
     fileNames.push_back(std::move(name));
-    _lines.push_back(std::make_unique<Lines>(Lines{std::move(lineStarts)}));
+    _lines.push_back(std::make_unique<Lines>());
+    _lines.back()->starts = std::move(lineStarts);
     return static_cast<std::uint32_t>(_lines.size() - 1);
 }
 
@@ -123,12 +144,33 @@ Place Scene::place(Location where) const
     return place;
 }
 
-Place Scene::place(SceneNode const& node, Field const& field) const
+void Scene::keepText(std::uint32_t file, std::shared_ptr<char const> text, std::size_t size)
+{
+    _lines[file]->text = std::move(text);
+    _lines[file]->size = size;
+}
+
+Location const* Scene::attributeOf(SceneNode const& node, Field const& field) const
 {
     for (auto const& attribute : node.attributes)
         if (attribute.index == indexOf(field))
-            return place(attribute.where);
-    return place(node.where);
+            return &attribute.where;
+    return nullptr;
+}
+
+Place Scene::place(SceneNode const& node, Field const& field) const
+{
+    Location const* const attribute = attributeOf(node, field);
+    return place(attribute != nullptr ? *attribute : node.where);
+}
+
+Place Scene::place(SceneNode const& node, Field const& field, std::size_t element) const
+{
+    Location const* const attribute = attributeOf(node, field);
+    if (attribute == nullptr)
+        return place(node.where);
+    std::size_t const number = element * componentsOf(field.dataType()).count;
+    return place(Location{attribute->file, _lines[attribute->file]->number(attribute->offset, number)});
 }
 
 SceneNode* Scene::find(std::string_view name)

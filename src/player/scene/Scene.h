@@ -30,6 +30,7 @@ struct SceneNode {
     Node* node = nullptr; ///< null for a node without a class that no route touches
     bool known = false;   ///< has a node class
     bool named = false;   ///< has a DEF name
+    bool decides = false; ///< sends what it decides itself: a Script, an instance of a PROTO that could not be read
     /// A node that is not run and has this one in a field of its own: a Script, which may fill and drive it.
     SceneNode const* holder = nullptr;
 
@@ -67,11 +68,14 @@ public:
 
     /// One more file, with the offsets of the first bytes of its lines. Returns its number for Locations.
     std::uint32_t addFile(std::string name, std::vector<std::uint32_t> lineStarts);
-    /// Places are kept for the lifetime of the scene; the text itself is not.
+    /// The file's text, for the places inside lists. What follows a list in it ends the list.
+    void keepText(std::uint32_t file, std::shared_ptr<char const> text, std::size_t size);
     Place place(Location where) const;
     Place place(SceneNode const& node) const { return place(node.where); }
     /// Of the attribute that sets `field`; of the node when the file does not set it.
     Place place(SceneNode const& node, Field const& field) const;
+    /// Of the first number of an element of a list.
+    Place place(SceneNode const& node, Field const& field, std::size_t element) const;
 
     /// Null when there is none. The last node of that name wins, as in the file.
     SceneNode* find(std::string_view name);
@@ -92,9 +96,16 @@ public:
     std::deque<SceneNode> sceneNodes; ///< in the order of the file; addresses are stable
     std::deque<SceneRoute> routes;
     std::vector<std::string> fileNames;
+    /// A comment that is meant for this program: "zelvan: ...".
+    struct Remark {
+        Location where;
+        std::string text;
+    };
+    std::vector<Remark> remarks; ///< by file, each in its order
 
 private:
     struct Lines;
+    Location const* attributeOf(SceneNode const& node, Field const& field) const;
 
     Context _context;
     std::unique_ptr<NodeNameSpace> _nameSpace;

@@ -2,7 +2,9 @@
 
 #include "player/scene/Scene.h"
 
+#include <cstdint>
 #include <map>
+#include <memory>
 
 namespace Zelvan::play {
 
@@ -38,10 +40,19 @@ private:
     std::map<std::string_view, Field*> _byName; ///< names as the parts keep them
 };
 
-/// Where the lines of a file begin.
+/// Where the lines of a file begin, and the numbers of its lists.
 struct Scene::Lines {
     std::vector<std::uint32_t> starts; ///< offset of each line's first byte; the first is 0
+    std::shared_ptr<char const> text{};
+    std::size_t size = 0;
+
     void locate(std::uint32_t offset, unsigned& line, unsigned& column) const;
+    /// Of a number of the list at `begin`; the list's when it has no such number. Going on from the last one is fast.
+    std::uint32_t number(std::uint32_t begin, std::size_t index);
+
+private:
+    std::uint32_t _begin = UINT32_MAX, _at = 0;
+    std::size_t _index = 0;
 };
 
 } // namespace Zelvan::play

@@ -70,6 +70,8 @@ TEST(Check, EveryCodeHasAnExampleThatTriggersItAndABetterOne)
 {
     for (CheckCode const& code : checkCodes()) {
         SCOPED_TRACE(code.code);
+        if (code.bad.empty())
+            continue; // of the machine's making
         auto const codesOf = [&](std::string const& scene) {
             return (code.code == std::string("bad-xml") ? checkFile(scene) : check(scene)).codes();
         };
@@ -174,11 +176,11 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
         // 179.99 degrees with four decimals are no long turn and not rough; 175 with two are, and of a half turn with
         // two there is no logarithm.
         {loop + node("Transformation", "S", "0 1", identity + "-0.8571 0.2859 0.4285 0 0.2856 -0.4286 0.8572 0 0.4287 "
-                                                              "0.8571 0.2857 0 0 0 0 1"), {}},
+                                                              "0.8571 0.2857 0 0 0 0 1"), {"note loop-jump"}},
         {loop + node("Transformation", "S", "0 1", identity + "-0.85 0.36 0.38 0 0.22 -0.43 0.88 0 0.47 0.83 0.29 0 "
-                                                              "0 0 0 1"), {"warning matrix-rough"}},
+                                                              "0 0 0 1"), {"note loop-jump", "warning matrix-rough"}},
         {loop + node("Transformation", "S", "0 1", identity + "-0.86 0.29 0.43 0 0.29 -0.43 0.86 0 0.43 0.86 0.29 0 "
-                                                              "0 0 0 1"), {"error matrix-no-log"}},
+                                                              "0 0 0 1"), {"note loop-jump", "error matrix-no-log"}},
         // Instances of a PROTO have one place in the file; a node that only passes events on is no driver.
         {"<ProtoDeclare name='P'><ProtoBody><ScalarInterpolator key='0'/></ProtoBody></ProtoDeclare>"
          "<ProtoInstance name='P'/><ProtoInstance name='P'/>", {"note undriven", "note no-values"}},
@@ -189,6 +191,15 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
         {loop + node("Scalar", "S", "0 1 1", "0 0"), {"note too-few-values"}},
         {"<TimeSensor cycleInterval='0'/>", {"note cycle-interval"}},
         {clock + plain + "<TimeSensor DEF='D'/>D.fraction>S.fraction ", {"note idle-sensor", "note loop-jump"}},
+        // What a Script holds, also by way of a PROTO, it may fill and drive.
+        {"<Script DEF='B'><field name='f' type='SFNode'><ScalarInterpolator DEF='S'/></field></Script>",
+         {"note foreign-driver", "note foreign-driver"}},
+        {clock + plain + "<TimeSensor DEF='D' cycleInterval='0'/><Script><field name='f' type='MFNode'><TimeSensor USE='D'/>"
+         "<ScalarInterpolator USE='S'/></field></Script>", {"note foreign-driver", "note foreign-driver"}},
+        {"<ProtoDeclare name='P'><ProtoInterface><field name='n' type='SFNode' accessType='initializeOnly'/></ProtoInterface>"
+         "<ProtoBody><Script DEF='B'><field name='f' type='SFNode' accessType='initializeOnly'/><IS><connect nodeField='f' "
+         "protoField='n'/></IS></Script></ProtoBody></ProtoDeclare>" + plain + "<ProtoInstance name='P'><fieldValue name='n'>"
+         "<ScalarInterpolator USE='S'/></fieldValue></ProtoInstance>", {"note foreign-driver", "note foreign-driver"}},
         // What is not run is said at its own place, once, with what it would have moved.
         {loop + plain + "<Script DEF='B'/><PositionDamper DEF='D'/>S.value>B.x B.y>T.y B.z>D.destination D.value>T.z ",
          {"note foreign-driver", "note foreign-driver", "note loop-jump"}},
@@ -205,22 +216,20 @@ TEST(Check, WritesTheSameFindingsAsTextAndAsJson)
 {
     Checked const text = check(faulty, {});
     EXPECT_EQ(text.out,
-              "s.x3d:3:1: note undriven S gets no fraction, and its output goes nowhere (ROUTE a TimeSensor's "
-              "fraction_changed to its set_fraction)\n"
-              "s.x3d:3:34: error key-order S.key[2] is 0.5, after 0.9: some fractions between them give no value or "
-              "a wrong "
-              "one (sort the keys, and their values with them)\n"
-              "s.x3d:4:12: error too-few-values S has 3 values for 4 keys: from key[3] on the keys do not count "
-              "(write as "
-              "many values as keys)\n");
-    EXPECT_EQ(text.err, "s.x3d: 2 errors, 0 warnings, 1 note\n");
+              "s.x3d:3:1: note: S gets no fraction, and its output goes nowhere (ROUTE a TimeSensor's fraction_changed "
+              "to its set_fraction) [undriven]\n"
+              "s.x3d:3:34: error: S.key[2] is 0.5, after 0.9: some fractions between them give no value or a wrong one "
+              "(sort the keys, and their values with them) [key-order]\n"
+              "s.x3d:4:12: error: S has 3 values for 4 keys: from key[3] on the keys do not count (write as many values "
+              "as keys) [too-few-values]\n");
+    EXPECT_THAT(text.err, testing::StartsWith("s.x3d: 2 errors, 0 warnings, 1 note"));
     EXPECT_EQ(text.status, exitScene);
     std::string lines;
     auto const json = check(faulty).json();
     for (auto const& f : json["findings"]) {
         auto const string = [&f](char const* name) { return f[name].get<std::string>(); };
-        lines += string("file") + ':' + f["line"].dump() + ':' + f["column"].dump() + ": " + string("severity") + ' '
-            + string("code") + ' ' + string("message") + " (" + string("advice") + ")\n";
+        lines += string("file") + ':' + f["line"].dump() + ':' + f["column"].dump() + ": " + string("severity") + ": "
+            + string("message") + " (" + string("advice") + ") [" + string("code") + "]\n";
     }
     EXPECT_EQ(lines, text.out);
     EXPECT_EQ(json["errors"], 2);
@@ -228,9 +237,8 @@ TEST(Check, WritesTheSameFindingsAsTextAndAsJson)
     std::string const hinted = loop + node("Scalar", "S", "0 0.5", "0 0");
     EXPECT_EQ(check(hinted, {}).out, "");
     for (char const* const option : {"--hints", "--only=key-span", "--severity=key-span=note"})
-        EXPECT_THAT(check(hinted, {option}).out, HasSubstr(" key-span S.key runs from 0 to 0.5")) << option;
-    EXPECT_THAT(checkFile("<X3D><Scene>\n<A></Scene></X3D>", {}).out, HasSubstr("s.x3d:2:6: error bad-xml not "
-    "well-formed"));
+        EXPECT_THAT(check(hinted, {option}).out, HasSubstr(": S.key runs from 0 to 0.5")) << option;
+    EXPECT_THAT(checkFile("<X3D><Scene>\n<A></Scene></X3D>", {}).out, HasSubstr("s.x3d:2:6: error: not well-formed"));
 }
 
 TEST(Check, NeverFloods)
@@ -242,8 +250,8 @@ TEST(Check, NeverFloods)
         scene += "<ScalarInterpolator key='" + keys + "' keyValue='" + keys + "'/>\n";
     Checked const text = check(scene, {"--only", "key-order"});
     EXPECT_EQ(std::count(text.out.begin(), text.out.end(), '\n'), 50 + 16 + 1);
-    EXPECT_THAT(text.out, HasSubstr("\ns.x3d:3:26: ... and 96 more key-order at ScalarInterpolator#1\n"));
-    EXPECT_THAT(text.out, HasSubstr("... and " + std::to_string(60 * 99 - 50 - 16 * 96) + " more key-order\n"));
+    EXPECT_THAT(text.out, HasSubstr("\ns.x3d:3:26: ... and 96 more at ScalarInterpolator#1 [key-order]\n"));
+    EXPECT_THAT(text.out, HasSubstr("... and " + std::to_string(60 * 99 - 50 - 16 * 96) + " more [key-order]\n"));
     EXPECT_THAT(text.err, HasSubstr(": 5940 errors"));
     EXPECT_EQ(check(scene).json()["errors"], 5940);
     Checked const all = check(scene, {"--only", "key-order", "--per-node", "0", "--per-code", "0"});

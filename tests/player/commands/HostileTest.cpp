@@ -119,7 +119,7 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     for (int i = 1; i < 50; ++i)
         doubling += proto("P" + at(i), "<ProtoInstance name='P" + at(i - 1) + "'>" + both);
     scene("proto-doubling", doubling + clock + instance("P49") + in);
-    scene("extern-again", times(2000, "<ExternProtoDeclare name='E' url='\"protos#E\"'/>"));
+    scene("extern-again", times(2000, "<ExternProtoDeclare name='E' url='\"protos#E\"'/>" + instance("E")));
     folder.add("protos", x3d(numbered(million / 10, "<ProtoDeclare name='P#'/>")));
     scene("proto-url-itself", "<ExternProtoDeclare name='E' url='\"proto-url-itself\"'/>" + instance("E"));
     scene("inline-itself", "<Inline url='\"inline-itself\"'/>");
@@ -134,7 +134,22 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     std::filesystem::create_symlink("/dev/zero", folder.path("zero"));
     scene("inline-devices", "<Inline url='\"pipe\" \"zero\" \"/dev/zero\" \"../../../../dev/zero\" \".\"'/>");
     std::filesystem::create_symlink("/dev", folder.path("devices"));
-    scene("inline-links", "<Inline url='\"devices/../dev/zero\" \"devices/zero\" \"-\" \"./-\"'/><ExternProtoDeclare name='E' url='\"-#E\"'/>");
+    scene("inline-links", "<Inline url='\"devices/../dev/zero\" \"devices/zero\" \"-\" \"./-\"'/><ExternProtoDeclare name='E' url='\"-#E\"'/>" + instance("E"));
+    auto const classic = [&](std::string const& name, std::string const& body) { file(name, "#VRML V2.0 utf8\n" + body); };
+    classic("vrml-deep", times(million, "Group { children [ "));
+    classic("vrml-brackets", "Group { children " + times(million, "["));
+    classic("vrml-braces", times(million, "Group {"));
+    classic("vrml-string", "WorldInfo { title \"" + times(10 * million, "\\\""));
+    classic("vrml-comments", times(10 * million, "#\n"));
+    classic("vrml-comment", "#" + times(16 * million, "#"));
+    classic("vrml-list", "DEF S ScalarInterpolator { key [" + times(4, list) + "] keyValue [" + list);
+    classic("vrml-names", "Group { " + numbered(million / 12, "a# 1 ") + "}");
+    std::string protos = "PROTO P0 [] { ScalarInterpolator { } }";
+    for (int i = 1; i < 20; ++i)
+        protos += "PROTO P" + at(i) + " [] { Group { children [" + times(9, "P" + at(i - 1) + " { } ") + "] } }";
+    classic("vrml-proto-bomb", protos + "P19 { }");
+    classic("vrml-interface", "PROTO P [" + times(million / 20, "field SFFloat f 1 ") + "] { } " + times(30'000, "P { }"));
+    classic("vrml-latin1", times(8 * million, "\xff"));
     file("not-utf8", x3d("<Group DEF='\xc3\x28\xff'/>"));
     file("zero-bytes", x3d("<Group DEF='a" + std::string(99, '\0') + "'/>"));
     file("utf16-odd", "\xff\xfe<" + std::string(1, '\0') + "X");
@@ -167,6 +182,15 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     scene("long-type", "<" + std::string(million / 2, 'a') + " DEF='U'/>" + numbered(2000, scalars + route("U", "S#")));
     file("gzip-lines", packed(times(100 * million, "\n")));
     scene("many-defs", times(million / 20, "<Group DEF='N'/>"));
+    file("vrml-gzip-list", packed("#VRML V2.0 utf8\nX { a [" + times(limited ? 50 * million : million, "1 ") + "] }"));
+    classic("vrml-strings", "X { a [" + times(million, "\"\" ") + "] }");
+    classic("vrml-elements", times(2 * million, "X{}"));
+    classic("vrml-attributes", "X { " + numbered(million / 3, "a# 1 ") + "}");
+    classic("vrml-exponents", "X { a [" + times(million, "1e#.e-0x") + "] }");
+    classic("vrml-header", times(million, " V"));
+    classic("vrml-routes", times(million / 20, "ROUTE A.b TO C.d "));
+    classic("vrml-is", "PROTO P [ field SFFloat a 1 ] { S { " + numbered(million / 20, "f# IS a ") + "} } P { }");
+    classic("vrml-protos", numbered(million / 10, "PROTO P# [ ] { X { } } P# { } "));
     scene("many-sensors", numbered(million / 100, "<TimeSensor DEF='T#' loop='true' cycleInterval='0.0#1'/>"));
     scene("fast-sensors", numbered(million / 20, "<TimeSensor loop='true' cycleInterval='1e-9'/>"));
     scene("waiting-sensors", numbered(million / 20, "<TimeSensor DEF='T#' cycleInterval='1e-9'/>"));

@@ -1,26 +1,16 @@
-#include "tests/player/Files.h"
+#include "tests/player/commands/Play.h"
+
+#include "player/scene/Utf8.h"
 
 #include <gmock/gmock.h>
-#include <sys/wait.h>
+#include <set>
+#include <sstream>
 
 namespace Zelvan::play::test {
 namespace {
 
 using testing::HasSubstr;
 using testing::StartsWith;
-
-struct Result {
-    int status;
-    std::string out, err;
-};
-
-/// Runs the program in a folder; the command line is a shell's.
-Result play(Folder const& folder, std::string const& arguments, std::string const& before = "")
-{
-    std::string const command = "cd '" + folder.path("") + "' && " + before + " '" ZELVAN_PLAY "' " + arguments + " >.out 2>.err";
-    int const status = std::system(command.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), folder.read(".out"), folder.read(".err")};
-}
 
 std::string const chain = R"(<TimeSensor DEF='Clock' cycleInterval='2' loop='true'/><TimeSensor DEF='Idle'/>
     <ScalarInterpolator DEF='A' key='0 1' keyValue='0 0.5'/><ColorInterpolator DEF='B' key='0 1' keyValue='1 0 0 0 0 1'/>
@@ -56,7 +46,15 @@ TEST(Program, EndsWithTheStatusThatTellsWhoIsAtFault)
         {"run good.x3d --fps 0", 2, "fps above 0"},
         {"run good.x3d --start Nobody", 2, "no TimeSensor is named \"Nobody\"; there are: Clock, Idle"},
         {"run good.x3d --nonsense", 2, ""},
-        {"fly good.x3d", 2, ""},
+        {"run good.x3d --start clokc", 2, "no TimeSensor is named \"clokc\"; did you mean \"Clock\"?"},
+        {"run good.x3d --inject clock.loop=true", 2, "no node is named \"clock\"; did you mean \"Clock\"?"},
+        {"run good.x3d --ftp 3", 2, "--ftp 3; did you mean \"--fps\"?"},
+        {"run good.x3d --now yesterday", 2, "--now: expected seconds since 1970, or a date such as 2026-11-25T14:30"},
+        {"fly good.x3d", 2, "there is no command \"fly\"; there are: run, sweep"},
+        {"exprot good.x3d", 2, "there is no command \"exprot\"; did you mean \"export\"?"},
+        {"check --only key-ordre good.x3d", 2, "there is no code \"key-ordre\"; did you mean \"key-order\"?"},
+        {"good.x3d --svg curves.svg", 0, ""},
+        {"--strict ./good.x3d", 0, ""},
         {"", 2, ""},
     };
     for (Case const& c : cases) {
@@ -231,18 +229,91 @@ TEST(Program, NoticesWhatTheMachineRefuses)
     }
 }
 
-TEST(Program, TellsTheAngleOfAMatrixByTheShorterWay)
+TEST(Program, ReportsFitEightyColumns)
 {
     Folder const folder;
-    std::string const quarter = " 0 1 0 0 -1 0 0 0 0 0 1 0 0 0 0 1", back = " 0 -1 0 0 1 0 0 0 0 0 1 0 0 0 0 1";
-    std::string const beyond = " -0.5 -0.866025 0 0 0.866025 -0.5 0 0 0 0 1 0 0 0 0 1";
-    for (std::string const& key : {quarter, back, beyond}) {
-        folder.add("turn.x3d", x3d("<TimeSensor DEF='C' loop='true'/><TransformationInterpolator DEF='S' key='0 1' keyValue='"
-                                   + key + key + "'/><ROUTE fromNode='C' fromField='fraction_changed' toNode='S' "
-                                   "toField='set_fraction'/>"));
-        for (char const* const command : {"run turn.x3d", "sweep turn.x3d"})
-            EXPECT_THAT(play(folder, command).out, HasSubstr(key == beyond ? "(120 deg)" : "(90 deg)")) << command << key;
+    std::string const wide = "回転する大きな球の色と位置を決める補間器その一", combining = std::string(30, 'e') + "\u0301\u0301";
+    std::string nodes = "<TimeSensor DEF='A clock with a name of its own' cycleInterval='3' loop='true'/>";
+    for (std::string const& name : {wide, combining, std::string(70, 'n')})
+        nodes += "<OrientationInterpolator DEF='" + name + "' key='0 0.1 1' keyValue='0 1 0 0 0 1 0 3.1 0 1 0 6.2'/>"
+                 "<ROUTE fromNode='A clock with a name of its own' fromField='fraction_changed' toNode='" + name
+                 + "' toField='set_fraction'/>";
+    folder.add("wide.x3d", x3d(nodes));
+    for (std::string const command : {"run", "sweep", "sweep --at-keys"}) {
+        std::istringstream out(play(folder, command + " wide.x3d").out);
+        std::set<std::size_t> widths; // of the curves' beginnings: they stand in one column
+        for (std::string line; std::getline(out, line);) {
+            EXPECT_LE(displayWidth(line), 80u) << line;
+            if (auto const curve = line.find("angle "); curve != std::string::npos)
+                widths.insert(displayWidth(line.substr(0, curve)));
+        }
+        EXPECT_EQ(widths.size(), 1u) << command;
     }
+    EXPECT_THAT(play(folder, "run wide.x3d").out, HasSubstr("0 to 3 s: one cycle of A clock"));
+    EXPECT_THAT(play(folder, "run wide.x3d --to 2").out,
+                testing::AllOf(HasSubstr("turns 289.4"), HasSubstr("0 to 2 s: 66.7 % of a cycle of A clock")));
+    EXPECT_THAT(play(folder, "sweep wide.x3d --at-keys --nodes '*nn'").out,
+                testing::AllOf(HasSubstr("  1       0.1  0 1 0 3.1"), testing::Not(HasSubstr("eee"))));
+    EXPECT_THAT(play(folder, "sweep wide.x3d --at 0.1 --nodes 'n*' --csv -").out, HasSubstr("\n0.1,nnn"));
+}
+
+TEST(Program, ShowsTheNodesAndFormatsItIsAskedFor)
+{
+    Folder const folder;
+    folder.add("s.x3d", x3d(chain));
+    EXPECT_EQ(play(folder, "run s.x3d --at 1 --nodes 'A,?' --csv -").out, "time,node,field,value\n1,A,value_changed,0.25\n"
+                                                                      "1,B,value_changed,1 0 0.5\n1,M,diffuseColor,1 0 0.5\n");
+    EXPECT_EQ(play(folder, "run s.x3d --at 1 --nodes A --csv -").out, "time,node,field,value\n1,A,value_changed,0.25\n");
+    EXPECT_THAT(play(folder, "export s.x3d --at 1 --nodes A").out, StartsWith("time,A.value_changed\n"));
+    EXPECT_EQ(play(folder, "run s.x3d --nodes Nobody").status, 2);
+    for (std::string const wrong : {"--svg a.png", "--png a.html", "--html a.csv", "--csv a.svg"})
+        EXPECT_EQ(play(folder, "run s.x3d " + wrong).status, 2) << wrong;
+    EXPECT_EQ(play(folder, "run s.x3d --png a.png").status, 0);
+    EXPECT_THAT(folder.read("a.png"), StartsWith("\x89PNG"));
+}
+
+TEST(Program, TellsWhyNothingMovesAndWhatIsNotRun)
+{
+    Folder const folder;
+    folder.add("still.x3d", x3d("<TouchSensor DEF='Touch'/><TimeSensor DEF='Clock' enabled='false'/><Script DEF='Brain'/>"
+                                "<ScalarInterpolator DEF='A' key='0 1' keyValue='0 1'/><Transform DEF='Box'/>"
+                                "<ROUTE fromNode='Touch' fromField='isOver' toNode='Clock' toField='enabled'/>"
+                                "<ROUTE fromNode='Touch' fromField='isOver' toNode='Clock' toField='nothing'/>"
+                                "<ROUTE fromNode='Clock' fromField='fraction_changed' toNode='A' toField='set_fraction'/>"
+                                "<ROUTE fromNode='A' fromField='value_changed' toNode='Brain' toField='x'/>"
+                                "<ROUTE fromNode='Brain' fromField='y' toNode='Box' toField='translation'/>"));
+    std::string const why = "TimeSensor Clock waits to be enabled by Touch.isOver (--start Clock)\n"
+                            "Script Brain is not run (still.x3d:3:";
+    std::string const moved = "): Box.translation would get events from it\n";
+    for (char const* const command : {"export still.x3d", "export still.x3d --format jsonl", "run still.x3d --csv -", "run still.x3d --svg a.svg"}) {
+        Result const result = play(folder, command);
+        EXPECT_EQ(result.status, 0) << command;
+        EXPECT_THAT(result.err, AllOf(HasSubstr("still.x3d: nothing moves\n" + why), HasSubstr(moved))) << command;
+    }
+    EXPECT_THAT(play(folder, "export still.x3d --start Clock").err, testing::Not(HasSubstr("nothing moves")));
+    Result const run = play(folder, "still.x3d --start-all");
+    EXPECT_THAT(run.out, AllOf(HasSubstr("1 TimeSensor, 4 routes, "), HasSubstr(moved)));
+    EXPECT_THAT(run.err, testing::Not(HasSubstr("nothing moves")));
+}
+
+TEST(Program, TellsTheTurnOfAMatrixByTheShorterWay)
+{
+    Folder const folder;
+    struct Case {
+        char const *columns, *turn;
+    };
+    for (Case const& c :
+         {Case{"0 1 0 0 -1 0 0 0", "turns 90 deg about (0 0 1)"}, {"0 -1 0 0 1 0 0 0", "turns 90 deg about (0 0 -1)"},
+          {"-0.984808 -0.173648 0 0 0.173648 -0.984808 0 0", "turns 170 deg about (0 0 -1)"}})
+        for (char const* const mode : {"matrix", "component"}) {
+            folder.add("turn.x3d",
+                       x3d("<TimeSensor DEF='C' loop='true'/><TransformationInterpolator DEF='S' mode='" + std::string(mode)
+                           + "' key='0 1' keyValue='1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1 " + c.columns
+                           + " 0 0 1 0 0 0 0 1'/><ROUTE fromNode='C' fromField='fraction_changed' toNode='S' "
+                             "toField='set_fraction'/>"));
+            for (char const* const command : {"run turn.x3d", "sweep turn.x3d"})
+                EXPECT_THAT(play(folder, command).out, HasSubstr(c.turn)) << command << ' ' << mode;
+        }
 }
 
 } // namespace

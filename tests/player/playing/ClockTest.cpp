@@ -1,4 +1,5 @@
 #include "player/playing/Clock.h"
+#include "player/playing/Moment.h"
 #include "player/playing/Recording.h"
 #include "player/scene/Values.h"
 #include "tests/player/Files.h"
@@ -10,11 +11,11 @@ namespace {
 
 // Plays one sensor T, whose outputs lead into a node without a class, and writes down what arrives.
 std::string played(std::string const& attributes, std::vector<Injection> const& injections, std::vector<double> const& times,
-                   char const* field)
+                   char const* field, std::optional<double> now = {})
 {
     ReadScene read("<TimeSensor DEF='T' " + attributes + "/><Sink DEF='Sink'/>"
                    "<ROUTE fromNode='T' fromField='" + field + "' toNode='Sink' toField='in'/>");
-    Clock clock(*read.scene);
+    Clock clock(*read.scene, now);
     Recorder recorder(*read.scene, {});
     std::string text;
     recorder.onEvent = [&](Track const&, double time, Field const& value) {
@@ -81,6 +82,57 @@ TEST(Clock, RunsSensorsAsTheyAreMeant)
         EXPECT_EQ(played(c.attributes, c.injections, quarters, c.field), c.expected) << c.name;
 }
 
+TEST(Clock, IsInTheMiddleOfACycleWhenItKnowsWhatTimeItIs)
+{
+    std::vector<double> const times = {0, 0.5, 1, 1.5, 2};
+    struct Case {
+        char const* attributes;
+        char const* expected; ///< fractions, opened at 1000
+    };
+    Case const cases[] = {
+        {"cycleInterval='4' loop='true' startTime='999'", "0=0.25 0.5=0.375 1=0.5 1.5=0.625 2=0.75 "},
+        {"cycleInterval='4' loop='true' startTime='990'", "0=0.5 0.5=0.625 1=0.75 1.5=0.875 2=1 "},
+        {"cycleInterval='4' startTime='998'", "0=0.5 0.5=0.625 1=0.75 1.5=0.875 2=1 "},
+        {"cycleInterval='4' startTime='990'", ""},
+        {"cycleInterval='2' startTime='1001'", "1=0 1.5=0.25 2=0.5 "},
+        {"cycleInterval='4' loop='true' startTime='999' stopTime='1001'", "0=0.25 0.5=0.375 1=0.5 "},
+        {"cycleInterval='4' loop='true' startTime='900' stopTime='950'", ""},
+        {"cycleInterval='4' loop='true' startTime='999' enabled='false'", ""},
+    };
+    for (Case const& c : cases)
+        EXPECT_EQ(played(c.attributes, {}, times, "fraction_changed", 1000), c.expected) << c.attributes;
+    ReadScene read("<TimeSensor DEF='T' cycleInterval='4' loop='true' startTime='-1e9'/><TimeSensor DEF='Later' startTime='1e9'/>");
+    Clock clock(*read.scene, 7);
+    auto const plan = clock.planned(8);
+    EXPECT_EQ(Clock::timesOf(plan[0], {0, 0.5f}, 10), (std::vector<double>{1, 3, 5, 7}));
+    EXPECT_TRUE(plan[1].runs.empty());
+    EXPECT_EQ(clock.waitsFor(clock.sensors()[1]), "starts at 999999993 s");
+}
+
+TEST(Clock, StartsAllThatDoNotRun)
+{
+    ReadScene read("<TimeSensor loop='true' enabled='false'/><TimeSensor/><TimeSensor loop='true'/>");
+    Clock clock(*read.scene);
+    clock.startAll(0.5);
+    for (double const time : {0.0, 0.5, 1.0})
+        clock.advance(time);
+    std::string starts;
+    for (Clock::Sensor const& sensor : clock.sensors())
+        starts += sensor.runs.size() == 1 ? shortNumber(sensor.runs[0].start) + ' ' : "none ";
+    EXPECT_EQ(starts, "0.5 0.5 0 ");
+}
+
+TEST(Moment, IsANumberOrADate)
+{
+    std::pair<char const*, std::optional<double>> const cases[] = {
+        {"0", 0}, {"-1.5e3", -1500}, {"1970-01-01", 0}, {"2026-11-25T14:30:15.5Z", 1795617015.5},
+        {"2026-11-25 14:30+01:00", 1795613400}, {"2026-11-25T14:30-0130", 1795622400}, {"1969-12-31T23:59:59", -1},
+        {"inf", {}}, {"nan", {}}, {"", {}}, {"now", {}}, {"2026-02-30", {}}, {"2026-13-01", {}}, {"2026-1-25", {}},
+        {"2026-11-25T24:00", {}}, {"2026-11-25T14", {}}, {"2026-11-25T14:30:15Zx", {}}, {"-02-03", {}}, {"2026-11-25T14:30-013", {}}};
+    for (auto const& [text, expected] : cases)
+        EXPECT_EQ(momentOf(text), expected) << text;
+}
+
 TEST(Clock, LooksAtSensorsInTheOrderOfTheFileWhateverWakesThem)
 {
     // A starts B, which stands after it, and C, which stands before it; both begin in the frame in which A does.
@@ -116,7 +168,11 @@ TEST(Clock, RefusesMoreSensorsThanFramesHaveTimeFor)
     EXPECT_NO_THROW(idleClock.limitTo(1000, 1000));
     for (int frame = 0; frame < 900; ++frame)
         idleClock.advance(frame); // those that wait cost a look when the scene opens
-    EXPECT_THROW(({ for (int frame = 900; frame < 1000; ++frame) idleClock.advance(frame); }), Failure);
+    auto const goOn = [&] {
+        for (int frame = 900; frame < 1000; ++frame)
+            idleClock.advance(frame);
+    };
+    EXPECT_THROW(goOn(), Failure);
 }
 
 TEST(Clock, ManyInjectionsAtOneMomentAreNoCascade)

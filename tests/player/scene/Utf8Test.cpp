@@ -36,14 +36,25 @@ TEST(Utf8, AStrangersTextActsOnNothing)
         for (unsigned i = length - 1; i-- > 0;)
             text += static_cast<char>(0x80 | (c >> 6 * i & 0x3F));
         CodePoint const found = decodeUtf8(text + "x");
-        ASSERT_EQ(found.valid, valid) << std::hex << c;
+        ASSERT_EQ(found.valid, valid) << std::hex << std::uint32_t(c);
         if (valid) {
-            ASSERT_EQ(found.value, c);
+            ASSERT_EQ(std::uint32_t(found.value), std::uint32_t(c));
             ASSERT_EQ(found.length, length);
         }
-        if (length > 1)
+        if (length > 1) {
             ASSERT_FALSE(decodeUtf8(text.substr(0, length - 1)).valid);
+        }
     }
+}
+
+TEST(Utf8, TakesTheColumnsOfATerminal)
+{
+    EXPECT_EQ(displayWidth("Ball"), 4u);
+    EXPECT_EQ(displayWidth("球 é e\u0301"), 6u);
+    EXPECT_EQ(fitted("a球球", 5), "a球球");
+    EXPECT_EQ(fitted("a球球", 4), "a球…");
+    EXPECT_EQ(fitted("a球球", 3), "a…");
+    EXPECT_EQ(fitted("e\u0301xyz", 2), "e\u0301…");
 }
 
 TEST(Diagnostics, CannotBeForgedByAName)

@@ -1,0 +1,75 @@
+#include "player/commands/Inputs.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <memory>
+#include <new>
+#include <string_view>
+#include <zlib.h>
+
+namespace Zelvan::play {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// The beginning of a file, compressed or not, tells.
+bool beginsAsScene(fs::path const& path)
+{
+    std::unique_ptr<gzFile_s, int (*)(gzFile)> const file(::gzopen(path.c_str(), "rb"), ::gzclose);
+    if (file == nullptr)
+        return false;
+    std::string text(1 << 16, '\0');
+    int const got = ::gzread(file.get(), text.data(), static_cast<unsigned>(text.size()));
+    text.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    std::erase(text, '\0'); // of UTF-16 what is ASCII is left
+    text.erase(0, std::min(text.find_first_of("<#"), text.size()));
+    auto const has = [&](char const* mark) { return text.find(mark) != std::string::npos; };
+    if (text.starts_with('#'))
+        return text.starts_with("#VRML V") || text.starts_with("#X3D V");
+    return has("<X3D") || has("<!DOCTYPE X3D") || text.starts_with("<Scene");
+}
+
+bool isScene(fs::path const& path)
+{
+    constexpr std::array<std::string_view, 8> suffixes = {".x3d", ".x3dv", ".wrl", ".x3dz", ".x3dvz", ".wrz", ".vrml", ".x3db"};
+    fs::path const name = path.extension() == ".gz" ? path.stem() : path.filename();
+    return std::ranges::find(suffixes, name.extension().string()) != suffixes.end() || beginsAsScene(path);
+}
+
+void addFolder(fs::path const& folder, std::vector<std::string>& scenes)
+{
+    std::error_code error;
+    std::vector<fs::path> entries;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
+        if (!entry->path().filename().string().starts_with('.'))
+            entries.push_back(entry->path());
+    if (error == std::errc::not_enough_memory)
+        throw std::bad_alloc();
+    if (error) // reading it as a scene will say why not
+        return scenes.push_back(folder.string());
+    std::ranges::sort(entries);
+    for (fs::path const& entry : entries)
+        if (fs::symlink_status(entry, error).type() == fs::file_type::directory)
+            addFolder(entry, scenes);
+        else if (fs::is_regular_file(entry, error) && isScene(entry))
+            scenes.push_back(entry.lexically_normal().string());
+}
+
+} // namespace
+
+std::vector<std::string> scenesOf(std::vector<std::string> const& named)
+{
+    std::vector<std::string> scenes;
+    for (std::string const& name : named) {
+        std::error_code error;
+        if (name != "-" && fs::is_directory(name, error))
+            addFolder(name, scenes);
+        else
+            scenes.push_back(name);
+    }
+    return scenes;
+}
+
+} // namespace Zelvan::play

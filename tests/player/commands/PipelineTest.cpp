@@ -1,0 +1,212 @@
+#include "player/commands/Processes.h"
+#include "tests/player/commands/Play.h"
+
+#include <csignal>
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+namespace Zelvan::play::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+std::string const unsorted = "<ScalarInterpolator DEF='A' key='0 1 0.5' keyValue='0 1 2'/>";
+std::string const range = "<TimeSensor DEF='C' loop='true'/><ScalarInterpolator DEF='W' key='0 2' keyValue='0 0'/>"
+                          "<Transform DEF='T'/><ROUTE fromNode='C' fromField='fraction_changed' toNode='W' toField='set_fraction'/>"
+                          "<ROUTE fromNode='W' fromField='value_changed' toNode='T' toField='x'/>";
+
+// Folders with good, bad, broken and hidden scenes, and what is none.
+void addScenes(Folder const& folder)
+{
+    folder.add("in/b.x3d", x3d(unsorted));
+    folder.add("in/a/deep", x3d(range));
+    folder.add("in/a/v.wrl", "#VRML V2.0 utf8\nDEF A ScalarInterpolator { key [0 1 .5] keyValue [0 1 2] }\n");
+    folder.add("in/broken.x3d", "<X3D><Scene>");
+    folder.add("in/page.html", "<html><body>x</body></html>");
+    folder.add("in/.hidden/h.x3d", x3d(unsorted));
+    folder.add("in/.h.x3d", x3d(unsorted));
+    for (int i = 0; i < 40; ++i)
+        folder.add("in/many/" + std::to_string(i) + ".x3d", x3d(i % 3 == 0 ? unsorted : range));
+}
+
+TEST(Pipeline, ManyFilesGiveTheSameWhateverTheNumberOfProcesses)
+{
+    Folder const folder;
+    addScenes(folder);
+    for (std::string const format : {"text", "json", "sarif", "github"}) {
+        Result const one = play(folder, "check in missing.x3d -j 1 --format " + format);
+        for (std::string const jobs : {"2", "7"}) {
+            Result const more = play(folder, "check in missing.x3d -j " + jobs + " --format " + format);
+            EXPECT_EQ(more.out, one.out) << format;
+            EXPECT_EQ(more.err, one.err) << format;
+            EXPECT_EQ(more.status, 3) << "the missing one";
+        }
+        for (std::string const file : {"in/b.x3d", "in/a/deep", "in/a/v.wrl", "in/broken.x3d", "missing.x3d", "in/many/39.x3d"})
+            EXPECT_THAT(one.out, HasSubstr(file)) << format;
+        EXPECT_THAT(one.out, Not(testing::AnyOf(HasSubstr("hidden"), HasSubstr(".h.x3d"), HasSubstr("page.html"))));
+    }
+    EXPECT_THAT(play(folder, "check in missing.x3d").err, StartsWith("45 files: "));
+    auto const json = nlohmann::json::parse(play(folder, "check in missing.x3d --format json").out);
+    EXPECT_EQ(json["files"], 45);
+    EXPECT_EQ(json["errors"], 14 + 2 + 1 + 1) << "unsorted keys, also in VRML, broken, missing";
+    EXPECT_EQ(play(folder, "check in/a/deep in/many/1.x3d").status, 0);
+    EXPECT_EQ(play(folder, "check - in/a/deep <in/b.x3d").status, 1);
+}
+
+TEST(Pipeline, OneFindingInEveryFormat)
+{
+    Folder const folder;
+    folder.add("a b,c.x3d", "<X3D><Scene>\n<Group/><!-- \u00e9 --> <ScalarInterpolator DEF='\u00e9%' key='0 1 0.5' keyValue='0 1 2'/></Scene></X3D>");
+    auto const write = [&](std::string const& format) {
+        return play(folder, "check 'a b,c.x3d' --only key-order --format " + format);
+    };
+    EXPECT_THAT(write("text").out, StartsWith("a b,c.x3d:2:52: error: \u00e9%.key[2] is 0.5, after 1"));
+    EXPECT_THAT(write("text").out, testing::EndsWith(" [key-order]\n"));
+    EXPECT_THAT(write("github").out, StartsWith("::error file=a b%2Cc.x3d,line=2,col=52,title=key-order::\u00e9%25.key[2] is 0.5"));
+    auto const sarif = nlohmann::json::parse(write("sarif").out)["runs"][0];
+    auto const& result = sarif["results"][0];
+    auto const& place = result["locations"][0]["physicalLocation"];
+    EXPECT_EQ(place["artifactLocation"]["uri"], "a%20b,c.x3d");
+    EXPECT_EQ(place["region"]["startLine"], 2);
+    EXPECT_EQ(place["region"]["startColumn"], 50) << "characters, not bytes";
+    EXPECT_EQ(sarif["tool"]["driver"]["rules"][result["ruleIndex"].get<std::size_t>()]["id"], "key-order");
+    EXPECT_EQ(result["level"], "error");
+    // The same into a file, which is no input.
+    EXPECT_EQ(play(folder, "check 'a b,c.x3d' --only key-order --format sarif -o out.sarif").out, "");
+    EXPECT_EQ(folder.read("out.sarif"), write("sarif").out);
+    EXPECT_EQ(play(folder, "check 'a b,c.x3d' -o './a b,c.x3d'").status, 2);
+    // People see the line, and a mark under the place.
+    Result const seen = play(folder, "", "script -qec \"'" ZELVAN_PLAY "' check 'a b,c.x3d' --only key-order\" /dev/null; true ");
+    if (seen.out.find("key-order") != std::string::npos) {
+        EXPECT_THAT(seen.out, HasSubstr("| " + std::string(49, ' ') + "^"));
+    }
+}
+
+TEST(Pipeline, SettingsComeFromTheNearestFileUpToTheRepository)
+{
+    Folder const folder;
+    folder.add("zelvan-play.toml", "strict = true\n"); // above the repository
+    folder.add("r/.git/HEAD", "");
+    folder.add("r/zelvan-play.toml", "ignore = ['idle-sensor']\nmax-warnings = 7\n[severity]\nkey-range = 'error'\n[limits]\nmax-files = 9\n"
+                                     "[[overrides]]\nfiles = ['old/**', '**/?.wrl']\nseverity = {key-order = 'off', key-range = 'note'}\n");
+    folder.add("r/a/b/s.x3d", x3d(range));
+    folder.add("r/old/x/s.x3d", x3d(range + unsorted));
+    Result const shown = play(folder, "settings r/a/b/s.x3d");
+    for (std::string const row : {"severity.idle-sensor +off +r/zelvan-play.toml:1:11", "severity.key-range +error +r/zelvan-play.toml:4:1",
+                                  "max-warnings +7 +r/zelvan-play.toml:2:1", "limits.max-files +9 +r/zelvan-play.toml:6:1",
+                                  "strict +false +default", "limits.max-depth +500 +default"})
+        EXPECT_THAT(shown.out, testing::ContainsRegex(row)) << shown.err;
+    EXPECT_THAT(play(folder, "settings r/old/x/s.x3d").out, testing::ContainsRegex("severity.key-order +off +r/zelvan-play.toml:9"));
+    EXPECT_EQ(play(folder, "check r/a/b/s.x3d").status, 1);
+    EXPECT_EQ(play(folder, "check r/a/b/s.x3d --no-config").status, 0);
+    EXPECT_EQ(play(folder, "check r/a/b/s.x3d --severity key-range=note").status, 0);
+    EXPECT_EQ(play(folder, "check r/old").status, 0);
+    EXPECT_EQ(play(folder, "run r/a/b/s.x3d --to 0").status, 1) << "what check calls an error";
+    EXPECT_EQ(play(folder, "run r/old/x/s.x3d --to 0").status, 0);
+    EXPECT_EQ(play(folder, "check r/old --config r/../zelvan-play.toml").status, 1);
+    struct Case {
+        char const* text;
+        char const* says;
+    };
+    Case const cases[] = {
+        {"strict = 1", "bad.toml:1:10: error: strict: expected true or false"},
+        {"\nfoo = 1", "bad.toml:2:1: error: there is no setting \"foo\" here; there are: fail-on, "},
+        {"[limits]\nmax-bites = 1", "bad.toml:2:1: error: there is no setting \"max-bites\" here; there are: max-bytes"},
+        {"[limits]\nmax-files = 0", "max-files: expected a number from 1 to 100000"},
+        {"fps = nan", "fps: expected a number from "},
+        {"jobs = 1.5", "jobs: expected a whole number"},
+        {"ignore = ['nonsense']", "there is no code \"nonsense\""},
+        {"ignore = 'key-order'", "ignore: expected a list of strings"},
+        {"[severity]\nkey-order = 'bad'", "bad.toml:2:13: error: key-order: expected hint, note, warning, error or off"},
+        {"[[overrides]]\nignore = []", "overrides: expected files"},
+        {"format = 'xml'", "format: expected one of text, json, sarif, github"},
+        {"strict = ", "bad.toml:1:"},
+    };
+    for (Case const& c : cases) {
+        folder.add("bad.toml", c.text);
+        Result const result = play(folder, "check r --config bad.toml");
+        EXPECT_EQ(result.status, 2) << c.text;
+        EXPECT_THAT(result.err, HasSubstr(c.says)) << c.text;
+    }
+    EXPECT_EQ(play(folder, "check r --config missing.toml").status, 2);
+}
+
+TEST(Pipeline, CommentsIgnoreWhatIsMeant)
+{
+    Folder const folder;
+    struct Case {
+        std::string scene;
+        char const* codes; // that are left, of these two
+    };
+    std::string const two = "<ScalarInterpolator DEF='A' key='0 1 0.5' keyValue='0 1'/>"; // key-order, too-few-values
+    Case const cases[] = {
+        {two, "key-order too-few-values "},
+        {"<!-- zelvan: ignore key-order, too-few-values - meant -->\n" + two, ""},
+        {"<!-- zelvan: ignore key-order -->" + two, "too-few-values "},
+        {two + "<!-- zelvan: ignore too-few-values\n - why -->", "key-order "},
+        {"<!-- zelvan: ignore key-order -->\n\n" + two, "unused-ignore key-order too-few-values "},
+        {two + "\n<!-- zelvan: ignore-file key-order too-few-values -->", ""},
+        {"<!-- zelvan: ignore-file zero-axis -->" + two, "unused-ignore key-order too-few-values "},
+        {"<!-- zelvan: ignore nonsense --><!-- zelvan: what -->" + two, "unused-ignore unused-ignore key-order too-few-values "},
+        {"<!-- ignore key-order -->" + two, "key-order too-few-values "},
+    };
+    for (Case const& c : cases) {
+        folder.add("s.x3d", x3d(c.scene));
+        auto const json = nlohmann::json::parse(play(folder, "check s.x3d --format json --only key-order,too-few-values,unused-ignore").out);
+        std::string codes;
+        for (auto const& finding : json["findings"])
+            codes += finding["code"].get<std::string>() + ' ';
+        EXPECT_EQ(codes, c.codes) << c.scene;
+    }
+    folder.add("s.x3d", "<!-- zelvan: ignore-file key-order -->\n" + x3d(two).substr(39) + "<!-- zelvan: ignore-file too-few-values -->");
+    EXPECT_EQ(play(folder, "check s.x3d --only key-order,too-few-values,unused-ignore").out, "");
+    folder.add("s.wrl", "#VRML V2.0 utf8\n# zelvan: ignore key-order - meant\nDEF A ScalarInterpolator { key [0 1 .5] keyValue [0 1 2] }\n");
+    EXPECT_EQ(play(folder, "check s.wrl --only key-order,unused-ignore").out, "");
+}
+
+TEST(Pipeline, EndsWithTheStatusThatIsAskedFor)
+{
+    Folder const folder;
+    folder.add("w.x3d", x3d(range));
+    folder.add("e.x3d", x3d(unsorted));
+    std::pair<char const*, int> const cases[] = {
+        {"check w.x3d", 0}, {"check w.x3d --fail-on warning", 1}, {"check w.x3d --strict", 1}, {"check w.x3d --max-warnings 0", 1},
+        {"check w.x3d w.x3d --max-warnings 1", 1}, {"check w.x3d --max-warnings 1", 0}, {"check e.x3d --fail-on note", 1},
+        {"check w.x3d --only key-span --fail-on note", 0}, {"check w.x3d e.x3d", 1}, {"check w.x3d missing e.x3d", 3},
+        {"run e.x3d", 1}, {"sweep e.x3d", 1}, {"export e.x3d", 1}, {"run w.x3d", 0}, {"explain key-order", 0}, {"explain nonsense", 2},
+        {"settings", 2}, {"check", 2},
+    };
+    for (auto const& [arguments, status] : cases)
+        EXPECT_EQ(play(folder, arguments).status, status) << arguments;
+    EXPECT_THAT(play(folder, "run e.x3d").err, HasSubstr("e.x3d:3:34: error: A.key[2] is 0.5, after 1"));
+    Result const explained = play(folder, "explain key-order");
+    EXPECT_THAT(explained.out, testing::AllOf(StartsWith("key-order (error): "), HasSubstr("\nBad:\n"), HasSubstr("\nGood:\n"),
+                                              HasSubstr("Curve"), HasSubstr("\u2588")));
+}
+
+TEST(Processes, GiveResultsInOrderAndTellHowTheyDied)
+{
+    for (unsigned const jobs : {1u, 3u, 50u}) {
+        std::string all;
+        auto const work = [](std::size_t n) {
+            if (n == 3 || n == 19)
+                ::raise(SIGKILL);
+            if (n == 7)
+                throw std::bad_alloc();
+            ::usleep(n % 4 == 0 ? 3000 : 0);
+            return n == 11 ? std::string(1 << 20, 'x') : std::to_string(n);
+        };
+        inProcesses(20, jobs, work, [&](std::size_t n, std::string const& result, std::string const& death) {
+            all += std::to_string(n) + '=' + (result.size() > 9 ? std::to_string(result.size()) : result) + death + ' ';
+        });
+        EXPECT_EQ(all, "0=0 1=1 2=2 3=by signal 9 (Killed) 4=4 5=5 6=6 7=with status 3 8=8 9=9 10=10 11=1048576 12=12 13=13 14=14 "
+                       "15=15 16=16 17=17 18=18 19=by signal 9 (Killed) ");
+        EXPECT_LT(::waitpid(-1, nullptr, WNOHANG), 0) << "none is left behind";
+    }
+}
+
+} // namespace
+} // namespace Zelvan::play::test
