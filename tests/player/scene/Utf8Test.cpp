@@ -36,9 +36,9 @@ TEST(Utf8, AStrangersTextActsOnNothing)
         for (unsigned i = length - 1; i-- > 0;)
             text += static_cast<char>(0x80 | (c >> 6 * i & 0x3F));
         CodePoint const found = decodeUtf8(text + "x");
-        ASSERT_EQ(found.valid, valid) << std::hex << c;
+        ASSERT_EQ(found.valid, valid) << static_cast<unsigned>(c);
         if (valid) {
-            ASSERT_EQ(found.value, c);
+            ASSERT_EQ(static_cast<unsigned>(found.value), static_cast<unsigned>(c));
             ASSERT_EQ(found.length, length);
         }
         if (length > 1)
