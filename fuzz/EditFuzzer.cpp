@@ -33,8 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     static fuzz::SceneFolder folder;
     if (size == 0)
         return 0;
-    bool encoded;
-    std::string const file = folder.write(data, size, encoded), result = file + ".edited.x3d";
+    std::string const file = folder.write(data, size), result = file + ".edited.x3d";
     play::ReadLimits const limits{.bytes = 1 << 18, .nodes = 200, .expanded = 200, .files = 8};
     play::Diagnostics diagnostics(std::cerr);
     try {

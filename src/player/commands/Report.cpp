@@ -88,7 +88,7 @@ void writeMore(std::ostream& out, std::size_t count, char const* what)
 std::string curveOf(Track const& track)
 {
     std::size_t const width = track.ranges.size();
-    if (track.outline.empty() || width == 0)
+    if (track.outline.empty() || width == 0 || track.events == 0)
         return "";
     bool const rotation = track.type == SFRotationType || track.type == MFRotationType;
     // The component that tells most: the angle of a rotation, else the one that changes most along the curve.

@@ -182,13 +182,7 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     scene("long-type", "<" + std::string(million / 2, 'a') + " DEF='U'/>" + numbered(2000, scalars + route("U", "S#")));
     file("gzip-lines", packed(times(100 * million, "\n")));
     scene("many-defs", times(million / 20, "<Group DEF='N'/>"));
-    auto const classic = [&](std::string const& name, std::string const& body) { file(name, "#X3D V3.3 utf8\n" + body); };
-    classic("vrml-deep", times(million, "Group { children [ "));
-    classic("vrml-brackets", "X { a " + times(million, "["));
-    classic("vrml-braces", times(million, "X { a {"));
-    classic("vrml-string", "X { a \"" + times(million, "\\\""));
-    classic("vrml-comment", "X { a [ 1 # " + list);
-    file("vrml-list", packed("#VRML V2.0 utf8\nX { a [" + times(limited ? 50 * million : million, "1 ") + "] }"));
+    file("vrml-gzip-list", packed("#VRML V2.0 utf8\nX { a [" + times(limited ? 50 * million : million, "1 ") + "] }"));
     classic("vrml-strings", "X { a [" + times(million, "\"\" ") + "] }");
     classic("vrml-elements", times(2 * million, "X{}"));
     classic("vrml-attributes", "X { " + numbered(million / 3, "a# 1 ") + "}");
@@ -197,10 +191,6 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     classic("vrml-routes", times(million / 20, "ROUTE A.b TO C.d "));
     classic("vrml-is", "PROTO P [ field SFFloat a 1 ] { S { " + numbered(million / 20, "f# IS a ") + "} } P { }");
     classic("vrml-protos", numbered(million / 10, "PROTO P# [ ] { X { } } P# { } "));
-    std::string nested = "PROTO P0 [ ] { ScalarInterpolator { } } ";
-    for (int i = 1; i < 20; ++i)
-        nested += "PROTO P" + at(i) + " [ ] { Group { children [ " + times(9, "P" + at(i - 1) + " { } ") + "] } } ";
-    classic("vrml-proto-bomb", nested + "P19 { }");
     scene("many-sensors", numbered(million / 100, "<TimeSensor DEF='T#' loop='true' cycleInterval='0.0#1'/>"));
     scene("fast-sensors", numbered(million / 20, "<TimeSensor loop='true' cycleInterval='1e-9'/>"));
     scene("waiting-sensors", numbered(million / 20, "<TimeSensor DEF='T#' cycleInterval='1e-9'/>"));

@@ -80,8 +80,9 @@ TEST(Pipeline, OneFindingInEveryFormat)
     EXPECT_EQ(play(folder, "check 'a b,c.x3d' -o './a b,c.x3d'").status, 2);
     // People see the line, and a mark under the place.
     Result const seen = play(folder, "", "script -qec \"'" ZELVAN_PLAY "' check 'a b,c.x3d' --only key-order\" /dev/null; true ");
-    if (seen.out.find("key-order") != std::string::npos)
+    if (seen.out.find("key-order") != std::string::npos) {
         EXPECT_THAT(seen.out, HasSubstr("| " + std::string(49, ' ') + "^"));
+    }
 }
 
 TEST(Pipeline, SettingsComeFromTheNearestFileUpToTheRepository)

@@ -48,7 +48,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhoIsAtFault)
         {"run good.x3d --nonsense", 2, ""},
         {"run good.x3d --start clokc", 2, "no TimeSensor is named \"clokc\"; did you mean \"Clock\"?"},
         {"run good.x3d --inject clock.loop=true", 2, "no node is named \"clock\"; did you mean \"Clock\"?"},
-        {"run good.x3d --ftp 3", 2, "--ftp 3; did you mean \"--fps\"?"},
+        {"run good.x3d --fsp 3", 2, "did you mean \"--fps\"?"},
         {"run good.x3d --now yesterday", 2, "--now: expected seconds since 1970, or a date such as 2026-11-25T14:30"},
         {"fly good.x3d", 2, "there is no command \"fly\"; there are: run, sweep"},
         {"exprot good.x3d", 2, "there is no command \"exprot\"; did you mean \"export\"?"},
@@ -297,18 +297,24 @@ TEST(Program, TellsWhyNothingMovesAndWhatIsNotRun)
     EXPECT_THAT(run.err, testing::Not(HasSubstr("nothing moves")));
 }
 
-TEST(Program, TellsTheAngleOfAMatrixByTheShorterWay)
+TEST(Program, TellsTheTurnOfAMatrixByTheShorterWay)
 {
     Folder const folder;
-    std::string const quarter = " 0 1 0 0 -1 0 0 0 0 0 1 0 0 0 0 1", back = " 0 -1 0 0 1 0 0 0 0 0 1 0 0 0 0 1";
-    std::string const beyond = " -0.5 -0.866025 0 0 0.866025 -0.5 0 0 0 0 1 0 0 0 0 1";
-    for (std::string const& key : {quarter, back, beyond}) {
-        folder.add("turn.x3d", x3d("<TimeSensor DEF='C' loop='true'/><TransformationInterpolator DEF='S' key='0 1' keyValue='"
-                                   + key + key + "'/><ROUTE fromNode='C' fromField='fraction_changed' toNode='S' "
-                                   "toField='set_fraction'/>"));
-        for (char const* const command : {"run turn.x3d", "sweep turn.x3d"})
-            EXPECT_THAT(play(folder, command).out, HasSubstr(key == beyond ? "turned 120 deg" : "turned 90 deg")) << command << key;
-    }
+    struct Case {
+        char const *columns, *turn;
+    };
+    for (Case const& c :
+         {Case{"0 1 0 0 -1 0 0 0", "turns 90 deg about (0 0 1)"}, {"0 -1 0 0 1 0 0 0", "turns 90 deg about (0 0 -1)"},
+          {"-0.984808 -0.173648 0 0 0.173648 -0.984808 0 0", "turns 170 deg about (0 0 -1)"}})
+        for (char const* const mode : {"matrix", "component"}) {
+            folder.add("turn.x3d",
+                       x3d("<TimeSensor DEF='C' loop='true'/><TransformationInterpolator DEF='S' mode='" + std::string(mode)
+                           + "' key='0 1' keyValue='1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1 " + c.columns
+                           + " 0 0 1 0 0 0 0 1'/><ROUTE fromNode='C' fromField='fraction_changed' toNode='S' "
+                             "toField='set_fraction'/>"));
+            for (char const* const command : {"run turn.x3d", "sweep turn.x3d"})
+                EXPECT_THAT(play(folder, command).out, HasSubstr(c.turn)) << command << ' ' << mode;
+        }
 }
 
 } // namespace

@@ -249,7 +249,9 @@ TEST(Fixes, SilenceTheirCodesAndAreDoneOnce)
         if (code.fix == Fix::none)
             continue;
         SCOPED_TRACE(code.code);
-        CheckOptions const all{.hints = true, .perNode = 0};
+        CheckOptions all;
+        all.hints = true;
+        all.perNode = 0;
         Edited edited(x3d(code.bad));
         auto findings = checkScene(*edited.read.scene, {}, all);
         bool const safe = code.fix == Fix::safe && std::ranges::all_of(findings, [](Finding const& f) { return fixOf(f) != Fix::unsafe; });
@@ -286,7 +288,9 @@ TEST(Fixes, DoWhatTheySay)
     };
     for (Case const& c : cases) {
         Edited edited(x3d(c.scene));
-        CheckOptions const all{.hints = true, .perNode = 0};
+        CheckOptions all;
+        all.hints = true;
+        all.perNode = 0;
         fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, all), all, c.unsafe);
         if (*c.expected == '\0')
             EXPECT_TRUE(edited.edits.changed().empty()) << c.code;

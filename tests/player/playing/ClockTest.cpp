@@ -168,7 +168,11 @@ TEST(Clock, RefusesMoreSensorsThanFramesHaveTimeFor)
     EXPECT_NO_THROW(idleClock.limitTo(1000, 1000));
     for (int frame = 0; frame < 900; ++frame)
         idleClock.advance(frame); // those that wait cost a look when the scene opens
-    EXPECT_THROW(({ for (int frame = 900; frame < 1000; ++frame) idleClock.advance(frame); }), Failure);
+    auto const goOn = [&] {
+        for (int frame = 900; frame < 1000; ++frame)
+            idleClock.advance(frame);
+    };
+    EXPECT_THROW(goOn(), Failure);
 }
 
 TEST(Clock, ManyInjectionsAtOneMomentAreNoCascade)

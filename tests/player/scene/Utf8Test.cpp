@@ -36,13 +36,14 @@ TEST(Utf8, AStrangersTextActsOnNothing)
         for (unsigned i = length - 1; i-- > 0;)
             text += static_cast<char>(0x80 | (c >> 6 * i & 0x3F));
         CodePoint const found = decodeUtf8(text + "x");
-        ASSERT_EQ(found.valid, valid) << static_cast<unsigned>(c);
+        ASSERT_EQ(found.valid, valid) << std::hex << std::uint32_t(c);
         if (valid) {
-            ASSERT_EQ(static_cast<unsigned>(found.value), static_cast<unsigned>(c));
+            ASSERT_EQ(std::uint32_t(found.value), std::uint32_t(c));
             ASSERT_EQ(found.length, length);
         }
-        if (length > 1)
+        if (length > 1) {
             ASSERT_FALSE(decodeUtf8(text.substr(0, length - 1)).valid);
+        }
     }
 }
 
