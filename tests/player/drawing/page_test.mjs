@@ -31,6 +31,7 @@ const browser = await chromium.launch({executablePath, args: ["--no-sandbox", "-
     "--no-first-run", "--disable-background-networking", "--disable-component-update", "--disable-sync"]});
 async function open(file, options = {}) {
     const context = await browser.newContext({viewport: {width: 1280, height: 900}, ...options});
+    context.setDefaultTimeout(120_000); // machines have other things to do
     const tab = await context.newPage();
     tab.on("console", (message) => expect(false, `${file} says ${message.text()}`));
     tab.on("pageerror", (error) => expect(false, `${file} throws ${error.message}`));
