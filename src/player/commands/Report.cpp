@@ -83,29 +83,6 @@ void writeMore(std::ostream& out, std::size_t count, char const* what)
         out << "... and " << counted(count - shownRows, what) << " more\n";
 }
 
-// What stands still, and why: a line each.
-void writeStandstill(std::ostream& out, Scene const& scene, Clock const& clock, std::size_t most)
-{
-    auto const write = [&](std::vector<std::string> const& lines, char const* what) {
-        for (std::size_t i = 0; i < std::min(lines.size(), most); ++i)
-            out << printable(lines[i]) << '\n';
-        if (lines.size() > most)
-            out << "... and " << counted(lines.size() - most, what) << " more\n";
-    };
-    std::vector<std::string> lines;
-    for (Clock::Sensor const& sensor : clock.sensors())
-        if (std::string const waits = clock.waitsFor(sensor); !waits.empty())
-            lines.push_back("TimeSensor " + sensor.node->name + ' ' + waits);
-    write(lines, "TimeSensor");
-    lines.clear();
-    for (NotRun const& entry : nodesNotRun(scene)) {
-        std::string const targets = entry.targetText();
-        lines.push_back(entry.node->typeName + ' ' + entry.node->name + " is not run (" + scene.place(*entry.node).text() + "): "
-                        + (targets.empty() ? "what it does is not seen" : targets + " would get events from it"));
-    }
-    write(lines, "node");
-}
-
 } // namespace
 
 std::string curveOf(Track const& track)
@@ -134,6 +111,33 @@ std::string curveOf(Track const& track)
     std::string const name = componentName(track, component);
     return name + (name.empty() ? "" : " ") + sparkline(telling);
 }
+
+namespace {
+
+// What stands still, and why: a line each.
+void writeStandstill(std::ostream& out, Scene const& scene, Clock const& clock, std::size_t most)
+{
+    auto const write = [&](std::vector<std::string> const& lines, char const* what) {
+        for (std::size_t i = 0; i < std::min(lines.size(), most); ++i)
+            out << printable(lines[i]) << '\n';
+        if (lines.size() > most)
+            out << "... and " << counted(lines.size() - most, what) << " more\n";
+    };
+    std::vector<std::string> lines;
+    for (Clock::Sensor const& sensor : clock.sensors())
+        if (std::string const waits = clock.waitsFor(sensor); !waits.empty())
+            lines.push_back("TimeSensor " + sensor.node->name + ' ' + waits);
+    write(lines, "TimeSensor");
+    lines.clear();
+    for (NotRun const& entry : nodesNotRun(scene)) {
+        std::string const targets = entry.targetText();
+        lines.push_back(entry.node->typeName + ' ' + entry.node->name + " is not run (" + scene.place(*entry.node).text() + "): "
+                        + (targets.empty() ? "what it does is not seen" : targets + " would get events from it"));
+    }
+    write(lines, "node");
+}
+
+} // namespace
 
 std::string driverOf(Scene const& scene, SceneNode const& node)
 {

@@ -182,7 +182,7 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     scene("long-type", "<" + std::string(million / 2, 'a') + " DEF='U'/>" + numbered(2000, scalars + route("U", "S#")));
     file("gzip-lines", packed(times(100 * million, "\n")));
     scene("many-defs", times(million / 20, "<Group DEF='N'/>"));
-    file("vrml-list", packed("#VRML V2.0 utf8\nX { a [" + times(limited ? 50 * million : million, "1 ") + "] }"));
+    file("vrml-gzip-list", packed("#VRML V2.0 utf8\nX { a [" + times(limited ? 50 * million : million, "1 ") + "] }"));
     classic("vrml-strings", "X { a [" + times(million, "\"\" ") + "] }");
     classic("vrml-elements", times(2 * million, "X{}"));
     classic("vrml-attributes", "X { " + numbered(million / 3, "a# 1 ") + "}");

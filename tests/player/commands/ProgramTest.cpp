@@ -48,7 +48,7 @@ TEST(Program, EndsWithTheStatusThatTellsWhoIsAtFault)
         {"run good.x3d --nonsense", 2, ""},
         {"run good.x3d --start clokc", 2, "no TimeSensor is named \"clokc\"; did you mean \"Clock\"?"},
         {"run good.x3d --inject clock.loop=true", 2, "no node is named \"clock\"; did you mean \"Clock\"?"},
-        {"run good.x3d --ftp 3", 2, "--ftp 3; did you mean \"--fps\"?"},
+        {"run good.x3d --fsp 3", 2, "did you mean \"--fps\"?"},
         {"run good.x3d --now yesterday", 2, "--now: expected seconds since 1970, or a date such as 2026-11-25T14:30"},
         {"fly good.x3d", 2, "there is no command \"fly\"; there are: run, sweep"},
         {"exprot good.x3d", 2, "there is no command \"exprot\"; did you mean \"export\"?"},
