@@ -2,6 +2,8 @@
 
 #include "player/scene/Utf8.h"
 
+#include <nlohmann/json.hpp>
+
 namespace Zelvan::play {
 
 namespace {
@@ -34,6 +36,11 @@ std::string escapedMarkup(std::string_view text)
         text.remove_prefix(c.length);
     }
     return result;
+}
+
+std::string jsonString(std::string_view text)
+{
+    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 } // namespace Zelvan::play
