@@ -1,6 +1,7 @@
 #include "base/Route.h"
 
 #include "base/DeepStack.h"
+#include "base/FetchAhead.h"
 #include "base/Leftovers.h"
 #include "base/NodeProc.h"
 
@@ -143,7 +144,9 @@ struct Route::Passing {
 
 inline void Route::deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly)
 {
+    FetchAhead ahead(from._routesOut);
     for (Route* route = from._routesOut; route != nullptr; route = route->_nextOut) {
+        ahead.step();
         Field& to = *route->_to;
         if (route->_removed || route->_passing || !to.receive(timeStamp))
             continue;

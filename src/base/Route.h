@@ -50,6 +50,7 @@ private:
     using Outgoing = List<&Route::_nextOut, &Route::_previousOut>;
     using Incoming = List<&Route::_nextIn, &Route::_previousIn>;
 
+    friend class FetchAhead;
     struct Passing;
     bool _removed = false;
     bool _passing = false;

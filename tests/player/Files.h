@@ -55,7 +55,7 @@ inline std::string x3d(std::string const& scene)
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<X3D><Scene>\n" + scene + "\n</Scene></X3D>\n";
 }
 
-/// A scene read from a text, with what reading it reported (paths left out).
+/// A scene read from a text, with what reading it reported (paths and codes left out).
 struct ReadScene {
     explicit ReadScene(std::string const& body, ReadLimits const& limits = {}) : ReadScene(x3d(body), limits, "scene.x3d") {}
     /// The same of a whole file.
@@ -70,6 +70,10 @@ struct ReadScene {
         std::string const prefix = folder.path("");
         for (auto at = text.find(prefix); at != std::string::npos; at = text.find(prefix))
             text.erase(at, prefix.size());
+        for (auto end = text.find("]\n"); end != std::string::npos; end = text.find("]\n")) { // the code
+            auto const begin = text.rfind(" [", end);
+            text.erase(begin, end + 1 - begin);
+        }
         return text;
     }
     SceneNode& node(std::string const& name)

@@ -1,6 +1,5 @@
 #include "player/commands/Editing.h"
 
-#include "player/commands/OutputFile.h"
 #include "player/commands/Outputs.h"
 #include "player/commands/Tables.h"
 #include "player/scene/Utf8.h"

@@ -70,7 +70,7 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
     return scene;
 }
 
-OpenedScene::OpenedScene(Session const& session, SceneOptions const& options)
+OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, bool allFindings)
     : pool(openPool(session)),
       file(options.file),
       settings(SettingsFiles(session.config, session.noConfig).forScene(file)),
@@ -79,7 +79,13 @@ OpenedScene::OpenedScene(Session const& session, SceneOptions const& options)
 {
     ReaderFindings read(&diagnostics);
     scene = openScene(session, file, limits, read.diagnostics());
-    findings = checkWithSuppressions(*scene, read.take(), settings.checkOptions());
+    CheckOptions check = settings.checkOptions();
+    for (CheckCode const& code : checkCodes()) {
+        auto const own = check.severities.find(code.code);
+        if (!allFindings && (own == check.severities.end() ? code.severity : own->second) < Severity::error)
+            check.ignore.insert(code.code);
+    }
+    findings = checkWithSuppressions(*scene, read.take(), check);
     for (Finding const& finding : findings)
         if (finding.severity == Severity::error && !finding.node.empty()) // the others have been told
             diagnostics.error(finding.place, finding.code, textOf(finding));

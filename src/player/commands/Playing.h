@@ -19,10 +19,10 @@ std::string openPool(Session const& session);
 std::unique_ptr<Scene> openScene(Session const& session, std::string const& file, ReadLimits const& limits,
                                  Diagnostics& diagnostics);
 
-/// A scene opened for a command: what check finds in it has been examined, and what reading reports and check calls an
-/// error has been written to standard error.
+/// A scene opened for a command: what reading reports and check calls an error has been written to standard error.
 struct OpenedScene {
-    explicit OpenedScene(Session const& session, SceneOptions const& options);
+    /// `allFindings`: what check says besides errors is wanted, too.
+    explicit OpenedScene(Session const& session, SceneOptions const& options, bool allFindings = false);
     ~OpenedScene();
     /// The command's exit status, as far as the scene decides it.
     ExitStatus status() const { return diagnostics.errors() > 0 ? exitScene : exitFine; }

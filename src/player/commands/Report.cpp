@@ -83,6 +83,37 @@ void writeMore(std::ostream& out, std::size_t count, char const* what)
         out << "... and " << counted(count - shownRows, what) << " more\n";
 }
 
+} // namespace
+
+std::string curveOf(Track const& track)
+{
+    std::size_t const width = track.ranges.size();
+    if (track.outline.empty() || width == 0 || track.events == 0)
+        return "";
+    bool const rotation = track.type == SFRotationType || track.type == MFRotationType;
+    // The component that tells most: the angle of a rotation, else the one that changes most along the curve.
+    std::vector<float> telling;
+    std::size_t component = 0;
+    double widest = -1;
+    for (std::size_t c = rotation ? 3 : 0; c < width; ++c) {
+        std::vector<float> values;
+        Range range;
+        for (std::size_t i = c; i < track.outline.size(); i += width) {
+            values.push_back(track.outline[i]);
+            range.add(track.outline[i]);
+        }
+        if (double const change = range.any ? range.high - range.low : 0; change > widest) {
+            widest = change;
+            component = c;
+            telling = std::move(values);
+        }
+    }
+    std::string const name = componentName(track, component);
+    return name + (name.empty() ? "" : " ") + sparkline(telling);
+}
+
+namespace {
+
 // What stands still, and why: a line each.
 void writeStandstill(std::ostream& out, Scene const& scene, Clock const& clock, std::size_t most)
 {
@@ -107,33 +138,6 @@ void writeStandstill(std::ostream& out, Scene const& scene, Clock const& clock, 
 }
 
 } // namespace
-
-std::string curveOf(Track const& track)
-{
-    std::size_t const width = track.ranges.size();
-    if (track.outline.empty() || width == 0)
-        return "";
-    bool const rotation = track.type == SFRotationType || track.type == MFRotationType;
-    // The component that tells most: the angle of a rotation, else the one that changes most along the curve.
-    std::vector<float> telling;
-    std::size_t component = 0;
-    double widest = -1;
-    for (std::size_t c = rotation ? 3 : 0; c < width; ++c) {
-        std::vector<float> values;
-        Range range;
-        for (std::size_t i = c; i < track.outline.size(); i += width) {
-            values.push_back(track.outline[i]);
-            range.add(track.outline[i]);
-        }
-        if (double const change = range.any ? range.high - range.low : 0; change > widest) {
-            widest = change;
-            component = c;
-            telling = std::move(values);
-        }
-    }
-    std::string const name = componentName(track, component);
-    return name + (name.empty() ? "" : " ") + sparkline(telling);
-}
 
 std::string driverOf(Scene const& scene, SceneNode const& node)
 {

@@ -21,7 +21,7 @@ struct RunOptions {
 
 void run(Session& session, RunOptions const& options)
 {
-    OpenedScene const opened(session, options.scene);
+    OpenedScene const opened(session, options.scene, options.output.pictures());
     Clock clock(*opened.scene, options.time.now);
     Timing const timing = prepare(clock, options.time, opened.settings);
     auto const frames = timing.frames();
