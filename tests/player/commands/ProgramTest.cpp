@@ -242,11 +242,11 @@ TEST(Program, ReportsFitEightyColumns)
     folder.add("wide.x3d", x3d(nodes));
     for (std::string const command : {"run", "sweep", "sweep --at-keys"}) {
         std::istringstream out(play(folder, command + " wide.x3d").out);
-        std::set<std::size_t> widths; // of the curves' beginnings: they stand in one column
+        std::set<std::size_t> widths; // before the values: they stand in one column
         for (std::string line; std::getline(out, line);) {
             EXPECT_LE(displayWidth(line), 80u) << line;
-            if (auto const curve = line.find("angle "); curve != std::string::npos)
-                widths.insert(displayWidth(line.substr(0, curve)));
+            if (auto const values = line.find("turns "); values != std::string::npos)
+                widths.insert(displayWidth(line.substr(0, values)));
         }
         EXPECT_EQ(widths.size(), 1u) << command;
     }
@@ -263,7 +263,7 @@ TEST(Program, ShowsTheNodesAndFormatsItIsAskedFor)
     Folder const folder;
     folder.add("s.x3d", x3d(chain));
     EXPECT_EQ(play(folder, "run s.x3d --at 1 --nodes 'A,?' --csv -").out, "time,node,field,value\n1,A,value_changed,0.25\n"
-                                                                      "1,B,value_changed,1 0 0.5\n1,M,diffuseColor,1 0 0.5\n");
+                                                                      "1,B,value_changed,1 1 0\n1,M,diffuseColor,1 1 0\n");
     EXPECT_EQ(play(folder, "run s.x3d --at 1 --nodes A --csv -").out, "time,node,field,value\n1,A,value_changed,0.25\n");
     EXPECT_THAT(play(folder, "export s.x3d --at 1 --nodes A").out, StartsWith("time,A.value_changed\n"));
     EXPECT_EQ(play(folder, "run s.x3d --nodes Nobody").status, 2);
