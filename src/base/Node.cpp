@@ -134,7 +134,8 @@ std::string Node::getIDStr() const
 
 void Node::markParent(int)
 {
-    _nameSpace.nodeChanged(*this);
+    if ((_flags & (parentMarked | childMarked)) == 0) // else it is remembered
+        _nameSpace.nodeChanged(*this);
     if (_links.empty())
         return;
     // Upwards level by level; a node marked before has marked those above it.
@@ -146,8 +147,9 @@ void Node::markParent(int)
             Node& above = *link._parent;
             if (&above == node || (above._flags & childMarked) != 0)
                 continue;
+            if ((above._flags & parentMarked) == 0)
+                above._nameSpace.nodeChanged(above);
             above._flags |= childMarked;
-            above._nameSpace.nodeChanged(above);
             marked.push_back(&above);
         }
     }

@@ -77,8 +77,19 @@ void NodeNameSpace::nodeGone(Node& node)
 {
     forget(node);
     --_living;
-    if ((node._flags & (Node::parentMarked | Node::childMarked)) != 0)
-        std::erase(_changed, &node);
+    if ((node._flags & (Node::parentMarked | Node::childMarked)) == 0)
+        return;
+    // Nodes mostly go in the order in which they were marked, or against it.
+    std::size_t at = _changed.size();
+    for (std::size_t const near : {_lastGone + 1, _lastGone - 1, _lastGone})
+        if (near < _changed.size() && _changed[near] == &node)
+            at = near;
+    if (at == _changed.size())
+        at = static_cast<std::size_t>(std::find(_changed.begin(), _changed.end(), &node) - _changed.begin());
+    if (at == _changed.size())
+        return;
+    _changed[at] = nullptr;
+    _lastGone = at;
 }
 
 void NodeNameSpace::finishFrame(TimeStamp const& timeStamp)
@@ -87,9 +98,12 @@ void NodeNameSpace::finishFrame(TimeStamp const& timeStamp)
     for (std::size_t i = _changed.size(); i-- > 0;) {
         if (i >= _changed.size())
             continue;
-        Node& node = *_changed[i];
+        Node* const changed = _changed[i];
         _changed[i] = _changed.back();
         _changed.pop_back();
+        if (changed == nullptr)
+            continue;
+        Node& node = *changed;
         NodeHold const hold(node);
         if (node._proc != nullptr && (node._flags & Node::childMarked) != 0)
             node._proc->childChanged(timeStamp);

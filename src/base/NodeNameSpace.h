@@ -53,7 +53,8 @@ private:
     std::unordered_map<std::string, Node*> _byName;
     unsigned _lastSerial = 0;
     unsigned _living = 0;
-    std::vector<Node*> _changed; ///< since the last frame
+    std::vector<Node*> _changed; ///< since the last frame; null where one has gone
+    std::size_t _lastGone = 0;
     bool _ending = false;
 };
 

@@ -4,6 +4,7 @@
 #include "player/commands/Tables.h"
 #include "player/drawing/Pictures.h"
 #include "player/editing/Compare.h"
+#include "player/scene/Escape.h"
 #include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>

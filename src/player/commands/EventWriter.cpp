@@ -1,8 +1,7 @@
 #include "player/commands/EventWriter.h"
 
+#include "player/scene/Escape.h"
 #include "player/scene/Values.h"
-
-#include <nlohmann/json.hpp>
 
 namespace Zelvan::play {
 
@@ -71,11 +70,6 @@ std::string csvCell(std::string const& text)
     for (char const c : text)
         quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
     return quoted + '"';
-}
-
-std::string jsonString(std::string const& text)
-{
-    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 } // namespace Zelvan::play

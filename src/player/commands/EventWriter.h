@@ -32,7 +32,5 @@ private:
 
 /// A CSV cell, quoted where it must be.
 std::string csvCell(std::string const& text);
-/// A JSON string with its quotes.
-std::string jsonString(std::string const& text);
 
 } // namespace Zelvan::play

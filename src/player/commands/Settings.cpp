@@ -372,7 +372,9 @@ std::optional<std::optional<Severity>> severityNamed(std::string_view name)
     for (Severity const severity : {Severity::hint, Severity::note, Severity::warning, Severity::error})
         if (name == severityName(severity))
             return severity;
-    return name == "off" ? std::optional(std::optional<Severity>()) : std::nullopt;
+    if (name == "off")
+        return std::optional<std::optional<Severity>>(std::in_place, std::nullopt);
+    return std::nullopt;
 }
 
 } // namespace Zelvan::play

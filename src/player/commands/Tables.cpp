@@ -41,10 +41,12 @@ std::vector<std::size_t> Table::widthsFor(std::size_t width) const
             sum += one != 0 ? one + 2 : 0;
         return sum - std::min<std::size_t>(sum, 2);
     };
+    constexpr std::size_t longestName = 28, least = 8;
+    if (total() > width)
+        widths[0] = std::min(widths[0], longestName);
     for (std::string const& heading : _leastUseful)
         if (auto const found = std::find(_rows[0].begin(), _rows[0].end(), heading); total() > width && found != _rows[0].end())
             widths[std::size_t(found - _rows[0].begin())] = 0;
-    constexpr std::size_t least = 8;
     for (auto widest = std::max_element(widths.begin(), widths.end()); total() > width && *widest > least;
          widest = std::max_element(widths.begin(), widths.end()))
         --*widest;

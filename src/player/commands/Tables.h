@@ -18,8 +18,8 @@ public:
     bool empty() const { return _rows.size() == 1; }
     /// The columns that are left out where there is no room for all, the least useful first.
     void leastUseful(std::vector<std::string> headings) { _leastUseful = std::move(headings); }
-    /// Headings are set off in bold when `styled`. Lines are no longer than `width`: columns are left out, then the
-    /// widest ones shortened.
+    /// Headings are set off in bold when `styled`. Lines are no longer than `width`: long names are shortened, then
+    /// columns left out, then the widest ones shortened.
     void write(std::ostream& out, bool styled, std::size_t width = ~std::size_t(0)) const;
 
 private:

@@ -1,4 +1,5 @@
 #include "player/drawing/Page.h"
+#include "player/scene/Escape.h"
 
 #include <bit>
 #include <cstdint>
@@ -12,18 +13,6 @@ std::string number(double value, int digits)
 {
     float const rounded = float(value);
     return !drawable(value) ? "null" : double(rounded) == value ? shortNumber(rounded) : roundNumber(value, digits);
-}
-
-/// Only titles, units and component names become JSON; the scene's own names never do.
-std::string quoted(std::string const& text)
-{
-    std::string result = "\"";
-    for (char const c : text)
-        if (static_cast<unsigned char>(c) < 0x20 || c == '"' || c == '\\' || c == '<' || c == '&')
-            result += std::string("\\u00") + "0123456789abcdef"[c >> 4] + "0123456789abcdef"[c & 15];
-        else
-            result += c;
-    return result + '"';
 }
 
 /// Floats as a page reads them: the bytes of each, least first.
@@ -43,10 +32,11 @@ void appendBase64(std::string& text, std::vector<float> const& numbers)
 
 constexpr char const* shapeNames[] = {"none", "path", "cloud", "outline", "turned"};
 
+/// Only titles, units and component names become JSON strings: the scene's own names never do.
 void appendPanelData(std::string& json, Panel const& panel, Panel const& first, std::vector<double> const& sharedTimes)
 {
-    json += (&panel == &first ? "" : ",") + ("\n{\"title\":" + quoted(panel.title)) + ",\"unit\":"
-            + quoted(panel.unit) + ",\"scale\":";
+    json += (&panel == &first ? "" : ",") + ("\n{\"title\":" + jsonString(panel.title)) + ",\"unit\":"
+            + jsonString(panel.unit) + ",\"scale\":";
     int const digits = panel.unit == "s" ? 17 : 10; // times are doubles
     appendNumbers(json, {panel.scale.low, panel.scale.high}, digits);
     if (panel.times == sharedTimes) {
@@ -57,7 +47,7 @@ void appendPanelData(std::string& json, Panel const& panel, Panel const& first, 
     }
     json += ",\"lines\":[";
     for (Line const& line : panel.lines) {
-        json += (&line == &panel.lines.front() ? "" : ",") + ("{\"name\":" + quoted(line.name)) + ",\"colour\":"
+        json += (&line == &panel.lines.front() ? "" : ",") + ("{\"name\":" + jsonString(line.name)) + ",\"colour\":"
                 + std::to_string(line.colour) + ",\"values\":";
         appendNumbers(json, line.values, digits);
         if (!line.low.empty()) {

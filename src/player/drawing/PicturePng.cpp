@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cairo.h>
+#include <dlfcn.h>
 #include <librsvg/rsvg.h>
 #include <memory>
 #include <ostream>
@@ -13,58 +14,94 @@ namespace Zelvan::play {
 
 namespace {
 
-struct Release {
-    void operator()(RsvgHandle* handle) const { g_object_unref(handle); }
-    void operator()(GError* error) const { g_error_free(error); }
-    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
-    void operator()(cairo_t* context) const { cairo_destroy(context); }
+[[noreturn]] void fail(std::string const& why)
+{
+    throw Failure(exitMachine, "error: the picture cannot be turned into pixels: " + why);
+}
+
+/// librsvg and the cairo it draws with, loaded when the first picture asks: linked, they would triple the time in which
+/// every command starts.
+class Renderer {
+public:
+    Renderer() : _library(::dlopen("librsvg-2.so.2", RTLD_NOW | RTLD_LOCAL))
+    {
+        if (_library == nullptr)
+            fail(std::string(::dlerror()) + " (Debian has it in the package librsvg2-2)");
+    }
+    /// By the name and the type that the headers give it.
+    template <class Function>
+    Function* function(char const* name) const
+    {
+        void* const found = ::dlsym(_library, name);
+        if (found == nullptr)
+            fail(::dlerror());
+        return reinterpret_cast<Function*>(found);
+    }
+
+private:
+    void* const _library; // never closed: GLib does not stand it
 };
 
-[[noreturn]] void fail(GError* error)
-{
-    std::unique_ptr<GError, Release> const held(error);
-    throw Failure(exitMachine, "error: the picture cannot be turned into pixels: "
-                                   + std::string(error ? error->message : "no reason given"));
-}
-
-void require(cairo_status_t status)
-{
-    if (status != CAIRO_STATUS_SUCCESS)
-        throw Failure(exitMachine, std::string("error: the picture cannot be turned into pixels: ") + cairo_status_to_string(status));
-}
+#define RENDERER_FUNCTION(name) auto* const name##_ = renderer.function<decltype(::name)>(#name)
 
 } // namespace
 
 void writePng(std::ostream& out, std::vector<Curve> const& curves, PictureOptions const& options)
 {
+    static Renderer const renderer;
+    RENDERER_FUNCTION(rsvg_handle_new_from_data);
+    RENDERER_FUNCTION(rsvg_handle_get_intrinsic_size_in_pixels);
+    RENDERER_FUNCTION(rsvg_handle_render_document);
+    RENDERER_FUNCTION(g_object_unref);
+    RENDERER_FUNCTION(g_error_free);
+    RENDERER_FUNCTION(cairo_image_surface_create);
+    RENDERER_FUNCTION(cairo_surface_status);
+    RENDERER_FUNCTION(cairo_surface_write_to_png_stream);
+    RENDERER_FUNCTION(cairo_surface_destroy);
+    RENDERER_FUNCTION(cairo_create);
+    RENDERER_FUNCTION(cairo_status);
+    RENDERER_FUNCTION(cairo_status_to_string);
+    RENDERER_FUNCTION(cairo_destroy);
+
+    GError* error = nullptr;
+    auto const failWithError = [&] {
+        std::string const why = error ? error->message : "no reason given";
+        if (error != nullptr)
+            g_error_free_(error);
+        fail(why);
+    };
+    auto const require = [&](cairo_status_t status) {
+        if (status != CAIRO_STATUS_SUCCESS)
+            fail(cairo_status_to_string_(status));
+    };
+
     std::ostringstream text;
     writeSvg(text, curves, options);
     std::string const svg = text.str();
-    GError* error = nullptr;
-    std::unique_ptr<RsvgHandle, Release> const handle(
-        rsvg_handle_new_from_data(reinterpret_cast<guint8 const*>(svg.data()), svg.size(), &error));
+    std::unique_ptr<RsvgHandle, decltype(g_object_unref_)> const handle(
+        rsvg_handle_new_from_data_(reinterpret_cast<guint8 const*>(svg.data()), svg.size(), &error), g_object_unref_);
     if (handle == nullptr)
-        fail(error);
+        failWithError();
     double width = 0, height = 0;
-    rsvg_handle_get_intrinsic_size_in_pixels(handle.get(), &width, &height);
+    rsvg_handle_get_intrinsic_size_in_pixels_(handle.get(), &width, &height);
     // Two pixels for a unit, as sharp screens have; a surface has no more than 32767 of them.
     double const scale = std::min(2., 32000 / std::max({width, height, 1.}));
     RsvgRectangle const whole{0, 0, width * scale, height * scale};
-    std::unique_ptr<cairo_surface_t, Release> const surface(
-        cairo_image_surface_create(CAIRO_FORMAT_RGB24, int(whole.width), int(whole.height)));
-    require(cairo_surface_status(surface.get()));
+    std::unique_ptr<cairo_surface_t, decltype(cairo_surface_destroy_)> const surface(
+        cairo_image_surface_create_(CAIRO_FORMAT_RGB24, int(whole.width), int(whole.height)), cairo_surface_destroy_);
+    require(cairo_surface_status_(surface.get()));
     {
-        std::unique_ptr<cairo_t, Release> const context(cairo_create(surface.get()));
-        if (!rsvg_handle_render_document(handle.get(), context.get(), &whole, &error))
-            fail(error);
-        require(cairo_status(context.get()));
+        std::unique_ptr<cairo_t, decltype(cairo_destroy_)> const context(cairo_create_(surface.get()), cairo_destroy_);
+        if (!rsvg_handle_render_document_(handle.get(), context.get(), &whole, &error))
+            failWithError();
+        require(cairo_status_(context.get()));
     }
     auto const append = [](void* to, unsigned char const* bytes, unsigned count) {
         static_cast<std::string*>(to)->append(reinterpret_cast<char const*>(bytes), count);
         return CAIRO_STATUS_SUCCESS;
     };
     std::string png; // exceptions of the stream must not pass through cairo
-    require(cairo_surface_write_to_png_stream(surface.get(), append, &png));
+    require(cairo_surface_write_to_png_stream_(surface.get(), append, &png));
     out << png;
 }
 

@@ -2,14 +2,18 @@
 
 #include "player/scene/Utf8.h"
 
+#include <nlohmann/json.hpp>
+
 namespace Zelvan::play {
 
 namespace {
 
-// XML 1.0 has some more characters than these, but none that a picture shows.
+// XML 1.0 has some more characters than these, but none that a picture shows. What turns the direction of writing
+// would turn what stands beside it.
 bool shows(CodePoint const& c)
 {
-    return c.valid && c.value != 0xFFFE && c.value != 0xFFFF && (c.value >= 0x20 || c.value == '\t' || c.value == '\n')
+    bool const turns = (c.value >= 0x202A && c.value <= 0x202E) || (c.value >= 0x2066 && c.value <= 0x2069);
+    return c.valid && !turns && c.value != 0xFFFE && c.value != 0xFFFF && (c.value >= 0x20 || c.value == '\t' || c.value == '\n')
            && (c.value < 0x7F || c.value > 0x9F);
 }
 
@@ -32,6 +36,11 @@ std::string escapedMarkup(std::string_view text)
         text.remove_prefix(c.length);
     }
     return result;
+}
+
+std::string jsonString(std::string_view text)
+{
+    return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
 } // namespace Zelvan::play

@@ -6,7 +6,9 @@
 namespace Zelvan::play {
 
 /// Text for XML and HTML, in elements and in quoted attributes: markup escaped, what XML has no character for
-/// (control characters, broken UTF-8) replaced.
+/// (control characters, broken UTF-8) and what turns the direction of writing replaced.
 std::string escapedMarkup(std::string_view text);
+/// A JSON string with its quotes; broken UTF-8 replaced.
+std::string jsonString(std::string_view text);
 
 } // namespace Zelvan::play
