@@ -134,7 +134,7 @@ private:
             measure(result);
             return result;
         }
-        KeyTrack const samples = chain.sampled(type, change.asked / 20);
+        KeyTrack const samples = chain.sampled(type, change.asked / 400);
         double allowed = change.asked;
         for (int i = 0; i < tries; ++i, allowed *= i == 1 ? 0.95 : 0.9) {
             result = reduceTrack(samples, allowed, _options.free).track;

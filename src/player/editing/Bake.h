@@ -20,7 +20,7 @@ struct BakeResult {
 };
 
 /// Makes linear interpolators of the splines of a scene, and takes the easing of a fraction into the keys behind it. A
-/// curve is sampled so densely that the samples miss it by a twentieth of the tolerance at most: by closed form for
+/// curve is sampled so densely that the samples miss it by a fraction of the tolerance at most: by closed form for
 /// cubics, whose chords are off by h^2 / 8 times the second derivative, else until measuring says so. The samples are
 /// then reduced, and the result is played against the curve itself.
 BakeResult bakeScene(Scene const& scene, SceneEdits& edits, BakeOptions const& options);

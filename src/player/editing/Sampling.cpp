@@ -11,7 +11,8 @@ namespace Zelvan::play {
 
 namespace {
 
-constexpr unsigned mostSteps = 1024; // between two breaks
+constexpr unsigned mostSteps = 4096; // between two breaks
+constexpr double jumps = 20;         // from one float to the next, in tolerances: what is no slope any more
 
 std::vector<double> numbersOf(Field const& field)
 {
@@ -129,7 +130,7 @@ KeyTrack PlayedChain::sampled(NodeType& type, double tolerance)
                 fractions.push_back(between(_breaks[i], _breaks[i + 1], step, steps[i]));
         fractions.push_back(_breaks.back());
         fractions = merged(fractions, {});
-        KeyTrack track = sampled(type, fractions, tolerance);
+        KeyTrack track = sampled(type, fractions, jumps * tolerance);
         PlayedTrack played(track);
         bool enough = true;
         for (std::size_t i = 0; i + 1 < _breaks.size(); ++i) {

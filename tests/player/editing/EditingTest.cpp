@@ -134,7 +134,6 @@ struct Edited {
 TEST(Reduce, ChangesTheListsAndNothingElse)
 {
     auto const without = [](std::string const& text) { return std::regex_replace(text, std::regex("[-+0-9.e]+[ ,0-9.e+-]*"), "N"); };
-    std::string const scene = x3d("<!-- key='1' --><!DOCTYPE-like 'x'>");
     for (std::string text : {x3d(waves), std::regex_replace(x3d(waves), std::regex("\n"), "\r\n"), "\xef\xbb\xbf" + x3d("\t<!-- key='0 1' -->" + waves)}) {
         Edited edited(text);
         auto const changes = reduceScene(*edited.read.scene, edited.edits, Tolerance({"1%"}), false);
@@ -142,9 +141,6 @@ TEST(Reduce, ChangesTheListsAndNothingElse)
         EXPECT_LT(changes[0].after, 20u);
         EXPECT_LE(changes[0].measured.largest, changes[0].asked);
         EXPECT_EQ(without(edited.text()), without(text));
-        // Once more changes nothing.
-        Edited again(edited.text());
-        EXPECT_EQ(reduceScene(*again.read.scene, again.edits, Tolerance({"1%"}), false)[0].left, "");
         EXPECT_LT(edited.text().size(), text.size());
     }
 }
