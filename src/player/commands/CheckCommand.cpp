@@ -116,6 +116,7 @@ struct Answer {
     std::string written() const
     {
         std::ostringstream out;
+        out.exceptions(std::ios::badbit);
         out << counts.errors << ' ' << counts.warnings << ' ' << counts.notes << ' ' << counts.hints << ' ' << counts.fixable << ' '
             << failed << ' ' << fails << ' ' << touchesOutput << ' ' << errors.size() << '\n' << errors << text;
         return std::move(out).str();
@@ -224,6 +225,7 @@ void Check::run()
         auto const work = [this](std::size_t number) {
             forgetShown(_session.logLevel);
             std::ostringstream errors;
+            errors.exceptions(std::ios::badbit);
             std::streambuf* const usual = std::cerr.rdbuf(errors.rdbuf());
             Answer result = answer(number);
             std::cerr.rdbuf(usual);

@@ -39,6 +39,7 @@ void drawExample(std::ostream& out, Session const& session, std::string const& e
 {
     TextInMemory const file(example.find("<X3D") != std::string::npos ? example : "<X3D><Scene>\n" + example + "\n</Scene></X3D>\n");
     std::ostringstream messages;
+    messages.exceptions(std::ios::badbit);
     Diagnostics diagnostics(messages);
     std::unique_ptr<Scene> scene;
     try {
@@ -86,6 +87,7 @@ void explain(Session const& session, std::string const& name)
             out.stream() << "    " << line << '\n';
         out.stream() << '\n';
         std::ostringstream curves;
+        curves.exceptions(std::ios::badbit);
         drawExample(curves, session, text);
         if (!curves.str().empty())
             out.stream() << curves.str() << '\n';

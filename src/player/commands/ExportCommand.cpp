@@ -155,7 +155,7 @@ void addExportCommand(CLI::App& app, Session& session)
     auto const options = std::make_shared<ExportOptions>();
     CLI::App& command = *app.add_subcommand("export", "Write all recorded values as data");
     addSceneOptions(command, options->scene);
-    addTimeOptions(command, options->time);
+    TimeOptionHandles const time = addTimeOptions(command, options->time);
     addNodesOption(command, options->nodes);
     command.add_option("--format", options->format, "csv: a column per component; jsonl: an object per event (csv)")
         ->check(CLI::IsMember({"csv", "jsonl"}))
@@ -163,9 +163,9 @@ void addExportCommand(CLI::App& app, Session& session)
         ->group("Output");
     command.add_option("-o,--output", options->output, "where to (standard output)")->option_text("FILE")->group("Output");
     auto* const rate = inRange(command.add_option("--rate", options->rate, "rows per second: the same as --fps"), leastFps, mostFps);
-    rate->excludes(command.get_option("--fps"))->option_text("N")->group("Output");
+    rate->excludes(time.fps)->option_text("N")->group("Output");
     auto* const keys = command.add_flag("--at-keys", options->atKeys, "rows at the times of the keys only");
-    keys->excludes(rate)->excludes(command.get_option("--at"))->group("Output");
+    keys->excludes(rate)->excludes(time.at)->group("Output");
     command.add_flag("--events", options->events, "leave cells empty where no event happened")->group("Output");
     command.footer("Examples:\n"
                    "  zelvan-play export door.x3d --rate 25 --duration 4 -o door.csv\n"

@@ -86,7 +86,7 @@ void addSceneOptions(CLI::App& command, SceneOptions& options)
     addLimitOptions(command, options.limits);
 }
 
-void addTimeOptions(CLI::App& command, TimeOptions& options)
+TimeOptionHandles addTimeOptions(CLI::App& command, TimeOptions& options)
 {
     auto const group = [](CLI::Option* option) { return option->group("Time"); };
     auto const seconds = [&](char const* name, auto& value, char const* what) {
@@ -95,11 +95,11 @@ void addTimeOptions(CLI::App& command, TimeOptions& options)
     seconds("--from", options.from, "record from this second on (0)");
     auto* const to = seconds("--to", options.to, "play up to this second (one cycle of the longest sensor that runs, at most 60)");
     seconds("--duration", options.duration, "play this long from --from on")->excludes(to);
-    group(inRange(command.add_option("--fps", options.fps, "frames per second (60)"), leastFps, mostFps)->option_text("N"));
-    group(inRange(command.add_option("--at", options.at, "record at these times only"), 0, latestTime)
-              ->delimiter(',')
-              ->allow_extra_args(false)
-              ->option_text("T[,T...]"));
+    auto* const fps = group(inRange(command.add_option("--fps", options.fps, "frames per second (60)"), leastFps, mostFps)->option_text("N"));
+    auto* const at = group(inRange(command.add_option("--at", options.at, "record at these times only"), 0, latestTime)
+                               ->delimiter(',')
+                               ->allow_extra_args(false)
+                               ->option_text("T[,T...]"));
     group(command.add_option_function<std::string>(
         "--now",
         [&options](std::string const& text) {
@@ -118,6 +118,7 @@ void addTimeOptions(CLI::App& command, TimeOptions& options)
     group(command.add_option("--inject", options.inject, "give a value to a field")
               ->allow_extra_args(false)
               ->option_text("NODE.field=VALUE[@SECONDS]"));
+    return {fps, at};
 }
 
 void addNodesOption(CLI::App& command, std::vector<std::string>& patterns)

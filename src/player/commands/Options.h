@@ -54,7 +54,11 @@ struct TimeOptions {
     bool startAll = false;
     std::optional<double> now; ///< seconds since 1970 at the opening
 };
-void addTimeOptions(CLI::App& command, TimeOptions& options);
+/// Those that options of a command may exclude.
+struct TimeOptionHandles {
+    CLI::Option *fps, *at;
+};
+TimeOptionHandles addTimeOptions(CLI::App& command, TimeOptions& options);
 inline constexpr double latestTime = 1e9; ///< seconds
 inline constexpr double leastFps = 1e-3, mostFps = 1e6;
 inline constexpr double mostJobs = 1000;

@@ -229,6 +229,7 @@ void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder
     if (clock == nullptr)
         return;
     std::ostringstream still;
+    still.exceptions(std::ios::badbit); // lack of memory is not silence
     writeStandstill(still, scene, *clock, shownRows);
     if (still.tellp() > 0)
         out << '\n' << still.str();

@@ -76,6 +76,7 @@ void writePng(std::ostream& out, std::vector<Curve> const& curves, PictureOption
     };
 
     std::ostringstream text;
+    text.exceptions(std::ios::badbit); // lack of memory is not half a picture
     writeSvg(text, curves, options);
     std::string const svg = text.str();
     std::unique_ptr<RsvgHandle, decltype(g_object_unref_)> const handle(

@@ -20,6 +20,7 @@ std::string readAll(std::string const& path)
     errno = 0;
     std::ifstream in(path, std::ios::binary);
     std::ostringstream bytes;
+    bytes.exceptions(std::ios::badbit);
     if (in && in.peek() != std::ifstream::traits_type::eof())
         bytes << in.rdbuf();
     if (!in && !in.eof())
@@ -197,6 +198,7 @@ void AuthorFile::writeDiff(std::ostream& out) const
         std::size_t const first = change->first - std::min(change->first, context);
         std::size_t const last = std::min((next - 1)->last + context, lines.size());
         std::ostringstream hunk;
+        hunk.exceptions(std::ios::badbit);
         std::size_t line = first, newCount = last - first;
         for (; change != next; ++change) {
             std::vector<std::string_view> const after = linesOf(change->text);

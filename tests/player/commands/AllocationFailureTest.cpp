@@ -3,6 +3,7 @@
 #include "base/BaseObject.h"
 #include "base/NodeType.h"
 #include "player/commands/Application.h"
+#include "player/commands/LogOutput.h"
 
 #include <cerrno>
 #include <dlfcn.h>
@@ -44,6 +45,7 @@ extern "C" {
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);
+void* __libc_memalign(std::size_t, std::size_t);
 void __libc_free(void*);
 
 void* malloc(std::size_t size) noexcept
@@ -59,6 +61,10 @@ void* realloc(void* block, std::size_t size) noexcept
     if (block == nullptr)
         return malloc(size);
     return fails() ? nullptr : __libc_realloc(block, size);
+}
+void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept
+{
+    return counted([=] { return __libc_memalign(alignment, size); });
 }
 void free(void* block) noexcept
 {
@@ -180,6 +186,7 @@ protected:
         auto const play = [whole](std::vector<char const*> const& line) {
             int const status = runApplication(static_cast<int>(line.size()), line.data());
             untilFailure = 0;
+            forgetShown(1);
             if (whole)
                 unloadPool();
             return status;

@@ -62,7 +62,7 @@ TEST(Diagnostics, CannotBeForgedByAName)
     std::ostringstream out;
     Diagnostics diagnostics(out);
     diagnostics.warning({"a\nb.x3d", 3, 1}, "kind", "X\ngood.x3d:1:1: error: forged\x1b[2J\u202E");
-    EXPECT_EQ(out.str(), "a\\nb.x3d:3:1: warning: X\\ngood.x3d:1:1: error: forged\\x1b[2J\\u202e\n");
+    EXPECT_EQ(out.str(), "a\\nb.x3d:3:1: warning: X\\ngood.x3d:1:1: error: forged\\x1b[2J\\u202e [kind]\n");
 }
 
 } // namespace
