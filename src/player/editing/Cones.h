@@ -24,6 +24,7 @@ enum class Step : unsigned char {
 template <std::size_t fixed>
 class SlopeCone {
 public:
+    static constexpr std::size_t stride = 64; ///< for one key in so many it pays to ask how far a wider cone leads
     SlopeCone(KeyTrack const& track, double tolerance)
         : _keys(track.keys.data()), _values(track.values.data()), _width(track.width), _tolerance(tolerance),
           _bounds(track.width)
@@ -144,6 +145,7 @@ private:
 template <class Speeds>
 class SpeedBalls {
 public:
+    static constexpr std::size_t stride = 1024; ///< rarer than for slopes: wide cones have many balls
     explicit SpeedBalls(Speeds speeds) : _speeds(std::move(speeds)) {}
     void start(std::size_t key)
     {
@@ -156,8 +158,12 @@ public:
     {
         Ball const ball = ballOf(_key, key);
         bool ends = key == _key + 1 || ball.meant;
+        std::size_t rejecting = 0;
         for (std::size_t c = 0; c < 3; ++c) {
-            ends = ends && ball.centre[c] >= _low[c].speed && ball.centre[c] <= _high[c].speed;
+            if (ball.centre[c] < _low[c].speed || ball.centre[c] > _high[c].speed) {
+                ends = false;
+                rejecting = ball.centre[c] < _low[c].speed ? _low[c].key : _high[c].key;
+            }
             double const reach = ball.radius * _speeds.extent(key, c);
             if (ball.centre[c] - reach > _low[c].speed)
                 _low[c] = {ball.centre[c] - reach, key};
@@ -170,26 +176,34 @@ public:
         }
         std::size_t left = 0;
         for (Ball const& other : _balls) {
-            ends = ends && distance(other, ball.centre) <= other.radius;
+            if (ends && distance(other, ball.centre) > other.radius) {
+                ends = false;
+                rejecting = other.key;
+            }
             if (farthest(other) > other.radius) // the others are no limit any more
                 _balls[left++] = other;
         }
         _balls.resize(left);
         _balls.push_back(ball);
+        if (!ends && _ended)
+            _rejecting = rejecting;
+        _ended = ends;
         return ends ? Step::ends : Step::passes;
     }
     bool stopped(std::size_t key, std::size_t first) const
     {
         auto const [near, far] = _closing;
-        if (near <= key || near >= first)
+        if (near <= key || near >= first || _rejecting <= key || _rejecting >= first)
             return false;
-        Ball const nearer = ballOf(key, near), farther = ballOf(key, far);
+        Ball const nearer = ballOf(key, near), farther = ballOf(key, far), rejecting = ballOf(key, _rejecting);
         bool apart = false;
         for (std::size_t c = 0; c < 3; ++c)
             apart |= std::abs(nearer.centre[c] - farther.centre[c])
                 > nearer.radius * _speeds.extent(near, c) + farther.radius * _speeds.extent(far, c);
-        for (std::size_t to = first; apart && to <= far; ++to)
-            apart = distance(nearer, ballOf(key, to).centre) > nearer.radius;
+        for (std::size_t to = first; apart && to <= far; ++to) {
+            Speed const centre = ballOf(key, to).centre;
+            apart = distance(rejecting, centre) > rejecting.radius || distance(nearer, centre) > nearer.radius;
+        }
         return apart;
     }
 
@@ -229,6 +243,8 @@ private:
     std::vector<Ball> _balls; ///< those that may still be a limit
     std::array<Bound, 3> _low{}, _high{}; ///< a box around what is left
     std::pair<std::size_t, std::size_t> _closing; ///< the two that closed the last cone, in order
+    bool _ended = false;
+    std::size_t _rejecting = 0; ///< through which no step could end there, when the last one had
 };
 
 } // namespace Zelvan::play

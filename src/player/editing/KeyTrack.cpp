@@ -30,11 +30,15 @@ double angleBetween(Rotation const& from, Rotation const& to)
 {
     float const* const a = from.quaternion().getValues();
     float const* const b = to.quaternion().getValues();
-    double dot = 0, minus = 0, plus = 0;
+    double squareA = 0, squareB = 0, minus = 0, plus = 0;
     for (int c = 0; c < 4; ++c) {
-        dot += double(a[c]) * b[c];
-        minus += (double(a[c]) - b[c]) * (double(a[c]) - b[c]);
-        plus += (double(a[c]) + b[c]) * (double(a[c]) + b[c]);
+        squareA += double(a[c]) * a[c];
+        squareB += double(b[c]) * b[c];
+    }
+    double const ratio = std::sqrt(squareA / squareB); // blends are not of unit length
+    for (int c = 0; c < 4; ++c) {
+        minus += (a[c] - ratio * b[c]) * (a[c] - ratio * b[c]);
+        plus += (a[c] + ratio * b[c]) * (a[c] + ratio * b[c]);
     }
     return 4 * std::atan2(std::sqrt(std::min(minus, plus)), std::sqrt(std::max(minus, plus)));
 }

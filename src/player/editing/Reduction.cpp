@@ -46,7 +46,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t stride = 64;
+    static constexpr std::size_t stride = Cone::stride; ///< keys from one anchor to the next
 
     void walk(std::uint32_t key, std::vector<std::uint32_t>& reached)
     {
