@@ -110,7 +110,7 @@ void showLog(int level, bool all)
 
 void forgetShown(int level)
 {
-    seen = {};
+    std::exchange(seen, {});
     osg::osgLog().setLogLevel(static_cast<osg::LogLevel>(level));
 }
 
