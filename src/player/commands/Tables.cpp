@@ -9,6 +9,7 @@
 #include <ostream>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace Zelvan::play {
 
@@ -44,9 +45,16 @@ std::vector<std::size_t> Table::widthsFor(std::size_t width) const
     constexpr std::size_t longestName = 28, least = 8;
     if (total() > width)
         widths[0] = std::min(widths[0], longestName);
+    std::vector<std::pair<std::size_t, std::size_t>> left; // columns and their widths
     for (std::string const& heading : _leastUseful)
-        if (auto const found = std::find(_rows[0].begin(), _rows[0].end(), heading); total() > width && found != _rows[0].end())
-            widths[std::size_t(found - _rows[0].begin())] = 0;
+        if (auto const found = std::find(_rows[0].begin(), _rows[0].end(), heading); total() > width && found != _rows[0].end()) {
+            auto const column = std::size_t(found - _rows[0].begin());
+            left.emplace_back(column, std::exchange(widths[column], 0));
+        }
+    // A narrow one may still have room where a wide one had none.
+    for (; !left.empty(); left.pop_back())
+        if (total() + left.back().second + 2 <= width)
+            widths[left.back().first] = left.back().second;
     for (auto widest = std::max_element(widths.begin(), widths.end()); total() > width && *widest > least;
          widest = std::max_element(widths.begin(), widths.end()))
         --*widest;
