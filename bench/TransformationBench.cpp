@@ -160,19 +160,19 @@ void measureSetting(std::string const& name, osg::UInt32 keyCount, SFMatrix4f No
 
     measure("TransformationInterpolator, component mode, one interval : two slerps and composing", 1.5, [] {
         auto const animation = transformation("component");
-        auto steps = within(evenKeys(keys), 4);
+        auto walk = within(evenKeys(keys), 4);
         auto const a = componentsOf(animation->values()[4]), b = componentsOf(animation->values()[5]);
-        return std::pair(events(animation, steps), [=]() mutable { return composed(a, b, steps.next().alpha); });
+        return std::pair(events(animation, walk), [=]() mutable { return composed(a, b, walk.next().alpha); });
     });
     measureUnlike("TransformationInterpolator, component mode, changing intervals : with Eigen's SVD", 0.7, [] {
         auto const animation = transformation("component");
-        auto steps = leaps(evenKeys(keys), {1, 5, 3, 7});
+        auto walk = leaps(evenKeys(keys), {1, 5, 3, 7});
         auto const byEigen = [=]() mutable {
-            auto const [fraction, i, t] = steps.next();
+            auto const [fraction, i, t] = walk.next();
             auto const& list = animation->values();
             return composed(componentsByEigen(list[i]), componentsByEigen(list[i + 1]), t);
         };
-        return std::pair(events(animation, steps), byEigen);
+        return std::pair(events(animation, walk), byEigen);
     });
 
     for (osg::UInt32 const count : {1, 10'000}) {
