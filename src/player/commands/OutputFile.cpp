@@ -79,7 +79,8 @@ void removeUnfinished(int signal)
     for (auto& path : unfinished)
         if (char const* const temporary = path.exchange(nullptr))
             ::unlink(temporary);
-    ::raise(signal); // by its usual action now
+    ::signal(signal, SIG_DFL);
+    ::raise(signal); // ends the process when the handler returns
 }
 
 void catchSignals()
@@ -90,7 +91,9 @@ void catchSignals()
         for (int signal = 1; signal <= SIGRTMAX; ++signal) {
             struct sigaction ending = {}, usual;
             ending.sa_handler = removeUnfinished;
-            ending.sa_flags = static_cast<int>(SA_RESETHAND);
+            // The usual action comes back only in the handler, where every signal waits: with SA_RESETHAND a signal that is
+            // sent twice at once can end the process before the handler's first line.
+            ::sigfillset(&ending.sa_mask);
             if (std::ranges::find(harmless, signal) == std::end(harmless) && ::sigaction(signal, nullptr, &usual) == 0
                 && usual.sa_handler == SIG_DFL)
                 ::sigaction(signal, &ending, nullptr);
