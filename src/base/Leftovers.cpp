@@ -1,5 +1,6 @@
 #include "base/Leftovers.h"
 
+#include "base/Cascade.h"
 #include "base/NodeProc.h"
 
 #include <new>
@@ -11,8 +12,6 @@ struct Leftovers::Entry {
     NodeProc* proc; ///< null: the node itself
     std::size_t size;
 };
-
-constinit thread_local std::size_t Leftovers::_count = 0;
 
 std::vector<Leftovers::Entry>& Leftovers::entries()
 {
@@ -27,7 +26,7 @@ bool Leftovers::remember(Entry const& entry) noexcept
     } catch (std::bad_alloc const&) {
         return false;
     }
-    ++_count;
+    ++cascade.leftovers;
     return true;
 }
 
@@ -43,12 +42,12 @@ bool Leftovers::add(NodeProc& proc, Node& node) noexcept
 
 void Leftovers::end(Node& node)
 {
-    for (std::size_t i = _count; i-- > 0;)
+    for (std::size_t i = cascade.leftovers; i-- > 0;)
         if (Entry const entry = entries()[i]; entry.node == &node && entry.proc != nullptr) {
             entries().erase(entries().begin() + static_cast<std::ptrdiff_t>(i));
-            --_count;
+            --cascade.leftovers;
             entry.proc->unref();
-            i = _count;
+            i = cascade.leftovers;
         }
 }
 
@@ -56,14 +55,14 @@ void Leftovers::collect()
 {
     // Processors before their nodes; whatever goes may leave more behind.
     for (bool const procs : {true, false})
-        for (std::size_t i = 0; i < _count;) {
+        for (std::size_t i = 0; i < cascade.leftovers;) {
             Entry const entry = entries()[i];
             if ((entry.proc != nullptr) != procs || entry.node->isHandled()) {
                 ++i;
                 continue;
             }
             entries().erase(entries().begin() + static_cast<std::ptrdiff_t>(i));
-            --_count;
+            --cascade.leftovers;
             if (procs)
                 entry.proc->unref();
             else

@@ -17,7 +17,6 @@ public:
     static bool add(NodeProc& proc, Node& node) noexcept;
     /// The node is destroyed: its processors go before it.
     static void end(Node& node);
-    static bool any() { return _count > 0; }
     /// Ends what is no longer handled.
     static void collect();
 
@@ -25,7 +24,6 @@ private:
     struct Entry;
     static std::vector<Entry>& entries();
     static bool remember(Entry const& entry) noexcept;
-    static constinit thread_local std::size_t _count [[gnu::tls_model("initial-exec")]]; // what every event asks
 };
 
 } // namespace Zelvan

@@ -28,6 +28,12 @@ Node::~Node()
     _type.nodeGone();
 }
 
+bool Node::isHandled() const
+{
+    return _holds > 0 || _isChangingMask.bits() != 0
+        || std::ranges::any_of(_fields, [](Field const* field) { return field != nullptr && Route::isPassingTo(*field); });
+}
+
 void Node::end()
 {
     if (_ended)
@@ -147,7 +153,7 @@ void Node::markParent(int)
             Node& above = *link._parent;
             if (&above == node || (above._flags & childMarked) != 0)
                 continue;
-            if ((above._flags & parentMarked) == 0)
+            if ((above._flags & parentMarked) == 0 && &above != this)
                 above._nameSpace.nodeChanged(above);
             above._flags |= childMarked;
             marked.push_back(&above);

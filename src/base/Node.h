@@ -50,7 +50,7 @@ public:
     using DenseMemory::operator delete;
     static void operator delete(Node* node, std::destroying_delete_t, std::size_t size);
     /// Whether one of the node's operations is running, or one of its fields being handled.
-    bool isHandled() const { return _holds > 0 || _isChangingMask.bits() != 0; }
+    bool isHandled() const;
 
     /// The node enters the running scene, which initialises it the first time: changes are delivered at once from now on.
     void enter(TimeStamp const& timeStamp);
@@ -121,11 +121,14 @@ private:
 /// last hold does.
 class ZELVAN_BASE_API NodeHold {
 public:
-    explicit NodeHold(Node& node) : _node(node) { ++_node._holds; }
+    explicit NodeHold(Node& node) : _node(node) { take(node); }
     NodeHold(NodeHold const&) = delete;
-    ~NodeHold()
+    ~NodeHold() { give(_node); }
+
+    static void take(Node& node) { ++node._holds; }
+    static void give(Node& node)
     {
-        if (--_node._holds == 0 && _node._doomed) [[unlikely]]
+        if (--node._holds == 0 && node._doomed) [[unlikely]]
             release();
     }
 

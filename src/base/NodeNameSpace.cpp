@@ -92,12 +92,30 @@ void NodeNameSpace::nodeGone(Node& node)
     _lastGone = at;
 }
 
+namespace {
+
+// Many thousands of nodes are cold when their frame is over: what the next ones are asked for comes ahead, a node's line
+// first, then its processor's.
+void fetchAhead(std::vector<Node*> const& nodes, std::size_t at)
+{
+    constexpr std::size_t node = 16, proc = 8;
+    if (at >= node && nodes[at - node] != nullptr) {
+        __builtin_prefetch(nodes[at - node]);
+        __builtin_prefetch(&nodes[at - node]->_changedMask);
+    }
+    if (at >= proc && nodes[at - proc] != nullptr)
+        __builtin_prefetch(nodes[at - proc]->_proc);
+}
+
+} // namespace
+
 void NodeNameSpace::finishFrame(TimeStamp const& timeStamp)
 {
     // What a processor changes here belongs to the next frame; a node that goes leaves the list.
     for (std::size_t i = _changed.size(); i-- > 0;) {
         if (i >= _changed.size())
             continue;
+        fetchAhead(_changed, i);
         Node* const changed = _changed[i];
         _changed[i] = _changed.back();
         _changed.pop_back();
@@ -105,11 +123,13 @@ void NodeNameSpace::finishFrame(TimeStamp const& timeStamp)
             continue;
         Node& node = *changed;
         NodeHold const hold(node);
-        if (node._proc != nullptr && (node._flags & Node::childMarked) != 0)
-            node._proc->childChanged(timeStamp);
-        if (node._proc != nullptr && node._changedMask.bits() != 0)
-            node._proc->nodeChanged(timeStamp, BitVector<unsigned long>(node._changedMask));
+        bool const below = (node._flags & Node::childMarked) != 0;
+        BitVector<unsigned long> const fields(node._changedMask);
         node.clearChanged();
+        if (node._proc != nullptr && below)
+            node._proc->childChanged(timeStamp);
+        if (node._proc != nullptr && fields.bits() != 0)
+            node._proc->nodeChanged(timeStamp, fields);
     }
 }
 

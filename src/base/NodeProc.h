@@ -95,6 +95,7 @@ public:
     void attach(TimeStamp const& timeStamp) override;
     /// The node leaves the running scene: changes are only recorded.
     void detach(TimeStamp const& timeStamp) override;
+    /// What has changed is forgotten. What an override changes after calling this belongs to the next frame.
     void nodeChanged(TimeStamp const& timeStamp, BitVector<unsigned long> const& changed) override;
     /// "type/name" of the node.
     void getInfoStr(std::string& info) override;

@@ -1,5 +1,6 @@
 #include "base/Route.h"
 
+#include "base/Cascade.h"
 #include "base/DeepStack.h"
 #include "base/FetchAhead.h"
 #include "base/Leftovers.h"
@@ -7,18 +8,12 @@
 
 namespace Zelvan {
 
+constinit thread_local Cascade cascade = {};
+
 namespace {
 
 // Of the stack it is started on, a cascade of events uses this much, and the handling of one event beyond it.
 constexpr std::ptrdiff_t stackShare = 96 * 1024;
-
-// What the deliveries of one thread have in common. A scene belongs to one thread.
-struct Cascade {
-    unsigned nesting;
-    char* floor;    // deliveries below this address go on on another stack
-    Route* removed; // since the outermost delivery began, linked by _nextIn
-};
-constinit thread_local Cascade cascade [[gnu::tls_model("initial-exec")]] = {};
 
 std::string described(Field const& field)
 {
@@ -97,8 +92,10 @@ void Route::remove(Route& route)
     tell(*route._from, &NodeProc::routeRemoved, route);
     tell(*route._to, &NodeProc::routeRemoved, route);
     route._removed = true;
+    if (route._passing)
+        NodeHold::take(*route._to->_node);
     Incoming::remove(route._to->_routesIn, &route);
-    if (cascade.nesting > 0) {
+    if (cascade.floor != nullptr) {
         // A delivery further up may stand at this route: it stays in the sender's list until all have ended.
         route._nextIn = cascade.removed;
         cascade.removed = &route;
@@ -116,86 +113,119 @@ void Route::removeAll(Field& field)
         Route* const next = route->_nextOut;
         remove(*route);
         // A delivery that stands at the route still goes on from it, but no longer to the field.
-        if (cascade.nesting > 0)
+        if (cascade.floor != nullptr)
             route->_from = nullptr;
         route = next;
     }
     field._routesOut = nullptr;
 }
 
-[[gnu::noinline]] void Route::deleteRemoved()
+bool Route::isPassingTo(Field const& field)
 {
-    while (Route* const route = cascade.removed) {
-        cascade.removed = route->_nextIn;
-        if (route->_from != nullptr)
-            Outgoing::remove(route->_from->_routesOut, route);
-        delete route;
-    }
+    for (Route const* route = field._routesIn; route != nullptr; route = route->_nextIn)
+        if (route->_passing)
+            return true;
+    return false;
 }
 
-/// While a route passes an event on: what receives it stays, and the route is not entered again. That ends loops of
-/// nodes which have no guard of their own.
-struct Route::Passing {
-    explicit Passing(Route& passing) : route(passing), hold(*passing._to->_node) { route._passing = true; }
-    ~Passing() { route._passing = false; }
-    Route& route;
-    NodeHold hold;
-};
+/// How an event travels: no business of other libraries.
+struct [[gnu::visibility("hidden")]] Route::Delivery {
+    Field& from;
+    TimeStamp const& timeStamp;
+    bool const recordOnly;
 
-inline void Route::deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly)
-{
-    FetchAhead ahead(from._routesOut);
-    for (Route* route = from._routesOut; route != nullptr; route = route->_nextOut) {
-        ahead.step();
-        Field& to = *route->_to;
-        if (route->_removed || route->_passing || !to.receive(timeStamp))
-            continue;
-        to.assignValue(from);
-        if (recordOnly) {
-            to.markChanged();
-            continue;
+    /// Most fields have one receiver.
+    void passAll() const
+    {
+        Route* route = from._routesOut;
+        if (route->_nextOut == nullptr) {
+            pass(*route);
+            route = route->_nextOut; // may have come meanwhile
         }
-        Passing const passing(*route);
+        if (route != nullptr)
+            passFrom(route);
+    }
+    [[gnu::noinline]] void passFrom(Route* first) const
+    {
+        FetchAhead ahead(first);
+        for (Route* route = first; route != nullptr; route = route->_nextOut) {
+            ahead.step();
+            pass(*route);
+        }
+    }
+
+    /// While a route passes an event on, what receives it stays, and the route is not entered again. That ends loops of
+    /// nodes which have no guard of their own.
+    [[gnu::always_inline]] void pass(Route& route) const
+    {
+        Field& to = *route._to;
+        if (route._removed || route._passing || !to.receive(timeStamp))
+            return;
+        to.assignValue(from);
+        if (recordOnly) [[unlikely]]
+            return to.markChanged();
+        struct Passing {
+            explicit Passing(Route& passing) : route(passing) { route._passing = true; }
+            ~Passing()
+            {
+                route._passing = false;
+                if (route._removed) [[unlikely]]
+                    NodeHold::give(*route._to->_node);
+            }
+            Route& route;
+        } const passing(route);
         to._node->fieldChanged(to, timeStamp, &from);
     }
-}
 
-// On a stack of its own, with the same share left for the handling of one event.
-[[gnu::noinline]] void Route::deliverDeeper(Field& from, TimeStamp const& timeStamp, bool recordOnly)
-{
-    struct Back {
-        ~Back() { cascade.floor = floor; }
-        char* floor = cascade.floor;
-    } const back;
-    DeepStack::call([&](char* bottom) {
-        cascade.floor = bottom + stackShare;
-        deliver(from, timeStamp, recordOnly);
-    });
-}
+    /// On a stack of its own, with the same share left for the handling of one event.
+    [[gnu::noinline]] void passDeeper() const
+    {
+        struct Back {
+            ~Back() { cascade.floor = floor; }
+            char* floor = cascade.floor;
+        } const back;
+        DeepStack::call([this](char* bottom) {
+            cascade.floor = bottom + stackShare;
+            passAll();
+        });
+    }
+
+    /// What the outermost delivery leaves.
+    [[gnu::noinline]] static void deleteRemoved()
+    {
+        while (Route* const route = cascade.removed) {
+            cascade.removed = route->_nextIn;
+            if (route->_from != nullptr)
+                Outgoing::remove(route->_from->_routesOut, route);
+            delete route;
+        }
+    }
+};
 
 void Route::deliver(Field& from, TimeStamp const& timeStamp, bool recordOnly)
 {
     char* const here = static_cast<char*>(__builtin_frame_address(0));
-    Cascade& c = cascade;
-    if (c.nesting == 0)
-        c.floor = here - stackShare;
-    else if (here < c.floor) [[unlikely]]
-        return deliverDeeper(from, timeStamp, recordOnly);
-    // Also when an observer ends the cascade by throwing.
+    Delivery const delivery{from, timeStamp, recordOnly};
+    if (cascade.floor != nullptr) {
+        if (here < cascade.floor) [[unlikely]]
+            delivery.passDeeper();
+        else
+            delivery.passAll();
+        return;
+    }
+    // The outermost delivery; it ends also when an observer throws.
     struct Entered {
-        explicit Entered(Cascade& entered) : all(entered) { ++all.nesting; }
+        explicit Entered(char* floor) { cascade.floor = floor; }
         ~Entered()
         {
-            if (--all.nesting > 0)
-                return;
-            if (all.removed != nullptr) [[unlikely]]
-                deleteRemoved();
-            if (Leftovers::any()) [[unlikely]]
+            cascade.floor = nullptr;
+            if (cascade.removed != nullptr) [[unlikely]]
+                Delivery::deleteRemoved();
+            if (cascade.leftovers > 0) [[unlikely]]
                 Leftovers::collect();
         }
-        Cascade& all;
-    } const entered(c);
-    deliverAll(from, timeStamp, recordOnly);
+    } const entered(here - stackShare);
+    delivery.passAll();
 }
 
 } // namespace Zelvan

@@ -26,6 +26,9 @@ public:
     /// one event. A loop ends where it comes back to a route that is still passing an event on.
     static void deliver(Field& from, TimeStamp const& timeStamp, bool recordOnly);
 
+    /// Whether a route is passing an event on to the field now.
+    static bool isPassingTo(Field const& field);
+
     Field& from() const { return *_from; }
     Field& to() const { return *_to; }
     Route* nextOut() const { return _nextOut; }
@@ -33,9 +36,7 @@ public:
 
 private:
     Route(Field& from, Field& to) : _from(&from), _to(&to) {}
-    static void deliverAll(Field& from, TimeStamp const& timeStamp, bool recordOnly);
-    static void deliverDeeper(Field& from, TimeStamp const& timeStamp, bool recordOnly);
-    static void deleteRemoved();
+    struct Delivery;
 
     Field* _from; ///< null once a sender that went away in a delivery has been let go
     Field* _to;
@@ -51,7 +52,6 @@ private:
     using Incoming = List<&Route::_nextIn, &Route::_previousIn>;
 
     friend class FetchAhead;
-    struct Passing;
     bool _removed = false;
     bool _passing = false;
 };

@@ -127,6 +127,8 @@ TEST(Processors, AreToldWhatHappensToTheirNodes)
         void nodeChanged(TimeStamp const& t, BitVector<unsigned long> const& changed) override
         {
             _log += " nodeChanged:" + std::to_string(changed.bits()), SceneBaseNodeProc::nodeChanged(t, changed);
+            if (t == 3) // of the next frame
+                static_cast<Sink<SFFloat>&>(_node)._in.markChanged();
         }
         void childAdded(NodeLink&) override { _log += " childAdded"; }
         void childRemoved(NodeLink&) override { _log += " childRemoved"; }
@@ -164,9 +166,11 @@ TEST(Processors, AreToldWhatHappensToTheirNodes)
     other._in.markChanged();
     scene._nodes.finishFrame(3);
     EXPECT_TRUE(log == " childChanged nodeChanged:8") << log;
-    EXPECT_EQ(node->_changedMask.bits() + node->_flags, 0u);
     log.clear();
     scene._nodes.finishFrame(4);
+    EXPECT_EQ(node->_changedMask.bits() + node->_flags, 0u);
+    EXPECT_THAT(std::exchange(log, ""), testing::EndsWith(" nodeChanged:8"));
+    scene._nodes.finishFrame(5);
     node->removeParent(other);
     node->unregField(0);
     told(" parentRemoved fieldRemoved routeRemoved");

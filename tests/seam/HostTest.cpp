@@ -190,5 +190,21 @@ TEST(Host, DrivesEveryTypeThroughTheRecordsAndUnloadsThePoolAgainAndAgain)
     EXPECT_LT(::mallinfo2().uordblks, settled + (rounds - settling) * 16);
 }
 
+TEST(Host, KeepsAPoolThatIsClosedUntilTheLastOfItsNodesIsGone)
+{
+    auto scene = std::make_unique<test::Scene>();
+    Node* node = nullptr;
+    {
+        LoadedPool const pool;
+        node = &scene->add("ScalarInterpolator");
+    }
+    EXPECT_TRUE(LoadedPool::isThere(POOL_FILE));
+    for (auto const& [field, value] : {std::pair("key", "0 1"), {"keyValue", "0 8"}, {"set_fraction", "0.5"}})
+        test::Scene::send(*node, field, value);
+    EXPECT_EQ(node->findField("value_changed")->getValueAsStr(), "4");
+    scene.reset();
+    EXPECT_FALSE(LoadedPool::isThere(POOL_FILE));
+}
+
 } // namespace
 } // namespace Zelvan
