@@ -40,7 +40,7 @@ private:
     {
         SceneNode const* const node = _scene.sceneNode(*field._node);
         Field* const out = passedOn(field, node);
-        if (out == nullptr || !_states.try_emplace(&field, State::onPath).second)
+        if (out == nullptr || out->_routesOut == nullptr || !_states.try_emplace(&field, State::onPath).second)
             return false;
         std::size_t const before = _path.empty() ? 0 : _path.back().interpolators;
         _path.push_back({&field, out->_routesOut, node, before + isInterpolator(*node)});

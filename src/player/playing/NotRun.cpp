@@ -92,6 +92,10 @@ std::string NotRun::targetText() const
 
 std::vector<NotRun> nodesNotRun(Scene const& scene)
 {
+    // Most scenes have nothing of the kind, large ones among them.
+    if (std::ranges::none_of(scene.routes, [](SceneRoute const& route) { return !route.refused() && !route.from->known; })
+        && std::ranges::none_of(scene.sceneNodes, &SceneNode::decides))
+        return {};
     RouteMap const map(scene);
     std::unordered_map<SceneNode const*, std::vector<SceneNode const*>> held;
     for (SceneNode const& node : scene.sceneNodes)
