@@ -76,6 +76,15 @@ Speed ColorSpeeds::change(std::size_t from, std::size_t to) const
     return {_hsv[to][0] - _hsv[from][0], _hsv[to][1] - _hsv[from][1], _hsv[to][2] - _hsv[from][2]};
 }
 
+double ColorSpeeds::stretch(std::size_t from, std::size_t to) const
+{
+    double most = 0;
+    for (std::size_t c = 0; c < 3; ++c)
+        if (_weights[to][c] > 0)
+            most = std::max(most, _weights[to][c] / _weights[from][c]);
+    return most;
+}
+
 double ColorSpeeds::distance(std::size_t key, Speed const& d) const
 {
     double sum = 0;

@@ -9,8 +9,7 @@
 #include <utility>
 
 // The speeds with which a step from one key passes all later ones within a tolerance. Three kinds, one interface:
-// start(key), then take() each key after it. stopped() is a short cut: two keys that closed the cone of one key
-// mostly do so for its neighbours, too.
+// start(key), then take() each key after it. reachOf() and stopped() are short cuts.
 namespace Zelvan::play {
 
 /// What a key means for the steps from an earlier one.
@@ -24,10 +23,10 @@ enum class Step : unsigned char {
 template <std::size_t fixed>
 class SlopeCone {
 public:
-    static constexpr std::size_t stride = 64; ///< for one key in so many it pays to ask how far a wider cone leads
+    static constexpr std::size_t followed = std::numeric_limits<std::size_t>::max(); ///< keys of a layer
     SlopeCone(KeyTrack const& track, double tolerance)
         : _keys(track.keys.data()), _values(track.values.data()), _width(track.width), _tolerance(tolerance),
-          _bounds(track.width)
+          _bounds(track.width), _reach(track.size() / stride + 2)
     {
     }
     void start(std::size_t key)
@@ -62,7 +61,25 @@ public:
         }
         return ends ? Step::ends : Step::passes;
     }
-    /// True when it is plain that no step from `key` ends at `first` or later.
+    /// The last key, up to `last`, that a step from `key` may reach, at most. Where a step passes a key it is off by the
+    /// tolerance at most: seen from there, by twice as much.
+    std::size_t reachOf(std::size_t key, std::size_t last)
+    {
+        std::size_t const anchor = (key + stride - 1) / stride * stride;
+        if (anchor >= last)
+            return last;
+        std::size_t& reach = _reach[anchor / stride];
+        if (reach == 0) {
+            _tolerance *= 2;
+            start(anchor);
+            for (reach = anchor; reach < last && take(reach + 1) != Step::closed;)
+                ++reach;
+            _tolerance /= 2;
+        }
+        return reach;
+    }
+    /// True when it is plain that no step from `key` ends at `first` or later: two keys that closed the cone of one key
+    /// mostly do so for its neighbours, too.
     bool stopped(std::size_t key, std::size_t first) const
     {
         auto const [near, far] = std::minmax(_closing.lowKey, _closing.highKey);
@@ -86,6 +103,7 @@ public:
     }
 
 private:
+    static constexpr std::size_t stride = 64; ///< keys from one anchor to the next
     struct Bounds {
         double low = -std::numeric_limits<double>::infinity(), high = std::numeric_limits<double>::infinity();
         std::size_t lowKey = 0, highKey = 0; ///< where they come from
@@ -98,6 +116,7 @@ private:
     double _tolerance;
     std::size_t _key = 0;
     std::vector<Bounds> _bounds;
+    std::vector<std::size_t> _reach; ///< of every stride-th key; 0 before it is asked for
     Bounds _closing; ///< of the number that closed the last cone
     std::size_t _component = 0;
 };
@@ -114,6 +133,8 @@ public:
     double distance(std::size_t, Speed const& d) const { return std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]); }
     /// How far along one axis a distance of 1 goes.
     double extent(std::size_t, std::size_t) const { return 1; }
+    /// How much longer a distance from one key may be when seen from another.
+    double stretch(std::size_t, std::size_t) const { return 1; }
     /// The blend takes the shorter arc: that is not this way if the change is half a turn or more.
     bool turnsAsMeant(Speed const& change) const;
     double time(std::size_t key) const { return _track.keys[key]; }
@@ -132,6 +153,7 @@ public:
     double tolerance(std::size_t) const { return _tolerance; }
     double distance(std::size_t key, Speed const& d) const;
     double extent(std::size_t key, std::size_t c) const { return 1 / _weights[key][c]; }
+    double stretch(std::size_t from, std::size_t to) const;
     bool turnsAsMeant(Speed const&) const { return true; }
     double time(std::size_t key) const { return _track.keys[key]; }
 
@@ -145,85 +167,65 @@ private:
 template <class Speeds>
 class SpeedBalls {
 public:
-    static constexpr std::size_t stride = 1024; ///< rarer than for slopes: wide cones have many balls
+    static constexpr std::size_t followed = 16; ///< of a layer: a ball costs much more than a slope
     explicit SpeedBalls(Speeds speeds) : _speeds(std::move(speeds)) {}
     void start(std::size_t key)
     {
         _key = key;
         _balls.clear();
-        _low.fill({-std::numeric_limits<double>::infinity(), 0});
-        _high.fill({std::numeric_limits<double>::infinity(), 0});
+        _groups.clear();
+        _firstGroup = 0;
+        _low.fill(-std::numeric_limits<double>::infinity());
+        _high.fill(std::numeric_limits<double>::infinity());
     }
     Step take(std::size_t key)
     {
-        Ball const ball = ballOf(_key, key);
-        bool ends = key == _key + 1 || ball.meant;
-        std::size_t rejecting = 0;
+        Speed const change = _speeds.change(_key, key);
+        double const rate = 1 / (_speeds.time(key) - _speeds.time(_key));
+        Ball const ball{key, {change[0] * rate, change[1] * rate, change[2] * rate}, _speeds.tolerance(key) * rate};
+        bool ends = key == _key + 1 || _speeds.turnsAsMeant(change);
         for (std::size_t c = 0; c < 3; ++c) {
-            if (ball.centre[c] < _low[c].speed || ball.centre[c] > _high[c].speed) {
-                ends = false;
-                rejecting = ball.centre[c] < _low[c].speed ? _low[c].key : _high[c].key;
-            }
+            ends = ends && ball.centre[c] >= _low[c] && ball.centre[c] <= _high[c];
             double const reach = ball.radius * _speeds.extent(key, c);
-            if (ball.centre[c] - reach > _low[c].speed)
-                _low[c] = {ball.centre[c] - reach, key};
-            if (ball.centre[c] + reach < _high[c].speed)
-                _high[c] = {ball.centre[c] + reach, key};
-            if (_low[c].speed > _high[c].speed) {
-                _closing = std::minmax(_low[c].key, _high[c].key);
+            _low[c] = std::max(_low[c], ball.centre[c] - reach);
+            _high[c] = std::min(_high[c], ball.centre[c] + reach);
+            if (_low[c] > _high[c])
                 return Step::closed;
-            }
         }
-        std::size_t left = 0;
-        for (Ball const& other : _balls) {
-            if (ends && distance(other, ball.centre) > other.radius) {
-                ends = false;
-                rejecting = other.key;
-            }
-            if (farthest(other) > other.radius) // the others are no limit any more
-                _balls[left++] = other;
-        }
-        _balls.resize(left);
-        _balls.push_back(ball);
-        if (!ends && _ended)
-            _rejecting = rejecting;
-        _ended = ends;
+        while (_firstGroup < _groups.size() && farthest(_groups[_firstGroup]) <= _groups[_firstGroup].radius)
+            ++_firstGroup; // no limit any more
+        for (std::size_t group = _groups.size(); ends && group-- > _firstGroup;)
+            if (distance(_groups[group], ball.centre) > _groups[group].radius)
+                ends = isIn(group, ball.centre);
+        add(ball);
         return ends ? Step::ends : Step::passes;
     }
-    bool stopped(std::size_t key, std::size_t first) const
-    {
-        auto const [near, far] = _closing;
-        if (near <= key || near >= first || _rejecting <= key || _rejecting >= first)
-            return false;
-        Ball const nearer = ballOf(key, near), farther = ballOf(key, far), rejecting = ballOf(key, _rejecting);
-        bool apart = false;
-        for (std::size_t c = 0; c < 3; ++c)
-            apart |= std::abs(nearer.centre[c] - farther.centre[c])
-                > nearer.radius * _speeds.extent(near, c) + farther.radius * _speeds.extent(far, c);
-        for (std::size_t to = first; apart && to <= far; ++to) {
-            Speed const centre = ballOf(key, to).centre;
-            apart = distance(rejecting, centre) > rejecting.radius || distance(nearer, centre) > nearer.radius;
-        }
-        return apart;
-    }
+    std::size_t reachOf(std::size_t, std::size_t last) const { return last; }
+    bool stopped(std::size_t, std::size_t) const { return false; }
 
 private:
+    static constexpr std::size_t groupSize = 32;
     struct Ball {
         std::size_t key;
         Speed centre;
         double radius;
-        bool meant;
     };
-    struct Bound {
-        double speed;
-        std::size_t key;
-    };
-    Ball ballOf(std::size_t from, std::size_t to) const
+    // A group has a ball that is within all of its own.
+    void add(Ball const& ball)
     {
-        double const rate = 1 / (_speeds.time(to) - _speeds.time(from));
-        Speed const change = _speeds.change(from, to);
-        return {to, {change[0] * rate, change[1] * rate, change[2] * rate}, _speeds.tolerance(to) * rate,
-                _speeds.turnsAsMeant(change)};
+        if (_balls.size() % groupSize == 0)
+            _groups.push_back(ball);
+        Ball& group = _groups.back();
+        group.radius = std::min(group.radius, (ball.radius - distance(ball, group.centre)) / _speeds.stretch(group.key, ball.key));
+        _balls.push_back(ball);
+    }
+    bool isIn(std::size_t group, Speed const& speed) const
+    {
+        std::size_t const end = std::min((group + 1) * groupSize, _balls.size());
+        for (std::size_t i = group * groupSize; i < end; ++i)
+            if (distance(_balls[i], speed) > _balls[i].radius)
+                return false;
+        return true;
     }
     double distance(Ball const& ball, Speed const& speed) const
     {
@@ -234,17 +236,15 @@ private:
     {
         Speed d;
         for (std::size_t c = 0; c < 3; ++c)
-            d[c] = std::max(ball.centre[c] - _low[c].speed, _high[c].speed - ball.centre[c]);
+            d[c] = std::max(ball.centre[c] - _low[c], _high[c] - ball.centre[c]);
         return _speeds.distance(ball.key, d);
     }
 
     Speeds _speeds;
     std::size_t _key = 0;
-    std::vector<Ball> _balls; ///< those that may still be a limit
-    std::array<Bound, 3> _low{}, _high{}; ///< a box around what is left
-    std::pair<std::size_t, std::size_t> _closing; ///< the two that closed the last cone, in order
-    bool _ended = false;
-    std::size_t _rejecting = 0; ///< through which no step could end there, when the last one had
+    std::vector<Ball> _balls, _groups;
+    std::size_t _firstGroup = 0; ///< that may still be a limit
+    Speed _low{}, _high{};    ///< a box around what is left
 };
 
 } // namespace Zelvan::play

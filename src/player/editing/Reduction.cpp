@@ -16,13 +16,12 @@ namespace {
 constexpr std::uint32_t none = ~std::uint32_t(0);
 
 /// The fewest allowed steps from one key to a later one, in breadth: all keys that one step reaches, then two, ...
+/// From each such layer all keys are followed, or of costly cones so many, the farthest and others evenly before it.
 template <class Cone>
 class StepSearch {
 public:
-    /// No step passes more than `wide`, the cone of a larger tolerance, does from a key on its way.
-    StepSearch(Cone& cone, Cone& wide, std::size_t first, std::size_t last)
-        : _cone(cone), _wide(wide), _first(first), _last(last), _from(last - first + 1, none), _next(last - first + 2),
-          _reach((last - first) / stride + 2)
+    StepSearch(Cone& cone, std::size_t first, std::size_t last)
+        : _cone(cone), _first(first), _last(last), _from(last - first + 1, none), _next(last - first + 2)
     {
         std::iota(_next.begin(), _next.end(), std::uint32_t(0));
     }
@@ -34,8 +33,9 @@ public:
         visit(0, 0);
         while (_from.back() == none) {
             reached.clear();
-            for (auto key = layer.rbegin(); key != layer.rend() && _from.back() == none; ++key) // the farthest first
-                walk(*key, reached);
+            std::size_t const followed = std::min(layer.size(), Cone::followed);
+            for (std::size_t i = followed; i > 0 && _from.back() == none; --i) // the farthest first
+                walk(layer[i * layer.size() / followed - 1], reached);
             std::ranges::sort(reached);
             layer.swap(reached);
         }
@@ -46,11 +46,9 @@ public:
     }
 
 private:
-    static constexpr std::size_t stride = Cone::stride; ///< keys from one anchor to the next
-
     void walk(std::uint32_t key, std::vector<std::uint32_t>& reached)
     {
-        std::uint32_t const most = reachOf(key);
+        std::uint32_t const most = static_cast<std::uint32_t>(_cone.reachOf(_first + key, _last) - _first);
         std::uint32_t unvisited = nextUnvisited(key + 1);
         if (unvisited > most || _cone.stopped(_first + key, _first + unvisited))
             return;
@@ -79,29 +77,11 @@ private:
             key = _next[key] = _next[_next[key]];
         return key;
     }
-    // The last key that a step from `key` may reach, at most.
-    std::uint32_t reachOf(std::uint32_t key)
-    {
-        std::size_t const anchor = (key + stride - 1) / stride * stride, end = _last - _first;
-        if (anchor >= end)
-            return static_cast<std::uint32_t>(end);
-        std::uint32_t& reach = _reach[anchor / stride];
-        if (reach == 0) {
-            _wide.start(_first + anchor);
-            std::size_t to = anchor + 1;
-            while (to <= end && _wide.take(_first + to) != Step::closed)
-                ++to;
-            reach = static_cast<std::uint32_t>(to - 1);
-        }
-        return reach;
-    }
 
     Cone& _cone;
-    Cone& _wide;
     std::size_t _first, _last;
     std::vector<std::uint32_t> _from;  ///< of the keys reached so far: the key before
     std::vector<std::uint32_t> _next;  ///< a key not reached yet, or towards the next such key
-    std::vector<std::uint32_t> _reach; ///< of every stride-th key; 0 before it is asked for
 };
 
 // `search(first, last, kept)` for each part between steps, where both ends stay.
@@ -124,10 +104,10 @@ std::vector<std::size_t> keptOf(KeyTrack const& track, Search search)
 }
 
 template <class Cone>
-std::vector<std::size_t> search(KeyTrack const& track, Cone cone, Cone wide)
+std::vector<std::size_t> search(KeyTrack const& track, Cone cone)
 {
     return keptOf(track, [&](std::size_t first, std::size_t last, std::vector<std::size_t>& kept) {
-        StepSearch<Cone>(cone, wide, first, last).run(kept);
+        StepSearch<Cone>(cone, first, last).run(kept);
     });
 }
 
@@ -165,6 +145,12 @@ std::vector<std::size_t> unequalKeys(KeyTrack const& track)
     return kept;
 }
 
+// The search knows no rounding; what the pool plays does. So it takes as much less as was too much, and ever more.
+double lessFor(double measured, double tolerance, int tries)
+{
+    return std::max(1.1 * (measured - tolerance), std::ldexp(1e-6 * tolerance, 2 * tries));
+}
+
 } // namespace
 
 std::vector<std::size_t> fewestKeys(KeyTrack const& track, double tolerance)
@@ -172,17 +158,12 @@ std::vector<std::size_t> fewestKeys(KeyTrack const& track, double tolerance)
     if (track.size() < 3 || !(tolerance > 0))
         return unequalKeys(track);
     switch (track.motion) {
-    case Motion::rotation:
-        return search(track, SpeedBalls(RotationSpeeds(track, tolerance)), SpeedBalls(RotationSpeeds(track, 3 * tolerance)));
-    case Motion::color:
-        return search(track, SpeedBalls(ColorSpeeds(track, tolerance)), SpeedBalls(ColorSpeeds(track, 3 * tolerance)));
+    case Motion::rotation: return search(track, SpeedBalls(RotationSpeeds(track, tolerance)));
+    case Motion::color: return search(track, SpeedBalls(ColorSpeeds(track, tolerance)));
     case Motion::normals: tolerance = normalTolerance(track, tolerance); [[fallthrough]];
     case Motion::linear: break;
     }
-    // Where a step passes a key, it is off by the tolerance at most: seen from there, by twice as much.
-    if (track.width == 1)
-        return search(track, SlopeCone<1>(track, tolerance), SlopeCone<1>(track, 2 * tolerance));
-    return search(track, SlopeCone<0>(track, tolerance), SlopeCone<0>(track, 2 * tolerance));
+    return track.width == 1 ? search(track, SlopeCone<1>(track, tolerance)) : search(track, SlopeCone<0>(track, tolerance));
 }
 
 Reduced reduceTrack(KeyTrack const& track, double tolerance, bool free)
@@ -190,7 +171,6 @@ Reduced reduceTrack(KeyTrack const& track, double tolerance, bool free)
     Reduced result;
     if (track.size() == 0)
         return {track, {}, {}};
-    // The search knows no rounding; what the pool plays does. It takes as much less as was too much.
     constexpr int tries = 12;
     double allowed = tolerance;
     for (int i = 0; i < tries && allowed > 0; ++i) {
@@ -199,7 +179,7 @@ Reduced reduceTrack(KeyTrack const& track, double tolerance, bool free)
         result.difference = largestDifference(track, result.track);
         if (result.difference.largest <= tolerance)
             break;
-        allowed -= std::max(1.1 * (result.difference.largest - tolerance), 1e-7 * tolerance);
+        allowed -= lessFor(result.difference.largest, tolerance, i);
     }
     if (result.track.size() == 0 || !(result.difference.largest <= tolerance)) {
         result.kept = unequalKeys(track);
@@ -222,7 +202,7 @@ Reduced reduceTrack(KeyTrack const& track, double tolerance, bool free)
             result = {std::move(moved), {}, difference};
             break;
         }
-        allowed -= std::max(1.1 * (difference.largest - tolerance), 1e-7 * tolerance);
+        allowed -= lessFor(difference.largest, tolerance, i);
     }
     return result;
 }
