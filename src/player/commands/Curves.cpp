@@ -73,7 +73,7 @@ public:
     Passing(Scene const& scene, Recorder const& recorder, Clock const& clock)
         : _scene(scene), _clock(clock)
     {
-        for (Track const& track : recorder.tracks())
+        for (Track const& track : recorder.allTracks())
             if (track.leaves)
                 _tracks[track.node] = &track;
     }

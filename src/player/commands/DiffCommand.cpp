@@ -32,7 +32,7 @@ std::vector<Track> record(OpenedScene const& opened, TimeOptions const& time)
     Clock clock(*opened.scene, time.now);
     playFrames(clock, recorder, prepare(clock, time, opened.settings).frames(), opened.limits.values);
     recorder.finish();
-    return recorder.tracks();
+    return recorder.allTracks();
 }
 
 std::string amount(TrackDifference const& difference)

@@ -142,4 +142,11 @@ void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axi
     output("--html", options.html, "the curves as a page to zoom into");
 }
 
+void addSceneInPageOption(CLI::App& command, OutputOptions& options)
+{
+    command.add_flag("--scene", options.scene, "the scene itself in the page, drawn by X3DOM and moved by what was recorded")
+        ->needs("--html")
+        ->group("Output");
+}
+
 } // namespace Zelvan::play

@@ -69,8 +69,11 @@ void addNodesOption(CLI::App& command, std::vector<std::string>& patterns);
 /// Where a run or a sweep writes what it recorded; "" leaves one out, "-" is standard output.
 struct OutputOptions {
     std::string csv, jsonLines, svg, png, html;
+    bool scene = false; ///< in the page
     bool pictures() const { return !svg.empty() || !png.empty() || !html.empty(); }
 };
+/// --scene: the scene itself in the page.
+void addSceneInPageOption(CLI::App& command, OutputOptions& options);
 /// `axis` names what stands beside the values: "time", "fraction".
 void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axis);
 

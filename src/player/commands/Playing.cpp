@@ -50,9 +50,9 @@ std::string openPool(Session const& session)
 }
 
 std::unique_ptr<Scene> openScene(Session const& session, std::string const& file, ReadLimits const& limits,
-                                 Diagnostics& diagnostics)
+                                 Diagnostics& diagnostics, Staging* staging)
 {
-    auto scene = readScene(file, limits, diagnostics);
+    auto scene = readScene(file, limits, diagnostics, staging);
     for (std::string const& param : session.params) {
         auto const equal = param.find('=');
         std::string const name = param.substr(0, equal), value = equal == std::string::npos ? "" : param.substr(equal + 1);
@@ -70,7 +70,7 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
     return scene;
 }
 
-OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, bool allFindings)
+OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, bool allFindings, Staging* staging)
     : pool(openPool(session)),
       file(options.file),
       settings(SettingsFiles(session.config, session.noConfig).forScene(file)),
@@ -78,7 +78,7 @@ OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, bo
       diagnostics(std::cerr, session.strict || settings.strict.value)
 {
     ReaderFindings read(&diagnostics);
-    scene = openScene(session, file, limits, read.diagnostics());
+    scene = openScene(session, file, limits, read.diagnostics(), staging);
     CheckOptions check = settings.checkOptions();
     for (CheckCode const& code : checkCodes()) {
         auto const own = check.severities.find(code.code);

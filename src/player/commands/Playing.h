@@ -13,16 +13,20 @@
 
 namespace Zelvan::play {
 
+class Staging;
+
 /// Shows the log as the session says, loads the pool, and gives its file.
 std::string openPool(Session const& session);
 /// Reads the scene, and gives it the parameters of the session.
 std::unique_ptr<Scene> openScene(Session const& session, std::string const& file, ReadLimits const& limits,
-                                 Diagnostics& diagnostics);
+                                 Diagnostics& diagnostics, Staging* staging = nullptr);
 
 /// A scene opened for a command: what reading reports and check calls an error has been written to standard error.
 struct OpenedScene {
     /// `allFindings`: what check says besides errors is wanted, too.
-    explicit OpenedScene(Session const& session, SceneOptions const& options, bool allFindings = false);
+    /// `staging`: what is drawn of the scene is kept there.
+    explicit OpenedScene(Session const& session, SceneOptions const& options, bool allFindings = false,
+                         Staging* staging = nullptr);
     ~OpenedScene();
     /// The command's exit status, as far as the scene decides it.
     ExitStatus status() const { return diagnostics.errors() > 0 ? exitScene : exitFine; }

@@ -4,6 +4,7 @@
 #include "player/commands/Playing.h"
 #include "player/commands/Report.h"
 #include "player/drawing/Pictures.h"
+#include "player/reading/Staging.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>
@@ -21,7 +22,10 @@ struct RunOptions {
 
 void run(Session& session, RunOptions const& options)
 {
-    OpenedScene const opened(session, options.scene, options.output.pictures());
+    // What cannot be drawn is said before anything is played.
+    std::string const engine = options.output.scene ? sceneEngine() : "";
+    Staging staging;
+    OpenedScene const opened(session, options.scene, options.output.pictures(), options.output.scene ? &staging : nullptr);
     Clock clock(*opened.scene, options.time.now);
     Timing const timing = prepare(clock, options.time, opened.settings);
     auto const frames = timing.frames();
@@ -34,6 +38,8 @@ void run(Session& session, RunOptions const& options)
     recording.axisBegin = timing.from;
     recording.axisEnd = frames.back().time;
     recording.nodes = options.nodes;
+    recording.beside = options.output.scene ? Recorder::Options::all
+                       : recording.keepSamples ? Recorder::Options::fractions : Recorder::Options::nothing;
     Recorder recorder(*opened.scene, recording);
     Outputs outputs(options.output, opened, recorder, "time");
 
@@ -43,6 +49,8 @@ void run(Session& session, RunOptions const& options)
     picture.frame = 1 / timing.fps;
     picture.shown = shownCycles(clock, recording.axisBegin, recording.axisEnd);
     picture.waiting = waitingSensors(clock);
+    SceneInPage const scene{staging, recorder.allTracks(), engine};
+    picture.scene = options.output.scene ? &scene : nullptr;
     outputs.finish(&clock,
                    recording.keepSamples ? curvesOf(*opened.scene, recorder, clock, opened.findings) : std::vector<Curve>(), picture);
     session.status = opened.status();
@@ -57,11 +65,12 @@ void addRunCommand(CLI::App& app, Session& session)
     addSceneOptions(command, options->scene);
     addTimeOptions(command, options->time);
     addOutputOptions(command, options->output, "time");
+    addSceneInPageOption(command, options->output);
     addNodesOption(command, options->nodes);
     command.footer("Examples:\n"
                    "  zelvan-play run door.x3d\n"
                    "  zelvan-play run door.x3d --start Clock@1 --duration 10 --csv door.csv\n"
-                   "  zelvan-play run door.x3d --inject Touch.touchTime=2@2 --html door.html");
+                   "  zelvan-play run door.x3d --inject Touch.touchTime=2@2 --html door.html --scene");
     command.callback([&session, options] { run(session, *options); });
 }
 

@@ -30,6 +30,10 @@ Shape shapeOf(NodePartDataType type, Drawing const& drawing, Elements const& ele
 /// `sharedTimes` are those that the page has once for all: lines over the same ones leave them out.
 void appendPageData(std::string& json, Drawing const& drawing, std::vector<double> const& sharedTimes,
                     Elements const& elements, Shape shape, double pathSize);
+/// The place of the scene in the page with what its script reads, and the notice of who draws it.
+void appendScene(std::string& html, SceneInPage const& scene);
+/// Floats as a page reads them: the bytes of each, least first.
+std::string packed(std::vector<float> const& numbers);
 /// Appends numbers as a JSON list; null for what cannot be drawn.
 void appendNumbers(std::string& json, std::vector<double> const& numbers, int digits = 10);
 

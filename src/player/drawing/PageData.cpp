@@ -15,21 +15,6 @@ std::string number(double value, int digits)
     return !drawable(value) ? "null" : double(rounded) == value ? shortNumber(rounded) : roundNumber(value, digits);
 }
 
-/// Floats as a page reads them: the bytes of each, least first.
-void appendBase64(std::string& text, std::vector<float> const& numbers)
-{
-    constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::size_t const bytes = numbers.size() * 4;
-    auto const byte = [&](std::size_t i) {
-        return i < bytes ? std::bit_cast<std::uint32_t>(numbers[i / 4]) >> 8 * (i % 4) & 255 : 0;
-    };
-    for (std::size_t i = 0; i < bytes; i += 3) {
-        std::uint32_t const three = byte(i) << 16 | byte(i + 1) << 8 | byte(i + 2);
-        for (std::size_t k = 0; k < 4; ++k)
-            text += i + k > bytes ? '=' : digits[three >> (18 - 6 * k) & 63];
-    }
-}
-
 constexpr char const* shapeNames[] = {"none", "path", "cloud", "outline", "turned"};
 
 /// Only titles, units and component names become JSON strings: the scene's own names never do.
@@ -67,6 +52,16 @@ void appendPanelData(std::string& json, Panel const& panel, Panel const& first, 
 }
 
 } // namespace
+
+std::string packed(std::vector<float> const& numbers)
+{
+    std::string bytes;
+    bytes.reserve(numbers.size() * 4);
+    for (float const number : numbers)
+        for (unsigned shift = 0; shift < 32; shift += 8)
+            bytes += static_cast<char>(std::bit_cast<std::uint32_t>(number) >> shift & 255);
+    return base64(bytes);
+}
 
 void appendNumbers(std::string& json, std::vector<double> const& numbers, int digits)
 {
@@ -120,7 +115,7 @@ void appendPageData(std::string& json, Drawing const& drawing, std::vector<doubl
                 + std::to_string(elements.stride) + ",\"width\":" + std::to_string(elements.width) + ",\"times\":";
         appendNumbers(json, elements.times);
         json += ",\"numbers\":\"";
-        appendBase64(json, elements.numbers);
+        json += packed(elements.numbers);
         json += "\"}";
     }
     json += "}\n";

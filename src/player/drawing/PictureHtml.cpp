@@ -14,6 +14,26 @@ constexpr std::size_t mostSamples = 1'000'000, mostSamplesPerTrack = 20'000, mos
 // Of single elements of blocks: numbers of one track, of all.
 constexpr std::size_t mostElementNumbers = 150'000, mostElementNumbersOfAll = 500'000;
 
+constexpr char const* engineNotice = R"(<!--
+X3DOM, the script below, may be used under the MIT licence:
+
+Copyright (c) 2009 X3DOM, Fraunhofer IGD
+
+Permission is hereby granted, free of charge, to any person obtaining a copy of this software and associated
+documentation files (the "Software"), to deal in the Software without restriction, including without limitation the
+rights to use, copy, modify, merge, publish, distribute, sublicense, and/or sell copies of the Software, and to permit
+persons to whom the Software is furnished to do so, subject to the following conditions:
+
+The above copyright notice and this permission notice shall be included in all copies or substantial portions of the
+Software.
+
+THE SOFTWARE IS PROVIDED "AS IS", WITHOUT WARRANTY OF ANY KIND, EXPRESS OR IMPLIED, INCLUDING BUT NOT LIMITED TO THE
+WARRANTIES OF MERCHANTABILITY, FITNESS FOR A PARTICULAR PURPOSE AND NONINFRINGEMENT. IN NO EVENT SHALL THE AUTHORS OR
+COPYRIGHT HOLDERS BE LIABLE FOR ANY CLAIM, DAMAGES OR OTHER LIABILITY, WHETHER IN AN ACTION OF CONTRACT, TORT OR
+OTHERWISE, ARISING FROM, OUT OF OR IN CONNECTION WITH THE SOFTWARE OR THE USE OR OTHER DEALINGS IN THE SOFTWARE.
+-->
+)";
+
 /// Names and sentences of the scene's: whatever they hold, they stay text and do not turn what follows.
 std::string own(std::string const& text)
 {
@@ -169,7 +189,8 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
            "<meta name=\"color-scheme\" content=\"light dark\">\n"
            // Nothing is loaded from anywhere, whatever the scene's names hold.
            "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src data:; "
-           "style-src 'unsafe-inline'; script-src 'unsafe-inline'\">\n<link rel=\"icon\" href=\"data:,\">\n<style>\n"
+           "style-src 'unsafe-inline'; script-src 'sha256-" << asset::chartScriptHash << "' 'sha256-" << asset::pageScriptHash
+        << "'" << (options.scene ? " 'sha256-" + std::string(asset::engineHash) + "'" : "") << "\">\n<link rel=\"icon\" href=\"data:,\">\n<style>\n"
         << asset::chartStyle << '\n' << asset::pictureStyle << asset::pageStyle
         << "</style>\n</head>\n<body data-axis=\"" << escapedMarkup(options.axis);
     double const frame = options.frame > 0 ? options.frame : axis.width() / 100;
@@ -178,6 +199,8 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
                        + shortNumber(options.sharedAxis ? 1 : axis.width() / 5) + "\">\n";
     appendHeader(html, curves, count, options);
     appendPlayer(html, axis, frame);
+    if (options.scene != nullptr)
+        appendScene(html, *options.scene);
     appendContents(html, curves, count);
     out << html << "<main>\n";
     std::vector<double> sharedTimes; // of the first track, and so of most
@@ -195,9 +218,10 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
         appendTrack(html, curves[i], drawing, elements, sharedTimes, i + 1, options.axis);
         out << html;
     }
-    out << "</main>\n<script>\n/*!\nThe charting library below, with its copyright notice:\n\n" << asset::chartLicence
-        << "*/\n" << asset::chartScript << "\n</script>\n<script>\n" << asset::viewsScript << asset::pageScript
-        << "</script>\n</body>\n</html>\n";
+    out << "</main>\n<script>" << asset::chartScript << "</script>\n";
+    if (options.scene != nullptr)
+        out << engineNotice << "<script>" << options.scene->engine << "</script>\n";
+    out << "<script>" << asset::pageScript << "</script>\n</body>\n</html>\n";
 }
 
 } // namespace Zelvan::play

@@ -28,6 +28,17 @@ struct Curve {
     std::vector<CurveRemark> remarks = {};
 };
 
+class Staging;
+
+/// The scene itself, for the page.
+struct SceneInPage {
+    Staging const& staging;
+    std::vector<Track> const& tracks; ///< what arrives at its nodes moves them
+    std::string const& engine;        ///< the script that draws it
+};
+/// X3DOM, as scripts/scene-engine fetched it or the package brought it. Failure(exitMachine) when it is not there.
+std::string sceneEngine();
+
 struct PictureOptions {
     std::string title;           ///< usually the file's name
     std::string axis;            ///< "time (s)" for a run, "fraction" for a sweep
@@ -35,6 +46,7 @@ struct PictureOptions {
     double frame = 0;            ///< step of the play head; 0: a hundredth of the axis
     std::string shown = {};      ///< what part of a cycle the axis is
     std::vector<std::string> waiting = {}; ///< what does not move: which sensor waits for what, and what starts it
+    SceneInPage const* scene = nullptr;
 };
 
 /// One file for eyes: a curve per component with keys and seams marked, colours as colour, rotations as axis,

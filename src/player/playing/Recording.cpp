@@ -75,6 +75,8 @@ Recorder::Recorder(Scene& scene, Options options)
                 add(node, *input, false, arrivals++ < options.statistics);
     if (_tracks.empty() && !options.nodes.empty())
         throw Failure(exitUsage, "--nodes: no node that sends or takes values has such a name");
+    _wanted = _tracks.size();
+    addBeside(scene);
     for (Track const& track : _tracks)
         _counts.push_back({0, track.detailed});
     Field::observe(this);
@@ -85,6 +87,21 @@ Recorder::~Recorder()
     Field::observe(nullptr);
     for (Track const& track : _tracks)
         track.source->setTag(0);
+}
+
+void Recorder::addBeside(Scene const& scene)
+{
+    if (_options.beside == Options::nothing)
+        return;
+    for (SceneNode const& node : scene.sceneNodes) {
+        Field* const output = outputOf(node);
+        if (output != nullptr && output->tag() == 0 && (_options.beside == Options::all || output->dataType() == SFFloatType))
+            add(node, *output, true, false);
+        if (_options.beside == Options::all)
+            for (Field* const input : Scene::inputsOf(node))
+                if (input->tag() == 0)
+                    add(node, *input, false, false);
+    }
 }
 
 void Recorder::add(SceneNode const& node, Field& field, bool leaves, bool statistics)
@@ -133,10 +150,11 @@ void Recorder::sent(Field& field, TimeStamp const& timeStamp)
         return;
     if (only != nullptr && only != _tracks[tag - 1].node)
         return;
-    ++_events;
+    bool const wanted = tag <= _wanted;
+    _events += wanted;
     Count& count = _counts[tag - 1];
     ++count.events;
-    if (!count.detailed && !onEvent)
+    if (!count.detailed && !(onEvent && wanted))
         return;
     Track& track = _tracks[tag - 1];
     if (count.detailed) {
@@ -168,7 +186,7 @@ void Recorder::sent(Field& field, TimeStamp const& timeStamp)
                 track.starts.push_back(track.numbers.size());
         }
     }
-    if (onEvent) {
+    if (onEvent && wanted) {
         requireRoomFor(field.size() * componentsOf(track.type).count + 2);
         onEvent(track, timeStamp, field);
     }

@@ -64,6 +64,7 @@ public:
     struct Options {
         bool arrivals = true;    ///< also what reaches nodes without a class
         std::vector<std::string> nodes = {}; ///< patterns of names (*, ?): these nodes only; none takes all
+        enum Beside : unsigned char { nothing, fractions, all } beside = nothing; ///< what else is kept, to be asked for
         bool keepSamples = false;///< keep all numbers, for curves and exports
         std::size_t mostKept = ~std::size_t(0); ///< numbers kept or written, times included; Failure(exitScene) beyond
         unsigned statistics = ~0u; ///< ranges and outlines for this many tracks of each kind, the first ones
@@ -75,7 +76,9 @@ public:
     Recorder(Recorder const&) = delete;
     Recorder& operator=(Recorder const&) = delete;
 
-    std::vector<Track> const& tracks() const { return _tracks; }
+    std::span<Track const> tracks() const { return {_tracks.data(), _wanted}; }
+    /// With those of nodes that are not wanted, but kept beside them.
+    std::vector<Track> const& allTracks() const { return _tracks; }
     /// Brings the tracks' counts up to date.
     void finish();
     /// The track of an interpolator's output; null for other nodes.
@@ -96,9 +99,11 @@ private:
     void requireRoomFor(std::size_t numbers);
     void countMoved(Field const& field, std::size_t size);
     void add(SceneNode const& node, Field& field, bool leaves, bool statistics);
+    void addBeside(Scene const& scene);
 
     Options _options;
     std::vector<Track> _tracks;     ///< a field's tag is its track's number, from 1
+    std::size_t _wanted = 0;        ///< the first ones
     /// What most events of a large scene need of their track, kept dense.
     struct Count {
         std::size_t events = 0;

@@ -70,6 +70,23 @@ Descriptor::~Descriptor()
         ::close(_number);
 }
 
+std::string Descriptor::read(std::size_t most) const
+{
+    std::string bytes;
+    char part[1 << 16];
+    while (bytes.size() < most) {
+        ssize_t const got = ::read(_number, part, std::min(sizeof part, most - bytes.size()));
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got < 0)
+            throw Failure(exitMachine, std::string("cannot read: ") + std::strerror(errno));
+        if (got == 0)
+            break;
+        bytes.append(part, static_cast<std::size_t>(got));
+    }
+    return bytes;
+}
+
 OpenedFile LocalFiles::openScene(std::string const& path, std::string const& root)
 {
     bool const standard = path == "-";

@@ -18,6 +18,8 @@ public:
 
     int number() const { return _number; }
     explicit operator bool() const { return _number >= 0; }
+    /// The bytes up to the end, but no more than that. Throws Failure.
+    std::string read(std::size_t most) const;
 
 private:
     int _number;

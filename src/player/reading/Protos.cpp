@@ -185,6 +185,8 @@ bool Protos::connectInstance(InterfaceField const& outer, Instance& inner, std::
         found->second.value = outer.value;
         found->second.file = outer.file;
     }
+    if (exists)
+        found->second.staged.insert(found->second.staged.end(), outer.staged.begin(), outer.staged.end());
     if (exists && !outer.nodes.empty()) {
         _reading.budget.spend(outer.nodes.size(), where);
         found->second.nodes.insert(found->second.nodes.end(), outer.nodes.begin(), outer.nodes.end());

@@ -3,15 +3,13 @@
 #include "player/reading/ClassicSyntax.h"
 #include "player/reading/SceneReader.h"
 #include "player/reading/XmlSyntax.h"
+#include "player/scene/Escape.h"
 
 #include <algorithm>
 #include <optional>
 
 namespace Zelvan::play {
 
-namespace {
-
-// The strings of an MFString: "a" "b", or one without quotes.
 std::vector<std::string> quotedStrings(std::string_view text)
 {
     std::vector<std::string> strings;
@@ -30,10 +28,19 @@ std::vector<std::string> quotedStrings(std::string_view text)
     return strings;
 }
 
+namespace {
+
 ReadLimits forTree(ReadLimits limits)
 {
     ++limits.depth; // the innermost element holds nothing
     return limits;
+}
+
+/// By its first bytes; "" when browsers do not show it.
+std::string_view pictureKind(std::string_view bytes)
+{
+    return bytes.starts_with("\x89PNG") ? "png" : bytes.starts_with("\xff\xd8\xff") ? "jpeg" : bytes.starts_with("GIF8") ? "gif"
+           : bytes.starts_with("RIFF") && bytes.substr(0, 12).ends_with("WEBP") ? "webp" : "";
 }
 
 } // namespace
@@ -130,6 +137,33 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
     _diagnostics.report(remote ? Severity::note : Severity::warning, _scene.place(where), kind,
                         why + (more ? "; and others" : ""));
     return nullptr;
+}
+
+std::string SceneFiles::picture(std::string_view urls, SceneFile const& from, std::size_t& room, std::string& why) const
+{
+    why = "it has no url";
+    for (std::string const& url : quotedStrings(urls))
+        try {
+            if (url.starts_with("data:image/")) {
+                why = "it is larger than all pictures may be";
+                if (url.size() > room)
+                    continue;
+                room -= url.size();
+                return url;
+            }
+            OpenedFile const opened = _local.open(url, from.folder);
+            std::string const bytes = opened.descriptor.read(room + 1);
+            std::string_view const kind = pictureKind(bytes);
+            if (kind.empty() || bytes.size() > room) {
+                why = opened.name + (kind.empty() ? " is no PNG, JPEG, GIF or WebP" : " is larger than all pictures may be");
+                continue;
+            }
+            room -= bytes.size();
+            return "data:image/" + std::string(kind) + ";base64," + base64(bytes);
+        } catch (Failure const& failure) {
+            why = failure.what();
+        }
+    return "";
 }
 
 SceneFile* SceneFiles::openOnce(std::string const& url, SceneFile& from, std::string& why)

@@ -14,6 +14,9 @@ namespace Zelvan::play {
 
 struct Scope;
 
+/// The strings of an MFString: "a" "b", or one without quotes.
+std::vector<std::string> quotedStrings(std::string_view text);
+
 /// A file of the scene: its text and the tree of it.
 struct SceneFile {
     SceneFile(OpenedFile const& opened, ReadLimits const& limits);
@@ -42,6 +45,10 @@ public:
     /// The first of the urls that can be read; null, with a message at `where`, when there is none. `fragment` becomes
     /// what follows the last "#" that was seen.
     SceneFile* find(std::string_view urls, SceneFile& from, Location where, char const* kind, std::string* fragment);
+
+    /// The first of the urls that is a picture in the scene's folder, as a data: URL; else "", and why. What its file
+    /// takes goes from `room`.
+    std::string picture(std::string_view urls, SceneFile const& from, std::size_t& room, std::string& why) const;
 
     /// Hands the texts over to the scene. The files' trees are of no use any more.
     void giveTexts();

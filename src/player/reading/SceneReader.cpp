@@ -1,6 +1,7 @@
 #include "player/reading/SceneReader.h"
 
 #include "player/reading/Routes.h"
+#include "player/reading/Stager.h"
 
 #include <algorithm>
 #include <utility>
@@ -13,8 +14,8 @@ namespace {
 /// the part of reading that knows what to do with it.
 class SceneReader {
 public:
-    SceneReader(Scene& scene, ReadLimits const& limits, Diagnostics& diagnostics)
-        : _budget(limits, scene), _reading{scene, _budget, diagnostics}, _files(scene, _budget, diagnostics)
+    SceneReader(Scene& scene, ReadLimits const& limits, Diagnostics& diagnostics, Staging* staging)
+        : _budget(limits, scene), _reading{scene, _budget, diagnostics}, _files(scene, _budget, diagnostics), _stager(staging, _files)
     {
     }
     void read(std::string const& path);
@@ -34,19 +35,23 @@ private:
         Instance* instance = nullptr;  ///< of arguments
         SceneNode* holder = nullptr;   ///< of nodes in a field: the node with the field, which is not run
         InterfaceField* given = nullptr; ///< of nodes in a field of a PROTO instance
+        StagePlace place{};            ///< of its nodes; of a body, of its first one
     };
     void readAll();
     void end(Step const& step);
     void readElement(Element const& element, Scope& scope);
     void readNode(Element const& element, Scope& scope);
-    void readNodeItself(Element const& element, Scope& scope);
+    /// `drawn` when it has its place in what is drawn already.
+    void readNodeItself(Element const& element, Scope& scope, StagePlace const& place, bool drawn = false);
     /// False when there is nothing to inline.
-    bool enterInline(Element const& element, Scope& scope);
-    void readInstance(Element const& element, Scope& scope);
+    bool enterInline(Element const& element, Scope& scope, StagePlace const& place);
+    void readInstance(Element const& element, Scope& scope, StagePlace place);
     void readBody(Step const& arguments);
     void enterFile(SceneFile& file, Scope& scope, Step step);
     void enterField(Element const& element, Scope& scope);
-    void enterChildren(Element const& element, Scope& scope, SceneNode* holder = nullptr);
+    void enterChildren(Element const& element, Scope& scope, StagePlace const& place, SceneNode* holder = nullptr);
+    /// Where the node that is being read is drawn.
+    StagePlace takePlace();
     /// What holds the element that is being read holds this node.
     void hold(SceneNode* node);
     void enter(Step step) { _steps.push_back(step); }
@@ -54,6 +59,7 @@ private:
     Budget _budget;
     Reading _reading;
     SceneFiles _files;
+    Stager _stager;
     Nodes _nodes{_reading};
     Protos _protos{_reading, _files, _nodes};
     Routes _routes{_reading, _nodes, _protos};
@@ -74,7 +80,9 @@ void SceneReader::read(std::string const& path)
     if (root == nullptr || (root->name != "X3D" && root->name != "Scene"))
         throw Failure(exitScene, _reading.scene.place(Location{file.number, root ? root->offset : 0}).text()
                                      + ": error: expected an X3D scene, found <" + std::string(root ? root->name : "") + '>');
-    enterFile(file, _reading.scopes.emplace_back(), {});
+    Step whole{};
+    whole.place.parent = Staging::root;
+    enterFile(file, _reading.scopes.emplace_back(), whole);
     readAll();
     _routes.connectUntyped();
     _files.giveTexts();
@@ -112,7 +120,7 @@ void SceneReader::end(Step const& step)
             _budget.endAgain();
         if (step.from != nullptr) {
             _depth = step.depth - 2; // the file and what is in it are one deeper each
-            readNodeItself(*step.from, *step.around);
+            readNodeItself(*step.from, *step.around, step.place, true);
         }
         return;
     case Step::ofArguments: return readBody(step);
@@ -155,7 +163,7 @@ void SceneReader::readElement(Element const& element, Scope& scope)
     else if (name == "EXPORT")
         Routes::addExport(_reading, element, scope);
     else if (name == "Scene")
-        enterChildren(element, scope);
+        enterChildren(element, scope, _steps.back().place);
     else if (name == "field" || name == "fieldValue")
         enterField(element, scope);
     else if (name != "head" && name != "IS")
@@ -168,15 +176,22 @@ void SceneReader::enterField(Element const& element, Scope& scope)
     step.holder = _holder;
     if (_arguments != nullptr)
         if (auto const found = _arguments->fields.find(_reading.nameIn(element, "name", scope)); found != _arguments->fields.end())
-            step.given = &found->second;
+            step.place.given = step.given = &found->second;
     enter(step);
 }
 
-void SceneReader::enterChildren(Element const& element, Scope& scope, SceneNode* holder)
+void SceneReader::enterChildren(Element const& element, Scope& scope, StagePlace const& place, SceneNode* holder)
 {
     Step step{element.firstChild, &scope, _depth + 1};
     step.holder = holder;
+    step.place = place;
     enter(step);
+}
+
+StagePlace SceneReader::takePlace()
+{
+    Step& step = _steps.back();
+    return step.end == Step::ofBody ? std::exchange(step.place, {}) : step.place;
 }
 
 void SceneReader::hold(SceneNode* node)
@@ -191,31 +206,36 @@ void SceneReader::hold(SceneNode* node)
 
 void SceneReader::readNode(Element const& element, Scope& scope)
 {
+    StagePlace const place = takePlace();
     if (findAttribute(element, "USE") != nullptr) {
         std::string const wanted = _reading.nameIn(element, "USE", scope);
-        if (auto const used = scope.names.find(wanted); used != scope.names.end())
+        if (auto const used = scope.names.find(wanted); used != scope.names.end()) {
             hold(used->second.node);
-        else
+            _stager.use(element, used->second, place);
+        } else
             _reading.warn(locate(element, scope), kinds::unknownUse,
                           "USE \"" + wanted + "\": no node before this one has that DEF name" + _reading.meant(wanted, scope.names));
         return;
     }
     if (element.name == "ProtoInstance")
-        return readInstance(element, scope);
-    if (element.name != "Inline" || !enterInline(element, scope))
-        readNodeItself(element, scope);
+        return readInstance(element, scope, place);
+    if (element.name != "Inline" || !enterInline(element, scope, place))
+        readNodeItself(element, scope, place);
 }
 
-void SceneReader::readNodeItself(Element const& element, Scope& scope)
+void SceneReader::readNodeItself(Element const& element, Scope& scope, StagePlace const& place, bool drawn)
 {
     SceneNode* const node = _nodes.read(element, scope);
     hold(node);
     if (node != nullptr)
         _protos.connect(element, {node}, scope);
-    enterChildren(element, scope, element.name == "Script" ? node : nullptr);
+    StagePlace const children = drawn ? place : _stager.add(element, node, place, scope);
+    if (drawn)
+        _stager.stands(node, children);
+    enterChildren(element, scope, children, element.name == "Script" ? node : nullptr);
 }
 
-bool SceneReader::enterInline(Element const& element, Scope& scope)
+bool SceneReader::enterInline(Element const& element, Scope& scope, StagePlace const& place)
 {
     Location const where = locate(element, scope);
     if (std::string_view const load = attributeValue(element, "load"); load == "false" || load == "FALSE")
@@ -237,12 +257,13 @@ bool SceneReader::enterInline(Element const& element, Scope& scope)
     Step file{};
     file.from = &element;
     file.around = &scope;
+    file.place = _stager.addInline(element, place);
     file.again = std::exchange(inlined->wasRead, true);
     enterFile(*inlined, inner, file);
     return true;
 }
 
-void SceneReader::readInstance(Element const& element, Scope& scope)
+void SceneReader::readInstance(Element const& element, Scope& scope, StagePlace place)
 {
     Location const where = locate(element, scope);
     std::string const name = _reading.nameIn(element, "name", scope), def = _reading.nameIn(element, "DEF", scope);
@@ -255,7 +276,8 @@ void SceneReader::readInstance(Element const& element, Scope& scope)
         node.typeName = name;
         node.decides = true;
         _nodes.define(def, {&node}, scope, where);
-        return enterChildren(element, scope, &node);
+        _stager.leave("the PROTO " + name + " is not known");
+        return enterChildren(element, scope, {}, &node);
     }
     if (std::ranges::find(_expanding, proto->declaration) != _expanding.end())
         return _reading.diagnostics.error(_reading.scene.place(where), kinds::badProto,
@@ -263,8 +285,15 @@ void SceneReader::readInstance(Element const& element, Scope& scope)
     _budget.requireDepth(++_depth, where);
     Instance& instance = _protos.instantiate(element, *proto, scope);
     _protos.connect(element, {nullptr, &instance}, scope);
+    instance.first = std::exchange(place.instance, &instance);
+    if (std::string_view const field = attributeValue(element, "containerField"); place.field.empty() && !field.empty())
+        place.field = field;
     // The nodes given to fields belong to where the instance stands.
-    enter({element.firstChild, &scope, _depth + 1, Step::ofArguments, &element, nullptr, false, *proto, &instance});
+    Step arguments{element.firstChild, &scope, _depth + 1, Step::ofArguments, &element};
+    arguments.proto = *proto;
+    arguments.instance = &instance;
+    arguments.place = place;
+    enter(arguments);
 }
 
 void SceneReader::readBody(Step const& arguments)
@@ -278,23 +307,25 @@ void SceneReader::readBody(Step const& arguments)
     body.outer = proto.scope;
     body.prefix = body.instance->name + '/';
     Element const* const declared = findChild(*proto.declaration, "ProtoBody");
-    enter({declared ? declared->firstChild : nullptr, &body, arguments.depth, Step::ofBody});
+    Step whole{declared ? declared->firstChild : nullptr, &body, arguments.depth, Step::ofBody};
+    whole.place = arguments.place;
+    enter(whole);
     auto const defaults = Protos::defaultsOf(*arguments.from, proto);
     for (auto field = defaults.rbegin(); field != defaults.rend(); ++field) {
         Step step{(*field)->firstChild, &body, arguments.depth};
         if (auto const given = body.instance->fields.find(std::string(attributeValue(**field, "name")));
             given != body.instance->fields.end())
-            step.given = &given->second;
+            step.place.given = step.given = &given->second;
         enter(step);
     }
 }
 
 } // namespace
 
-std::unique_ptr<Scene> readScene(std::string const& file, ReadLimits const& limits, Diagnostics& diagnostics)
+std::unique_ptr<Scene> readScene(std::string const& file, ReadLimits const& limits, Diagnostics& diagnostics, Staging* staging)
 {
     auto scene = std::make_unique<Scene>();
-    SceneReader(*scene, limits, diagnostics).read(file);
+    SceneReader(*scene, limits, diagnostics, staging).read(file);
     return scene;
 }
 

@@ -8,6 +8,8 @@
 
 namespace Zelvan::play {
 
+class Staging;
+
 // Kinds of the messages that reading a scene may give; `check` uses them as codes.
 namespace kinds {
 inline constexpr char const* badXml = "bad-xml";
@@ -25,6 +27,8 @@ inline constexpr char const* badInline = "bad-inline";
 /// instances expanded, Inline and EXTERNPROTO from local files in the scene's folder; "-" is standard input. What is
 /// wrong goes to `diagnostics`, and reading goes on where it can. Throws Failure where it cannot: an unreadable file,
 /// text that does not parse, a limit.
-std::unique_ptr<Scene> readScene(std::string const& file, ReadLimits const& limits, Diagnostics& diagnostics);
+/// With `staging`, the scene is kept there as it is drawn.
+std::unique_ptr<Scene> readScene(std::string const& file, ReadLimits const& limits, Diagnostics& diagnostics,
+                                 Staging* staging = nullptr);
 
 } // namespace Zelvan::play

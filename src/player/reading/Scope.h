@@ -27,6 +27,7 @@ struct InterfaceField {
     SceneFile const* file = nullptr;  ///< that the value stands in
     std::vector<std::pair<Target, std::string>> connections; ///< the fields it IS, in the body
     std::vector<SceneNode*> nodes;    ///< given to it, as far as they are run
+    std::vector<std::uint32_t> staged{}; ///< given to it, as far as they are drawn
 };
 
 struct Instance {
@@ -35,6 +36,7 @@ struct Instance {
     Location where;
     bool named = false;         ///< has a DEF name
     SceneNode* store = nullptr; ///< has the fields that IS nothing, once a route has touched one
+    Instance const* first = nullptr; ///< of whose body it is the first node, which is what is drawn
     std::unordered_map<std::string, InterfaceField> fields;
 };
 

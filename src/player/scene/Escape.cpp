@@ -43,4 +43,27 @@ std::string jsonString(std::string_view text)
     return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
+std::string jsonStringInPage(std::string_view text)
+{
+    std::string const json = jsonString(text);
+    std::string result;
+    for (char const c : json)
+        result += c == '<' ? "\\u003c" : c == '>' ? "\\u003e" : c == '&' ? "\\u0026" : std::string(1, c);
+    return result;
+}
+
+std::string base64(std::string_view bytes)
+{
+    constexpr char digits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string text;
+    text.reserve((bytes.size() + 2) / 3 * 4);
+    auto const byte = [&](std::size_t i) { return i < bytes.size() ? unsigned(static_cast<unsigned char>(bytes[i])) : 0u; };
+    for (std::size_t i = 0; i < bytes.size(); i += 3) {
+        unsigned const three = byte(i) << 16 | byte(i + 1) << 8 | byte(i + 2);
+        for (std::size_t k = 0; k < 4; ++k)
+            text += i + k > bytes.size() ? '=' : digits[three >> (18 - 6 * k) & 63];
+    }
+    return text;
+}
+
 } // namespace Zelvan::play

@@ -10,5 +10,8 @@ namespace Zelvan::play {
 std::string escapedMarkup(std::string_view text);
 /// A JSON string with its quotes; broken UTF-8 replaced.
 std::string jsonString(std::string_view text);
+/// The same for a script in a page: nothing in it ends the script, or begins markup.
+std::string jsonStringInPage(std::string_view text);
+std::string base64(std::string_view bytes);
 
 } // namespace Zelvan::play
