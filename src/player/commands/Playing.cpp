@@ -71,9 +71,14 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
 }
 
 OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, bool allFindings)
+    : OpenedScene(session, options, SettingsFiles(session.config, session.noConfig).forScene(options.file), allFindings)
+{
+}
+
+OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, Settings wanted, bool allFindings)
     : pool(openPool(session)),
       file(options.file),
-      settings(SettingsFiles(session.config, session.noConfig).forScene(file)),
+      settings(std::move(wanted)),
       limits(options.limits.over(settings)),
       diagnostics(std::cerr, session.strict || settings.strict.value)
 {

@@ -23,6 +23,8 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
 struct OpenedScene {
     /// `allFindings`: what check says besides errors is wanted, too.
     explicit OpenedScene(Session const& session, SceneOptions const& options, bool allFindings = false);
+    /// With these settings instead of those that its files say.
+    OpenedScene(Session const& session, SceneOptions const& options, Settings settings, bool allFindings = false);
     ~OpenedScene();
     /// The command's exit status, as far as the scene decides it.
     ExitStatus status() const { return diagnostics.errors() > 0 ? exitScene : exitFine; }
