@@ -11,6 +11,21 @@
 
 namespace Zelvan::play {
 
+/// Whether `check --fix` can mend something. Safe: what is played stays the same bit for bit.
+enum class Fix : unsigned char { none, safe, unsafe };
+char const* fixName(Fix fix);
+
+/// A piece of an author's text, and what is to stand there instead.
+struct TextChange {
+    struct Point {
+        unsigned line = 0, column = 0; ///< from 1, the column in bytes
+        unsigned character = 0;        ///< the column in characters; a byte order mark is none
+    };
+    std::string file;
+    Point begin, end; ///< the same where text is put in between
+    std::string with;
+};
+
 /// One thing that is wrong, or worth knowing, about a scene's animation.
 struct Finding {
     Severity severity;
@@ -21,11 +36,10 @@ struct Finding {
     std::string advice;  ///< what to do; "" when the message says it
     /// How many more of this code there are at this node: counted, not kept.
     std::size_t more = 0;
+    Fix fix = Fix::none; ///< whether this one can be mended; known once fixes have been proposed
+    /// What mends it, and all else of its code at its node: that is one fix, which the first of them has.
+    std::vector<TextChange> changes = {};
 };
-
-/// Whether `check --fix` can mend what a code is about. Safe: what is played stays the same bit for bit.
-enum class Fix : unsigned char { none, safe, unsafe };
-char const* fixName(Fix fix);
 
 /// All there is to know about a code. The table is the source of docs/check-codes.md and of all help on codes.
 struct CheckCode {

@@ -7,7 +7,7 @@
 #include "player/commands/OutputFile.h"
 #include "player/commands/Outputs.h"
 #include "player/commands/Playing.h"
-#include "player/commands/Processes.h"
+#include "player/commands/SceneJobs.h"
 #include "player/commands/Tables.h"
 #include "player/editing/Fixes.h"
 #include "player/scene/DidYouMean.h"
@@ -18,8 +18,6 @@
 #include <iostream>
 #include <memory>
 #include <optional>
-#include <sstream>
-#include <thread>
 #include <unistd.h>
 #include <utility>
 
@@ -28,10 +26,9 @@ namespace Zelvan::play {
 namespace {
 
 struct CheckCommandOptions {
-    std::vector<std::string> scenes;
-    LimitOptions limits;
+    ScenesOptions scenes;
     std::vector<std::string> only, ignore, severities;
-    std::optional<unsigned> perNode, perCode, jobs;
+    std::optional<unsigned> perNode, perCode;
     std::optional<std::size_t> maxWarnings;
     std::string format, failOn;
     bool hints = false, codes = false, markdown = false;
@@ -71,8 +68,6 @@ void applyCommandLine(CheckCommandOptions const& options, Session const& session
         set(settings.perNode, *options.perNode, "--per-node");
     if (options.perCode)
         set(settings.perCode, *options.perCode, "--per-code");
-    if (options.jobs)
-        set(settings.jobs, *options.jobs, "--jobs");
     if (options.maxWarnings)
         set(settings.maxWarnings, std::optional(*options.maxWarnings), "--max-warnings");
     if (!options.format.empty())
@@ -107,105 +102,85 @@ void writeCodes(std::ostream& out)
     table.write(out, styledOutput(STDOUT_FILENO));
 }
 
-// What the process that checked a file tells: numbers, then what goes to standard error, then the findings as text.
-struct Answer {
-    FindingCounts counts;
-    bool failed = false, fails = false, touchesOutput = false;
-    std::string errors, text;
-
-    std::string written() const
-    {
-        std::ostringstream out;
-        out.exceptions(std::ios::badbit);
-        out << counts.errors << ' ' << counts.warnings << ' ' << counts.notes << ' ' << counts.hints << ' ' << counts.fixable << ' '
-            << failed << ' ' << fails << ' ' << touchesOutput << ' ' << errors.size() << '\n' << errors << text;
-        return std::move(out).str();
-    }
-    static Answer read(std::string const& text)
-    {
-        Answer answer;
-        std::istringstream in(text);
-        std::size_t size = 0;
-        in >> answer.counts.errors >> answer.counts.warnings >> answer.counts.notes >> answer.counts.hints
-            >> answer.counts.fixable >> answer.failed >> answer.fails >> answer.touchesOutput >> size;
-        std::size_t const body = text.find('\n') + 1;
-        answer.errors = text.substr(body, size);
-        answer.text = text.substr(body + size);
-        return answer;
-    }
-};
-
 /// Checks the scenes of one command.
 class Check {
 public:
-    Check(Session& session, CheckCommandOptions const& options)
-        : _session(session), _options(options), _scenes(scenesOf(options.scenes))
-    {
-        if (_scenes.empty()) // a pipeline that looks into the wrong folder must not pass
-            throw Failure(exitUsage, "check: there is no scene in \"" + options.scenes.front() + '"');
-        SettingsFiles files(session.config, session.noConfig);
-        for (std::string const& scene : _scenes)
-            applyCommandLine(options, session, _settings.emplace_back(files.forScene(scene)));
-        Settings const& first = _settings.front(); // what is one for all
-        _jobs = first.jobs.value != 0 ? first.jobs.value : std::max(1u, std::thread::hardware_concurrency());
-        _format = findingFormat(first.format.value, options.edit.output.empty() && styledOutput(STDOUT_FILENO));
-    }
+    Check(Session& session, CheckCommandOptions const& options);
     void run();
 
 private:
-    Answer answer(std::size_t number) const;
-    Answer answerTo(CheckedFile const& checked, std::size_t number) const;
-    void take(Answer const& answer);
+    Settings settingsOf(std::size_t number) const
+    {
+        Settings settings = _files.forScene(_scenes[number]);
+        applyCommandLine(_options, _session, settings);
+        return settings;
+    }
+    SceneResult answer(std::size_t number) const;
+    SceneResult answerTo(CheckedFile const& checked, Settings const& settings) const;
+    void take(std::size_t number, SceneResult const& result);
 
     Session& _session;
     CheckCommandOptions const& _options;
     std::vector<std::string> _scenes;
-    std::vector<Settings> _settings;
-    unsigned _jobs = 1;
+    SettingsFiles mutable _files; // which remembers those it has read
+    Settings _first;              // what is one for all
     std::unique_ptr<FindingFormat> _format;
     std::unique_ptr<OutputFile> _out;
     FindingCounts _counts;
-    bool _any = false, _failed = false, _fails = false;
+    bool _any = false, _fails = false;
 };
 
-Answer Check::answerTo(CheckedFile const& checked, std::size_t number) const
+Check::Check(Session& session, CheckCommandOptions const& options)
+    : _session(session), _options(options), _scenes(scenesOf(options.scenes.named, "check")), _files(session.config, session.noConfig),
+      _first(settingsOf(0))
 {
-    Settings const& settings = _settings[number];
-    Answer answer;
-    answer.counts = countsOf(checked.findings);
-    answer.failed = checked.failed;
-    answer.fails = std::ranges::any_of(checked.findings, [&](Finding const& f) { return f.severity >= settings.failOn.value; });
-    answer.text = _format->file(checked.findings, settings.checkOptions());
-    return answer;
+    _files.readFor(_scenes);
+    _format = findingFormat(_first.format.value, options.edit.output.empty() && styledOutput(STDOUT_FILENO));
 }
 
-Answer Check::answer(std::size_t number) const
+// The counts are those of the findings, then whether one makes the status 1.
+SceneResult Check::answerTo(CheckedFile const& checked, Settings const& settings) const
 {
-    Settings const& settings = _settings[number];
-    CheckedFile const checked =
-        checkFile(_session, _scenes[number], _options.limits.over(settings), settings.checkOptions());
-    Answer answer = answerTo(checked, number);
-    if (!_options.edit.output.empty())
-        answer.touchesOutput = std::ranges::any_of(checked.files, [&](auto const& file) { return isSameFile(file, _options.edit.output); });
-    return answer;
+    SceneResult result;
+    FindingCounts const counts = countsOf(checked.findings);
+    for (auto const sum : FindingCounts::sums)
+        result.counts.push_back(counts.*sum);
+    result.counts.push_back(std::ranges::any_of(checked.findings, [&](Finding const& f) { return f.severity >= settings.failOn.value; }));
+    result.status = checked.failed ? exitMachine : exitFine;
+    result.out = _format->file(checked.findings, settings.checkOptions());
+    return result;
 }
 
-void Check::take(Answer const& answer)
+SceneResult Check::answer(std::size_t number) const
 {
-    std::cerr << answer.errors;
-    if (answer.touchesOutput)
-        throw Failure(exitUsage, '"' + _options.edit.output + "\" is a file that a scene is made of and is not written over");
-    if (!answer.text.empty())
-        _out->stream() << (std::exchange(_any, true) ? _format->separator() : "") << answer.text;
+    Settings const settings = settingsOf(number);
+    std::string const& output = _options.edit.output;
+    CheckedFile const checked = checkFile(_session, _scenes[number], _options.scenes.limits.over(settings), settings.checkOptions());
+    if (!output.empty() && std::ranges::any_of(checked.files, [&](auto const& file) { return isSameFile(file, output); }))
+        throw Failure(exitUsage, '"' + output + "\" is a file that a scene is made of and is not written over");
+    return answerTo(checked, settings);
+}
+
+void Check::take(std::size_t number, SceneResult const& result)
+{
+    std::cerr << result.err;
+    if (!result.failure.empty()) {
+        CheckedFile failed{.findings = {}, .files = {}, .failed = true};
+        Settings const settings = settingsOf(number);
+        failed.findings = checkUnread({notChecked(_scenes[number], result.failure)}, settings.checkOptions());
+        return take(number, answerTo(failed, settings));
+    }
+    if (!result.out.empty())
+        _out->stream() << (std::exchange(_any, true) ? _format->separator() : "") << result.out;
+    if (styledOutput(STDOUT_FILENO))
+        _out->stream().flush(); // the progress that is shown comes behind it
     _out->check();
     ++_counts.files;
-    _counts.errors += answer.counts.errors;
-    _counts.warnings += answer.counts.warnings;
-    _counts.notes += answer.counts.notes;
-    _counts.hints += answer.counts.hints;
-    _counts.fixable += answer.counts.fixable;
-    _failed |= answer.failed;
-    _fails |= answer.fails;
+    auto count = result.counts.begin();
+    for (auto const sum : FindingCounts::sums)
+        _counts.*sum += *count++;
+    _fails |= result.counts.back() != 0;
+    _session.status = std::max(_session.status, result.status);
 }
 
 void Check::run()
@@ -217,81 +192,42 @@ void Check::run()
                 throw Failure(exitUsage, '"' + _options.edit.output + "\" is the scene itself and is not written over");
     _out = std::make_unique<OutputFile>(_options.edit.output.empty() ? "-" : _options.edit.output);
     _format->begin(_out->stream());
-    Progress progress;
-    if (_scenes.size() == 1) {
-        take(answer(0));
-    } else {
-        // What a file logs stands together, whoever checks the next one.
-        auto const work = [this](std::size_t number) {
-            forgetShown(_session.logLevel);
-            std::ostringstream errors;
-            errors.exceptions(std::ios::badbit);
-            std::streambuf* const usual = std::cerr.rdbuf(errors.rdbuf());
-            Answer result = answer(number);
-            std::cerr.rdbuf(usual);
-            result.errors = std::move(errors).str();
-            return result.written();
-        };
-        inProcesses(_scenes.size(), _jobs, work, [&](std::size_t number, std::string const& text, std::string const& death) {
-            progress.show([&] { return std::to_string(number) + " of " + std::to_string(_scenes.size()) + " files"; });
-            CheckedFile dead;
-            if (!death.empty())
-                dead.findings = checkUnread({notChecked(_scenes[number], "the process that checked it ended " + death)},
-                                            _settings[number].checkOptions());
-            take(death.empty() ? Answer::read(text) : answerTo(dead, number));
-        });
-    }
-    progress.end();
+    workOnScenes(_scenes, jobsOf(_options.scenes, _first), _session.logLevel, [this](std::size_t number) { return answer(number); },
+                 [this](std::size_t number, SceneResult const& result) { take(number, result); });
     _format->end(_out->stream(), _counts);
     _out->commit();
 
-    std::string const name = _scenes.size() != 1 ? std::to_string(_scenes.size()) + " files"
-        : _scenes.front() == "-"                 ? "<stdin>"
-                                                 : printable(_scenes.front());
-    std::cerr << name << ": " << countsText(_counts) << '\n';
-    auto const& most = _settings.front().maxWarnings.value;
-    if (most && _counts.warnings > *most)
+    std::cerr << shownName(_scenes) << ": " << countsText(_counts) << '\n';
+    auto const& most = _first.maxWarnings.value;
+    bool const tooMany = most && _counts.warnings > *most;
+    if (tooMany)
         std::cerr << "more than " << *most << (*most == 1 ? " warning\n" : " warnings\n");
-    if (_failed)
-        _session.status = exitMachine;
-    else if (_fails || (most && _counts.warnings > *most))
-        _session.status = exitScene;
+    if (_fails || tooMany)
+        _session.status = std::max(_session.status, exitScene);
 }
 
-// One scene after the other; one that cannot be mended does not stop the others.
 void fix(Session& session, CheckCommandOptions const& options)
 {
-    std::vector<std::string> const scenes = scenesOf(options.scenes);
-    if (!options.edit.write && !options.edit.diff && (options.edit.output.empty() || scenes.size() != 1))
-        throw Failure(exitUsage, scenes.size() != 1 ? "--fix: of several scenes, --write or --diff" : "--fix: where to? --write, --diff or -o FILE");
-    SettingsFiles files(session.config, session.noConfig);
-    std::size_t all = 0;
-    for (std::string const& file : scenes) {
-        Settings settings = files.forScene(file);
-        applyCommandLine(options, session, settings);
-        CheckOptions everything = settings.checkOptions(); // also what is not shown
+    SceneEditing editing(session, "check --fix", options.scenes, options.edit);
+    if (!options.edit.write && !options.edit.diff && options.edit.output.empty())
+        throw Failure(exitUsage, "--fix: where to? --write, --diff or -o FILE");
+    auto const edit = [&](OpenedScene const& opened, SceneEdits& edits, SceneResult& result) {
+        CheckOptions everything = opened.settings.checkOptions(); // also what is not shown
         everything.perNode = 0;
         everything.hints = true;
-        try {
-            OpenedScene const opened(session, {file, options.limits});
-            ReaderFindings none;
-            SceneEdits edits(*opened.scene, options.edit.inlined, opened.limits.bytes);
-            auto const findings = checkWithSuppressions(*opened.scene, none.take(), everything);
-            std::vector<FixOutcome> const outcomes = fixScene(*opened.scene, edits, findings, everything, options.unsafeFixes);
-            writeEdits(edits, options.edit, opened);
-            for (FixOutcome const& outcome : outcomes) {
-                all += outcome.done;
-                std::cerr << printable(outcome.node) << ": " << outcome.code
-                          << (outcome.done ? " fixed" : " not fixed: " + printable(outcome.why)) << '\n';
-            }
-        } catch (Failure const& failure) {
-            if (scenes.size() == 1 || failure.status() == exitUsage)
-                throw;
-            std::cerr << "zelvan-play: " << printable(failure.what()) << '\n';
-            session.status = std::max(session.status, failure.status());
+        auto const findings = checkWithSuppressions(*opened.scene, {}, everything);
+        result.status = exitFine;
+        result.counts = {0};
+        for (FixOutcome const& outcome : fixScene(*opened.scene, edits, findings, everything, options.unsafeFixes)) {
+            if (editing.several() && !options.edit.inlined && outcome.file != 0)
+                continue; // it is told with that file
+            result.counts[0] += outcome.done;
+            result.err += (editing.several() ? printable(opened.file) + ": " : "") + printable(outcome.node) + ": " + outcome.code
+                + (outcome.done ? " fixed" : " not fixed: " + printable(outcome.why)) + '\n';
         }
-    }
-    std::cerr << (scenes.size() == 1 ? printable(scenes.front()) : std::to_string(scenes.size()) + " files") << ": " << all << " fixed\n";
+    };
+    auto const sums = editing.run(edit, [&](Settings& settings) { applyCommandLine(options, session, settings); });
+    std::cerr << shownName(editing.scenes()) << ": " << (sums.empty() ? 0 : sums[0]) << " fixed\n";
 }
 
 void check(Session& session, CheckCommandOptions const& options)
@@ -304,8 +240,6 @@ void check(Session& session, CheckCommandOptions const& options)
             writeCodes(out.stream());
         return out.commit();
     }
-    if (options.scenes.empty())
-        throw Failure(exitUsage, "check: which SCENE? (zelvan-play check --help)");
     requireSense(options);
     if ((options.unsafeFixes || options.edit.write || options.edit.diff || options.edit.inlined) && !options.fix)
         throw Failure(exitUsage, "--unsafe-fixes, --write, --diff and --inlined go with --fix");
@@ -320,12 +254,9 @@ void addCheckCommand(CLI::App& app, Session& session)
 {
     auto const options = std::make_shared<CheckCommandOptions>();
     CLI::App& command = *app.add_subcommand("check", "Tell what is wrong with the animation of scenes, and where");
-    command.add_option("scene", options->scenes, "X3D files, folders of them; \"-\" is standard input")->option_text("SCENE...");
-    addLimitOptions(command, options->limits);
+    addScenesOptions(command, options->scenes);
     command.add_option("--format", options->format, "how to write the findings (text)")
         ->check(CLI::IsMember({"text", "json", "sarif", "github"}))->option_text("text|json|sarif|github");
-    inRange(command.add_option("-j,--jobs", options->jobs, "files checked at a time (as many as there are processors)"), 1, mostJobs)
-        ->option_text("N");
     // One value for each use of an option, so that the scene may follow it.
     auto const list = [&](char const* name, std::vector<std::string>& values, char const* what, char const* text) {
         auto* const option = command.add_option(name, values, what)->delimiter(',')->allow_extra_args(false);

@@ -2,6 +2,7 @@
 
 #include "player/checking/Suppressions.h"
 #include "player/commands/Playing.h"
+#include "player/editing/Fixes.h"
 #include "player/reading/SceneReader.h"
 
 #include <cstdio>
@@ -11,7 +12,7 @@ namespace Zelvan::play {
 
 namespace {
 
-std::string shownName(std::string const& file)
+std::string fileName(std::string const& file)
 {
     return file == "-" ? "<stdin>" : file;
 }
@@ -19,7 +20,7 @@ std::string shownName(std::string const& file)
 // A scene that cannot be read is a finding, too. The message begins with the place as far as it is known.
 Finding unreadable(std::string const& file, std::string message)
 {
-    Place place{shownName(file)};
+    Place place{fileName(file)};
     std::string const error = ": error: ";
     if (auto const at = message.find(error); at != std::string::npos) {
         std::string const before = message.substr(0, at);
@@ -65,7 +66,8 @@ std::string textOf(Finding const& finding)
 
 Finding notChecked(std::string const& file, std::string const& why)
 {
-    return {Severity::error, "not-checked", {shownName(file)}, "", why, ""};
+    std::string const begin = fileName(file) + ": ";
+    return {Severity::error, "not-checked", {fileName(file)}, "", why.starts_with(begin) ? why.substr(begin.size()) : why, ""};
 }
 
 CheckedFile checkFile(Session const& session, std::string const& file, ReadLimits const& limits, CheckOptions const& options)
@@ -81,8 +83,7 @@ CheckedFile checkFile(Session const& session, std::string const& file, ReadLimit
         if (failure.status() == exitScene)
             read.add(unreadable(file, failure.what()));
         else {
-            std::string const why = failure.what(), name = shownName(file) + ": ";
-            read.add(notChecked(file, why.starts_with(name) ? why.substr(name.size()) : why));
+            read.add(notChecked(file, failure.what()));
             checked.failed = true;
         }
         checked.findings = checkUnread(read.take(), options);
@@ -90,6 +91,7 @@ CheckedFile checkFile(Session const& session, std::string const& file, ReadLimit
     }
     checked.files = scene->fileNames;
     checked.findings = checkWithSuppressions(*scene, read.take(), options);
+    proposeFixes(*scene, checked.findings, options, limits.bytes);
     return checked;
 }
 

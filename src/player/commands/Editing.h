@@ -1,28 +1,58 @@
 #pragma once
 
 #include "player/commands/Playing.h"
+#include "player/commands/SceneJobs.h"
 #include "player/editing/Reduce.h"
+
+#include <functional>
 
 namespace Zelvan::play {
 
-/// Where the edited scene goes.
+/// Where edited scenes go.
 struct EditOptions {
     std::string output; ///< a file; "" and "-" are standard output
     bool write = false, diff = false, inlined = false;
 };
 void addEditOptions(CLI::App& command, EditOptions& options);
 
-/// --max-error and --free.
-void addErrorOptions(CLI::App& command, std::vector<std::string>& maxError, bool& free);
-/// Usage failure when a tolerance names what is no interpolator of the scene.
-void requireInterpolators(Scene& scene, Tolerance const& tolerance);
+/// A command that edits scenes, one or many.
+class SceneEditing {
+public:
+    /// Throws Failure(exitUsage) where many scenes were to go into one output.
+    SceneEditing(Session& session, std::string const& command, ScenesOptions const& scenes, EditOptions const& options);
 
-/// Writes what has been edited: whole files, or nothing. Throws Failure where a file has changed in the meantime, and for
-/// edits of several files that only --write and --diff can take.
-void writeEdits(SceneEdits& edits, EditOptions const& options, OpenedScene const& opened);
+    std::vector<std::string> const& scenes() const { return _scenes; }
+    bool several() const { return _scenes.size() > 1; }
+    /// Whether standard output is for what is told, since the scenes go elsewhere.
+    bool tellsOnOutput() const;
 
-/// A table of what became of each interpolator, and one line for all of them; on standard error where standard output
-/// takes something else.
-void reportChanges(std::vector<TrackChange> const& changes, EditOptions const& options, std::string const& scene, char const* verb);
+    /// Opens each scene, with the settings that `adjust` has had, calls `edit`, which changes it and tells in the result
+    /// what it did, and writes it: whole files, or nothing. Returns the sums of the results' counts. One scene that fails
+    /// does not stop the others; the session's status tells.
+    using Edit = std::function<void(OpenedScene const&, SceneEdits&, SceneResult&)>;
+    std::vector<std::size_t> run(Edit const& edit, std::function<void(Settings&)> const& adjust = [](Settings&) {});
+
+private:
+    void write(SceneEdits& edits, OpenedScene const& opened, std::string& out) const;
+
+    Session& _session;
+    ScenesOptions const& _named;
+    EditOptions const& _options;
+    std::vector<std::string> _scenes;
+};
+
+/// What commands have that give interpolators other keys.
+struct KeysOptions {
+    ScenesOptions scenes;
+    std::vector<std::string> maxError = {"0.1%", "1deg"};
+    bool free = false;
+    EditOptions edit;
+};
+void addKeysOptions(CLI::App& command, KeysOptions& options);
+
+/// Edits scenes, and reports: a table of what became of each interpolator and one line for all of them; of many scenes
+/// tables of those that have changed, and one line for all. `verb` says what was done, the edit's `notes` what else.
+void editKeys(Session& session, std::string const& command, KeysOptions const& options, char const* verb,
+              std::function<std::vector<TrackChange>(OpenedScene const&, SceneEdits&, Tolerance const&, std::string& notes)> const& edit);
 
 } // namespace Zelvan::play

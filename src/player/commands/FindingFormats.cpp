@@ -1,9 +1,8 @@
 #include "player/commands/FindingFormats.h"
 
 #include "player/commands/Checking.h"
-#include "player/commands/SourceLine.h"
+#include "player/commands/SourceLines.h"
 #include "player/commands/Tables.h"
-#include "player/editing/Fixes.h"
 #include "player/scene/Utf8.h"
 
 #include <algorithm>
@@ -35,15 +34,16 @@ public:
     std::string file(std::vector<Finding> const& findings, CheckOptions const& options) const override
     {
         std::string text;
+        SourceLines lines;
         std::map<std::string, std::pair<unsigned, std::size_t>> written; // lines, and how many were held back
         for (Finding const& finding : findings) {
-            auto& [lines, heldBack] = written[finding.code];
-            if (options.perCode != 0 && lines >= options.perCode) {
+            auto& [count, heldBack] = written[finding.code];
+            if (options.perCode != 0 && count >= options.perCode) {
                 heldBack += 1 + finding.more;
                 continue;
             }
-            ++lines;
-            append(text, finding);
+            ++count;
+            append(text, finding, lines);
         }
         for (auto const& [code, count] : written)
             if (count.second > 0)
@@ -52,23 +52,22 @@ public:
     }
 
 private:
-    void append(std::string& text, Finding const& finding) const
+    void append(std::string& text, Finding const& finding, SourceLines& lines) const
     {
         constexpr char const* styles[] = {"\033[2m", "\033[36m", "\033[33m", "\033[31m"}; // faint, cyan, yellow, red
         std::string const place = printable(finding.place.text());
         text += place + ": " + (_styled ? styles[static_cast<unsigned>(finding.severity)] : "") + severityName(finding.severity)
             + (_styled ? "\033[0m: " : ": ") + printable(textOf(finding)) + " [" + finding.code + "]\n";
         if (_styled)
-            text += excerpt(finding.place);
+            text += excerpt(finding.place, lines.line(finding.place));
         if (finding.more > 0)
             text += place + ": ... and " + std::to_string(finding.more) + " more" + (finding.node.empty() ? "" : " at ")
                 + printable(finding.node) + " [" + finding.code + "]\n";
     }
     /// The part of the line around the place, and a mark under it.
-    static std::string excerpt(Place const& place)
+    static std::string excerpt(Place const& place, std::string const& line)
     {
         constexpr std::size_t before = 40, most = 100;
-        std::string const line = sourceLine(place);
         if (place.column == 0 || place.column > line.size())
             return "";
         std::size_t at = place.column - 1, begin = at > before ? at - before : line.find_first_not_of(" \t");
@@ -107,9 +106,16 @@ public:
                           {"node", finding.node},
                           {"message", finding.message},
                           {"advice", finding.advice},
-                          {"fix", fixName(fixOf(finding))}};
+                          {"fix", fixName(finding.fix)}};
             if (finding.more > 0)
                 entry["more"] = finding.more;
+            for (TextChange const& change : finding.changes)
+                entry["changes"].push_back({{"file", change.file},
+                                            {"line", change.begin.line},
+                                            {"column", change.begin.column},
+                                            {"endLine", change.end.line},
+                                            {"endColumn", change.end.column},
+                                            {"text", change.with}});
             text += (text.empty() ? "    " : ",\n    ") + dumped(entry);
         }
         return text;
@@ -119,7 +125,7 @@ public:
     {
         out << "\n  ],\n  \"files\": " << counts.files << ",\n  \"errors\": " << counts.errors << ",\n  \"warnings\": "
             << counts.warnings << ",\n  \"notes\": " << counts.notes << ",\n  \"hints\": " << counts.hints
-            << ",\n  \"fixable\": " << counts.fixable << "\n}\n";
+            << ",\n  \"fixable\": " << counts.fixable << ",\n  \"fixableSafely\": " << counts.fixable - counts.unsafe << "\n}\n";
     }
 };
 
@@ -138,13 +144,15 @@ public:
                              {"properties", {{"fix", fixName(code.fix)}}}});
         Json const driver = {{"name", "zelvan-play"}, {"version", ZELVAN_VERSION}, {"rules", rules}};
         out << "{\"$schema\":\"https://json.schemastore.org/sarif-2.1.0.json\",\"version\":\"2.1.0\",\"runs\":[{\"tool\":"
-            << dumped({{"driver", driver}}) << ",\"columnKind\":\"unicodeCodePoints\",\"results\":[\n";
+            << dumped({{"driver", driver}})
+            << ",\"columnKind\":\"unicodeCodePoints\",\"newlineSequences\":[\"\\r\\n\",\"\\n\",\"\\r\"],\"results\":[\n";
     }
     std::string file(std::vector<Finding> const& findings, CheckOptions const&) const override
     {
         std::string text;
+        SourceLines lines;
         for (Finding const& finding : findings)
-            text += (text.empty() ? "" : ",\n") + dumped(result(finding));
+            text += (text.empty() ? "" : ",\n") + dumped(result(finding, lines));
         return text;
     }
     std::string_view separator() const override { return ",\n"; }
@@ -171,14 +179,15 @@ private:
                 text += {'%', hex[static_cast<unsigned char>(c) >> 4], hex[c & 15]};
         return text;
     }
-    static Json result(Finding const& finding)
+    static Json artifact(std::string const& file) { return {{"uri", uri(file)}}; }
+    static Json result(Finding const& finding, SourceLines& lines)
     {
         CheckCode const& code = codeNamed(finding.code);
-        Json location = {{"artifactLocation", {{"uri", uri(finding.place.file)}}}};
+        Json location = {{"artifactLocation", artifact(finding.place.file)}};
         if (finding.place.line != 0) {
             location["region"] = {{"startLine", finding.place.line}};
             if (finding.place.column != 0)
-                location["region"]["startColumn"] = column(finding.place);
+                location["region"]["startColumn"] = lines.character(finding.place);
         }
         Json where = {{"physicalLocation", location}};
         if (!finding.node.empty())
@@ -190,13 +199,24 @@ private:
                        {"locations", Json::array({where})}};
         if (finding.more > 0)
             result["properties"] = {{"more", finding.more}};
+        if (!finding.changes.empty())
+            result["fixes"] = Json::array({fix(finding, code)});
         return result;
     }
-    /// In characters, where the file tells them from bytes.
-    static std::size_t column(Place const& place)
+    static Json fix(Finding const& finding, CheckCode const& code)
     {
-        std::string const line = sourceLine(place);
-        return place.column - 1 <= line.size() ? characters(std::string_view(line).substr(0, place.column - 1)) + 1 : place.column;
+        Json files = Json::array();
+        for (TextChange const& change : finding.changes) {
+            if (files.empty() || files.back()["artifactLocation"] != artifact(change.file))
+                files.push_back({{"artifactLocation", artifact(change.file)}, {"replacements", Json::array()}});
+            Json const region = {{"startLine", change.begin.line},
+                                 {"startColumn", change.begin.character},
+                                 {"endLine", change.end.line},
+                                 {"endColumn", change.end.character}};
+            files.back()["replacements"].push_back({{"deletedRegion", region}, {"insertedContent", {{"text", change.with}}}});
+        }
+        std::string const safety = finding.fix == Fix::safe ? " What is played stays the same." : " This changes what is played.";
+        return {{"description", {{"text", code.how + safety}}}, {"artifactChanges", files}};
     }
 };
 
@@ -243,7 +263,8 @@ FindingCounts countsOf(std::vector<Finding> const& findings)
         std::size_t const count = 1 + finding.more;
         std::size_t* const bySeverity[] = {&counts.hints, &counts.notes, &counts.warnings, &counts.errors};
         *bySeverity[static_cast<unsigned>(finding.severity)] += count;
-        counts.fixable += fixOf(finding) != Fix::none ? count : 0;
+        counts.fixable += finding.fix != Fix::none ? count : 0;
+        counts.unsafe += finding.fix == Fix::unsafe ? count : 0;
     }
     return counts;
 }
@@ -252,7 +273,8 @@ std::string countsText(FindingCounts const& counts)
 {
     return counted(counts.errors, "error") + ", " + counted(counts.warnings, "warning") + ", " + counted(counts.notes, "note")
         + (counts.hints > 0 ? ", " + counted(counts.hints, "hint") : "")
-        + (counts.fixable > 0 ? ", " + std::to_string(counts.fixable) + " fixable" : "");
+        + (counts.fixable > 0 ? ", " + std::to_string(counts.fixable) + " fixable" : "")
+        + (counts.unsafe > 0 ? " (" + std::to_string(counts.unsafe) + " with --unsafe-fixes only)" : "");
 }
 
 std::unique_ptr<FindingFormat> findingFormat(std::string const& name, bool styled)

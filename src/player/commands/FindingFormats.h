@@ -11,7 +11,12 @@
 namespace Zelvan::play {
 
 struct FindingCounts {
-    std::size_t files = 0, errors = 0, warnings = 0, notes = 0, hints = 0, fixable = 0;
+    std::size_t errors = 0, warnings = 0, notes = 0, hints = 0;
+    std::size_t fixable = 0, unsafe = 0; ///< by `check --fix`, and of these with --unsafe-fixes only
+    std::size_t files = 0;
+    // All but the files.
+    static constexpr std::size_t FindingCounts::*sums[] = {&FindingCounts::errors, &FindingCounts::warnings, &FindingCounts::notes,
+        &FindingCounts::hints, &FindingCounts::fixable, &FindingCounts::unsafe};
 };
 FindingCounts countsOf(std::vector<Finding> const& findings);
 /// "1 error, 2 warnings, 3 notes"; hints, and how many `check --fix` can mend, where there are any.

@@ -1,5 +1,8 @@
 #include "player/commands/Inputs.h"
 
+#include "player/scene/Diagnostics.h"
+#include "player/scene/Utf8.h"
+
 #include <algorithm>
 #include <array>
 #include <filesystem>
@@ -59,8 +62,10 @@ void addFolder(fs::path const& folder, std::vector<std::string>& scenes)
 
 } // namespace
 
-std::vector<std::string> scenesOf(std::vector<std::string> const& named)
+std::vector<std::string> scenesOf(std::vector<std::string> const& named, std::string const& command)
 {
+    if (std::ranges::count(named, "-") > 1)
+        throw Failure(exitUsage, command + ": standard input can be read once only");
     std::vector<std::string> scenes;
     for (std::string const& name : named) {
         std::error_code error;
@@ -69,7 +74,15 @@ std::vector<std::string> scenesOf(std::vector<std::string> const& named)
         else
             scenes.push_back(name);
     }
+    if (scenes.empty()) // a pipeline that looks into the wrong folder must not pass
+        throw Failure(exitUsage, command + (named.empty() ? ": which SCENE? (zelvan-play " + command + " --help)"
+                                                          : ": there is no scene in \"" + named.front() + '"'));
     return scenes;
+}
+
+std::string shownName(std::vector<std::string> const& scenes)
+{
+    return scenes.size() != 1 ? std::to_string(scenes.size()) + " files" : scenes.front() == "-" ? "<stdin>" : printable(scenes.front());
 }
 
 } // namespace Zelvan::play

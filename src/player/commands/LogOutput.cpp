@@ -104,8 +104,9 @@ void showLog(int level, bool all)
     if (all)
         return;
     // Outlives the stream's last flush.
-    static auto* const few = new FewHueErrors(*std::cerr.rdbuf());
-    std::cerr.rdbuf(few);
+    static FewHueErrors* few = nullptr;
+    if (few == nullptr) // what stands in its way later is there to catch what is written
+        std::cerr.rdbuf(few = new FewHueErrors(*std::cerr.rdbuf()));
 }
 
 void forgetShown(int level)

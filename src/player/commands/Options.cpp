@@ -5,7 +5,9 @@
 #include "player/scene/Values.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
+#include <thread>
 #include <type_traits>
 
 namespace Zelvan::play {
@@ -84,6 +86,20 @@ void addSceneOptions(CLI::App& command, SceneOptions& options)
 {
     command.add_option("scene", options.file, "X3D or VRML file; \"-\" is standard input")->required()->option_text("SCENE");
     addLimitOptions(command, options.limits);
+}
+
+void addScenesOptions(CLI::App& command, ScenesOptions& options)
+{
+    command.add_option("scene", options.named, "X3D files, folders of them; \"-\" is standard input")->option_text("SCENE...");
+    addLimitOptions(command, options.limits);
+    inRange(command.add_option("-j,--jobs", options.jobs, "files worked on at a time (as many as there are processors)"), 1, mostJobs)
+        ->option_text("N");
+}
+
+unsigned jobsOf(ScenesOptions const& options, Settings const& settings)
+{
+    unsigned const jobs = options.jobs.value_or(settings.jobs.value);
+    return jobs != 0 ? jobs : std::max(1u, std::thread::hardware_concurrency());
 }
 
 TimeOptionHandles addTimeOptions(CLI::App& command, TimeOptions& options)

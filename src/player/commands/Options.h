@@ -46,6 +46,16 @@ struct SceneOptions {
 };
 void addSceneOptions(CLI::App& command, SceneOptions& options);
 
+/// Options of the commands that take any number of scenes.
+struct ScenesOptions {
+    std::vector<std::string> named; ///< files and folders
+    LimitOptions limits;
+    std::optional<unsigned> jobs;
+};
+void addScenesOptions(CLI::App& command, ScenesOptions& options);
+/// How many processes are to work: what is asked for, over what the settings say.
+unsigned jobsOf(ScenesOptions const& options, Settings const& settings);
+
 /// Options of the commands that let time pass.
 struct TimeOptions {
     std::optional<double> from, to, duration, fps;

@@ -117,6 +117,12 @@ void forget(char const* temporary)
 
 } // namespace
 
+void OutputFile::leaveToParent()
+{
+    for (auto& path : unfinished)
+        path = nullptr;
+}
+
 std::string OutputFile::target(std::string const& path)
 {
     namespace fs = std::filesystem;

@@ -24,6 +24,8 @@ public:
     /// Everything is written: gives the file its name.
     void commit();
 
+    /// In a process that has been forked: what its parent has begun is not its to remove.
+    static void leaveToParent();
     /// Where writing to a path ends: what its symbolic links lead to, also when nothing is there yet.
     static std::string target(std::string const& path);
 

@@ -71,9 +71,16 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
 }
 
 OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, bool allFindings, Staging* staging)
+    : OpenedScene(session, options, SettingsFiles(session.config, session.noConfig).forScene(options.file), allFindings,
+                  staging)
+{
+}
+
+OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, Settings wanted, bool allFindings,
+                         Staging* staging)
     : pool(openPool(session)),
       file(options.file),
-      settings(SettingsFiles(session.config, session.noConfig).forScene(file)),
+      settings(std::move(wanted)),
       limits(options.limits.over(settings)),
       diagnostics(std::cerr, session.strict || settings.strict.value)
 {

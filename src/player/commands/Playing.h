@@ -27,6 +27,9 @@ struct OpenedScene {
     /// `staging`: what is drawn of the scene is kept there.
     explicit OpenedScene(Session const& session, SceneOptions const& options, bool allFindings = false,
                          Staging* staging = nullptr);
+    /// With these settings instead of those that its files say.
+    OpenedScene(Session const& session, SceneOptions const& options, Settings settings, bool allFindings = false,
+                Staging* staging = nullptr);
     ~OpenedScene();
     /// The command's exit status, as far as the scene decides it.
     ExitStatus status() const { return diagnostics.errors() > 0 ? exitScene : exitFine; }

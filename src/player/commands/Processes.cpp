@@ -1,5 +1,6 @@
 #include "player/commands/Processes.h"
 
+#include "player/commands/OutputFile.h"
 #include "player/scene/Diagnostics.h"
 
 #include <algorithm>
@@ -74,6 +75,7 @@ public:
                 }
             ::close(tasks[1]);
             ::close(answers[0]);
+            OutputFile::leaveToParent();
             ::_exit(serve(work, tasks[0], answers[1]));
         }
         int const error = errno;

@@ -344,6 +344,16 @@ Settings SettingsFiles::forScene(std::string const& scene)
     return settings;
 }
 
+void SettingsFiles::readFor(std::vector<std::string> const& scenes)
+{
+    fs::path last;
+    for (std::string const& scene : scenes)
+        if (fs::path const folder = fs::path(scene).parent_path(); &scene == scenes.data() || folder != last) {
+            forScene(scene);
+            last = folder;
+        }
+}
+
 CheckOptions Settings::checkOptions() const
 {
     CheckOptions options;

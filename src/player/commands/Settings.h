@@ -53,6 +53,8 @@ public:
     /// From the file beside the scene or in the nearest folder above it, up to that of the repository (which has .git) or,
     /// outside of any, the current one. Throws Failure(exitUsage), with the place, for what a file must not say.
     Settings forScene(std::string const& scene);
+    /// Reads the files of scenes ahead, so that what is wrong in one is known before any scene is worked on.
+    void readFor(std::vector<std::string> const& scenes);
 
 private:
     struct File;

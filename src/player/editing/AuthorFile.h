@@ -21,6 +21,11 @@ public:
 
     /// The bytes from `begin` to `end` become `with`. The ranges of a file do not overlap; what changes nothing is dropped.
     void replace(std::size_t begin, std::size_t end, std::string with);
+    struct Edit {
+        std::size_t begin, end;
+        std::string with;
+    };
+    std::vector<Edit> const& edits() const { return _edits; } ///< in the order of the text
     bool changed() const { return !_edits.empty(); }
     void forgetEdits() { _edits.clear(); }
 
@@ -33,17 +38,13 @@ public:
     void requireUnchangedOnDisk() const;
 
 private:
-    struct Edit {
-        std::size_t begin, end;
-        std::string with;
-    };
     [[noreturn]] void refuse(std::string const& why) const;
     /// Of the text from `begin` to `end`, where no edit lies across.
     std::string edited(std::size_t begin, std::size_t end) const;
 
     std::string _path, _bytes, _text;
     bool _compressed = false, _classic = false;
-    std::vector<Edit> _edits; ///< in the order of the text
+    std::vector<Edit> _edits;
 };
 
 } // namespace Zelvan::play

@@ -10,6 +10,7 @@ struct FixOutcome {
     std::string code, node;
     bool done = false;
     std::string why; ///< it was not done
+    std::uint32_t file = 0; ///< of the scene, that its keys stand in
 };
 
 /// Mends what `findings` say of a scene, as the table of codes describes, and writes it into its edits: the safe fixes,
@@ -17,7 +18,11 @@ struct FixOutcome {
 /// A node whose safe fixes change a single bit of what it plays, at its keys and densely in between, stays as it is.
 std::vector<FixOutcome> fixScene(Scene& scene, SceneEdits& edits, std::vector<Finding> findings, CheckOptions const& options, bool unsafe);
 
-/// Whether a finding can be fixed, and how safely: what its code allows, as far as this one is of that kind.
+/// Whether a finding is of a kind that can be fixed, and how safely.
 Fix fixOf(Finding const& finding);
+
+/// Finds out which of the findings of a scene can be fixed, and by what changes; the scene stays as it is. `options` are
+/// those it was checked with.
+void proposeFixes(Scene& scene, std::vector<Finding>& findings, CheckOptions const& options, std::size_t mostBytes);
 
 } // namespace Zelvan::play

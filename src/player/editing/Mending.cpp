@@ -58,6 +58,12 @@ void Mending::give(SceneNode const& node) const
     assignNumbers(valuesOf(node), floatsOf(_values));
 }
 
+void Mending::restore(SceneNode const& node) const
+{
+    fieldOf(node, "key")->assignValue(*_oldKeys);
+    valuesOf(node).assignValue(*_oldValues);
+}
+
 std::size_t Mending::width() const
 {
     return _blocks && !_keys.empty() ? _values.size() / _components / _keys.size() * _components : _components;

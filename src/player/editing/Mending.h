@@ -17,6 +17,8 @@ public:
     bool apply(std::string const& code, std::set<std::size_t> const& elements, bool unsafe);
     /// Gives the node the keys and values as they are now.
     void give(SceneNode const& node) const;
+    /// Gives it those it had.
+    void restore(SceneNode const& node) const;
 
     bool changed() const { return _changed; }
     std::vector<NumberList::Number> const& keys() const { return _keys; }
