@@ -21,36 +21,114 @@ if(ZELVAN_FRAMEWORK STREQUAL "bundled")
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT Development)
 endif()
 
-# One package per component: <component> <package> <section> <sentence>
-set(CPACK_COMPONENTS_ALL "")
-function(zelvan_package component package section summary)
-    string(TOUPPER ${component} upper)
-    install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} RENAME copyright
-        COMPONENT ${component})
-    set(CPACK_COMPONENTS_ALL ${CPACK_COMPONENTS_ALL} ${component} PARENT_SCOPE)
-    set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${package} PARENT_SCOPE)
-    set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section} PARENT_SCOPE)
-    set(CPACK_COMPONENT_${upper}_DESCRIPTION ${summary} PARENT_SCOPE)
+# The newest entry of the changelog dates the packages: two builds of one commit give the same bytes.
+file(READ CHANGELOG.md changes LIMIT 1000)
+if(NOT changes MATCHES "\n## ${PROJECT_VERSION}, ([0-9-]+)\n")
+    message(FATAL_ERROR "CHANGELOG.md: expected \"## ${PROJECT_VERSION}, <date>\" as its first entry")
+endif()
+set(released ${CMAKE_MATCH_1})
+execute_process(COMMAND date -u -R -d ${released} OUTPUT_VARIABLE ZELVAN_RELEASED OUTPUT_STRIP_TRAILING_WHITESPACE)
+execute_process(COMMAND date -u +%s -d ${released} OUTPUT_VARIABLE CPACK_ZELVAN_EPOCH OUTPUT_STRIP_TRAILING_WHITESPACE)
+set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
+set(CPACK_PACKAGE_CONTACT "Zelvan maintainers <maintainers@zelvan.invalid>")
+
+# zelvan_gzip(<file> <compressed file>): the same bytes whenever it is done.
+function(zelvan_gzip from to)
+    execute_process(COMMAND gzip -9nc ${from} OUTPUT_FILE ${to} COMMAND_ERROR_IS_FATAL ANY)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${from})
 endfunction()
-zelvan_package(Runtime libzelvan-interpolation${PROJECT_VERSION_MAJOR} libs
-    "X3D interpolator nodes for the Zelvan scene framework: libraries")
-zelvan_package(Development libzelvan-interpolation-dev libdevel
-    "X3D interpolator nodes for the Zelvan scene framework: development files")
+set(packaging ${CMAKE_CURRENT_BINARY_DIR}/packaging)
+file(MAKE_DIRECTORY ${packaging})
+zelvan_gzip(${CMAKE_CURRENT_SOURCE_DIR}/CHANGELOG.md ${packaging}/changelog.gz)
+configure_file(packaging/changelog.Debian.in ${packaging}/changelog.Debian @ONLY)
+zelvan_gzip(${packaging}/changelog.Debian ${packaging}/changelog.Debian.gz)
+
+# Whose code is compiled into what, with the file of its notice: <name> <file>.
+set(noticeOfEigen /usr/share/doc/libeigen3-dev/copyright)
+set(noticeOfCLI11 /usr/share/doc/libcli11-dev/copyright)
+set(noticeOfJson /usr/share/doc/nlohmann-json3-dev/copyright)
+set(noticeOfToml++ /usr/share/doc/libtomlplusplus-dev/copyright)
+set(noticeOfDygraphs ${ZELVAN_DYGRAPHS_LICENCE})
+set(noticeOfX3DOM ${ZELVAN_X3DOM_LICENCE}) # where pages carry it
+set(noticeOfPybind11 /usr/share/doc/pybind11-dev/copyright)
+
+# zelvan_package(<component> <package> <section> <same or foreign> <sentence> <paragraph> <what is compiled in>...): one
+# package per component. `same`: can be installed for several architectures at once.
+set(CPACK_COMPONENTS_ALL "")
+macro(zelvan_package component package section multiArch summary description)
+    string(TOUPPER ${component} upper)
+    file(READ LICENSE copyright)
+    foreach(part IN ITEMS ${ARGN})
+        if(noticeOf${part} AND EXISTS ${noticeOf${part}})
+            file(READ ${noticeOf${part}} notice)
+            string(REGEX REPLACE "[ \t]+\n" "\n" notice "${notice}")
+            string(REPLACE "\n" "\n    " notice "${notice}")
+            string(APPEND copyright "\n\nParts of ${part} are compiled in. Its notice:\n\n    ${notice}")
+        endif()
+    endforeach()
+    string(REGEX REPLACE "[ \t]+\n" "\n" copyright "${copyright}")
+    file(CONFIGURE OUTPUT ${packaging}/${package}.copyright CONTENT "zelvan-interpolation\n\n@copyright@\n" @ONLY)
+    install(FILES ${packaging}/${package}.copyright DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} RENAME copyright
+        COMPONENT ${component})
+    install(FILES ${packaging}/changelog.gz ${packaging}/changelog.Debian.gz
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${package} COMPONENT ${component})
+    if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/packaging/overrides/${package})
+        install(FILES packaging/overrides/${package} DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
+            COMPONENT ${component})
+    endif()
+    list(APPEND CPACK_COMPONENTS_ALL ${component})
+    set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${package})
+    set(CPACK_DEBIAN_${upper}_PACKAGE_SECTION ${section})
+    set(CPACK_DEBIAN_${upper}_DESCRIPTION "${summary}\n${description}")
+    list(APPEND CPACK_ZELVAN_MULTI_ARCH ${package}=${multiArch})
+endmacro()
+set(what "X3D interpolator nodes for the Zelvan scene framework")
+zelvan_package(Runtime libzelvan-interpolation${PROJECT_VERSION_MAJOR} libs same "${what} - libraries"
+    "The node types of X3D's Interpolation component, and others, as a library that a scene framework loads, with a stand-in of that framework and of OpenSG's value types." Eigen)
+zelvan_package(Development libzelvan-interpolation-dev libdevel same "${what} - development files"
+    "Headers, a CMake package and a pkg-config file for programs that use the libraries.")
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS Runtime)
 if(ZELVAN_PLAYER)
-    zelvan_package(Player zelvan-play graphics "Plays, checks and exports the animation of X3D scenes")
+    zelvan_package(Player zelvan-play graphics foreign "plays, checks and exports the animation of X3D scenes"
+        "A program for scene authors: it plays scenes (X3D, ClassicVRML, VRML97) without a window, shows the curves, finds what is wrong with keys, values and routes, and reduces, bakes and compares them."
+        CLI11 Json Toml++ Dygraphs X3DOM)
     set(CPACK_COMPONENT_PLAYER_DEPENDS Runtime)
+endif()
+if(ZELVAN_PYTHON_RUNS)
+    zelvan_package(Python python3-zelvan-interpolation python same "${what} - Python module"
+        "Values of all interpolator types as numpy arrays, and the animation of X3D scenes: played, checked, reduced, baked and compared."
+        Json Pybind11)
+    set(CPACK_COMPONENT_PYTHON_DEPENDS Runtime)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11), python3 (<< 3.12), python3-numpy")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+        ${CMAKE_CURRENT_SOURCE_DIR}/packaging/python/postinst ${CMAKE_CURRENT_SOURCE_DIR}/packaging/python/prerm)
+endif()
+if(ZELVAN_PLAYER)
+    zelvan_package(Documentation libzelvan-interpolation-doc doc foreign "${what} - documents"
+        "Documents of the libraries, the node types and the program, with example scenes, a first program and a Python script.")
+    set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
+    set(docsDir ${CMAKE_INSTALL_DATADIR}/doc/libzelvan-interpolation-doc)
+    file(GLOB documents CONFIGURE_DEPENDS docs/*.md)
+    install(FILES README.md ${documents} DESTINATION ${docsDir} COMPONENT Documentation)
+    install(DIRECTORY examples DESTINATION ${docsDir} COMPONENT Documentation
+        FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ PATTERN __pycache__ EXCLUDE)
+    if(ZELVAN_DOCS_FOLDER)
+        install(DIRECTORY ${ZELVAN_DOCS_FOLDER} DESTINATION ${docsDir} COMPONENT Documentation)
+    endif()
 endif()
 
 set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_CONTACT "Zelvan maintainers <maintainers@zelvan.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_ZELVAN_SOURCE ${CMAKE_CURRENT_SOURCE_DIR})
+set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/FinishPackages.cmake)
 include(CPack)

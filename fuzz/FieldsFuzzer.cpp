@@ -66,7 +66,8 @@ void step(Field& field, Input& input)
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size)
 {
     Zelvan::fuzz::Input input(data, size);
-    auto const field = Zelvan::play::makeField(Zelvan::fuzz::types[input.below(15)]);
+    using Zelvan::fuzz::types;
+    auto const field = Zelvan::play::makeField(types[input.below(static_cast<unsigned>(std::size(types)))]);
     for (int steps = 0; steps < 4 && !input.empty(); ++steps)
         Zelvan::fuzz::step(*field, input);
     return 0;

@@ -7,7 +7,9 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 # Debian packages by what they are for.
 build_packages="g++ cmake ninja-build libeigen3-dev libpugixml-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev zlib1g-dev libjs-dygraphs pkg-config
 librsvg2-dev libutf8proc-dev"
-test_packages="libgtest-dev libgmock-dev dpkg-dev file man-db python3-jsonschema"
+python_packages="python3-dev python3-numpy pybind11-dev" # without them the Python module is left out
+test_packages="libgtest-dev libgmock-dev dpkg-dev file lintian man-db python3-jsonschema"
+docs_packages="doxygen" # without it the documents of the headers are left out
 
 # need PACKAGE...: installs those that are missing; says so.
 need() {

@@ -18,6 +18,7 @@ player/drawing         = OpenSG base coreNodePool player/scene player/reading pl
 player/editing         = OpenSG base coreNodePool player/scene player/reading player/playing player/checking
 player/commands        = OpenSG base coreNodePool player/scene player/reading player/playing player/checking player/drawing player/editing
 player                 = player/commands
+python                 = OpenSG base coreNodePool player/scene player/reading player/playing player/checking player/editing
 '
 
 # check <folder>: complains about the includes below it; 1 when there is one to complain about.
@@ -47,7 +48,7 @@ check()
             header = substr($0, 1, match($0, /[">]/) - 1)
             to = folderOf(header)
             own = to == folder || "opensg/" to == folder
-            ours = (to in allowed) || to == "OpenSG" || to ~ /^player(\/|$)/
+            ours = (to in allowed) || to == "OpenSG" || to ~ /^(player|python)(\/|$)/
             if (!ours || own)
                 next
             includes++
@@ -81,5 +82,6 @@ plant "$1" player/reading/SceneReader.h '"player/commands/Tables.h"' 'reading/Sc
 plant "$1" player/reading/SceneReader.h '"player/playing/Clock.h"' 'includes player/playing, but player/reading may include only'
 plant "$1" interpolationNodePool/Kernels.h '<player/scene/Scene.h>' 'includes player/scene, but interpolationNodePool may'
 plant "$1" base/Field.h '"interpolationNodePool/Slerp.h"' 'src/base/Field.h:'
+plant "$1" python/Scenes.h '"player/commands/Tables.h"' 'includes player/commands, but python may include only'
 plant "$1" player/main.cpp '"player/scene/Scene.h"' 'src/player/main.cpp:'
 exit $status

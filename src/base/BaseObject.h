@@ -34,8 +34,8 @@ private:
 };
 
 /// Base of nodes and processors: a reference count and an orderly end.
-/// Objects start with no reference: whoever keeps one takes a reference, also whoever made it. The last `unref()` ends
-/// the object; `delete` ends it whatever references there are.
+/// Objects start with no reference. Whoever keeps one takes a reference and gives it back, as a namespace does for each of
+/// its nodes; a maker that hands it over needs none. The last `unref()` ends it; `delete` does whatever references there are.
 class ZELVAN_BASE_API RefCountObject : public BaseObject {
 public:
     RefCountObject() = default;

@@ -75,7 +75,7 @@ public:
     /// name as its alias; null when there is neither.
     NodeType* creatableType();
     /// A node of `creatableType()` with its processor attached and the default texts of its descriptions
-    /// applied; null when the type is abstract. There is no reference to it yet.
+    /// applied; null when the type is abstract. NodeNameSpace::add() keeps it.
     Node* createNodeWithProc(NodeNameSpace& nameSpace, char const* name);
 
     NodeTypeNameSpace& _nameSpace;

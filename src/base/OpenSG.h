@@ -1,8 +1,8 @@
 #pragma once
 
-// The OpenSG types the fields are made of. Every other file includes them through this one: a template over
-// a type of hidden visibility is hidden itself, whatever its own attribute says, and the field classes must
-// be the same ones in every library.
+/// @file
+/// The OpenSG types the fields are made of, for every other file: a template over a type of hidden visibility is hidden
+/// itself, whatever its own attribute says, and the field classes must be the same ones in every library.
 #pragma GCC visibility push(default)
 #include <OpenSG/OSGConfig.h>
 

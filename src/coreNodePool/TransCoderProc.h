@@ -6,7 +6,7 @@
 namespace Zelvan {
 
 class TransCoder;
-
+/// Base of the processors of all types that make values of values.
 class ZELVAN_CORE_API TransCoderProc : public SceneBaseNodeProc {
 public:
     TransCoderProc(NodeType& type, Node& node);

@@ -6,7 +6,7 @@
 namespace Zelvan {
 
 class ColorInterpolator;
-
+/// Computes the values that a ColorInterpolator sends.
 class ZELVAN_INTERPOLATION_API ColorInterpolatorProc : public LinearInterpolatorProc {
     ZELVAN_PROC(ColorInterpolator)
 public:

@@ -8,7 +8,7 @@
 namespace Zelvan {
 
 class CoordinateInterpolator2D;
-
+/// Computes the values that a CoordinateInterpolator2D sends.
 class ZELVAN_INTERPOLATION_API CoordinateInterpolator2DProc : public CoordinateInterpolatorProc {
     ZELVAN_PROC(CoordinateInterpolator2D)
 public:

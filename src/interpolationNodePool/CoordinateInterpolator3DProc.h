@@ -8,7 +8,7 @@
 namespace Zelvan {
 
 class CoordinateInterpolator3D;
-
+/// Computes the values that a CoordinateInterpolator3D sends.
 class ZELVAN_INTERPOLATION_API CoordinateInterpolator3DProc : public CoordinateInterpolatorProc {
     ZELVAN_PROC(CoordinateInterpolator3D)
 public:

@@ -5,7 +5,7 @@
 namespace Zelvan {
 
 class EaseInEaseOut;
-
+/// Computes the fractions that an EaseInEaseOut sends.
 class ZELVAN_INTERPOLATION_API EaseInEaseOutProc : public InterpolatorProc {
     ZELVAN_PROC(EaseInEaseOut)
 public:

@@ -1,8 +1,8 @@
 #pragma once
 
-// All that the pool takes from outside: OpenSG's value types and log, and the framework's classes. What the pool finds
-// convenient beyond them is its own.
-
+/// @file
+/// All that the pool takes from outside: OpenSG's value types and log, and the framework's classes. What the pool finds
+/// convenient beyond them is its own.
 // A template over a type of hidden visibility is hidden itself, whatever its own attribute says, and the field classes
 // must be the same ones in every library.
 #pragma GCC visibility push(default)

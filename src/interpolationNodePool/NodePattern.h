@@ -47,7 +47,7 @@ inline unsigned fieldIndex(Field const& field)
     return field._desc ? field._desc->_index : ~0u;
 }
 
-/// What the 22 type records differ in; see NodeType for the meanings.
+/// What the type records differ in; see NodeType for the meanings.
 struct TypeRecord {
     char const* name;
     char const* parent;

@@ -8,7 +8,7 @@
 namespace Zelvan {
 
 class NormalInterpolator;
-
+/// Computes the values that a NormalInterpolator sends.
 class ZELVAN_INTERPOLATION_API NormalInterpolatorProc : public LinearInterpolatorProc {
     ZELVAN_PROC(NormalInterpolator)
 public:

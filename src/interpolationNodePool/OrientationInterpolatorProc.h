@@ -7,7 +7,7 @@
 namespace Zelvan {
 
 class OrientationInterpolator;
-
+/// Computes the values that a OrientationInterpolator sends.
 class ZELVAN_INTERPOLATION_API OrientationInterpolatorProc : public LinearInterpolatorProc {
     ZELVAN_PROC(OrientationInterpolator)
 public:

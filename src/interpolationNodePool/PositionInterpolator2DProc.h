@@ -6,7 +6,7 @@
 namespace Zelvan {
 
 class PositionInterpolator2D;
-
+/// Computes the values that a PositionInterpolator2D sends.
 class ZELVAN_INTERPOLATION_API PositionInterpolator2DProc : public PositionInterpolatorProc {
     ZELVAN_PROC(PositionInterpolator2D)
 public:

@@ -6,7 +6,7 @@
 namespace Zelvan {
 
 class PositionInterpolator3D;
-
+/// Computes the values that a PositionInterpolator3D sends.
 class ZELVAN_INTERPOLATION_API PositionInterpolator3DProc : public PositionInterpolatorProc {
     ZELVAN_PROC(PositionInterpolator3D)
 public:

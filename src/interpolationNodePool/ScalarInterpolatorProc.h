@@ -5,7 +5,7 @@
 namespace Zelvan {
 
 class ScalarInterpolator;
-
+/// Computes the values that a ScalarInterpolator sends.
 class ZELVAN_INTERPOLATION_API ScalarInterpolatorProc : public LinearInterpolatorProc {
     ZELVAN_PROC(ScalarInterpolator)
 public:

@@ -5,7 +5,7 @@
 namespace Zelvan {
 
 class SplineInterpolator;
-
+/// Base of the processors of all SplineInterpolators, with what they do about `closed`.
 class ZELVAN_INTERPOLATION_API SplineInterpolatorProc : public NonlinearInterpolatorProc {
     ZELVAN_PROC(SplineInterpolator)
 public:

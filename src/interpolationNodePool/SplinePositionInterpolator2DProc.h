@@ -6,7 +6,7 @@
 namespace Zelvan {
 
 class SplinePositionInterpolator2D;
-
+/// Computes the values that a SplinePositionInterpolator2D sends.
 class ZELVAN_INTERPOLATION_API SplinePositionInterpolator2DProc : public SplinePositionInterpolatorProc {
     ZELVAN_PROC(SplinePositionInterpolator2D)
 public:

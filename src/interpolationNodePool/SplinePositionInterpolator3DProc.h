@@ -6,7 +6,7 @@
 namespace Zelvan {
 
 class SplinePositionInterpolator3D;
-
+/// Computes the values that a SplinePositionInterpolator3D sends.
 class ZELVAN_INTERPOLATION_API SplinePositionInterpolator3DProc : public SplinePositionInterpolatorProc {
     ZELVAN_PROC(SplinePositionInterpolator3D)
 public:

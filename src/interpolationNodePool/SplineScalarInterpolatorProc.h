@@ -5,7 +5,7 @@
 namespace Zelvan {
 
 class SplineScalarInterpolator;
-
+/// Computes the values that a SplineScalarInterpolator sends.
 class ZELVAN_INTERPOLATION_API SplineScalarInterpolatorProc : public SplineInterpolatorProc {
     ZELVAN_PROC(SplineScalarInterpolator)
 public:

@@ -10,7 +10,7 @@
 namespace Zelvan {
 
 class TransformationInterpolator;
-
+/// Computes the values that a TransformationInterpolator sends.
 class ZELVAN_INTERPOLATION_API TransformationInterpolatorProc : public LinearInterpolatorProc {
     ZELVAN_PROC(TransformationInterpolator)
 public:

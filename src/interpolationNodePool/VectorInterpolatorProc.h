@@ -7,7 +7,7 @@
 namespace Zelvan {
 
 class VectorInterpolator;
-
+/// Computes the values that a VectorInterpolator sends.
 class ZELVAN_INTERPOLATION_API VectorInterpolatorProc : public LinearInterpolatorProc {
     ZELVAN_PROC(VectorInterpolator)
 public:

@@ -1,7 +1,10 @@
 if(ZELVAN_INSTALL)
     set_target_properties(zelvan-play PROPERTIES INSTALL_RPATH "$ORIGIN/${ZELVAN_LIBRARIES_FROM_PROGRAMS}")
     install(TARGETS zelvan-play RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Player)
-    install(FILES ${PROJECT_SOURCE_DIR}/packaging/zelvan-play.1
+    execute_process(COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/packaging/zelvan-play.1
+        OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/zelvan-play.1.gz COMMAND_ERROR_IS_FATAL ANY)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/packaging/zelvan-play.1)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelvan-play.1.gz
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Player)
     install(FILES ${PROJECT_SOURCE_DIR}/packaging/zelvan-play.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zelvan-play COMPONENT Player)

@@ -30,17 +30,6 @@ double timeSuffix(std::string& text, double otherwise, std::string const& option
     return time;
 }
 
-/// When all sensors that will run have run through a cycle; 5 s when none will.
-double cycleEnd(Clock const& clock)
-{
-    constexpr double longest = 60, otherwise = 5;
-    double end = 0;
-    for (Clock::Sensor const& sensor : clock.planned(longest))
-        for (Clock::Run const& run : sensor.runs)
-            end = std::max(end, std::min(run.start + run.cycle, longest));
-    return end > 0 ? end : otherwise;
-}
-
 } // namespace
 
 std::string openPool(Session const& session)
@@ -130,7 +119,7 @@ Timing prepare(Clock& clock, TimeOptions const& options, Settings const& setting
     timing.to = options.duration    ? timing.from + *options.duration
         : options.to                ? *options.to
         : settings.to.value         ? *settings.to.value
-                                    : std::max(timing.from, cycleEnd(clock));
+                                    : std::max(timing.from, clock.cycleEnd());
     return timing;
 }
 

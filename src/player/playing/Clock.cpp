@@ -296,6 +296,16 @@ std::vector<Clock::Sensor> Clock::planned(double until) const
     return plan;
 }
 
+double Clock::cycleEnd() const
+{
+    constexpr double longest = 60, otherwise = 5;
+    double end = 0;
+    for (Sensor const& sensor : planned(longest))
+        for (Run const& run : sensor.runs)
+            end = std::max(end, std::min(run.start + run.cycle, longest));
+    return end > 0 ? end : otherwise;
+}
+
 std::string Clock::waitsFor(Sensor const& sensor) const
 {
     std::string const start = " (--start " + sensor.node->name + ')';

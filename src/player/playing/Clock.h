@@ -78,6 +78,8 @@ public:
     static std::vector<double> seamsOf(Sensor const& sensor, std::size_t most);
     /// Runs that are known before time has passed: of sensors that run from the opening or that are to be started.
     std::vector<Sensor> planned(double until) const;
+    /// When all sensors that will run have run through a cycle; 5 s when none will.
+    double cycleEnd() const;
     /// What a sensor that does not run waits for, and the option that starts it; empty while it runs.
     std::string waitsFor(Sensor const& sensor) const;
 

@@ -3,6 +3,8 @@
 
 #include "Host.h"
 
+#include "interpolationNodePool/NodeTypes.h"
+
 #include <OpenSG/OSGLog.h>
 
 #include <cmath>
@@ -30,20 +32,30 @@ void Host::sent(char const* field, double time, std::string const& bin)
 namespace {
 
 struct Case {
-    char const* type;
+    std::string type;
     unsigned list;  ///< index of the values
     unsigned width; ///< floats of one value
     bool blocks;    ///< several values for each key
-} const cases[] = {
-    {"ColorInterpolator", 5, 3, false},          {"CoordinateInterpolator2D", 5, 2, true},
-    {"CoordinateInterpolator3D", 5, 3, true},    {"EaseInEaseOut", 5, 2, false},
-    {"NormalInterpolator", 5, 3, true},          {"OrientationInterpolator", 5, 9, false},
-    {"PositionInterpolator2D", 5, 2, false},     {"PositionInterpolator3D", 5, 3, false},
-    {"ScalarInterpolator", 5, 1, false},         {"SplinePositionInterpolator2D", 7, 2, false},
-    {"SplinePositionInterpolator3D", 7, 3, false}, {"SplineScalarInterpolator", 7, 1, false},
-    {"SquadOrientationInterpolator", 6, 9, false}, {"TransformationInterpolator", 5, 16, false},
-    {"VectorInterpolator", 5, 1, true},
 };
+
+// A type as its class describes it.
+template <class Class>
+void addCase(std::vector<Case>& cases)
+{
+    if constexpr (requires(Class node) { node._keyValue; })
+        cases.push_back({Class::_type._name, Class::keyValueIndex, sizeof(std::declval<Class&>()._keyValue._value[0]) / sizeof(float),
+                         requires(Class node) { node._value_changed._value.size(); }});
+    else if constexpr (requires(Class node) { node._easeInEaseOut; })
+        cases.push_back({Class::_type._name, Class::easeInEaseOutIndex, 2, false});
+}
+template <class... Classes>
+std::vector<Case> allCases()
+{
+    std::vector<Case> cases;
+    (addCase<Classes>(cases), ...);
+    return cases;
+}
+
 constexpr unsigned fractionIndex = 3, keyIndex = 4, modeIndex = 7;
 
 std::mt19937 random;
@@ -106,15 +118,16 @@ int main()
     osg::osgLog().setLogLevel(osg::LOG_INFO);
     osg::osgLog().setStream(std::cout);
     std::cout << std::boolalpha << initInterpolationNodePool() << std::endl;
+    std::vector<Case> const cases = allCases<ZELVAN_NODE_TYPES>();
     for (bool const binary : {false, true}) {
         Host host(binary);
         for (Case const& c : cases)
             for (unsigned const keys : {0u, 1u, 2u, 7u, 40u}) {
-                std::printf("%s %u %d\n", c.type, keys, binary);
+                std::printf("%s %u %d\n", c.type.c_str(), keys, binary);
                 std::fflush(stdout);
-                host.create(c.type);
+                host.create(c.type.c_str());
                 drive(host, c, keys);
-                if (std::string(c.type) == "TransformationInterpolator" && keys > 0) {
+                if (c.type == "TransformationInterpolator" && keys > 0) {
                     host.change(modeIndex, "component", 0);
                     drive(host, c, keys);
                 }
