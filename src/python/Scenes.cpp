@@ -97,7 +97,8 @@ std::vector<Track> playScene(ReadScene& read, PlayOptions const& options, Patien
         patience();
     }
     recorder.finish();
-    return recorder.tracks();
+    auto const tracks = recorder.tracks();
+    return {tracks.begin(), tracks.end()};
 }
 
 std::vector<SweptTrack> sweepScene(ReadScene& read, std::vector<float> const& fractions, unsigned steps, bool atKeys, Patience& patience)

@@ -146,22 +146,22 @@ void addNodesOption(CLI::App& command, std::vector<std::string>& patterns)
         ->group("Output");
 }
 
-void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axis)
+CLI::Option* addOutputOptions(CLI::App& command, OutputOptions& options, char const* axis)
 {
     auto const output = [&](char const* name, std::string& value, std::string const& what) {
-        command.add_option(name, value, what)->option_text("FILE")->group("Output");
+        return command.add_option(name, value, what)->option_text("FILE")->group("Output");
     };
     output("--csv", options.csv, "one line per event: " + std::string(axis) + ", node, field, value; \"-\" is standard output");
     output("--jsonl", options.jsonLines, "the same as JSON Lines");
     output("--svg", options.svg, "the curves as a picture");
     output("--png", options.png, "the same in pixels");
-    output("--html", options.html, "the curves as a page to zoom into");
+    return output("--html", options.html, "the curves as a page to zoom into");
 }
 
-void addSceneInPageOption(CLI::App& command, OutputOptions& options)
+void addSceneInPageOption(CLI::App& command, OutputOptions& options, CLI::Option* page)
 {
     command.add_flag("--scene", options.scene, "the scene itself in the page, drawn by X3DOM and moved by what was recorded")
-        ->needs("--html")
+        ->needs(page)
         ->group("Output");
 }
 

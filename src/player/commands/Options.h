@@ -83,9 +83,9 @@ struct OutputOptions {
     bool pictures() const { return !svg.empty() || !png.empty() || !html.empty(); }
 };
 /// --scene: the scene itself in the page.
-void addSceneInPageOption(CLI::App& command, OutputOptions& options);
-/// `axis` names what stands beside the values: "time", "fraction".
-void addOutputOptions(CLI::App& command, OutputOptions& options, char const* axis);
+void addSceneInPageOption(CLI::App& command, OutputOptions& options, CLI::Option* page);
+/// `axis` names what stands beside the values: "time", "fraction". Gives --html, which other options may need.
+CLI::Option* addOutputOptions(CLI::App& command, OutputOptions& options, char const* axis);
 
 /// Refuses what is no number or lies outside `low` to `high`, which the option's description states then.
 CLI::Option* inRange(CLI::Option* option, double low, double high);

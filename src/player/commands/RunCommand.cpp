@@ -64,8 +64,8 @@ void addRunCommand(CLI::App& app, Session& session)
     CLI::App& command = *app.add_subcommand("run", "Play a scene and show what its interpolators send");
     addSceneOptions(command, options->scene);
     addTimeOptions(command, options->time);
-    addOutputOptions(command, options->output, "time");
-    addSceneInPageOption(command, options->output);
+    CLI::Option* const page = addOutputOptions(command, options->output, "time");
+    addSceneInPageOption(command, options->output, page);
     addNodesOption(command, options->nodes);
     command.footer("Examples:\n"
                    "  zelvan-play run door.x3d\n"

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstring>
 #include <fstream>
+#include <memory>
+#include <new>
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
@@ -20,7 +22,7 @@ std::string readAll(std::string const& path)
     errno = 0;
     std::ifstream in(path, std::ios::binary);
     std::ostringstream bytes;
-    bytes.exceptions(std::ios::badbit);
+    bytes.exceptions(std::ios::badbit | std::ios::failbit);
     if (in && in.peek() != std::ifstream::traits_type::eof())
         bytes << in.rdbuf();
     if (!in && !in.eof())
@@ -36,6 +38,7 @@ std::string uncompressed(std::string const& bytes, std::size_t most)
         throw std::bad_alloc();
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
     stream.avail_in = static_cast<uInt>(bytes.size());
+    std::unique_ptr<z_stream, int (*)(z_stream*)> const end(&stream, inflateEnd);
     std::string text;
     std::vector<char> room(std::size_t(1) << 16);
     int result = Z_OK;
@@ -47,7 +50,8 @@ std::string uncompressed(std::string const& bytes, std::size_t most)
         if (result == Z_STREAM_END && stream.avail_in > 0) // another member
             result = inflateReset(&stream);
     }
-    inflateEnd(&stream);
+    if (result == Z_MEM_ERROR)
+        throw std::bad_alloc();
     return result == Z_STREAM_END && text.size() <= most ? text : "";
 }
 
@@ -56,6 +60,7 @@ std::string compressed(std::string const& text)
     z_stream stream{};
     if (deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, 16 + MAX_WBITS, 8, Z_DEFAULT_STRATEGY) != Z_OK)
         throw std::bad_alloc();
+    std::unique_ptr<z_stream, int (*)(z_stream*)> const end(&stream, deflateEnd);
     std::string bytes(deflateBound(&stream, text.size()), '\0');
     stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
     stream.avail_in = static_cast<uInt>(text.size());
@@ -63,7 +68,6 @@ std::string compressed(std::string const& text)
     stream.avail_out = static_cast<uInt>(bytes.size());
     deflate(&stream, Z_FINISH);
     bytes.resize(stream.total_out);
-    deflateEnd(&stream);
     return bytes;
 }
 

@@ -33,6 +33,8 @@ public:
             try {
                 change.left = bake(node, chain, change);
             } catch (Failure const& failure) {
+                if (failure.status() == exitMachine)
+                    throw;
                 change.left = failure.what();
             }
             _result.changes.push_back(std::move(change));

@@ -115,6 +115,8 @@ private:
             else
                 outcome.why = apply(node, *places, code, elements);
         } catch (Failure const& failure) {
+            if (failure.status() == exitMachine)
+                throw;
             outcome.why = failure.what();
         }
         outcome.done = outcome.why.empty();

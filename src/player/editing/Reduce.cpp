@@ -103,6 +103,8 @@ std::vector<TrackChange> reduceScene(Scene const& scene, SceneEdits& edits, Tole
                     if (change.after < change.before)
                         write(reduced, track, *places, node, edits);
                 } catch (Failure const& failure) {
+                    if (failure.status() == exitMachine)
+                        throw;
                     change.after = change.before;
                     change.left = failure.what();
                 }
