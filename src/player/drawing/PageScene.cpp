@@ -44,7 +44,7 @@ void appendMoved(std::string& json, Track const& track, std::uint32_t node, std:
         for (double const number : track.sample(s))
             numbers.push_back(float(number));
     }
-    json += "{\"node\":" + std::to_string(node) + ",\"field\":" + jsonStringInPage(baseName(track.field)) + ",\"type\":\""
+    json += "{\"node\":" + std::to_string(node) + ",\"name\":" + jsonStringInPage(track.name()) + ",\"field\":" + jsonStringInPage(baseName(track.field)) + ",\"type\":\""
             + dataTypeName(track.type) + "\",\"width\":" + std::to_string(track.ranges.size());
     if (times != lastTimes) { // else those of the one before
         json += ",\"times\":";

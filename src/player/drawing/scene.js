@@ -15,6 +15,8 @@ tools.Stage = class {
         for (const name of ["showLog", "showStat", "showProgress"])
             this.x3d.setAttribute(name, "false");
         this.scene = this.create("Scene");
+        if (!data.nodes.some(([type]) => type.endsWith("Viewpoint")))
+            this.scene.append(this.eye = this.create("Viewpoint"));
         this.build();
         this.x3d.append(this.scene);
         place.append(this.x3d);
@@ -33,7 +35,7 @@ tools.Stage = class {
     build() {
         const {nodes} = this.data, isShown = nodes.map(([type]) => {
             const kind = this.has(type) && x3dom.nodeTypes[type].prototype;
-            return kind instanceof x3dom.nodeTypes.Shape || kind instanceof x3dom.nodeTypes.X3DGroupingNode;
+            return kind instanceof x3dom.nodeTypes.X3DShapeNode || kind instanceof x3dom.nodeTypes.X3DGroupingNode;
         });
         // What X3DOM lacks is shown as a Group when it holds something to show.
         const holds = nodes.map(() => false);
@@ -43,9 +45,10 @@ tools.Stage = class {
         this.elements = nodes.map(([type, , , use], i) => use < 0 ? this.elementFor(type, nodes[i], holds[i]) : null);
         nodes.forEach(([, parent, field, use], i) => {
             if (use >= 0 && this.elements[use] && !this.isAbove(use, parent)) {
-                this.elements[use].setAttribute("DEF", "n" + use);
                 this.elements[i] = this.create(this.elements[use].localName);
                 this.elements[i].setAttribute("USE", "n" + use);
+            } else if (this.elements[i]) {
+                this.elements[i].setAttribute("DEF", "n" + i);
             }
             const element = this.elements[i], above = parent === -1 ? this.scene : this.elements[parent];
             if (!element || !above)
@@ -70,6 +73,8 @@ tools.Stage = class {
                 return null;
             name = "Group";
         }
+        if (name === "ImageTexture" && !node.includes("url", 4))
+            return null; // would be black
         const element = this.create(name);
         for (let i = 4; i < node.length; i += 2)
             if (/^[a-z]\w*$/i.test(node[i]) && !/^(on.+|def|use|id|class|is)$/i.test(node[i]))
@@ -84,17 +89,40 @@ tools.Stage = class {
             times = moved.times || times;
             const element = this.elements[moved.node], node = element && element._x3domNode;
             if (node && node._vf[moved.field] === undefined)
-                this.lack(this.data.nodes[moved.node][0] + "." + moved.field);
+                this.lack(`${moved.name} of a ${this.data.nodes[moved.node][0]}`);
             else if (node)
                 this.fields.push(new tools.MovedField(moved, times, element));
         }
         if (!this.x3d.runtime)
             this.say("The scene cannot be shown: there is no WebGL here.");
-        else if (!this.data.nodes.some(([type]) => type.endsWith("Viewpoint")))
-            this.x3d.runtime.showAll("negZ");
+        else if (this.eye)
+            this.lookAtAll();
         if (this.lacking.size)
             this.say("X3DOM lacks " + [...this.lacking].map(([what, count]) => what + (count > 1 ? ` (${count} times)` : "")).join(", ") + ".");
         document.body.dataset.staged = this.fields.length;
+    }
+    /// Without a viewpoint of its own, the scene is seen from the front, with all the places it comes to.
+    lookAtAll() {
+        const times = this.fields.flatMap(({times}) => [times[0], times[times.length - 1]]);
+        const first = Math.min(...times), last = Math.max(...times), low = Array(3).fill(Infinity), high = low.map((value) => -value);
+        const looks = 16;
+        for (let look = 0; look <= looks; ++look) {
+            this.show(times.length ? first + (last - first) * look / looks : 0);
+            const {min, max} = this.x3d.runtime.getSceneBBox();
+            ["x", "y", "z"].forEach((axis, c) => {
+                low[c] = Math.min(low[c], min[axis]);
+                high[c] = Math.max(high[c], max[axis]);
+            });
+        }
+        const [x, y, z] = low.map((value, c) => (value + high[c]) / 2);
+        if (!Number.isFinite(x + y + z))
+            return;
+        const {clientWidth, clientHeight} = this.place;
+        const half = Math.max((high[1] - low[1]) / 2, (high[0] - low[0]) / 2 * clientHeight / clientWidth, 0.1);
+        const viewpoint = this.eye._x3domNode, distance = 1.1 * half / Math.tan(Math.PI / 8);
+        viewpoint.updateField("centerOfRotation", `${x} ${y} ${z}`);
+        viewpoint.updateField("position", `${x} ${y} ${high[2] + distance}`);
+        this.x3d.runtime.resetView();
     }
     say(sentence) { tools.element(this.left, "li", "").append(sentence); }
 

@@ -141,27 +141,30 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
 
 std::string SceneFiles::picture(std::string_view urls, SceneFile const& from, std::size_t& room, std::string& why) const
 {
-    why = "it has no url";
+    why.clear(); // the first reason is told
+    auto const cannot = [&why](std::string const& reason) {
+        if (why.empty())
+            why = reason;
+    };
     for (std::string const& url : quotedStrings(urls))
         try {
-            if (url.starts_with("data:image/")) {
-                why = "it is larger than all pictures may be";
-                if (url.size() > room)
-                    continue;
+            if (url.starts_with("data:image/") && url.size() <= room) {
                 room -= url.size();
                 return url;
             }
             OpenedFile const opened = _local.open(url, from.folder);
             std::string const bytes = opened.descriptor.read(room + 1);
             std::string_view const kind = pictureKind(bytes);
-            if (kind.empty() || bytes.size() > room) {
-                why = opened.name + (kind.empty() ? " is no PNG, JPEG, GIF or WebP" : " is larger than all pictures may be");
-                continue;
+            if (kind.empty()) {
+                cannot(opened.name + " is no PNG, JPEG, GIF or WebP");
+            } else if (bytes.size() > room) {
+                cannot(opened.name + " is more than pictures may be in all");
+            } else {
+                room -= bytes.size();
+                return "data:image/" + std::string(kind) + ";base64," + base64(bytes);
             }
-            room -= bytes.size();
-            return "data:image/" + std::string(kind) + ";base64," + base64(bytes);
         } catch (Failure const& failure) {
-            why = failure.what();
+            cannot(failure.what());
         }
     return "";
 }

@@ -2,7 +2,7 @@
 //   node page_test.mjs PROGRAM EXAMPLES TOOLS BROWSER [FOLDER]
 // TOOLS holds node_modules with playwright-core and axe-core. With FOLDER, the pages and pictures of them (light, dark,
 // narrow, printed) stay there for people to look at.
-import {execFileSync} from "node:child_process";
+import {execFileSync, spawnSync} from "node:child_process";
 import {mkdirSync, mkdtempSync, readFileSync, rmSync, statSync, writeFileSync} from "node:fs";
 import {createRequire} from "node:module";
 import {tmpdir} from "node:os";
@@ -27,8 +27,9 @@ function pageOf(scene, name, ...options) {
     play(scene, ...options, "--html", file);
     return file;
 }
-const browser = await chromium.launch({executablePath, args: ["--no-sandbox", "--disable-gpu", "--disable-quic",
-    "--no-first-run", "--disable-background-networking", "--disable-component-update", "--disable-sync"]});
+const launch = (...more) => chromium.launch({executablePath, args: ["--no-sandbox", "--disable-quic", "--no-first-run",
+    "--disable-background-networking", "--disable-component-update", "--disable-sync", ...more]});
+let browser = await launch("--disable-gpu");
 async function open(file, options = {}) {
     const context = await browser.newContext({viewport: {width: 1280, height: 900}, ...options});
     context.setDefaultTimeout(120_000); // machines have other things to do
@@ -41,11 +42,15 @@ async function open(file, options = {}) {
     await tab.waitForFunction(() => document.body.dataset.drawn > 0);
     return tab;
 }
-const drawn = (tab) => tab.evaluate(() => { // every card, however many are in sight
-    for (const section of document.querySelectorAll("section.track"))
-        section.scrollIntoView();
-    return new Promise((done) => setTimeout(done, 300));
-});
+async function drawn(tab) { // every card, however many are in sight
+    await tab.evaluate(() => { document.querySelectorAll("section.track").forEach((section) => section.scrollIntoView()); });
+    await tab.waitForFunction(() => {
+        const next = [...document.querySelectorAll("section.track:not([hidden])")].find((section) => !section.querySelector(".values").firstChild);
+        next && next.scrollIntoView();
+        return !next;
+    });
+    await tab.waitForTimeout(200);
+}
 const setHead = (tab, at) => tab.locator("#head").evaluate((slider, value) => {
     slider.value = value;
     slider.dispatchEvent(new Event("input"));
@@ -169,9 +174,8 @@ const page = pageOf(join(folder, "scene.x3d"), "used", "--to", "5");
     expect(parseFloat((await now()).slice(9)) > 3, "a tap moves the play head: " + await now());
     await setHead(tab, 1);
     await tab.locator("#play").click();
-    await tab.waitForTimeout(700);
+    await tab.waitForFunction(() => document.getElementById("head").value > 1.1); // it plays
     await tab.locator("#play").click();
-    expect(parseFloat((await now()).slice(9)) > 1.1, "it plays: " + await now());
 
     // Half turns and whole turns: the axis stays and the angle rises, in every cycle anew.
     const spin = JSON.parse(await text(tab, "#track3 script")), angle = spin.panels.find((panel) => panel.title === "angle");
@@ -180,6 +184,51 @@ const page = pageOf(join(folder, "scene.x3d"), "used", "--to", "5");
     // An eased fraction of a quarter is passed later than a quarter of the time.
     const eased = JSON.parse(await text(tab, "#track6 script")).keys;
     expect(eased.some((time) => time > 0.55 && time < 0.8), "keys behind the ease: " + eased);
+
+    // Round and round, or to the end.
+    const time = async () => parseFloat((await now()).slice(9));
+    for (const loops of [true, false]) {
+        await tab.locator("#loop").setChecked(loops);
+        await setHead(tab, 4.9);
+        await tab.locator("#play").click();
+        await tab.waitForFunction(() => document.getElementById("play").textContent === "Play" || document.getElementById("head").value < 4.8);
+        same(await text(tab, "#play"), loops ? "Pause" : "Play", "looping: " + loops);
+        if (loops)
+            await tab.locator("#play").click();
+    }
+    same(await time(), 5, "without loop it stops at the end");
+
+    // Ctrl and wheel, and two fingers, zoom around where they are.
+    const shownWidth = () => tab.evaluate(() => {
+        const [first, ...more] = [...document.querySelectorAll("#track1 .dygraph-axis-label-x")].map((label) => +label.textContent);
+        return more.pop() - first;
+    });
+    const all = await shownWidth();
+    await chart.scrollIntoViewIfNeeded();
+    const {x, y, width} = await chart.boundingBox();
+    await tab.mouse.move(x + width / 2, y + 60);
+    await tab.keyboard.down("Control");
+    await tab.mouse.wheel(0, -300);
+    await tab.keyboard.up("Control");
+    await tab.waitForTimeout(200);
+    expect(await shownWidth() < all / 2, `Ctrl and wheel zoom: ${await shownWidth()} of ${all}`);
+    await tab.locator("#whole").click();
+    const touch = await tab.context().newCDPSession(tab), fingers = (type, ...at) => touch.send("Input.dispatchTouchEvent",
+        {type, touchPoints: at.map((part, id) => ({x: x + width * part, y: y + 60, id}))});
+    await fingers("touchStart", 0.45, 0.55);
+    for (const spread of [0.1, 0.2, 0.3])
+        await fingers("touchMove", 0.5 - spread, 0.5 + spread);
+    await fingers("touchEnd");
+    await tab.waitForTimeout(200);
+    expect(await shownWidth() < all / 2, `two fingers zoom: ${await shownWidth()} of ${all}`);
+    await tab.locator("#whole").click();
+
+    // A view in space turns by keys, and the play head stays.
+    const space = tab.locator("#track3 .turntable canvas"), picture = () => space.evaluate((canvas) => canvas.toDataURL());
+    await space.focus();
+    const before = [await now(), await picture()];
+    await tab.keyboard.press("ArrowRight");
+    expect(await now() === before[0] && await picture() !== before[1], "the arrow keys turn a view in space");
 
     await tab.locator("#filter").fill("wave");
     same(await tab.locator("section.track:visible").count(), 1, "cards that the filter shows");
@@ -191,6 +240,28 @@ const page = pageOf(join(folder, "scene.x3d"), "used", "--to", "5");
 
 // -- For everybody
 
+/// In the page: text has to stand out 4.5 to 1 from what it is written on, marks 3 to 1.
+function contrasts() {
+    const context = Object.assign(document.createElement("canvas"), {width: 1, height: 1}).getContext("2d", {willReadFrequently: true});
+    const luminance = (colour) => {
+        context.fillStyle = colour;
+        context.fillRect(0, 0, 1, 1);
+        const [r, g, b] = [...context.getImageData(0, 0, 1, 1).data].map((c) => c / 255)
+            .map((c) => c <= 0.04045 ? c / 12.92 : ((c + 0.055) / 1.055) ** 2.4);
+        return 0.2126 * r + 0.7152 * g + 0.0722 * b;
+    };
+    const style = getComputedStyle(document.documentElement), own = (name) => style.getPropertyValue("--" + name);
+    const stroke = (name) => getComputedStyle(document.querySelector("#palette ." + name)).stroke;
+    const pair = (what, colour, on, least) => {
+        const [high, low] = [luminance(colour), luminance(own(on))].sort((a, b) => b - a);
+        return {what, on, least, ratio: (high + 0.05) / (low + 0.05)};
+    };
+    const texts = ["ink", "quiet", "link", "found", "c0", "c1", "c2", "c3"];
+    const marks = ["c0", "c1", "c2", "c3", "key", "seam", "found", "head"];
+    return [...["card", "paper"].flatMap((on) => texts.map((name) => pair(name, own(name), on, 4.5))),
+        ...marks.map((name) => pair("mark " + name, stroke(name), "card", 3)), pair("control", own("control"), "card", 3)];
+}
+
 for (const [name, options] of [["light", {}], ["dark", {colorScheme: "dark"}], ["narrow", {viewport: {width: 390, height: 844}}],
     ["across", {viewport: {width: 844, height: 390}}]]) {
     const tab = await open(page, options);
@@ -201,6 +272,8 @@ for (const [name, options] of [["light", {}], ["dark", {colorScheme: "dark"}], [
     const found = await tab.evaluate(() => axe.run({resultTypes: ["violations"]}));
     for (const {id, impact, nodes} of found.violations.filter(({impact}) => impact === "serious" || impact === "critical"))
         expect(false, `${name}: axe finds ${impact} ${id}: ${nodes[0].html}`);
+    for (const {what, on, ratio, least} of await tab.evaluate(contrasts))
+        expect(ratio >= least, `${name}: ${what} on ${on} has a contrast of ${ratio.toFixed(2)}, not ${least}`);
     if (looks) {
         mkdirSync(looks, {recursive: true});
         await tab.screenshot({path: join(looks, name + ".png"), fullPage: true});
@@ -209,6 +282,112 @@ for (const [name, options] of [["light", {}], ["dark", {colorScheme: "dark"}], [
         const pdf = await tab.pdf({path: looks && join(looks, "printed.pdf")});
         expect(pdf.length > 20000, "it prints");
     }
+    await tab.context().close();
+}
+
+// -- The scene beside the curves: the fields in the engine are those of the program, and nothing else moves them
+
+const engine = spawnSync(program, ["run", join(examples, "door.x3d"), "--start-all", "--html", join(folder, "door.html"), "--scene"],
+    {encoding: "utf8"});
+if (engine.status === 3 && engine.stderr.includes("scripts/scene-engine"))
+    console.log("skipped: the scene in the page (scripts/scene-engine fetches what draws it)");
+else
+    await testScenes();
+
+async function testScenes() {
+    const charts = browser;
+    browser = await launch("--use-angle=swiftshader", "--enable-unsafe-swiftshader");
+    const fields = (tab) => tab.evaluate(() => JSON.parse(document.getElementById("staged").textContent).moved.map(({node, name, field, type}) => {
+        const value = document.querySelector(`#stage [DEF=n${node}]`)._x3domNode._vf[field];
+        return [name, type, type === "SFRotation" ? [value.x, value.y, value.z, value.w]
+            : typeof value === "object" ? value.toString().trim().split(/[\s,]+/).map(Number) : [Number(value)]];
+    }));
+    const show = async (tab, at) => {
+        await setHead(tab, at);
+        await tab.waitForTimeout(150); // a frame of the engine
+    };
+    for (const [scene, length] of [["three-ways", 4], ["turntable", 6], ["wind-farm", 4], ["waving-flag", 2], ["daylight", 12], ["eye", 4]]) {
+        const file = join(examples, scene + ".x3d"), tab = await open(pageOf(file, scene + "-scene", "--to", String(length), "--scene"));
+        await tab.waitForFunction(() => document.body.dataset.staged > 0);
+        for (const part of [0.77, 0, 0.21, 0.5, 1]) {
+            const at = Math.round(length * part * 60) / 60, expected = new Map(play(file, "--at", String(at), "--csv", "-").trim()
+                .split("\n").slice(1).map((line) => line.split(",")).map(([, node, field, value]) => [`${node}.${field}`, value.trim().split(/\s+/).map(Number)]));
+            await show(tab, at);
+            for (const [name, type, value] of await fields(tab)) {
+                let wanted = expected.get(name);
+                if (type === "SFRotation") {
+                    wanted = quaternion(wanted);
+                    const sign = Math.sign(wanted.reduce((sum, one, i) => sum + one * value[i], 0)) || 1;
+                    wanted = wanted.map((one) => one * sign);
+                }
+                const off = wanted.length === value.length ? Math.max(...value.map((one, i) => Math.abs(one - wanted[i]))) : Infinity;
+                expect(off < 2e-6, `${scene} ${name} at ${at} is ${value.slice(0, 8)}, not ${wanted.slice(0, 8)}`);
+            }
+        }
+        await tab.context().close();
+    }
+    await testHostile(fields, show);
+    await browser.close();
+    browser = charts;
+}
+
+// Through PROTOs, in every syntax; pictures in the folder go along; nothing of the scene runs, leads or asks anywhere.
+async function testHostile(fields, show) {
+    const pixel = "iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAYAAAAfFcSJAAAADUlEQVR42mNk+M9QDwADhgGAWjR9awAAAABJRU5ErkJggg==";
+    mkdirSync(join(folder, "in"));
+    for (const place of ["in/dot.png", "dot.png"])
+        writeFileSync(join(folder, place), Buffer.from(pixel, "base64"));
+    writeFileSync(join(folder, "in", "part.wrl"), "#VRML V2.0 utf8\nTransform { translation 0 -1.5 0 children Shape { geometry Box { size 0.5 0.5 0.5 } "
+        + "appearance Appearance { material Material { diffuseColor 0 0 0 emissiveColor 0 1 0 } } } }\n");
+    const taken = "document.body.dataset.taken=1", ball = (field) => `<ProtoInstance name='Ball' DEF='B'><fieldValue name='what'>
+        <Shape><Sphere radius='0.4'/><Appearance><Material diffuseColor='0 0 0' emissiveColor='1 0 0'/></Appearance></Shape></fieldValue>${field}</ProtoInstance>`;
+    writeFileSync(join(folder, "in", "hostile.x3d"), `<X3D><Scene><Viewpoint position='0 0 10'/>
+      <ProtoDeclare name='Ball'><ProtoInterface><field name='at' type='SFVec3f' accessType='inputOutput' value='0 0 0'/>
+        <field name='what' type='MFNode' accessType='initializeOnly'/></ProtoInterface><ProtoBody><Transform>
+        <IS><connect nodeField='translation' protoField='at'/><connect nodeField='children' protoField='what'/></IS></Transform></ProtoBody></ProtoDeclare>
+      ${ball("<fieldValue name='at' value='1 2 3'/>")}<Inline url='"part.wrl"'/><Inline url='"https://example.invalid/x.x3d"'/>
+      <Group DEF='Round'><Group USE='Round'/></Group><Script url='"javascript:${taken}"'/><script>${taken}</script><iframe src='javascript:${taken}'/>
+      <Anchor url='"javascript:${taken}"' onclick='${taken}'><Shape onclick='${taken}' onmouseover='${taken}'><Text string='"&lt;img src=x onerror=${taken}>"'/>
+      <Appearance><ImageTexture url='"dot.png"'/></Appearance></Shape></Anchor><Foo DEF='&lt;img src=x onerror=${taken}>'><Shape><Extrusion/></Shape></Foo>
+      <Shape><Appearance><ImageTexture url='"../dot.png" "https://example.invalid/a.png"'/></Appearance></Shape>
+      <TimeSensor DEF='T' loop='true' cycleInterval='2'/><PositionInterpolator DEF='P' key='0 1' keyValue='-3 1 0 3 1 0'/>
+      <ROUTE fromNode='T' fromField='fraction_changed' toNode='P' toField='set_fraction'/><ROUTE fromNode='P' fromField='value_changed' toNode='B' toField='at'/>
+      </Scene></X3D>`);
+    const tab = await open(pageOf(join(folder, "in", "hostile.x3d"), "hostile-scene", "--scene"));
+    await tab.waitForFunction(() => document.body.dataset.staged > 0);
+    const seen = async (at) => {
+        await show(tab, at);
+        return tab.evaluate(() => { // where red and green are, from 0 on the left and the top to 1
+            const canvas = document.querySelector("#stage canvas"), {width, height} = canvas;
+            const copy = Object.assign(document.createElement("canvas"), {width, height}).getContext("2d", {willReadFrequently: true});
+            copy.drawImage(canvas, 0, 0);
+            const {data} = copy.getImageData(0, 0, width, height);
+            return [0, 1].map((c) => {
+                const places = [];
+                for (let i = 0; i < data.length; i += 4)
+                    if (data[i + c] > 180 && data[i + 1 - c] < 60 && data[i + 2] < 60)
+                        places.push([i / 4 % width / width, Math.floor(i / 4 / width) / height]);
+                return places.length > 20 && [0, 1].map((axis) => places.reduce((sum, at) => sum + at[axis], 0) / places.length);
+            });
+        });
+    };
+    const [[red, green], [redLater, greenLater]] = [await seen(0.2), await seen(1.8)];
+    expect(red && green && redLater && greenLater, "the PROTO's ball and the Inline's box are seen");
+    expect(red[0] < 0.4 && redLater[0] > 0.6 && red[1] < 0.5, `the ball goes from the left to the right: ${red}, ${redLater}`);
+    same(greenLater, green, "the box stays");
+    const said = await text(tab, "#left"), stage = tab.locator("#stage canvas"), box = await stage.boundingBox();
+    for (const sentence of ["X3DOM lacks", "Extrusion", "Foo (shown as a Group)", "lies outside", "example.invalid/x.x3d"])
+        expect(said.includes(sentence), `what is not drawn is told: ${sentence}: ${said}`);
+    same(await tab.evaluate(() => JSON.parse(document.getElementById("staged").textContent).pictures.length), 1, "pictures taken along");
+    for (const [x, y] of [[0.5, 0.5], [0.3, 0.5], [0.6, 0.45]])
+        await tab.mouse.click(box.x + box.width * x, box.y + box.height * y);
+    await tab.waitForTimeout(300);
+    same(await tab.evaluate(() => [document.body.dataset.taken, document.querySelectorAll("script").length, document.querySelector("iframe, #stage script")]),
+        [null, await tab.evaluate(() => document.querySelectorAll("section.track").length + 5), null], "nothing of the scene runs");
+    await tab.evaluate(axe);
+    const found = await tab.evaluate(() => axe.run({resultTypes: ["violations"]}));
+    for (const {id, impact, nodes} of found.violations.filter(({impact}) => impact === "serious" || impact === "critical"))
+        expect(false, `with the scene: axe finds ${impact} ${id}: ${nodes[0].html}`);
     await tab.context().close();
 }
 
