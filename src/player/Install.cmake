@@ -8,4 +8,7 @@ if(ZELVAN_INSTALL)
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Player)
     install(FILES ${PROJECT_SOURCE_DIR}/packaging/zelvan-play.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zelvan-play COMPONENT Player)
+    # What draws scenes in pages, when scripts/scene-engine has fetched it. Its notice is in the pages.
+    install(FILES ${PROJECT_SOURCE_DIR}/build/scene-engine/x3dom.js
+        DESTINATION share/zelvan-play COMPONENT Player OPTIONAL)
 endif()

@@ -188,9 +188,8 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
         << "</title>\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
            "<meta name=\"color-scheme\" content=\"light dark\">\n"
            // Nothing is loaded from anywhere, whatever the scene's names hold.
-           "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; img-src data:; "
-           "style-src 'unsafe-inline'; script-src 'sha256-" << asset::chartScriptHash << "' 'sha256-" << asset::pageScriptHash
-        << "'" << (options.scene ? " 'sha256-" + std::string(asset::engineHash) + "'; connect-src data:" : "") << "\">\n<link rel=\"icon\" href=\"data:,\">\n<style>\n"
+           "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src 'unsafe-inline'; script-src 'sha256-" << asset::chartScriptHash << "' 'sha256-" << asset::pageScriptHash
+        << "'" << (options.scene ? " 'sha256-" + std::string(asset::engineHash) + "'; connect-src data:; img-src data: blob:" : "; img-src data:") << "\">\n<link rel=\"icon\" href=\"data:,\">\n<style>\n"
         << asset::chartStyle << '\n' << asset::pictureStyle << asset::pageStyle
         << "</style>\n</head>\n<body data-axis=\"" << escapedMarkup(options.axis);
     double const frame = options.frame > 0 ? options.frame : axis.width() / 100;

@@ -133,7 +133,7 @@ void Stager::connect(std::uint32_t index, Element const& element, Scope const& s
         if (found == scope.instance->fields.end())
             continue;
         InterfaceField const& field = found->second;
-        if (field.value != nullptr)
+        if (field.value != nullptr && !field.type.ends_with("Node"))
             set(index, name, *field.value, field.value->quoted && field.type == "SFString", *field.file);
         for (std::uint32_t const node : field.staged)
             _staging->place(node, index, name);

@@ -34,9 +34,9 @@ async function open(file, options = {}) {
     const context = await browser.newContext({viewport: {width: 1280, height: 900}, ...options});
     context.setDefaultTimeout(120_000); // machines have other things to do
     const tab = await context.newPage();
-    tab.on("console", (message) => expect(false, `${file} says ${message.text()}`));
+    tab.on("console", (message) => expect(message.text().startsWith("Canvas2D:"), `${file} says ${message.text()}`)); // X3DOM reads its pictures
     tab.on("pageerror", (error) => expect(false, `${file} throws ${error.message}`));
-    tab.on("request", (request) => expect(request.url().startsWith("file:") || request.url().startsWith("data:"),
+    tab.on("request", (request) => expect(/^(file|data|blob):/.test(request.url()),
         `${file} asks for ${request.url()}`));
     await tab.goto("file://" + file);
     await tab.waitForFunction(() => document.body.dataset.drawn > 0);
@@ -304,7 +304,8 @@ async function testScenes() {
     }));
     const show = async (tab, at) => {
         await setHead(tab, at);
-        await tab.waitForTimeout(150); // a frame of the engine
+        await tab.waitForFunction(() => !document.querySelector("#stage x3d").runtime.canvas.doc.needRender); // is drawn
+        await tab.evaluate(() => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done))));
     };
     for (const [scene, length] of [["three-ways", 4], ["turntable", 6], ["wind-farm", 4], ["waving-flag", 2], ["daylight", 12], ["eye", 4]]) {
         const file = join(examples, scene + ".x3d"), tab = await open(pageOf(file, scene + "-scene", "--to", String(length), "--scene"));
