@@ -192,7 +192,7 @@ SceneFile* SceneFiles::openOnce(std::string const& url, SceneFile& from, std::st
         return nullptr;
     }
     if (std::string_view const format = foreignFormat(url); !format.empty()) {
-        why = opened->name + ": is " + std::string(format) + ", which is not read";
+        why = opened->name + " is " + std::string(format) + ", which is not read";
         return nullptr;
     }
     auto const [known, isNew] = _byIdentity.try_emplace(opened->identity);
