@@ -18,8 +18,7 @@ char const* fixName(Fix fix);
 /// A piece of an author's text, and what is to stand there instead.
 struct TextChange {
     struct Point {
-        unsigned line = 0, column = 0; ///< from 1, the column in bytes
-        unsigned character = 0;        ///< the column in characters; a byte order mark is none
+        unsigned line = 0, column = 0; ///< from 1, as of a Place
     };
     std::string file;
     Point begin, end; ///< the same where text is put in between

@@ -40,9 +40,20 @@ std::vector<CheckCode> const& checkCodes()
                        error = Severity::error;
     static std::vector<CheckCode> const codes = {
         // The file.
+        {.code = "loose-syntax", .severity = warning, .title = "Text that is not as its syntax asks",
+         .meaning = "Text that VRML does not have but that can only mean one thing: DEF or ROUTE in small letters, a name in "
+                    "quotes, several nodes without brackets, a bracket that closes nothing, a field of a PROTO without a "
+                    "value, a word where a value is expected, a field that is given twice.",
+         .why = "It is read as it was meant; other programs may end there.",
+         .bad = "<ScalarInterpolator key='0 1' key='0 1' keyValue='0 1'/>", .good = "<ScalarInterpolator key='0 1' keyValue='0 1'/>",
+         .fix = Fix::none, .how = "Write it as the message says."},
+        {.code = "not-utf8", .severity = warning, .title = "A file that is no UTF-8",
+         .meaning = "VRML with a byte that UTF-8 does not have: the whole file is read as Latin-1.",
+         .why = "X3D and VRML are UTF-8: other programs show other letters in its texts and names, or refuse it.",
+         .bad = "", .good = "",
+         .fix = Fix::none, .how = "Save the file as UTF-8."},
         {.code = "bad-xml", .severity = error, .title = "The file is no scene",
-         .meaning = "The file could not be read as a scene: it is not X3D or VRML, or larger than the limits allow. A "
-                    "warning where VRML is no UTF-8 and is read as Latin-1.",
+         .meaning = "The file could not be read as a scene: it is not X3D or VRML, or larger than the limits allow.",
          .why = "Nothing of it is played.",
          .bad = "<X3D><Scene><Transform></Scene></X3D>",
          .good = "<X3D><Scene><Transform/></Scene></X3D>",
@@ -52,6 +63,11 @@ std::vector<CheckCode> const& checkCodes()
          .why = "Nothing is known of it: that the others are fine says nothing about this one.",
          .bad = "", .good = "",
          .fix = Fix::none, .how = "The message has the system's reason."},
+        {.code = "unknown-node", .severity = warning, .title = "A node type in wrong capitals",
+         .meaning = "A node whose type would be known if it were written in other capitals.",
+         .why = "X3D tells capitals from small letters: nothing runs it, here or elsewhere.",
+         .bad = "<scalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>", .good = "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>",
+         .fix = Fix::none, .how = "Write the type as X3D does."},
         {.code = "unused-ignore", .severity = warning, .title = "A comment that ignores nothing",
          .meaning = "A comment \"zelvan: ignore CODE\" where check finds nothing of that code, or that names no code.",
          .why = "It would hide what goes wrong there later.",

@@ -38,8 +38,8 @@ public:
 private:
     /// Findings of one code at one node. Instances of a PROTO share their place in the file, and so their slot.
     struct Slot {
-        std::unordered_map<std::string, std::size_t> kept; ///< by text: which finding
-        std::size_t last = 0;
+        unsigned kept = 0;
+        std::size_t last = 0; ///< finding
     };
     /// Null when the finding is only counted.
     Slot* open(char const* code, SceneNode const& node);
@@ -52,6 +52,7 @@ private:
     CheckOptions const& _options;
     std::vector<Finding> _findings;
     std::map<std::tuple<std::string_view, std::uint32_t, std::uint32_t>, Slot> _slots;
+    std::unordered_map<std::size_t, std::size_t> _byText; ///< findings by a hash of code, place and text
 };
 
 /// Components of one value, or of all values of a key.

@@ -38,7 +38,7 @@ std::optional<Severity> FindingCollector::wanted(std::string const& code, Severi
 FindingCollector::Slot* FindingCollector::open(char const* code, SceneNode const& node)
 {
     Slot& slot = _slots[{code, node.where.file, node.where.offset}];
-    if (_options.perNode == 0 || slot.kept.size() < _options.perNode)
+    if (_options.perNode == 0 || slot.kept < _options.perNode)
         return &slot;
     ++_findings[slot.last].more;
     return nullptr;
@@ -47,11 +47,13 @@ FindingCollector::Slot* FindingCollector::open(char const* code, SceneNode const
 void FindingCollector::keep(Slot& slot, char const* code, SceneNode const& node, Field const* field,
                             std::string const& text, std::string_view advice, Severity severity)
 {
-    auto const [same, added] = slot.kept.try_emplace(text, _findings.size());
+    std::string const what = text + '\n' + code + std::to_string(node.where.file) + ' ' + std::to_string(node.where.offset);
+    auto const [same, added] = _byText.try_emplace(std::hash<std::string>()(what), _findings.size());
     if (!added) {
         ++_findings[same->second].more;
         return;
     }
+    ++slot.kept;
     slot.last = _findings.size();
     auto const element = elementIn(text);
     Place const place = field == nullptr ? _scene.place(node)
@@ -80,6 +82,7 @@ std::vector<Finding> FindingCollector::take()
     std::stable_sort(_findings.begin(), _findings.end(),
                      [](Finding const& a, Finding const& b) { return order(a) < order(b); });
     _slots.clear();
+    _byText.clear();
     return std::move(_findings);
 }
 

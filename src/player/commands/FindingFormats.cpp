@@ -68,9 +68,12 @@ private:
     static std::string excerpt(Place const& place, std::string const& line)
     {
         constexpr std::size_t before = 40, most = 100;
-        if (place.column == 0 || place.column > line.size())
+        std::size_t at = place.line == 1 && line.starts_with("\xef\xbb\xbf") ? 3 : 0; // a byte order mark is no character
+        for (unsigned passed = 1; passed < place.column && at < line.size(); ++passed)
+            at += decodeUtf8(std::string_view(line).substr(at)).length;
+        if (place.column == 0 || at >= line.size())
             return "";
-        std::size_t at = place.column - 1, begin = at > before ? at - before : line.find_first_not_of(" \t");
+        std::size_t begin = at > before ? at - before : line.find_first_not_of(" \t");
         begin = std::min(begin, at);
         while (begin > 0 && (line[begin] & 0xC0) == 0x80)
             --begin; // not into the middle of a character
@@ -150,9 +153,8 @@ public:
     std::string file(std::vector<Finding> const& findings, CheckOptions const&) const override
     {
         std::string text;
-        SourceLines lines;
         for (Finding const& finding : findings)
-            text += (text.empty() ? "" : ",\n") + dumped(result(finding, lines));
+            text += (text.empty() ? "" : ",\n") + dumped(result(finding));
         return text;
     }
     std::string_view separator() const override { return ",\n"; }
@@ -180,14 +182,14 @@ private:
         return text;
     }
     static Json artifact(std::string const& file) { return {{"uri", uri(file)}}; }
-    static Json result(Finding const& finding, SourceLines& lines)
+    static Json result(Finding const& finding)
     {
         CheckCode const& code = codeNamed(finding.code);
         Json location = {{"artifactLocation", artifact(finding.place.file)}};
         if (finding.place.line != 0) {
             location["region"] = {{"startLine", finding.place.line}};
             if (finding.place.column != 0)
-                location["region"]["startColumn"] = lines.character(finding.place);
+                location["region"]["startColumn"] = finding.place.column;
         }
         Json where = {{"physicalLocation", location}};
         if (!finding.node.empty())
@@ -210,9 +212,9 @@ private:
             if (files.empty() || files.back()["artifactLocation"] != artifact(change.file))
                 files.push_back({{"artifactLocation", artifact(change.file)}, {"replacements", Json::array()}});
             Json const region = {{"startLine", change.begin.line},
-                                 {"startColumn", change.begin.character},
+                                 {"startColumn", change.begin.column},
                                  {"endLine", change.end.line},
-                                 {"endColumn", change.end.character}};
+                                 {"endColumn", change.end.column}};
             files.back()["replacements"].push_back({{"deletedRegion", region}, {"insertedContent", {{"text", change.with}}}});
         }
         std::string const safety = finding.fix == Fix::safe ? " What is played stays the same." : " This changes what is played.";

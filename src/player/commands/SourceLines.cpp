@@ -53,15 +53,4 @@ std::string const& SourceLines::line(Place const& place)
     return _line;
 }
 
-unsigned SourceLines::character(Place const& place)
-{
-    std::string_view before = line(place);
-    if (place.column == 0 || place.column - 1 > before.size())
-        return place.column;
-    before = before.substr(0, place.column - 1);
-    if (place.line == 1 && before.starts_with("\xef\xbb\xbf"))
-        before.remove_prefix(3);
-    return static_cast<unsigned>(characters(before)) + 1;
-}
-
 } // namespace Zelvan::play

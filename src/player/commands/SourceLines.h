@@ -14,8 +14,6 @@ public:
     /// Without its end. Empty where there is none to show: no such line any more, standard input, a text that is not
     /// UTF-8. Compressed files are uncompressed.
     std::string const& line(Place const& place);
-    /// The column of a place in characters, where its line tells them from bytes; a byte order mark is none.
-    unsigned character(Place const& place);
 
 private:
     bool open(std::string const& name);

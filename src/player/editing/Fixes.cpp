@@ -195,15 +195,12 @@ private:
         old.remove_suffix(static_cast<std::size_t>(end));
         with.remove_suffix(static_cast<std::size_t>(end));
         begin += edit.begin;
-        return {_scene.fileNames.at(number), pointAt(text, number, begin), pointAt(text, number, begin + old.size()), std::string(with)};
+        return {_scene.fileNames.at(number), pointAt(number, begin), pointAt(number, begin + old.size()), std::string(with)};
     }
-    TextChange::Point pointAt(std::string_view text, std::uint32_t number, std::size_t offset) const
+    TextChange::Point pointAt(std::uint32_t number, std::size_t offset) const
     {
         Place const place = _scene.place({number, static_cast<std::uint32_t>(offset)});
-        std::string_view line = text.substr(offset - (place.column - 1), place.column - 1);
-        if (place.line == 1 && line.starts_with("\xef\xbb\xbf"))
-            line.remove_prefix(3);
-        return {place.line, place.column, static_cast<unsigned>(characters(line)) + 1};
+        return {place.line, place.column};
     }
 
     Scene& _scene;

@@ -53,9 +53,9 @@ void Budget::spendOn(Element const& element, Location where, unsigned tenths)
 {
     if (!isAgain())
         return;
-    std::size_t sum = tenths + element.name.size() / bytesForATenth;
+    std::size_t sum = tenths + element.name().size() / bytesForATenth;
     for (Attribute const& attribute : attributes(element))
-        sum += 2 + (attribute.name.size() + attribute.value.size()) / bytesForATenth;
+        sum += 2 + (attribute.name().size() + attribute.value().size()) / bytesForATenth;
     spend(sum, where);
 }
 

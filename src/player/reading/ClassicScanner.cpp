@@ -87,8 +87,30 @@ std::string_view ClassicScanner::wordAhead()
     return {_at, endOfWord(_at)};
 }
 
+std::string_view ClassicScanner::keyword(std::string_view word)
+{
+    constexpr std::string_view keywords[][2] = {{"def", "DEF"}, {"use", "USE"}, {"null", "NULL"}, {"route", "ROUTE"}, {"to", "TO"},
+                                                {"proto", "PROTO"}, {"externproto", "EXTERNPROTO"}};
+    if (peek() == '{')
+        return word;
+    for (auto const& [lower, upper] : keywords)
+        if (word != upper && equals(word, lower)) {
+            excuse("expected " + std::string(upper) + ", found " + shown(word) + ": VRML tells capitals from small letters",
+                   offsetOf(word));
+            return upper;
+        }
+    return word;
+}
+
 ClassicScanner::Name ClassicScanner::name(char const* what)
 {
+    if (peek() == '"') {
+        std::size_t const at = offset();
+        if (auto const quoted = plainString(); quoted && !quoted->empty()) {
+            excuse("a name stands in quotes", at);
+            return {*quoted, at + 1};
+        }
+    }
     std::string_view const found = word();
     if (found.empty())
         refuse(what);
@@ -184,13 +206,13 @@ ClassicScanner::Kind ClassicScanner::kindAhead()
     return equals(word, "true") || equals(word, "false") ? Kind::truths : isNumber(word) ? Kind::numbers : Kind::none;
 }
 
-std::optional<ClassicScanner::Value> ClassicScanner::value(bool inList, std::size_t listBegin)
+std::optional<std::string_view> ClassicScanner::value(bool inList, std::size_t listBegin)
 {
     Kind const kind = kindAhead();
     char* const begin = _at;
     if (kind == Kind::none && inList && *_at == ']') {
         ++_at;
-        return Value{{begin, begin}};
+        return std::string_view(begin, begin);
     }
     switch (kind) {
     case Kind::none: return {};
@@ -209,7 +231,7 @@ std::optional<ClassicScanner::Value> ClassicScanner::value(bool inList, std::siz
         char const* const what[] = {"", "a number", "a string", "TRUE, FALSE"};
         refuse(what[static_cast<int>(kind)] + std::string(" or \"]\""), listBegin);
     }
-    return Value{{begin, end}, kind == Kind::strings};
+    return std::string_view(begin, end);
 }
 
 std::optional<std::string_view> ClassicScanner::plainString()
@@ -225,9 +247,10 @@ std::optional<std::string_view> ClassicScanner::plainString()
     return std::string_view(begin, write);
 }
 
-void ClassicScanner::attribute(std::string_view name, Name const& value, bool quoted)
+void ClassicScanner::attribute(std::string_view name, Name const& value)
 {
-    _tree.attribute(name, terminated(value.text), value.offset, quoted);
+    std::string_view const text = terminated(value.text);
+    _tree.attribute(terminated(name).data(), text, value.offset);
 }
 
 std::string_view ClassicScanner::terminated(std::string_view view)

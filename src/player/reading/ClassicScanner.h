@@ -41,31 +41,33 @@ public:
     /// none is next.
     std::string_view word();
     std::string_view wordAhead();
+    /// DEF for "Def" and its like, when that can be no node type: no "{" is next.
+    std::string_view keyword(std::string_view word);
     /// A word, and where it stands.
     struct Name {
         std::string_view text;
         std::size_t offset = 0;
     };
-    /// Throws SyntaxError where none is next: `what` was expected.
+    /// Throws SyntaxError where none is next: `what` was expected. Takes one in quotes for what stands in them.
     Name name(char const* what);
 
-    struct Value {
-        std::string_view text;
-        bool quoted = false;
-    };
     /// Numbers, strings or truth values, as many as follow each other: in a list those up to its "]", which is passed
     /// over, as is the whole list when it is empty. Nothing when something else is next.
-    std::optional<Value> value(bool inList, std::size_t listBegin = SyntaxError::none);
+    std::optional<std::string_view> value(bool inList, std::size_t listBegin = SyntaxError::none);
     /// One string, without its quotes and backslashes; nothing when none is next.
     std::optional<std::string_view> plainString();
-    /// Adds an attribute to the tree's open element.
-    void attribute(std::string_view name, Name const& value, bool quoted = false);
+    /// Begins an element of the tree, and adds an attribute to the open one; the words have been passed.
+    void open(std::string_view name, std::size_t offset) { _tree.open(terminated(name).data(), offset); }
+    void attribute(std::string_view name, Name const& value);
+    /// The byte behind a part of a word that has been passed is not needed any more.
+    void cut(std::string_view part) { _begin[offsetOf(part) + part.size()] = '\0'; }
 
     /// What is next, for a message.
     std::string found();
     /// A word in quotes, shortened.
     static std::string shown(std::string_view word);
     /// Throws SyntaxError: `expected`, and what is next.
+    void excuse(std::string const& what, std::size_t offset) { _tree.excuse(what, offset); }
     [[noreturn]] void refuse(std::string const& expected, std::size_t beginning = SyntaxError::none);
 
 private:

@@ -6,11 +6,11 @@ namespace Zelvan::play {
 
 using Word = std::string_view;
 
-bool ClassicStatements::read(Word word)
+bool ClassicStatements::read(Word word, std::size_t offset)
 {
     if (word != "ROUTE" && word != "IMPORT" && word != "EXPORT")
         return false;
-    _tree.open(word, _scanner.offsetOf(word));
+    _scanner.open(word, offset);
     if (word == "ROUTE")
         readRoute();
     else if (word == "IMPORT")
@@ -29,9 +29,9 @@ void ClassicStatements::readRoute()
 {
     constexpr char const* end = "a node and its field, as in \"Node.field\"";
     readPair('.', "fromNode", "fromField", end);
-    if (_scanner.wordAhead() != "TO")
+    if (Word const to = _scanner.wordAhead(); to != "TO" && to != "to" && to != "To")
         _scanner.refuse("\"TO\" in a ROUTE");
-    _scanner.word();
+    _scanner.keyword(_scanner.word());
     readPair('.', "toNode", "toField", end);
 }
 
@@ -45,7 +45,7 @@ bool ClassicStatements::readHead(Word word, bool open)
     std::size_t const at = _scanner.offsetOf(word);
     if (open)
         _tree.open("head", at);
-    _tree.open((*found)[1], at);
+    _scanner.open((*found)[1], at);
     if (word == "COMPONENT") {
         readPair(':', "name", "level", "a component and its level, as in \"Core:1\"");
     } else if (word == "META") {
@@ -66,16 +66,19 @@ bool ClassicStatements::readHead(Word word, bool open)
 void ClassicStatements::readPair(char separator, Word first, Word second, char const* what)
 {
     auto const whole = _scanner.name(what);
-    std::size_t const at = whole.text.rfind(separator);
+    bool const apart = _scanner.wordAhead().starts_with(separator);
+    std::size_t const at = apart ? Word::npos : whole.text.rfind(separator);
     Word rest = at != Word::npos ? whole.text.substr(at + 1) : _scanner.wordAhead();
     if (at == Word::npos) {
-        if (!rest.starts_with(separator))
+        if (!apart)
             _scanner.refuse(what);
         _scanner.word();
         rest.remove_prefix(1);
     }
     if (rest.empty())
         rest = _scanner.name(what).text;
+    if (at != Word::npos)
+        _scanner.cut(whole.text.substr(0, at));
     _scanner.attribute(first, {whole.text.substr(0, at), whole.offset});
     _scanner.attribute(second, {rest, _scanner.offsetOf(rest)});
 }

@@ -9,8 +9,8 @@ class ClassicStatements {
 public:
     ClassicStatements(ClassicScanner& scanner, ElementTree& tree) : _scanner(scanner), _tree(tree) {}
 
-    /// A ROUTE, IMPORT or EXPORT whose first word has been passed; false when `word` is none of them.
-    bool read(std::string_view word);
+    /// A ROUTE, IMPORT or EXPORT whose first word, at `offset`, has been passed; false when `word` is none of them.
+    bool read(std::string_view word, std::size_t offset);
     /// COMPONENT, META or UNIT; false when `word`, which is next, is none of them. `open` opens their head.
     bool readHead(std::string_view word, bool open);
 

@@ -3,6 +3,7 @@
 #include "player/reading/ClassicStatements.h"
 
 #include <algorithm>
+#include <cctype>
 #include <unordered_map>
 #include <vector>
 
@@ -65,7 +66,7 @@ private:
         std::size_t begin = 0;   ///< of its bracket
         unsigned elements = 0;   ///< that end with it
         Name name{};             ///< of the PROTO, or a body's node type
-        Slot field{};           ///< of nodes
+        Slot field{};           ///< of nodes; in a body the last one that a node was given to without brackets
         bool isSpecial = false;  ///< interface of an EXTERNPROTO, body of an instance
         std::size_t outside = 0; ///< how many of _declared or _connects are older
     };
@@ -85,6 +86,9 @@ private:
     void addContainer(Slot const& field);
     void readBodyItem(Frame const& frame);
     void leaveBody(Frame const& frame);
+    void readNextNode(Word word, std::size_t at, Frame const& frame);
+    void openFieldValue(Name const& field);
+    bool passStray();
     void readValue(Slot const& field);
     bool readConnection(Name const& field);
     void readProto(Word word, std::size_t at);
@@ -115,14 +119,16 @@ void ClassicReader::read(Word text)
     _tree.open("X3D", 0);
     text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
     if (text.starts_with('#')) {
-        // "#X3D V3.3 utf8", "#VRML Draft #2 V2.0 utf8"
-        text = text.substr(0, text.find_first_of("\r\n"));
-        std::size_t at = text.find(" V");
-        while (at != Word::npos && text.substr(at + 2, 1).find_first_of("0123456789") == Word::npos)
-            at = text.find(" V", at + 1);
+        Word const header = classicHeader(text);
+        if (!header.empty() && header.data() != text.data())
+            _scanner.excuse("the line " + ClassicScanner::shown(header) + " is not the first one", _scanner.offsetOf(header));
+        text = header;
+        auto at = text.find_first_of("Vv", 5);
+        while (at != Word::npos && (text[at - 1] != ' ' || text.substr(at + 1, 1).find_first_of("0123456789") == Word::npos))
+            at = text.find_first_of("Vv", at + 1);
         _scanner.peek();
         if (at != Word::npos) {
-            Word const version = text.substr(at + 2, text.find_first_of(" \t", at + 2) - (at + 2));
+            Word const version = text.substr(at + 1, text.find_first_of(" \t", at + 1) - (at + 1));
             _scanner.attribute("version", {version, _scanner.offsetOf(version)});
         }
     }
@@ -182,8 +188,11 @@ void ClassicReader::close(unsigned elements)
 
 void ClassicReader::readStatement(Frame const& frame)
 {
-    Word const word = _scanner.word();
+    Word word = _scanner.word();
     std::size_t const at = _scanner.offsetOf(word);
+    word = _scanner.keyword(word);
+    if (word.empty() && frame.in == In::scene && passStray())
+        return;
     if (word.empty() && frame.in == In::scene)
         _scanner.refuse("a node or a statement");
     if (word.empty())
@@ -195,7 +204,7 @@ void ClassicReader::readStatement(Frame const& frame)
 bool ClassicReader::readKeyword(Word word, std::size_t at)
 {
     if (word != "PROTO" && word != "EXTERNPROTO")
-        return _statements.read(word);
+        return _statements.read(word, at);
     readProto(word, at);
     return true;
 }
@@ -225,6 +234,17 @@ void ClassicReader::enterScene()
     _inScene = true;
 }
 
+// A bracket that closes nothing.
+bool ClassicReader::passStray()
+{
+    char const next = _scanner.peek();
+    std::size_t const at = _scanner.offset();
+    bool const isStray = _scanner.take(']') || (_frames.back().in == In::scene && _scanner.take('}'));
+    if (isStray)
+        _scanner.excuse('"' + std::string(1, next) + "\" closes nothing", at);
+    return isStray;
+}
+
 void ClassicReader::readNode(Word word, std::size_t at, Slot const& field)
 {
     // In a list it is the list that ends the field.
@@ -233,7 +253,7 @@ void ClassicReader::readNode(Word word, std::size_t at, Slot const& field)
         return openNode(word, at, field, elements);
     if (word == "USE") {
         Name const use = _scanner.name("a name behind USE");
-        _tree.open({}, at);
+        _tree.open("", at);
         addContainer(field);
         _scanner.attribute("USE", use);
         _tree.close();
@@ -247,13 +267,17 @@ void ClassicReader::openNode(Word word, std::size_t at, Slot const& field, unsig
     if (word == "DEF") {
         def = _scanner.name("a name behind DEF");
         type = _scanner.name("a node's type");
+        if (type.text == "NULL" && _scanner.peek() != '{') {
+            _scanner.excuse("NULL has the name " + shown(def) + ", but is no node", at);
+            return close(elements);
+        }
     }
     std::size_t const begin = ahead();
     if (!_scanner.take('{'))
         throw SyntaxError(type.offset, "expected " + (field.name.text.empty() ? "a node" : "a value of " + shown(field.name))
                                            + ", found " + shown(type) + " without a \"{\"");
     bool const isInstance = _protos.contains(type.text);
-    _tree.open(isInstance ? "ProtoInstance" : type.text, at);
+    _scanner.open(isInstance ? "ProtoInstance" : type.text, at);
     if (isInstance)
         _scanner.attribute("name", type);
     if (!def.text.empty())
@@ -270,6 +294,8 @@ void ClassicReader::addContainer(Slot const& field)
 
 void ClassicReader::readBodyItem(Frame const& frame)
 {
+    if (passStray())
+        return;
     if (Word const ahead = _scanner.wordAhead(); ahead.find_first_not_of("+-.0123456789") != 0)
         _scanner.refuse("a field or \"}\"", frame.begin);
     Word const word = _scanner.word();
@@ -279,14 +305,35 @@ void ClassicReader::readBodyItem(Frame const& frame)
     if (Access const* const access = findAccess(word))
         if (Word const type = _scanner.wordAhead(); type.starts_with("SF") || type.starts_with("MF"))
             return readDeclaration(*access, at, frame);
+    if (word == "DEF" || word == "USE" || _scanner.peek() == '{')
+        return readNextNode(word, at, frame);
     Slot const field{{frame.isSpecial ? word : fieldName(frame.name.text, word), at}, frame.isSpecial};
     if (readConnection(field.name))
         return;
-    if (frame.isSpecial) {
-        _tree.open("fieldValue", at);
-        _scanner.attribute("name", field.name);
-    }
+    if (frame.isSpecial)
+        openFieldValue(field.name);
     readValue(field);
+}
+
+// A node where a field is expected: one more of the field before it, or of the children.
+void ClassicReader::readNextNode(Word word, std::size_t at, Frame const& frame)
+{
+    Slot const field = frame.field;
+    if (frame.isSpecial && field.name.text.empty())
+        _scanner.refuse("a field or \"}\"", frame.begin);
+    _scanner.excuse("expected a field, found " + ClassicScanner::shown(word)
+                        + (field.name.text.empty() ? ": read as one of the children"
+                                                   : ": read as one more value of " + shown(field.name) + ", which has no brackets"),
+                    at);
+    if (frame.isSpecial)
+        openFieldValue(field.name);
+    readNode(word, at, field);
+}
+
+void ClassicReader::openFieldValue(Name const& field)
+{
+    _tree.open("fieldValue", field.offset);
+    _scanner.attribute("name", field);
 }
 
 void ClassicReader::leaveBody(Frame const& frame)
@@ -319,7 +366,7 @@ void ClassicReader::readValue(Slot const& field)
     std::size_t const begin = ahead();
     bool const isList = _scanner.take('[');
     if (auto const value = _scanner.value(isList, begin)) {
-        _scanner.attribute(field.isElement ? "value" : field.name.text, {value->text, _scanner.offsetOf(value->text)}, value->quoted);
+        _scanner.attribute(field.isElement ? "value" : field.name.text, {*value, _scanner.offsetOf(*value)});
         if (field.isElement)
             _tree.close();
         return;
@@ -331,7 +378,16 @@ void ClassicReader::readValue(Slot const& field)
         return;
     }
     Word const word = _scanner.word();
-    readNode(word, _scanner.offsetOf(word), field);
+    std::size_t const at = _scanner.offsetOf(word);
+    Word const key = _scanner.keyword(word);
+    bool const isNode = key == "DEF" || key == "USE" || key == "NULL" || _scanner.peek() == '{';
+    if (Frame& frame = _frames.back(); isNode && frame.in == In::body && field.isElement == frame.isSpecial)
+        frame.field = field;
+    else if (!isNode && (_scanner.peek() == '}' || _scanner.wordAhead().find_first_not_of("+-.0123456789") == 0)) {
+        _scanner.excuse(ClassicScanner::shown(word) + " is no value of " + shown(field.name) + ", and passed over", at);
+        return close(field.isElement ? 1 : 0);
+    }
+    readNode(key, at, field);
 }
 
 void ClassicReader::readProto(Word word, std::size_t at)
@@ -355,11 +411,12 @@ void ClassicReader::readDeclaration(Access const& access, std::size_t at, Frame 
     _tree.open("field", at);
     _scanner.attribute("name", fieldName);
     _scanner.attribute("type", type);
-    _tree.attribute("accessType", access.x3d, at);
+    _tree.attribute("accessType", access.x3d, at); // a literal: a zero byte follows
     bool const isConnected = frame.in == In::body && readConnection(fieldName);
     // An EXTERNPROTO repeats the interface without values, but some have them.
-    bool const isBare = frame.in == In::interface && frame.isSpecial
-        && (_scanner.peek() == ']' || findAccess(_scanner.wordAhead()) != nullptr);
+    bool const isBare = _scanner.peek() == (frame.in == In::interface ? ']' : '}') || findAccess(_scanner.wordAhead()) != nullptr;
+    if (access.hasValue && !isConnected && isBare && !(frame.in == In::interface && frame.isSpecial))
+        _scanner.excuse("the field " + shown(fieldName) + " has no value", fieldName.offset);
     if (access.hasValue && !isConnected && !isBare)
         readValue({fieldName, true});
     else
@@ -375,7 +432,7 @@ void ClassicReader::leaveInterface(Frame const& frame)
         auto const url = next == '"' || (next == ']' && isList) ? _scanner.value(isList, begin) : std::nullopt;
         if (!url)
             _scanner.refuse("the urls of " + shown(frame.name));
-        _scanner.attribute("url", {url->text, _scanner.offsetOf(url->text)}, true);
+        _scanner.attribute("url", {*url, _scanner.offsetOf(*url)});
         declare(frame.name);
         return leave(1);
     }
@@ -391,6 +448,24 @@ void ClassicReader::declare(Name const& proto)
 {
     _declared.push_back(proto.text);
     ++_protos[proto.text];
+}
+
+std::string_view classicHeader(std::string_view text)
+{
+    constexpr unsigned most = 20;
+    auto const has = [](Word line, Word begin, Word word) {
+        auto const same = [](char a, char b) { return std::toupper(static_cast<unsigned char>(a)) == b; };
+        return line.size() >= begin.size() && std::ranges::equal(line.substr(0, begin.size()), begin, same)
+            && !std::ranges::search(line, word, same).empty();
+    };
+    for (unsigned i = 0; i < most && text.starts_with('#'); ++i) {
+        Word const line = text.substr(0, text.find_first_of("\r\n"));
+        if (has(line, "#VRML", " V2.") || has(line, "#X3D", " V"))
+            return line;
+        text.remove_prefix(line.size());
+        text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
+    }
+    return {};
 }
 
 void readClassic(char* text, std::size_t size, ElementTree& tree)

@@ -23,19 +23,36 @@ namespace Zelvan::play {
 //   #X3D V3.3 utf8, PROFILE p   the root, X3D version="3.3" profile="p"; of #VRML V2.0 it is version="2.0"
 // VRML97's own words are translated: eventIn is inputOnly, exposedField inputOutput, and so on.
 
-struct Attribute {
-    std::string_view name;
-    std::string_view value;       ///< decoded; of lists without their brackets, comments as blanks; a zero byte follows
-    std::uint32_t offset = 0;     ///< of the value's first byte in the file's text
-    bool quoted = false;          ///< the value is strings in double quotes with \" and \\ in them, also for a single SFString
+// A large file has millions of these: texts are kept as pointers, with a zero byte behind each.
+class Attribute {
+public:
+    Attribute(char const* name, std::string_view value, std::uint32_t at)
+        : offset(at), _size(static_cast<std::uint32_t>(value.size())), _name(name), _value(value.data())
+    {
+    }
+    std::string_view name() const { return _name; }
+    bool isNamed(std::string_view name) const { return name.compare(_name) == 0; }
+    /// Decoded; of lists without their brackets, comments as blanks; a zero byte follows. Strings of the classic syntaxes
+    /// are in double quotes with \" and \\ in them, also a single SFString.
+    std::string_view value() const { return {_value, _size}; }
+
+    std::uint32_t offset; ///< of the value's first byte in the file's text
+
+private:
+    std::uint32_t _size;
+    char const* _name;
+    char const* _value;
 };
 
 struct Element {
-    std::string_view name;        ///< "Transform", "ROUTE", "ProtoDeclare"; "" for a USE in a syntax that names no type there
+    /// "Transform", "ROUTE", "ProtoDeclare"; "" for a USE in a syntax that names no type there.
+    std::string_view name() const { return text; }
+    bool isNamed(std::string_view name) const { return name.compare(text) == 0; }
+
+    char const* text = "";        ///< the name
     std::uint32_t offset = 0;     ///< of its first byte in the file's text
     std::uint32_t attributeCount = 0;
     Attribute* attributes = nullptr; ///< in the order of the file
-    Element* parent = nullptr;
     Element* firstChild = nullptr;
     Element* next = nullptr;      ///< the next child of the same parent
 };

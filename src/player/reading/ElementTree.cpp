@@ -9,7 +9,7 @@ namespace Zelvan::play {
 // Only their memory is given back.
 static_assert(std::is_trivially_destructible_v<Element> && std::is_trivially_destructible_v<Attribute>);
 
-Element& ElementTree::open(std::string_view name, std::size_t offset)
+Element& ElementTree::open(char const* name, std::size_t offset)
 {
     if (_open.size() >= _limits.depth)
         throw SyntaxError(offset, "nested deeper than " + std::to_string(_limits.depth)
@@ -18,7 +18,7 @@ Element& ElementTree::open(std::string_view name, std::size_t offset)
         throw SyntaxError(offset, "more than " + std::to_string(_limits.elements)
                                       + " elements (--max-elements raises the limit)");
     auto* const element = new (_memory.allocate(sizeof(Element), alignof(Element))) Element;
-    element->name = name;
+    element->text = name;
     element->offset = static_cast<std::uint32_t>(offset);
     if (_open.empty()) {
         if (_root != nullptr)
@@ -26,7 +26,6 @@ Element& ElementTree::open(std::string_view name, std::size_t offset)
         _root = element;
     } else {
         Open& parent = _open.back();
-        element->parent = parent.element;
         (parent.lastChild == nullptr ? parent.element->firstChild : parent.lastChild->next) = element;
         parent.lastChild = element;
     }
@@ -34,12 +33,12 @@ Element& ElementTree::open(std::string_view name, std::size_t offset)
     return *element;
 }
 
-void ElementTree::attribute(std::string_view name, std::string_view value, std::size_t offset, bool quoted)
+void ElementTree::attribute(char const* name, std::string_view value, std::size_t offset)
 {
     std::size_t const most = 4 * std::size_t(_limits.elements);
     if (++_attributeCount > most)
         throw SyntaxError(offset, "more than " + std::to_string(most) + " attributes (--max-elements raises the limit)");
-    _attributes.push_back({name, value, static_cast<std::uint32_t>(offset), quoted});
+    _attributes.emplace_back(name, value, static_cast<std::uint32_t>(offset));
 }
 
 void ElementTree::close()
@@ -53,7 +52,7 @@ void ElementTree::close()
     closed.element->attributes = static_cast<Attribute*>(_memory.allocate(bytes, alignof(Attribute)));
     closed.element->attributeCount = static_cast<std::uint32_t>(count);
     std::memcpy(closed.element->attributes, &_attributes[closed.attributesBegin], bytes);
-    _attributes.resize(closed.attributesBegin);
+    _attributes.erase(_attributes.begin() + static_cast<std::ptrdiff_t>(closed.attributesBegin), _attributes.end());
 }
 
 std::string_view ElementTree::keep(std::string_view text)
@@ -61,6 +60,13 @@ std::string_view ElementTree::keep(std::string_view text)
     auto* const copy = static_cast<char*>(_memory.allocate(text.size() + 1, 1));
     copy[text.copy(copy, text.size())] = '\0';
     return {copy, text.size()};
+}
+
+void ElementTree::excuse(std::string what, std::size_t offset)
+{
+    constexpr std::size_t most = 100;
+    if (_oddities.size() < most)
+        _oddities.push_back({std::move(what), static_cast<std::uint32_t>(offset)});
 }
 
 void ElementTree::comment(std::string_view text, std::size_t offset)

@@ -25,7 +25,7 @@ struct SyntaxError : std::runtime_error {
     std::uint32_t beginning; ///< of what was not closed: a list, a string, a body; or none
 };
 
-/// Owns the elements of one file. A syntax writes it from front to back; names and values are views of the text, which
+/// Owns the elements of one file. A syntax writes it from front to back; names and values point into the text, which
 /// has to outlive the tree. No element is allocated for itself, and what is never reached costs nothing to destroy.
 class ElementTree {
 public:
@@ -33,15 +33,18 @@ public:
 
     // Writing.
     /// Begins an element in the one that is open; the first one is the root. Throws SyntaxError at a limit.
-    Element& open(std::string_view name, std::size_t offset);
+    Element& open(char const* name, std::size_t offset);
     /// Adds to the open element, also between and behind its children.
-    void attribute(std::string_view name, std::string_view value, std::size_t offset, bool quoted = false);
+    void attribute(char const* name, std::string_view value, std::size_t offset);
     void close();
     std::size_t depth() const { return _open.size(); }
     /// A copy that lives as long as the tree, with a zero byte behind it.
     std::string_view keep(std::string_view text);
     /// The text of a comment, without its marks. Those that begin with `zelvan:` are kept, the others ignored.
     void comment(std::string_view text, std::size_t offset);
+
+    /// The text is not what its syntax asks for, but can only mean one thing. The first ones are kept.
+    void excuse(std::string what, std::size_t offset);
 
     // Reading.
     /// Null when nothing was written.
@@ -52,6 +55,11 @@ public:
     };
     /// In the order of the file.
     std::vector<Comment> const& comments() const { return _comments; }
+    struct Oddity {
+        std::string what;
+        std::uint32_t offset;
+    };
+    std::vector<Oddity> const& oddities() const { return _oddities; }
     std::size_t elementCount() const { return _elementCount; }
 
 private:
@@ -66,6 +74,7 @@ private:
     std::vector<Open> _open;
     std::vector<Attribute> _attributes; ///< of the open elements, outermost first
     std::vector<Comment> _comments;
+    std::vector<Oddity> _oddities;
     std::size_t _elementCount = 0, _attributeCount = 0;
 };
 
@@ -78,7 +87,7 @@ inline std::span<Attribute> attributes(Element const& element)
 inline Attribute const* findAttribute(Element const& element, std::string_view name)
 {
     for (Attribute const& attribute : attributes(element))
-        if (attribute.name == name)
+        if (attribute.isNamed(name))
             return &attribute;
     return nullptr;
 }
@@ -87,7 +96,7 @@ inline Attribute const* findAttribute(Element const& element, std::string_view n
 inline std::string_view attributeValue(Element const& element, std::string_view name)
 {
     Attribute const* const found = findAttribute(element, name);
-    return found == nullptr ? std::string_view() : found->value;
+    return found == nullptr ? std::string_view() : found->value();
 }
 
 /// The children of an element; with a name, those of that name.
@@ -111,7 +120,7 @@ public:
     private:
         void skip()
         {
-            while (_of._named && _at != nullptr && _at->name != _of._name)
+            while (_of._named && _at != nullptr && !_at->isNamed(_of._name))
                 _at = _at->next;
         }
         Element* _at;

@@ -2,7 +2,9 @@
 
 #include "base/NodeProc.h"
 #include "base/NodeType.h"
+#include "coreNodePool/TimeSensor.h"
 #include "player/reading/SceneReader.h"
+#include "player/scene/Values.h"
 
 #include <algorithm>
 
@@ -12,7 +14,7 @@ namespace {
 
 bool holdsNodes(Element const& element)
 {
-    if (element.name == "Script")
+    if (element.isNamed("Script"))
         for (Element const& field : Children(element, "field"))
             if (field.firstChild != nullptr)
                 return true;
@@ -54,22 +56,23 @@ std::string otherFields(Node const& node, std::string_view name, unsigned access
     return names;
 }
 
-SceneNode& Nodes::add(std::string name, std::string typeName, Location where, std::size_t tenths)
+SceneNode& Nodes::add(std::string name, std::string_view typeName, Location where, std::size_t tenths)
 {
     _reading.budget.addNode(where);
     _reading.budget.spend((_reading.budget.isAgain() ? 10 : 0) + tenths, where);
-    SceneNode& node = _reading.scene.sceneNodes.emplace_back();
-    node.typeName = std::move(typeName);
-    _reading.requireShort(node.typeName, "a node type", where);
-    node.name = std::move(name);
-    node.where = where;
-    return node;
+    _reading.requireShort(typeName, "a node type", where);
+    return _reading.scene.sceneNodes.emplace_back(SceneNode{std::move(name), _reading.scene.shared(typeName), where});
 }
 
 SceneNode& Nodes::add(Element const& element, Scope const& scope)
 {
+    return add(element, scope, element.name());
+}
+
+SceneNode& Nodes::add(Element const& element, Scope const& scope, std::string_view typeName)
+{
     std::string const def = _reading.nameIn(element, "DEF", scope);
-    SceneNode& node = add("", std::string(element.name), locate(element, scope), scope.prefix.size() / Budget::bytesForATenth);
+    SceneNode& node = add("", typeName, locate(element, scope), scope.prefix.size() / Budget::bytesForATenth);
     node.named = !def.empty();
     node.name = qualified(scope, node.named ? def : node.typeName + '#' + std::to_string(_reading.scene.sceneNodes.size()));
     return node;
@@ -94,7 +97,7 @@ void Nodes::define(std::string const& name, Target target, Scope& scope, Locatio
 
 SceneNode* Nodes::read(Element const& element, Scope& scope)
 {
-    NodeType* const type = NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), std::string(element.name), searchExact);
+    NodeType* const type = NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), std::string(element.name()), searchExact);
     NodeType* const creatable = type ? type->creatableType() : nullptr;
     // A node that nothing can be routed to needs no memory.
     if (creatable == nullptr && findAttribute(element, "DEF") == nullptr && findChild(element, "IS") == nullptr && !holdsNodes(element))
@@ -102,10 +105,28 @@ SceneNode* Nodes::read(Element const& element, Scope& scope)
     SceneNode& node = add(element, scope);
     if (creatable != nullptr)
         create(*creatable, element, node, scope);
-    else if ((node.decides = element.name == "Script"))
+    else if ((node.decides = element.isNamed("Script")))
         addScriptFields(element, node, scope);
+    else
+        reportMisspelled(node);
+    if (creatable == &TimeSensor::_type && !node.named && findChild(element, "IS") == nullptr) {
+        // Nobody can hear it. Its values have been looked at.
+        _reading.scene.nodes().remove(*node.node);
+        _reading.scene.sceneNodes.pop_back();
+        return nullptr;
+    }
     define(_reading.nameIn(element, "DEF", scope), {&node}, scope, node.where);
     return &node;
+}
+
+// A node that would be run if its type were written in the right capitals.
+void Nodes::reportMisspelled(SceneNode const& node)
+{
+    NodeType* const meant = NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), node.typeName, searchIgnoreCase);
+    if (meant != nullptr && meant->creatableType() != nullptr)
+        _reading.warn(node.where, kinds::unknownNode,
+                      node.name + ": there is no node " + node.typeName + "; did you mean "
+                          + (meant->_name.size() == node.typeName.size() ? meant->_name : meant->_aliasName) + '?');
 }
 
 void Nodes::create(NodeType& type, Element const& element, SceneNode& node, Scope const& scope)
@@ -119,11 +140,24 @@ void Nodes::create(NodeType& type, Element const& element, SceneNode& node, Scop
 void Nodes::setField(SceneNode& node, Field& field, Attribute const& value, SceneFile const& file)
 {
     Location where = locate(value, file);
-    bool const isString = value.quoted && field.dataType() == SFStringType;
-    if (field.setAndValidateValueByStr(isString ? unquoted(value.value).c_str() : value.value.data(), false)) {
+    bool const isRepeated = _reading.budget.isAgain() && node.known && isList(field.dataType());
+    Repeated* const repeated = isRepeated ? &_repeated[&value] : nullptr;
+    if (repeated != nullptr && repeated->value != nullptr && repeated->desc == field._desc) {
+        field.assignValue(*repeated->value);
+        node.attributes.push_back({indexOf(field), where});
+        return;
+    }
+    bool const isString = file.quotes(value) && field.dataType() == SFStringType;
+    if (field.setAndValidateValueByStr(isString ? unquoted(value.value()).c_str() : value.value().data(), false)) {
         if (node.known)
             node.attributes.push_back({indexOf(field), where});
-        return file.units.convert(*node.node, field);
+        file.units.convert(*node.node, field);
+        if (repeated != nullptr && ++repeated->times == 2) {
+            repeated->desc = field._desc;
+            repeated->value = makeField(field.dataType());
+            repeated->value->assignValue(field);
+        }
+        return;
     }
     FieldTextError const& error = Field::textError();
     where.offset += static_cast<std::uint32_t>(error.position) + isString;
@@ -135,7 +169,7 @@ void Nodes::setField(SceneNode& node, Field& field, Attribute const& value, Scen
 void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& scope)
 {
     for (Attribute const& attribute : attributes(element)) {
-        std::string_view const name = attribute.name;
+        std::string_view const name = attribute.name();
         if (name == "DEF" || name == "USE" || name == "containerField" || name == "class" || name == "id"
             || name == "style" || name.starts_with("xml") || name.starts_with("xsi"))
             continue;
@@ -156,8 +190,11 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
             _reading.warn(where, kinds::unknownAttribute,
                           node.name + '.' + std::string(name) + " is " + accessName(field->type())
                               + " and cannot be set in a file");
-        else
+        else {
+            if (_reading.scene.isSet(node, *field))
+                _reading.warn(where, kinds::looseSyntax, node.name + '.' + std::string(name) + " is given twice; the last one counts");
             setField(node, *field, attribute, *scope.file);
+        }
     }
 }
 
@@ -166,7 +203,7 @@ void Nodes::addScriptFields(Element const& element, SceneNode& node, Scope const
     for (Element const& field : Children(element, "field")) {
         _reading.budget.spendOn(field, locate(field, scope), 10);
         if (NodePartDataType const type = dataTypeCode(attributeValue(field, "type")); type != 0)
-            _reading.scene.fieldOfUnknown(node, _reading.nameIn(field, "name", scope), type);
+            _reading.scene.declareField(node, _reading.nameIn(field, "name", scope), type);
     }
 }
 

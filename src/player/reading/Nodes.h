@@ -3,6 +3,8 @@
 #include "player/reading/Scope.h"
 
 namespace Zelvan {
+class Field;
+class NodePartDesc;
 class NodeType;
 }
 
@@ -17,6 +19,7 @@ public:
     SceneNode* read(Element const& element, Scope& scope);
     /// A node of no class, which takes any event.
     SceneNode& add(Element const& element, Scope const& scope);
+    SceneNode& add(Element const& element, Scope const& scope, std::string_view typeName);
     /// Gives a DEF name; an empty one is none.
     void define(std::string const& name, Target target, Scope& scope, Location where);
     /// Sets a field from a text that stands in `file`, in the units of that file.
@@ -25,12 +28,20 @@ public:
     SceneNode& addStore(Instance const& instance);
 
 private:
-    SceneNode& add(std::string name, std::string typeName, Location where, std::size_t tenths);
+    SceneNode& add(std::string name, std::string_view typeName, Location where, std::size_t tenths);
     void create(NodeType& type, Element const& element, SceneNode& node, Scope const& scope);
+    void reportMisspelled(SceneNode const& node);
     void setAttributes(Element const& element, SceneNode& node, Scope const& scope);
     void addScriptFields(Element const& element, SceneNode& node, Scope const& scope);
 
     Reading& _reading;
+    /// A list that a PROTO or a file repeats: its second reading is kept for those that follow.
+    struct Repeated {
+        unsigned times = 0;
+        NodePartDesc const* desc = nullptr;
+        std::unique_ptr<Field> value;
+    };
+    std::unordered_map<Attribute const*, Repeated> _repeated;
 };
 
 /// What a message says behind "has no field": the one that was probably meant, or those there are.

@@ -70,14 +70,14 @@ void Protos::declareAll(SceneFile& file)
     file.declared = &_reading.scopes.emplace_back();
     file.declared->file = &file;
     Element const* const root = file.tree.root();
-    Element const* const scene = root->name == "X3D" ? findChild(*root, "Scene") : root;
+    Element const* const scene = root->isNamed("X3D") ? findChild(*root, "Scene") : root;
     if (scene == nullptr)
         return;
     file.firstProto = findChild(*scene, "ProtoDeclare");
     for (Element const& child : Children(*scene)) {
-        if (child.name == "ProtoDeclare")
+        if (child.isNamed("ProtoDeclare"))
             declare(child, *file.declared);
-        else if (child.name == "ExternProtoDeclare")
+        else if (child.isNamed("ExternProtoDeclare"))
             declareExtern(child, *file.declared);
     }
 }
@@ -167,10 +167,31 @@ void Protos::connect(Element const& element, Target target, Scope& scope)
         if (!exists)
             continue;
         field.connections.emplace_back(target, nodeField);
+        if (scope.instance->holder != nullptr)
+            hold(target, scope.instance->holder, where);
         if (target.node != nullptr && target.node->typeName == "Script") {
             _reading.budget.spend(field.nodes.size() / 10, where);
-            for (SceneNode* const node : field.nodes)
-                node->holder = target.node;
+            for (Target const& node : field.nodes)
+                hold(node, target.node, where);
+        }
+    }
+}
+
+void Protos::hold(Target target, SceneNode* holder, Location where)
+{
+    std::vector<Target> open{target};
+    while (!open.empty()) {
+        Target const at = open.back();
+        open.pop_back();
+        if (at.node != nullptr && at.node->known)
+            at.node->holder = holder;
+        if (at.instance == nullptr || at.instance->holder == holder)
+            continue;
+        at.instance->holder = holder;
+        for (auto const& [name, field] : at.instance->fields) {
+            _reading.budget.spend(1 + field.connections.size(), where);
+            for (auto const& connection : field.connections)
+                open.push_back(connection.first);
         }
     }
 }
@@ -201,7 +222,7 @@ bool Protos::connectNode(InterfaceField const& outer, SceneNode& node, std::stri
         _reading.warn(where, kinds::badProto,
                       "IS: a " + node.typeName + " has no field \"" + name + '"' + otherFields(*node.node, name, inputOutput));
     else if (outer.value != nullptr && (field->type() & initializeOnly) != 0) {
-        _reading.budget.spend(outer.value->value.size() / Budget::bytesForATenth, where);
+        _reading.budget.spend(outer.value->value().size() / Budget::bytesForATenth, where);
         _nodes.setField(node, *field, *outer.value, *outer.file);
     }
     return field != nullptr;

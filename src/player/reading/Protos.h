@@ -21,6 +21,9 @@ public:
     /// What the element's IS says of a node, or an instance, in the body of an instance.
     void connect(Element const& element, Target target, Scope& scope);
 
+    /// A node that is not run has this node, or what the fields of this instance stand for, in a field of its own.
+    void hold(Target target, SceneNode* holder, Location where);
+
     using End = std::pair<SceneNode*, std::string>;
     /// The fields of nodes that a field stands for; none when an instance has no such field.
     std::vector<End> ends(Target target, std::string const& field, Node::FieldSearchOrder order, Location where);

@@ -90,7 +90,7 @@ void Routes::route(Element const& element, Scope const& scope)
     for (auto const& [from, fromField] : found[0])
         for (auto const& [to, toField] : found[1]) {
             _reading.budget.spend(std::exchange(first, false) ? 0 : 10 + (fromField.size() + toField.size()) / Budget::bytesForATenth, where);
-            connect(_reading.scene.routes.emplace_back(SceneRoute{from, fromField, to, toField, where, nullptr}));
+            connect(_reading.scene.routes.emplace_back(SceneRoute{from, _reading.scene.shared(fromField), to, _reading.scene.shared(toField), where}));
         }
 }
 

@@ -6,6 +6,7 @@
 #include "player/scene/Escape.h"
 
 #include <algorithm>
+#include <cctype>
 #include <optional>
 
 namespace Zelvan::play {
@@ -29,6 +30,16 @@ std::vector<std::string> quotedStrings(std::string_view text)
 }
 
 namespace {
+/// What an Inline may lead to that is no scene in X3D's sense; empty for all else.
+std::string_view foreignFormat(std::string_view url)
+{
+    constexpr std::string_view formats[][2] = {{".gltf", "glTF"}, {".glb", "glTF"}, {".obj", "Wavefront OBJ"}, {".stl", "STL"},
+                                               {".ply", "PLY"}, {".dae", "COLLADA"}, {".fbx", "FBX"}};
+    for (auto const& [suffix, format] : formats)
+        if (url.size() > suffix.size() && std::ranges::equal(url.substr(url.size() - suffix.size()), suffix, {}, [](unsigned char c) { return std::tolower(c); }))
+            return format;
+    return {};
+}
 
 ReadLimits forTree(ReadLimits limits)
 {
@@ -63,13 +74,13 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
 {
     ReadLimits const& limits = _budget.limits();
     auto file = std::make_unique<SceneFile>(opened, limits);
-    std::vector<std::uint32_t> lines = file->source.lineStarts();
-    if (std::size_t const most = 8 * std::size_t(limits.elements); lines.size() - 1 > most)
+    Scene::Layout layout = file->source.layout();
+    if (std::size_t const most = 8 * std::size_t(limits.elements); layout.starts.size() - 1 > most)
         throw Failure(exitScene, file->name + ": error: more than " + std::to_string(most)
                                      + " lines (--max-elements raises the limit)");
-    file->number = _scene.addFile(file->name, std::move(lines));
+    file->number = _scene.addFile(file->name, std::move(layout));
     if (auto const offset = file->source.firstLatin1())
-        _diagnostics.warning(_scene.place(Location{file->number, *offset}), kinds::badXml,
+        _diagnostics.warning(_scene.place(Location{file->number, *offset}), kinds::notUtf8,
                              "expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1");
     try {
         if (file->source.syntax() == SourceFile::Syntax::classic)
@@ -79,6 +90,8 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
     } catch (SyntaxError const& error) {
         refuse(*file, error);
     }
+    for (ElementTree::Oddity const& oddity : file->tree.oddities())
+        _diagnostics.warning(_scene.place(Location{file->number, oddity.offset}), kinds::looseSyntax, oddity.what);
     for (ElementTree::Comment const& comment : file->tree.comments())
         _scene.remarks.push_back({{file->number, comment.offset}, std::string(comment.text)});
     file->units = Units::of(file->tree.root());
@@ -108,7 +121,7 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
 {
     constexpr std::size_t shown = 5;
     std::vector<Answer const*> failed;
-    bool more = false, remote = false;
+    bool more = false, remote = false, foreign = false;
     for (std::string url : quotedStrings(urls)) {
         if (auto const hash = url.find('#'); hash != std::string::npos) {
             if (fragment != nullptr)
@@ -124,6 +137,7 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
         if (answer.file != nullptr)
             return answer.file;
         remote = remote || LocalFiles::isRemote(url);
+        foreign = foreign || !foreignFormat(url).empty();
         if (std::ranges::find(failed, &answer) != failed.end())
             continue;
         more = failed.size() == shown;
@@ -133,8 +147,8 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
     std::string why = failed.empty() ? "has no url" : failed.size() > 1 ? "none of its urls can be read: " : "";
     for (Answer const* const answer : failed)
         why += (answer == failed.front() ? "" : "; ") + answer->why;
-    // What would have to be fetched may well be there.
-    _diagnostics.report(remote ? Severity::note : Severity::warning, _scene.place(where), kind,
+    // What would have to be fetched may well be there, and what other programs read may well be right.
+    _diagnostics.report(remote || foreign ? Severity::note : Severity::warning, _scene.place(where), kind,
                         why + (more ? "; and others" : ""));
     return nullptr;
 }
@@ -178,6 +192,10 @@ SceneFile* SceneFiles::openOnce(std::string const& url, SceneFile& from, std::st
         opened = _local.open(url, from.folder);
     } catch (Failure const& failure) {
         why = failure.what();
+        return nullptr;
+    }
+    if (std::string_view const format = foreignFormat(url); !format.empty()) {
+        why = opened->name + " is " + std::string(format) + ", which is not read";
         return nullptr;
     }
     auto const [known, isNew] = _byIdentity.try_emplace(opened->identity);

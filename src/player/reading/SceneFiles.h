@@ -21,6 +21,12 @@ std::vector<std::string> quotedStrings(std::string_view text);
 struct SceneFile {
     SceneFile(OpenedFile const& opened, ReadLimits const& limits);
 
+    /// Whether the value is strings in double quotes, also where a field holds but one.
+    bool quotes(Attribute const& value) const
+    {
+        return source.syntax() == SourceFile::Syntax::classic && value.value().starts_with('"');
+    }
+
     SourceFile source;
     ElementTree tree;
     std::string name;             ///< as messages have it

@@ -36,7 +36,14 @@ private:
         SceneNode* holder = nullptr;   ///< of nodes in a field: the node with the field, which is not run
         InterfaceField* given = nullptr; ///< of nodes in a field of a PROTO instance
         StagePlace place{};            ///< of its nodes; of a body, of its first one
+        Element const* parent = nullptr; ///< of what is gone through
     };
+    static Step into(Element const& parent, Scope& scope, unsigned depth)
+    {
+        Step step{parent.firstChild, &scope, depth};
+        step.parent = &parent;
+        return step;
+    }
     void readAll();
     void end(Step const& step);
     void readElement(Element const& element, Scope& scope);
@@ -52,8 +59,8 @@ private:
     void enterChildren(Element const& element, Scope& scope, StagePlace const& place, SceneNode* holder = nullptr);
     /// Where the node that is being read is drawn.
     StagePlace takePlace();
-    /// What holds the element that is being read holds this node.
-    void hold(SceneNode* node);
+    /// What holds the element that is being read holds this.
+    void hold(Target target, Location where);
     void enter(Step step) { _steps.push_back(step); }
 
     Budget _budget;
@@ -77,9 +84,9 @@ void SceneReader::read(std::string const& path)
 {
     SceneFile& file = _files.openScene(path);
     Element const* const root = file.tree.root();
-    if (root == nullptr || (root->name != "X3D" && root->name != "Scene"))
+    if (root == nullptr || (!root->isNamed("X3D") && !root->isNamed("Scene")))
         throw Failure(exitScene, _reading.scene.place(Location{file.number, root ? root->offset : 0}).text()
-                                     + ": error: expected an X3D scene, found <" + std::string(root ? root->name : "") + '>');
+                                     + ": error: expected an X3D scene, found <" + std::string(root ? root->name() : "") + '>');
     Step whole{};
     whole.place.parent = Staging::root;
     enterFile(file, _reading.scopes.emplace_back(), whole);
@@ -93,8 +100,8 @@ void SceneReader::readAll()
     while (!_steps.empty()) {
         Step& step = _steps.back();
         if (Element const* const element = step.next) {
-            if (element->parent != nullptr)
-                _budget.requireDepth(step.depth, locate(*element->parent, *step.scope));
+            if (step.parent != nullptr)
+                _budget.requireDepth(step.depth, locate(*step.parent, *step.scope));
             step.next = element->next;
             _depth = step.depth;
             _arguments = step.end == Step::ofArguments ? step.instance : nullptr;
@@ -140,7 +147,8 @@ void SceneReader::enterFile(SceneFile& file, Scope& scope, Step step)
     if (step.again)
         _budget.beginAgain();
     Element const* const root = file.tree.root();
-    step.next = root != nullptr && root->name == "X3D" ? root->firstChild : root;
+    step.parent = root != nullptr && root->isNamed("X3D") ? root : nullptr;
+    step.next = step.parent != nullptr ? root->firstChild : root;
     step.scope = &scope;
     step.depth = _depth + 1;
     step.end = Step::ofFile;
@@ -149,7 +157,7 @@ void SceneReader::enterFile(SceneFile& file, Scope& scope, Step step)
 
 void SceneReader::readElement(Element const& element, Scope& scope)
 {
-    std::string_view const name = element.name;
+    std::string_view const name = element.name();
     bool const isKept = name == "ROUTE" || name == "IMPORT" || name == "EXPORT" || name.ends_with("ProtoDeclare");
     _budget.spendOn(element, locate(element, scope), isKept ? 10 : 1);
     if (name == "ROUTE")
@@ -172,7 +180,7 @@ void SceneReader::readElement(Element const& element, Scope& scope)
 
 void SceneReader::enterField(Element const& element, Scope& scope)
 {
-    Step step{element.firstChild, &scope, _depth + 1};
+    Step step = into(element, scope, _depth + 1);
     step.holder = _holder;
     if (_arguments != nullptr)
         if (auto const found = _arguments->fields.find(_reading.nameIn(element, "name", scope)); found != _arguments->fields.end())
@@ -182,7 +190,7 @@ void SceneReader::enterField(Element const& element, Scope& scope)
 
 void SceneReader::enterChildren(Element const& element, Scope& scope, StagePlace const& place, SceneNode* holder)
 {
-    Step step{element.firstChild, &scope, _depth + 1};
+    Step step = into(element, scope, _depth + 1);
     step.holder = holder;
     step.place = place;
     enter(step);
@@ -194,14 +202,14 @@ StagePlace SceneReader::takePlace()
     return step.end == Step::ofBody ? std::exchange(step.place, {}) : step.place;
 }
 
-void SceneReader::hold(SceneNode* node)
+void SceneReader::hold(Target target, Location where)
 {
-    if (node == nullptr || !node->known)
+    if (target.instance == nullptr && (target.node == nullptr || !target.node->known))
         return;
     if (_holder != nullptr)
-        node->holder = _holder;
+        _protos.hold(target, _holder, where);
     if (_given != nullptr)
-        _given->nodes.push_back(node);
+        _given->nodes.push_back(target);
 }
 
 void SceneReader::readNode(Element const& element, Scope& scope)
@@ -210,29 +218,29 @@ void SceneReader::readNode(Element const& element, Scope& scope)
     if (findAttribute(element, "USE") != nullptr) {
         std::string const wanted = _reading.nameIn(element, "USE", scope);
         if (auto const used = scope.names.find(wanted); used != scope.names.end()) {
-            hold(used->second.node);
+            hold(used->second, locate(element, scope));
             _stager.use(element, used->second, place);
         } else
             _reading.warn(locate(element, scope), kinds::unknownUse,
                           "USE \"" + wanted + "\": no node before this one has that DEF name" + _reading.meant(wanted, scope.names));
         return;
     }
-    if (element.name == "ProtoInstance")
+    if (element.isNamed("ProtoInstance"))
         return readInstance(element, scope, place);
-    if (element.name != "Inline" || !enterInline(element, scope, place))
+    if (!element.isNamed("Inline") || !enterInline(element, scope, place))
         readNodeItself(element, scope, place);
 }
 
 void SceneReader::readNodeItself(Element const& element, Scope& scope, StagePlace const& place, bool drawn)
 {
     SceneNode* const node = _nodes.read(element, scope);
-    hold(node);
+    hold({node}, locate(element, scope));
     if (node != nullptr)
         _protos.connect(element, {node}, scope);
     StagePlace const children = drawn ? place : _stager.add(element, node, place, scope);
     if (drawn)
         _stager.stands(node, children);
-    enterChildren(element, scope, children, element.name == "Script" ? node : nullptr);
+    enterChildren(element, scope, children, element.isNamed("Script") ? node : nullptr);
 }
 
 bool SceneReader::enterInline(Element const& element, Scope& scope, StagePlace const& place)
@@ -272,8 +280,7 @@ void SceneReader::readInstance(Element const& element, Scope& scope, StagePlace 
         if (proto == nullptr)
             _reading.warn(where, kinds::badProto, "no PROTO is named \"" + name + '"' + _reading.meant(name, scope.protos));
         // Kept as a node that takes any event.
-        SceneNode& node = _nodes.add(element, scope);
-        node.typeName = name;
+        SceneNode& node = _nodes.add(element, scope, name);
         node.decides = true;
         _nodes.define(def, {&node}, scope, where);
         _stager.leave("the PROTO " + name + " is not known");
@@ -284,16 +291,19 @@ void SceneReader::readInstance(Element const& element, Scope& scope, StagePlace 
                                           "PROTO \"" + name + "\" contains itself");
     _budget.requireDepth(++_depth, where);
     Instance& instance = _protos.instantiate(element, *proto, scope);
+    hold({nullptr, &instance}, where);
     _protos.connect(element, {nullptr, &instance}, scope);
     instance.first = std::exchange(place.instance, &instance);
     if (std::string_view const field = attributeValue(element, "containerField"); place.field.empty() && !field.empty())
         place.field = field;
     // The nodes given to fields belong to where the instance stands.
-    Step arguments{element.firstChild, &scope, _depth + 1, Step::ofArguments, &element};
-    arguments.proto = *proto;
-    arguments.instance = &instance;
-    arguments.place = place;
-    enter(arguments);
+    Step step = into(element, scope, _depth + 1);
+    step.end = Step::ofArguments;
+    step.from = &element;
+    step.proto = *proto;
+    step.instance = &instance;
+    step.place = place;
+    enter(step);
 }
 
 void SceneReader::readBody(Step const& arguments)
@@ -307,12 +317,13 @@ void SceneReader::readBody(Step const& arguments)
     body.outer = proto.scope;
     body.prefix = body.instance->name + '/';
     Element const* const declared = findChild(*proto.declaration, "ProtoBody");
-    Step whole{declared ? declared->firstChild : nullptr, &body, arguments.depth, Step::ofBody};
-    whole.place = arguments.place;
-    enter(whole);
+    Step inner = declared ? into(*declared, body, arguments.depth) : Step{nullptr, &body, arguments.depth};
+    inner.end = Step::ofBody;
+    inner.place = arguments.place;
+    enter(inner);
     auto const defaults = Protos::defaultsOf(*arguments.from, proto);
     for (auto field = defaults.rbegin(); field != defaults.rend(); ++field) {
-        Step step{(*field)->firstChild, &body, arguments.depth};
+        Step step = into(**field, body, arguments.depth);
         if (auto const given = body.instance->fields.find(std::string(attributeValue(**field, "name")));
             given != body.instance->fields.end())
             step.place.given = step.given = &given->second;

@@ -13,6 +13,9 @@ class Staging;
 // Kinds of the messages that reading a scene may give; `check` uses them as codes.
 namespace kinds {
 inline constexpr char const* badXml = "bad-xml";
+inline constexpr char const* notUtf8 = "not-utf8";
+inline constexpr char const* looseSyntax = "loose-syntax";
+inline constexpr char const* unknownNode = "unknown-node";
 inline constexpr char const* badValue = "bad-value";
 inline constexpr char const* unknownAttribute = "unknown-attribute";
 inline constexpr char const* noEffect = "no-effect";

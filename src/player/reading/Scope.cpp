@@ -15,8 +15,8 @@ std::string Reading::nameIn(Element const& element, std::string_view attribute, 
     Attribute const* const found = findAttribute(element, attribute);
     if (found == nullptr)
         return "";
-    requireShort(found->value, attribute, locate(*found, *scope.file));
-    return std::string(found->value);
+    requireShort(found->value(), attribute, locate(*found, *scope.file));
+    return std::string(found->value());
 }
 
 std::string qualified(Scope const& scope, std::string const& name)

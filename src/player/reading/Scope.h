@@ -26,7 +26,7 @@ struct InterfaceField {
     Attribute const* value = nullptr; ///< null when neither the instance nor the declaration has one
     SceneFile const* file = nullptr;  ///< that the value stands in
     std::vector<std::pair<Target, std::string>> connections; ///< the fields it IS, in the body
-    std::vector<SceneNode*> nodes;    ///< given to it, as far as they are run
+    std::vector<Target> nodes;        ///< given to it, as far as they are run
     std::vector<std::uint32_t> staged{}; ///< given to it, as far as they are drawn
 };
 
@@ -35,6 +35,7 @@ struct Instance {
     std::string protoName;
     Location where;
     bool named = false;         ///< has a DEF name
+    SceneNode* holder = nullptr; ///< a node that is not run and has it in a field: it may drive what the fields stand for
     SceneNode* store = nullptr; ///< has the fields that IS nothing, once a route has touched one
     Instance const* first = nullptr; ///< of whose body it is the first node, which is what is drawn
     std::unordered_map<std::string, InterfaceField> fields;

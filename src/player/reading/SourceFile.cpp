@@ -1,26 +1,17 @@
 #include "player/reading/SourceFile.h"
 
+#include "player/reading/ClassicSyntax.h"
 #include "player/reading/Encodings.h"
 #include "player/scene/Diagnostics.h"
 
 #include <algorithm>
+#include <bit>
 #include <cerrno>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace Zelvan::play {
-
-namespace {
-
-// "#VRML V2.0 utf8", "#VRML Draft #2 V2.0 utf8", "#X3D V3.3 utf8"
-bool isHeader(std::string_view text, std::string_view language, std::string_view version)
-{
-    std::string_view const line = text.substr(0, text.find_first_of("\r\n"));
-    return line.starts_with(language) && line.find(version) != std::string_view::npos;
-}
-
-} // namespace
 
 SourceFile::SourceFile(OpenedFile const& file, ReadLimits const& limits)
     : _text(std::min(limits.bytes, std::size_t(UINT32_MAX) - 1))
@@ -78,11 +69,15 @@ void SourceFile::decode()
         _text = convertedFrom(text().starts_with("\xff\xfe") ? "UTF-16LE" : "UTF-16BE", std::move(_text), 2);
     if (text().starts_with(std::string_view("\xe0\x00\x00\x01", 4)) || text().starts_with("<?xml encoding='finf'"))
         throw Failure(exitScene, "binary X3D is not read; convert it to X3D XML first");
+    _text.trim(); // some programs fill up their last block
+    _text.end();
     if (body().empty())
         throw Failure(exitScene, "expected an X3D scene, found nothing");
     if (body().starts_with("#VRML V1."))
         throw Failure(exitScene, "VRML 1.0 is not read; convert it to VRML 2.0 or X3D XML first");
-    if (isHeader(body(), "#VRML", " V2.") || isHeader(body(), "#X3D", " V"))
+    if (body().starts_with("#Inventor"))
+        throw Failure(exitScene, "Inventor files are not read; convert it to VRML 2.0 or X3D XML first");
+    if (!classicHeader(body()).empty())
         decodeClassic();
     else if (body().front() == '{' || body().front() == '[')
         throw Failure(exitScene, "X3D JSON is not read; convert it to X3D XML first");
@@ -102,6 +97,25 @@ void SourceFile::decodeClassic()
     auto const wider = std::ranges::count_if(text().substr(0, first), [](char c) { return (c & 0x80) != 0; });
     _text = convertedFrom("ISO-8859-1", std::move(_text));
     _firstLatin1 = static_cast<std::uint32_t>(first) + static_cast<std::uint32_t>(wider);
+}
+
+Scene::Layout SourceFile::layout() const
+{
+    Scene::Layout layout{lineStarts()};
+    std::string_view const all = text();
+    if (std::ranges::all_of(all, [](char c) { return static_cast<signed char>(c) >= 0; }))
+        return layout;
+    bool const hasMark = all.starts_with("\xef\xbb\xbf");
+    std::uint32_t count = 0;
+    for (std::size_t word = 0; word * 64 <= all.size(); ++word) {
+        std::uint64_t bits = word == 0 && hasMark;
+        for (std::size_t at = word * 64; at < std::min(word * 64 + 64, all.size()); ++at)
+            bits |= std::uint64_t((all[at] & 0xC0) == 0x80) << at % 64;
+        layout.inner.push_back(bits);
+        layout.innerBefore.push_back(count);
+        count += static_cast<unsigned>(std::popcount(bits));
+    }
+    return layout;
 }
 
 std::vector<std::uint32_t> SourceFile::lineStarts() const

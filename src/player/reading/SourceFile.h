@@ -3,6 +3,7 @@
 #include "player/reading/LocalFiles.h"
 #include "player/reading/ReadLimits.h"
 #include "player/reading/TextBuffer.h"
+#include "player/scene/Scene.h"
 
 #include <cstdint>
 #include <optional>
@@ -30,8 +31,8 @@ public:
     Syntax syntax() const { return _syntax; }
     /// Of the first character that was not UTF-8 in a file that has been taken for Latin-1.
     std::optional<std::uint32_t> firstLatin1() const { return _firstLatin1; }
-    /// Offsets of the first bytes of all lines, which end in LF, CR or both. Ask before the text is changed.
-    std::vector<std::uint32_t> lineStarts() const;
+    /// Of lines that end in LF, CR or both; a byte order mark is no character. Ask before the text is changed.
+    Scene::Layout layout() const;
 
 private:
     void read(Descriptor const& file);
@@ -39,6 +40,7 @@ private:
     void decodeClassic();
     /// The text without byte order mark and blanks in front.
     std::string_view body() const;
+    std::vector<std::uint32_t> lineStarts() const;
 
     TextBuffer _text;
     Syntax _syntax = Syntax::xml;

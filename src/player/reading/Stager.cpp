@@ -26,7 +26,7 @@ std::string_view Stager::fieldOf(Element const& element, StagePlace const& place
 
 StagePlace Stager::add(Element const& element, SceneNode const* node, StagePlace const& place, Scope const& scope)
 {
-    std::string_view const type = element.name;
+    std::string_view const type = element.name();
     if (_staging == nullptr || (node != nullptr && node->known))
         return {};
     if (Staging::isLeftOut(type)) {
@@ -40,8 +40,8 @@ StagePlace Stager::add(Element const& element, SceneNode const* node, StagePlace
     }
     std::uint32_t const index = _staging->add(type, place.parent, fieldOf(element, place));
     for (Attribute const& attribute : attributes(element))
-        if (attribute.name != "DEF" && attribute.name != "containerField")
-            set(index, attribute.name, attribute, attribute.quoted && holdsOneString(type, attribute.name), *scope.file);
+        if (!attribute.isNamed("DEF") && !attribute.isNamed("containerField"))
+            set(index, attribute.name(), attribute, scope.file->quotes(attribute) && holdsOneString(type, attribute.name()), *scope.file);
     connect(index, element, scope);
     settle(index, place);
     StagePlace const children{index};
@@ -94,14 +94,14 @@ void Stager::set(std::uint32_t index, std::string_view name, Attribute const& va
 {
     std::string_view const type = _staging->nodes[index].type;
     if (Staging::isPicture(type, name))
-        return setPicture(index, name, value.value, file);
+        return setPicture(index, name, value.value(), file);
     if (name.ends_with("url") || name.ends_with("Url") || name == "src" || name == "href")
         return; // nothing is fetched
     if (isString) {
-        auto const strings = quotedStrings(value.value);
+        auto const strings = quotedStrings(value.value());
         return _staging->set(index, name, strings.empty() ? std::string() : strings.front());
     }
-    _staging->set(index, name, value.value);
+    _staging->set(index, name, value.value());
 }
 
 void Stager::setPicture(std::uint32_t index, std::string_view name, std::string_view urls, SceneFile const& file)
@@ -134,7 +134,7 @@ void Stager::connect(std::uint32_t index, Element const& element, Scope const& s
             continue;
         InterfaceField const& field = found->second;
         if (field.value != nullptr && !field.type.ends_with("Node"))
-            set(index, name, *field.value, field.value->quoted && field.type == "SFString", *field.file);
+            set(index, name, *field.value, field.file->quotes(*field.value) && field.type == "SFString", *field.file);
         for (std::uint32_t const node : field.staged)
             _staging->place(node, index, name);
     }

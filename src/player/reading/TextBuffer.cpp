@@ -32,6 +32,12 @@ std::span<char> TextBuffer::room()
     return {_data.get() + _size, _capacity - _size};
 }
 
+void TextBuffer::trim()
+{
+    while (_size > 0 && _data.get()[_size - 1] == '\0')
+        --_size;
+}
+
 void TextBuffer::end()
 {
     requireWithin(_size, _limit);

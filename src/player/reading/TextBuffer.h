@@ -18,6 +18,8 @@ public:
     std::span<char> room();
     /// So many bytes of the room have been filled.
     void add(std::size_t bytes) { _size += bytes; }
+    /// Without the zero bytes at its end.
+    void trim();
     /// Nothing is added any more: one zero byte follows the text.
     void end();
 

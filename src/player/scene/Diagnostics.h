@@ -30,7 +30,8 @@ private:
     std::vector<std::string> _reasons;
 };
 
-/// A place in one of the files a scene is made of; line and column count from 1, 0 when there is none.
+/// A place in one of the files a scene is made of; line and column count from 1, 0 when there is none; columns
+/// are characters.
 struct Place {
     std::string file;
     unsigned line = 0;

@@ -6,6 +6,7 @@
 #include "player/scene/Values.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace Zelvan::play {
 
@@ -22,10 +23,8 @@ NodeType& unknownType()
 
 } // namespace
 
-UnknownNode::UnknownNode(Scene& scene, SceneNode& sceneNode)
-    : Node(unknownType(), scene.nodes(), sceneNode.name.c_str())
-{
-}
+// Without a name: messages have the scene's.
+UnknownNode::UnknownNode(Scene& scene) : Node(unknownType(), scene.nodes(), nullptr), _scene(scene) {}
 
 UnknownNode::~UnknownNode() = default;
 
@@ -39,10 +38,9 @@ std::string_view baseName(std::string_view name)
     return name;
 }
 
-UnknownNode::Part::Part(std::unique_ptr<char[]> name, NodePartDataType dataType, Node& node)
-    : NodePartDesc(noFieldIndex, NodePart::_nullMask, inputOutput, dataType, 1, name.get(), nullptr, nullptr, nullptr,
-                   "", 0),
-      text(std::move(name)), field(makeField(dataType))
+UnknownNode::Part::Part(char const* name, NodePartDataType dataType, Node& node)
+    : NodePartDesc(noFieldIndex, NodePart::_nullMask, inputOutput, dataType, 1, name, nullptr, nullptr, nullptr, "", 0),
+      field(makeField(dataType))
 {
     field->_node = &node;
     field->_desc = this;
@@ -52,36 +50,70 @@ UnknownNode::Part::~Part() = default;
 
 Field* UnknownNode::find(std::string_view name) const
 {
-    auto const found = _byName.find(baseName(name));
-    return found != _byName.end() ? found->second : nullptr;
+    std::string_view const base = baseName(name);
+    if (_byName != nullptr) {
+        auto found = _byName->find(name);
+        if (found == _byName->end())
+            found = _byName->find(base);
+        return found != _byName->end() ? found->second : nullptr;
+    }
+    Part const* like = nullptr;
+    for (Part const& part : _parts) {
+        if (name == part._name)
+            return part.field.get();
+        if (like == nullptr && base == baseName(part._name))
+            like = &part;
+    }
+    return like != nullptr ? like->field.get() : nullptr;
 }
 
 Field* UnknownNode::require(std::string_view name, NodePartDataType type)
 {
-    if (Field* const found = find(name))
-        return found;
+    Field* const found = find(name);
+    return found != nullptr ? found : add(baseName(name), type);
+}
+
+void UnknownNode::declare(std::string_view name, NodePartDataType type)
+{
+    if (Field const* const found = find(name); found == nullptr || name != found->findName())
+        add(name, type);
+}
+
+Field* UnknownNode::add(std::string_view name, NodePartDataType type)
+{
+    constexpr unsigned few = 8;
     if (makeField(type) == nullptr)
         return nullptr;
-    std::string_view const base = baseName(name);
-    auto text = std::make_unique<char[]>(base.size() + 1);
-    base.copy(text.get(), base.size());
-    Part const& part = *_parts.emplace_back(std::make_unique<Part>(std::move(text), type, *this));
-    return _byName[part.text.get()] = part.field.get();
+    _last = _parts.emplace_after(_last, _scene.shared(name).c_str(), type, *this);
+    if (++_count > few && _byName == nullptr) {
+        _byName = std::make_unique<Names>();
+        for (Part const& part : _parts)
+            enter(*_byName, part);
+    } else if (_byName != nullptr) {
+        enter(*_byName, *_last);
+    }
+    return _last->field.get();
+}
+
+void UnknownNode::enter(Names& names, Part const& part)
+{
+    names[part._name] = part.field.get();
+    names.try_emplace(baseName(part._name), part.field.get());
 }
 
 std::vector<Field*> UnknownNode::inputs() const
 {
     std::vector<Field*> fields;
-    for (auto const& part : _parts)
-        if (part->field->_routesIn != nullptr)
-            fields.push_back(part->field.get());
+    for (Part const& part : _parts)
+        if (part.field->_routesIn != nullptr)
+            fields.push_back(part.field.get());
     return fields;
 }
 
 void UnknownNode::shutdown() const
 {
-    for (auto const& part : _parts)
-        Route::removeAll(*part->field);
+    for (Part const& part : _parts)
+        Route::removeAll(*part.field);
 }
 
 void UnknownNode::fieldChanged(Field& field, TimeStamp const& timeStamp, Field*)
@@ -99,9 +131,17 @@ void UnknownNode::fieldChanged(Field& field, TimeStamp const& timeStamp, Field*)
 
 void Scene::Lines::locate(std::uint32_t offset, unsigned& line, unsigned& column) const
 {
-    auto const after = std::upper_bound(starts.begin(), starts.end(), offset);
-    line = static_cast<unsigned>(after - starts.begin());
-    column = offset - *(after - 1) + 1;
+    auto const after = std::upper_bound(layout.starts.begin(), layout.starts.end(), offset);
+    line = static_cast<unsigned>(after - layout.starts.begin());
+    std::uint32_t const begin = *(after - 1);
+    column = offset - begin + 1;
+    // Editors count characters.
+    auto const innerBefore = [this](std::uint32_t byte) {
+        std::uint64_t const before = layout.inner[byte / 64] & ((std::uint64_t(1) << byte % 64) - 1);
+        return layout.innerBefore[byte / 64] + static_cast<unsigned>(std::popcount(before));
+    };
+    if (offset / 64 < layout.inner.size())
+        column -= innerBefore(offset) - innerBefore(begin);
 }
 
 std::uint32_t Scene::Lines::number(std::uint32_t begin, std::size_t index)
@@ -127,11 +167,11 @@ Scene::Scene() : _nameSpace(std::make_unique<NodeNameSpace>(_context)) {}
 
 Scene::~Scene() = default;
 
-std::uint32_t Scene::addFile(std::string name, std::vector<std::uint32_t> lineStarts)
+std::uint32_t Scene::addFile(std::string name, Layout layout)
 {
     fileNames.push_back(std::move(name));
     _lines.push_back(std::make_unique<Lines>());
-    _lines.back()->starts = std::move(lineStarts);
+    _lines.back()->layout = std::move(layout);
     return static_cast<std::uint32_t>(_lines.size() - 1);
 }
 
@@ -173,6 +213,12 @@ Place Scene::place(SceneNode const& node, Field const& field, std::size_t elemen
     return place(Location{attribute->file, _lines[attribute->file]->number(attribute->offset, number)});
 }
 
+std::string const& Scene::shared(std::string_view text)
+{
+    auto const found = _shared.find(text);
+    return found != _shared.end() ? *found : *_shared.emplace(text).first;
+}
+
 SceneNode* Scene::find(std::string_view name)
 {
     auto const found = std::find_if(sceneNodes.rbegin(), sceneNodes.rend(), [&](SceneNode const& n) { return n.name == name; });
@@ -200,14 +246,24 @@ Field* Scene::field(SceneNode& node, std::string const& name, Node::FieldSearchO
     return node.node->_proc ? node.node->_proc->findField(name, order) : node.node->findField(name, order);
 }
 
-Field* Scene::fieldOfUnknown(SceneNode& node, std::string const& name, NodePartDataType type)
+UnknownNode& Scene::standIn(SceneNode& node)
 {
     if (node.node == nullptr) {
-        node.node = new UnknownNode(*this, node);
+        node.node = new UnknownNode(*this);
         _nameSpace->add(*node.node);
         _byNode.clear();
     }
-    return static_cast<UnknownNode*>(node.node)->require(name, type);
+    return static_cast<UnknownNode&>(*node.node);
+}
+
+Field* Scene::fieldOfUnknown(SceneNode& node, std::string const& name, NodePartDataType type)
+{
+    return standIn(node).require(name, type);
+}
+
+void Scene::declareField(SceneNode& node, std::string const& name, NodePartDataType type)
+{
+    standIn(node).declare(name, type);
 }
 
 std::vector<Field*> Scene::inputsOf(SceneNode const& node)

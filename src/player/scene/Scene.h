@@ -9,11 +9,14 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace Zelvan::play {
+
+class UnknownNode;
 
 /// A place kept small: the file's number in the scene and the byte offset in it.
 struct Location {
@@ -25,8 +28,8 @@ struct Location {
 /// event, made when the first route touches it.
 struct SceneNode {
     std::string name;     ///< DEF name, with those of the PROTO instances around it ("Door/Swing"); else "Type#3"
-    std::string typeName; ///< as the file has it
-    Location where;
+    std::string const& typeName; ///< as the file has it; the scene keeps it
+    Location where{};
     Node* node = nullptr; ///< null for a node without a class that no route touches
     bool known = false;   ///< has a node class
     bool named = false;   ///< has a DEF name
@@ -38,15 +41,15 @@ struct SceneNode {
         unsigned index; ///< of the field
         Location where; ///< of the value's first character
     };
-    std::vector<AttributePlace> attributes; ///< of known nodes: the fields that the file sets
+    std::vector<AttributePlace> attributes{}; ///< of known nodes: the fields that the file sets
 };
 
 /// A route as it stands in the file, between two nodes of the scene (a PROTO instance is resolved to its nodes).
 struct SceneRoute {
     SceneNode* from;
-    std::string fromField;
+    std::string const& fromField; ///< the scene keeps it, as the other name
     SceneNode* to;
-    std::string toField;
+    std::string const& toField;
     Location where;
     /// Null when it could not be connected, or when neither end has a node class: nothing will pass.
     Route* route = nullptr;
@@ -66,8 +69,15 @@ public:
     Context& context() { return _context; }
     NodeNameSpace& nodes() { return *_nameSpace; }
 
-    /// One more file, with the offsets of the first bytes of its lines. Returns its number for Locations.
-    std::uint32_t addFile(std::string name, std::vector<std::uint32_t> lineStarts);
+    /// Where the lines and the characters of a text are.
+    struct Layout {
+        std::vector<std::uint32_t> starts; ///< offset of each line's first byte; the first is 0
+        // Which bytes begin no character, a bit for each, and how many there are before each 64; empty where all do.
+        std::vector<std::uint64_t> inner{};
+        std::vector<std::uint32_t> innerBefore{};
+    };
+    /// One more file. Returns its number for Locations.
+    std::uint32_t addFile(std::string name, Layout layout);
     /// The file's text, for the places inside lists. What follows a list in it ends the list.
     void keepText(std::uint32_t file, std::shared_ptr<char const> text, std::size_t size);
     Place place(Location where) const;
@@ -76,6 +86,12 @@ public:
     Place place(SceneNode const& node, Field const& field) const;
     /// Of the first number of an element of a list.
     Place place(SceneNode const& node, Field const& field, std::size_t element) const;
+
+    /// One copy of a text that nodes and routes share: few types and fields have names of their own.
+    std::string const& shared(std::string_view text);
+
+    /// Whether the file gives a node's field a value.
+    bool isSet(SceneNode const& node, Field const& field) const { return attributeOf(node, field) != nullptr; }
 
     /// Null when there is none. The last node of that name wins, as in the file.
     SceneNode* find(std::string_view name);
@@ -87,6 +103,8 @@ public:
     /// a field that exists but cannot be used that way is returned all the same.
     Field* field(SceneNode& node, std::string const& name, Node::FieldSearchOrder order);
     Field* fieldOfUnknown(SceneNode& node, std::string const& name, NodePartDataType type);
+    /// A field that the file declares for a node without a class.
+    void declareField(SceneNode& node, std::string const& name, NodePartDataType type);
     /// The fields of a node without a class that routes lead to.
     static std::vector<Field*> inputsOf(SceneNode const& node);
 
@@ -105,9 +123,11 @@ public:
 
 private:
     struct Lines;
+    UnknownNode& standIn(SceneNode& node);
     Location const* attributeOf(SceneNode const& node, Field const& field) const;
 
     Context _context;
+    std::set<std::string, std::less<>> _shared; ///< goes after the nodes
     std::unique_ptr<NodeNameSpace> _nameSpace;
     std::vector<std::unique_ptr<Lines>> _lines; ///< one for each of fileNames
     std::vector<std::pair<Node const*, SceneNode*>> mutable _byNode; ///< sorted by address, built when asked

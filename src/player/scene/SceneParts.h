@@ -3,6 +3,7 @@
 #include "player/scene/Scene.h"
 
 #include <cstdint>
+#include <forward_list>
 #include <map>
 #include <memory>
 
@@ -15,34 +16,42 @@ std::string_view baseName(std::string_view name);
 /// A field comes into being with the first route that touches it.
 class UnknownNode : public Node {
 public:
-    UnknownNode(Scene& scene, SceneNode& sceneNode);
+    explicit UnknownNode(Scene& scene);
     ~UnknownNode() override;
 
     void shutdown() const override;
     void fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from) override;
-    /// By any of the names a route may use for it.
+    /// By any of the names a route may use for it; one of exactly that name comes first.
     Field* find(std::string_view name) const;
     /// Null for a data type without a field class.
     Field* require(std::string_view name, NodePartDataType type);
+    /// A field of that name alone: a Script may have a set_x and an x_changed of other types.
+    void declare(std::string_view name, NodePartDataType type);
 
     std::vector<Field*> inputs() const;
 
 private:
     /// A field and its description, by which the field finds its way back here.
     struct Part : NodePartDesc {
-        Part(std::unique_ptr<char[]> name, NodePartDataType dataType, Node& node);
+        Part(char const* name, NodePartDataType dataType, Node& node);
         ~Part() override;
-        std::unique_ptr<char[]> text;
         std::unique_ptr<Field> field;
         bool changing = false;
     };
-    std::vector<std::unique_ptr<Part>> _parts;
-    std::map<std::string_view, Field*> _byName; ///< names as the parts keep them
+    using Names = std::map<std::string_view, Field*>;
+    Field* add(std::string_view name, NodePartDataType type);
+    static void enter(Names& names, Part const& part);
+
+    Scene& _scene;
+    std::forward_list<Part> _parts; ///< in the order they came into being
+    std::forward_list<Part>::iterator _last = _parts.before_begin();
+    unsigned _count = 0;
+    std::unique_ptr<Names> _byName; ///< of all parts, also by what routes may call them, once there are more than a few
 };
 
 /// Where the lines of a file begin, and the numbers of its lists.
 struct Scene::Lines {
-    std::vector<std::uint32_t> starts; ///< offset of each line's first byte; the first is 0
+    Layout layout;
     std::shared_ptr<char const> text{};
     std::size_t size = 0;
 

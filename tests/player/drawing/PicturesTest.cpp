@@ -23,12 +23,13 @@ constexpr double infinity = std::numeric_limits<double>::infinity(), none = std:
 
 /// A recorded track, filled by hand.
 struct Recorded {
+    std::string const nodeType = "T";
     SceneNode node;
     Track track;
 
     template <class Value>
     Recorded(char const* name, NodePartDataType type, Values const& times, Value value)
-        : node{.name = name, .typeName = "T", .where = {}, .attributes = {}}, track{}
+        : node{.name = name, .typeName = nodeType}, track{}
     {
         track.node = &node;
         track.field = "out";

@@ -346,8 +346,12 @@ TEST(Reader, SaysWhereInTheAuthorsOwnFile)
          "scene.wrl:2:3: warning: expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1\n"
          "scene.wrl:3:20: warning: \u00e9.wrl: cannot open: No such file or directory\n"},
         {"#X3D V3.3 utf8\n\nGroup { children [\n  Transform { }", "scene.wrl:4:16: error: expected a node or \"]\", found the end of the file (opened at 3:18)"},
-        {"#VRML V2.0 utf8\r# one\r\n# two\r\rGroup {]", "scene.wrl:5:8: error: expected a field or \"}\", found \"]\" (opened at 5:7)"},
+        {"#VRML V2.0 utf8\r# one\r\n# two\r\rGroup {[", "scene.wrl:5:8: error: expected a field or \"}\", found \"[\" (opened at 5:7)"},
+        // Columns are characters, in both syntaxes; a byte order mark is none.
+        {"\xef\xbb\xbf#X3D V3.3 utf8\nDEF Gl\u00fcck Group { } USE \U0001F600", "scene.wrl:2:21: warning: USE \"\U0001F600\": no node before this one has that DEF name\n"},
+        {"\xef\xbb\xbf<X3D><Scene DEF='\u20ac\u00e4\U0001F600'><Group USE='A'/></Scene></X3D>", "scene.wrl:1:23: warning: USE \"A\": no node before this one has that DEF name\n"},
         {"#VRML V1.0 ascii\n", "scene.wrl: VRML 1.0 is not read"},
+        {"#Inventor V2.1 ascii\n", "scene.wrl: Inventor files are not read"},
     };
     for (Case const& c : cases)
         try {
@@ -355,6 +359,71 @@ TEST(Reader, SaysWhereInTheAuthorsOwnFile)
         } catch (Failure const& failure) {
             EXPECT_THAT(failure.what(), HasSubstr(c.message)) << c.text;
         }
+}
+
+// What exporters write and people type: read as it was meant, with a warning at its place, or refused.
+TEST(Reader, TakesWhatCanOnlyMeanOneThing)
+{
+    struct Case {
+        char const* text;    ///< behind the header
+        char const* message; ///< "" where nothing is wrong
+    };
+    std::string const header = "#VRML V2.0 utf8\n", one = "DEF S ScalarInterpolator { key [ 0 1 ] keyValue [ 0 1 ] }\n";
+    Case const cases[] = {
+        {"Transform { translation 1,2,3, children [ Shape { }, Shape { },, ], }", ""},
+        {"Transform { translation 1. +.5 1e5 rotation -.5 1E-3 +1.e+2 .0 }", ""},
+        {"WorldInfo { title \"a # b\" info [ \"say \\\"hi\\\" \\\\\" \"two\nlines\" ] }", ""},
+        {"DEF 1st Group { } DEF a+b-c Group { } DEF x(1) Group { } DEF <n>:m Group { }", ""},
+        {"Transform { translation nan 0 0 scale 1.#QNAN 1 1 rotation 0 0 1 -1.#IND }", ""},
+        {"Vendor { n 3.5 s \"a\" b TRUE l [ 1 2 ] m [ \"a\" \"b\" ] sub Other { deep [ More { } ] } none NULL nothing [ ] }", ""},
+        {"PROTO P [ field MFNode parts [ ] eventIn SFBool go ] { Script { field MFNode parts IS parts eventIn SFBool go IS go } } P { }", ""},
+        {"Group { }\n\x1a", ""},
+        {"def A Group { } Group { children [ use A ] }", "2:1: expected DEF, found \"def\"|2:36: expected USE, found \"use\""},
+        {"Route S.value_changed to S.set_fraction", "2:1: expected ROUTE, found \"Route\"|2:23: expected TO, found \"to\""},
+        {"Proto P [ ] { Group { } } P { }", "2:1: expected PROTO, found \"Proto\""},
+        {"DEF \"My Ball\" Transform { } ROUTE S.value_changed TO \"My Ball\".x", "2:5: a name stands in quotes|2:54: a name stands in quotes"},
+        {"Group { children Shape { } DEF A Shape { } USE A }", "2:28: expected a field, found \"DEF\": read as one more value of \"children\"|2:44: expected a field, found \"USE\""},
+        {"Group { Shape { } }", "2:9: expected a field, found \"Shape\": read as one of the children"},
+        {"PROTO P [ field SFFloat x field SFNode n exposedField MFNode m ] { Group { children IS m } } P { x 3 }",
+         "2:25: the field \"x\" has no value|2:40: the field \"n\" has no value|2:62: the field \"m\" has no value"},
+        {"Script { field SFFloat x eventIn SFTime t field SFNode n }", "2:24: the field \"x\" has no value|2:56: the field \"n\" has no value"},
+        {"Transform { translation 1 2 3 ] } }", "2:31: \"]\" closes nothing|2:35: \"}\" closes nothing"},
+        {"Vendor { mode HIGH title 'abc' }", "2:15: \"HIGH\" is no value of \"mode\", and passed over|2:26: \"'abc'\" is no value of \"title\""},
+        {"Shape { geometry DEF G NULL }", "2:18: NULL has the name \"G\", but is no node"},
+        {"DEF J ScalarInterpolator { key [ 0 1 ] key [ 0 .5 1 ] }", "2:46: J.key is given twice; the last one counts"},
+        {"DEF J scalarInterpolator { key [ 0 1 ] }", "2:1: J: there is no node scalarInterpolator; did you mean ScalarInterpolator?"},
+        {"Group { children [ USE A ] } DEF A Group { }", "2:20: USE \"A\": no node before this one has that DEF name"},
+        {"Group { children [ Shape { } }", "2:30: error: expected a node or \"]\", found \"}\""},
+        {"Group { children [ Shape { } ", "4:1: error: expected a node or \"]\", found the end of the file"},
+        {"Transform { translation ( 1 2 3 ) }", "2:25: error: expected a value of \"translation\", found \"(\""},
+        {"Transform { translation = 1 2 3 }", "2:25: error: expected a value of \"translation\", found \"=\""},
+        {"// no comment\nGroup { }", "2:1: error: expected a node, found \"//\""},
+        {"DEF J ScalarInterpolator { key [ 0 one 1 ] }", "2:36: error: expected a number or \"]\", found \"one\""},
+        {"[ Group { } ]", "2:1: error: expected a node or a statement, found \"[\""},
+        {"Group { } </html>", "2:11: error: expected a node, found \"</html>\""},
+    };
+    for (auto const& [text, message] : cases) {
+        std::string said;
+        try {
+            ReadScene read(header + text + '\n' + one, {}, "s.wrl");
+            said = read.messages();
+            EXPECT_EQ(read.value("S", "key"), "0 1") << text;
+        } catch (Failure const& failure) {
+            said = failure.what();
+        }
+        std::istringstream wanted(message), lines(said);
+        std::string want, line;
+        while (std::getline(wanted, want, '|')) {
+            std::getline(lines, line);
+            auto const blank = want.find(' ');
+            EXPECT_THAT(line, HasSubstr("s.wrl:" + want.substr(0, blank))) << text;
+            EXPECT_THAT(line, HasSubstr(want.substr(blank + 1))) << text;
+        }
+        EXPECT_FALSE(std::getline(lines, line)) << text << '\n' << line;
+    }
+    std::string const padded = header + one + std::string(3, '\0');
+    EXPECT_EQ(ReadScene(padded, {}, "s.wrl").messages(), "");
+    EXPECT_EQ(ReadScene("# mine\n#vrml v2.0 utf8\n" + one, {}, "s.wrl").messages(), "s.wrl:2:1: warning: the line \"#vrml v2.0 utf8\" is not the first one\n");
 }
 
 TEST(Reader, ConvertsTheUnitsOfTheFileThatStatesThem)
