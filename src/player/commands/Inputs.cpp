@@ -51,7 +51,7 @@ void addFolder(fs::path const& folder, std::vector<std::string>& scenes)
     if (error == std::errc::not_enough_memory)
         throw std::bad_alloc();
     if (error) // reading it as a scene will say why not
-        return scenes.push_back(folder.string());
+        return scenes.push_back(folder.lexically_normal().string());
     std::ranges::sort(entries);
     for (fs::path const& entry : entries)
         if (fs::symlink_status(entry, error).type() == fs::file_type::directory)

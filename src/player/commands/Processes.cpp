@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdint>
 #include <cstring>
+#include <deque>
 #include <fcntl.h>
 #include <iostream>
 #include <map>
@@ -91,26 +92,40 @@ public:
     Worker(Worker const&) = delete;
     Worker& operator=(Worker const&) = delete;
 
-    bool idle() const { return _task == none; }
-    std::size_t task() const { return _task; }
     int answers() const { return _answers; }
+    /// What it has been given and not answered, in the order of both.
+    std::deque<std::size_t> const& given() const { return _given; }
     void give(std::size_t task)
     {
-        _task = task;
+        _given.push_back(task);
         std::uint64_t const number = task;
         // Whether it is still there shows when it does not answer.
         (void)writeAll(_tasks, reinterpret_cast<char const*>(&number), sizeof number);
     }
-    /// False when it ended before it had answered.
-    bool answer(std::string& text)
+    /// Waits for something to come from it. False when it has ended.
+    bool receive()
+    {
+        char room[1 << 14];
+        ssize_t got = -1;
+        do
+            got = ::read(_answers, room, sizeof room);
+        while (got < 0 && errno == EINTR);
+        _received.append(room, static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+        return got > 0;
+    }
+    /// Takes the next whole answer out of what has come, and the task from what was given.
+    bool answer(std::size_t& task, std::string& text)
     {
         std::uint64_t size = 0;
-        if (!readAll(_answers, reinterpret_cast<char*>(&size), sizeof size))
+        if (_received.size() < sizeof size)
             return false;
-        text.resize(size);
-        if (!readAll(_answers, text.data(), size))
+        std::memcpy(&size, _received.data(), sizeof size);
+        if (_received.size() - sizeof size < size)
             return false;
-        _task = none;
+        text = _received.substr(sizeof size, size);
+        _received.erase(0, sizeof size + size);
+        task = _given.front();
+        _given.pop_front();
         return true;
     }
     /// Waits for its end, which closing its pipe asks for, and tells of it.
@@ -129,8 +144,6 @@ public:
     }
 
 private:
-    static constexpr std::size_t none = ~std::size_t(0);
-
     [[noreturn]] static void refuse(char const* what)
     {
         throw Failure(exitMachine, std::string("cannot ") + what + ": " + std::strerror(errno));
@@ -139,10 +152,10 @@ private:
     {
         try {
             for (std::uint64_t task = 0; readAll(tasks, reinterpret_cast<char*>(&task), sizeof task);) {
-                std::string const text = work(task);
+                std::string text = work(task);
                 std::uint64_t const size = text.size();
-                if (!writeAll(answers, reinterpret_cast<char const*>(&size), sizeof size)
-                    || !writeAll(answers, text.data(), text.size()))
+                text.insert(0, reinterpret_cast<char const*>(&size), sizeof size); // one piece wakes the other side once
+                if (!writeAll(answers, text.data(), text.size()))
                     return exitMachine;
             }
             return exitFine;
@@ -153,7 +166,8 @@ private:
 
     pid_t _pid = 0;
     int _tasks = -1, _answers = -1;
-    std::size_t _task = none;
+    std::deque<std::size_t> _given;
+    std::string _received;
 };
 
 } // namespace
@@ -161,39 +175,53 @@ private:
 void inProcesses(std::size_t count, unsigned jobs, Work const& work,
                  std::function<void(std::size_t, std::string const&, std::string const&)> const& take)
 {
-    constexpr std::size_t aheadPerJob = 8; // so that one slow piece does not stop the others at once
+    constexpr std::size_t aheadPerJob = 64; // so that one slow piece does not stop the others at once
+    constexpr std::size_t mostGiven = 32; // to a process, while there are plenty, so that it need not wait
+    constexpr int nap = 1000; // microseconds in which answers gather then: to wake up for each costs more than a small piece
     std::vector<std::unique_ptr<Worker>> workers(std::min<std::size_t>(jobs, count));
+    std::size_t const ahead = aheadPerJob * workers.size();
     std::map<std::size_t, std::pair<std::string, std::string>> done;
+    std::deque<std::size_t> again; // of one that died: what it had not begun
     std::size_t given = 0, taken = 0;
+    auto const mayGive = [&] { return !again.empty() || (given < count && given < taken + ahead); };
     while (taken < count) {
-        for (auto& worker : workers) {
-            if (given >= count || given >= taken + aheadPerJob * workers.size())
-                break;
-            if (worker == nullptr)
-                worker = std::make_unique<Worker>(work, workers);
-            if (worker->idle())
-                worker->give(given++);
-        }
+        std::size_t const share = std::clamp<std::size_t>((count - given) / (2 * workers.size()), 1, mostGiven);
+        for (std::size_t most = 1; most <= share; ++most)
+            for (auto& worker : workers) {
+                if (!mayGive())
+                    break;
+                if (worker == nullptr)
+                    worker = std::make_unique<Worker>(work, workers);
+                if (worker->given().size() >= most)
+                    continue;
+                worker->give(again.empty() ? given++ : again.front());
+                if (!again.empty())
+                    again.pop_front();
+            }
+        if (share > 4)
+            ::usleep(nap);
         std::vector<pollfd> waits;
         for (auto const& worker : workers)
-            if (worker != nullptr && !worker->idle())
-                waits.push_back({worker->answers(), POLLIN, 0});
-        if (::poll(waits.data(), waits.size(), -1) < 0 && errno != EINTR)
-            throw Failure(exitMachine, std::string("cannot wait for a process: ") + std::strerror(errno));
-        for (auto& worker : workers) {
-            auto const ready = std::find_if(waits.begin(), waits.end(), [&](pollfd const& wait) {
-                return worker != nullptr && !worker->idle() && wait.fd == worker->answers() && wait.revents != 0;
-            });
-            if (ready == waits.end())
+            waits.push_back({worker != nullptr && !worker->given().empty() ? worker->answers() : -1, POLLIN, 0});
+        if (::poll(waits.data(), waits.size(), -1) < 0) {
+            if (errno != EINTR)
+                throw Failure(exitMachine, std::string("cannot wait for a process: ") + std::strerror(errno));
+            continue;
+        }
+        for (std::size_t i = 0; i < workers.size(); ++i) {
+            if (waits[i].revents == 0)
                 continue;
-            std::size_t const task = worker->task();
+            Worker& worker = *workers[i];
+            bool const lives = worker.receive();
             std::string text;
-            if (worker->answer(text)) {
+            for (std::size_t task = 0; worker.answer(task, text);)
                 done[task] = {std::move(text), ""};
-            } else {
-                done[task] = {"", worker->end()};
-                worker.reset();
-            }
+            if (lives)
+                continue;
+            std::deque<std::size_t> const left = worker.given();
+            done[left.front()] = {"", worker.end()};
+            again.insert(again.end(), left.begin() + 1, left.end());
+            workers[i].reset();
         }
         for (auto next = done.find(taken); next != done.end(); next = done.find(taken)) {
             take(taken++, next->second.first, next->second.second);

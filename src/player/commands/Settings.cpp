@@ -46,6 +46,21 @@ bool matches(std::string const& glob, std::string const& path)
     return before[name.size()];
 }
 
+// Why a pattern can fit no file; "" where one may.
+std::string globFault(std::string const& glob)
+{
+    std::vector<std::string> const segments = segmentsOf(glob);
+    if (segments.empty())
+        return "it is empty";
+    if (glob.starts_with('/') || std::ranges::find(segments, "..") != segments.end())
+        return "patterns begin in the folder of this file";
+    // A set that does not end stands for the bracket itself, which nobody means.
+    for (std::string const& segment : segments)
+        if (auto const open = segment.find('['); open != std::string::npos && segment.find(']', open + 2) == std::string::npos)
+            return "a bracket does not end";
+    return "";
+}
+
 // What a file says, to be given to any settings it is for.
 using Change = std::function<void(Settings&)>;
 
@@ -208,8 +223,11 @@ void SettingsFiles::File::readOverride(std::string const& name, toml::table cons
     Reader reader(name, own.changes);
     Reader::Handlers handlers = reader.severityHandlers();
     handlers["files"] = [&](Reader::Entry const& entry) {
-        for (auto const& [glob, from] : reader.texts(entry))
+        for (auto const& [glob, from] : reader.texts(entry)) {
+            if (std::string const fault = globFault(glob); !fault.empty())
+                throw Failure(exitUsage, from + ": error: files: \"" + glob + "\" fits nothing: " + fault);
             own.globs.push_back(glob);
+        }
     };
     reader.each(table, handlers);
     if (own.globs.empty())
@@ -275,6 +293,8 @@ std::shared_ptr<SettingsFiles::File const> SettingsFiles::read(fs::path const& p
     auto file = std::make_shared<File>();
     std::string const name = path.lexically_proximate(fs::current_path()).string();
     std::error_code error;
+    if (!fs::exists(path, error))
+        throw Failure(exitUsage, name + ": there is no such file of settings");
     if (!fs::is_regular_file(path, error) || fs::file_size(path, error) > longest)
         throw Failure(exitUsage, name + ": expected a file of settings, of at most " + std::to_string(longest) + " bytes");
     std::ifstream in(path, std::ios::binary);
