@@ -85,6 +85,59 @@ TEST(Pipeline, OneFindingInEveryFormat)
     }
 }
 
+TEST(Pipeline, ManyScenesAreEditedWhateverTheNumberOfProcesses)
+{
+    std::string const reducible = "<ScalarInterpolator DEF='W' key='0 0.5 1' keyValue='0 1 2'/>";
+    char const* const commands[] = {"check in --fix --unsafe-fixes", "reduce in --max-error 0.1%,W=0.01", "bake in"};
+    for (std::string const command : commands)
+        for (std::string const where : {" --write", " --diff"}) {
+            std::vector<std::string> seen;
+            for (std::string const jobs : {"1", "3"}) {
+                Folder const folder;
+                addScenes(folder);
+                for (int i = 0; i < 9; ++i)
+                    folder.add("in/r" + std::to_string(i) + ".x3d", x3d(reducible));
+                folder.add("in/part.x3d", x3d(unsorted + reducible));
+                folder.add("in/a/whole.x3d", x3d("<Inline url='../part.x3d'/>"));
+                std::string const before = folder.read("in/b.x3d");
+                Result const result = play(folder, command + where + " --root in -j " + jobs);
+                EXPECT_EQ(result.status, 1) << command << where << ": the broken one\n" << result.err;
+                EXPECT_THAT(result.err, HasSubstr("in/broken.x3d:1:"));
+                EXPECT_EQ(folder.read("in/b.x3d") == before, !command.starts_with("check") || where == " --diff") << command << where;
+                EXPECT_EQ(folder.read("in/.h.x3d"), x3d(unsorted));
+                std::string all = result.out + '|' + result.err;
+                for (std::string const file : {"in/b.x3d", "in/a/v.wrl", "in/many/39.x3d", "in/r3.x3d", "in/part.x3d", "in/broken.x3d"})
+                    all += '|' + folder.read(file);
+                seen.push_back(all);
+            }
+            EXPECT_EQ(seen[0], seen[1]) << command << where;
+            EXPECT_THAT(seen[0], HasSubstr("55 files: ")) << command;
+        }
+
+    Folder const folder;
+    addScenes(folder);
+    folder.add("w.x3d", x3d(reducible));
+    folder.add("in/w.x3d", x3d(reducible));
+    folder.add("none/page.html", "<html/>");
+    std::pair<char const*, char const*> const refused[] = {
+        {"reduce in", "reduce: 45 files do not go into one: --write"}, {"reduce in w.x3d -o out.x3d", "46 files do not go into one"},
+        {"check --fix in", "45 files do not go into one"}, {"bake in/b.x3d w.x3d", "2 files"}, {"reduce - w.x3d --write <w.x3d", "standard input"},
+        {"reduce none --write", "no scene"}, {"check --fix w.x3d", "where to?"}, {"reduce in --diff --max-error Nobody=1", "Nobody"},
+    };
+    for (auto const& [arguments, says] : refused) {
+        Result const result = play(folder, arguments);
+        EXPECT_EQ(result.status, 2) << arguments;
+        EXPECT_THAT(result.err, HasSubstr(says)) << arguments;
+    }
+    EXPECT_EQ(folder.read("w.x3d"), x3d(reducible));
+    // The same file twice is one.
+    EXPECT_THAT(play(folder, "reduce w.x3d ./w.x3d --write").out, HasSubstr("w.x3d: 1 of 1 interpolators reduced"));
+    // What is ignored stays, also when something else was fixed before.
+    folder.add("s.x3d", x3d("<!-- zelvan: ignore key-order - meant -->\n" + unsorted + "\n<PositionInterpolator DEF='P' key='0' keyValue='0 0 0 1 1 1'/>"));
+    EXPECT_THAT(play(folder, "check s.x3d --fix --unsafe-fixes --write").err, HasSubstr("s.x3d: 1 fixed"));
+    EXPECT_THAT(folder.read("s.x3d"), HasSubstr("key='0 1 0.5'"));
+}
+
 TEST(Pipeline, SettingsComeFromTheNearestFileUpToTheRepository)
 {
     Folder const folder;
@@ -124,6 +177,9 @@ TEST(Pipeline, SettingsComeFromTheNearestFileUpToTheRepository)
         {"[[overrides]]\nignore = []", "overrides: expected files"},
         {"format = 'xml'", "format: expected one of text, json, sarif, github"},
         {"strict = ", "bad.toml:1:"},
+        {"[[overrides]]\nfiles = ['a', '[b']", "bad.toml:2:15: error: files: \"[b\" fits nothing: a bracket does not end"},
+        {"[[overrides]]\nfiles = ['../a/**']", "fits nothing: patterns begin in the folder of this file"},
+        {"[[overrides]]\nfiles = ['']", "fits nothing: it is empty"},
     };
     for (Case const& c : cases) {
         folder.add("bad.toml", c.text);
@@ -189,8 +245,9 @@ TEST(Pipeline, EndsWithTheStatusThatIsAskedFor)
 
 TEST(Processes, GiveResultsInOrderAndTellHowTheyDied)
 {
+    std::signal(SIGPIPE, SIG_IGN); // as the program does
     for (unsigned const jobs : {1u, 3u, 50u}) {
-        std::string all;
+        std::string all; // also what a process that died had been given besides
         auto const work = [](std::size_t n) {
             if (n == 3 || n == 19)
                 ::raise(SIGKILL);
@@ -205,6 +262,15 @@ TEST(Processes, GiveResultsInOrderAndTellHowTheyDied)
         EXPECT_EQ(all, "0=0 1=1 2=2 3=by signal 9 (Killed) 4=4 5=5 6=6 7=with status 3 8=8 9=9 10=10 11=1048576 12=12 13=13 14=14 "
                        "15=15 16=16 17=17 18=18 19=by signal 9 (Killed) ");
         EXPECT_LT(::waitpid(-1, nullptr, WNOHANG), 0) << "none is left behind";
+        // So many that each process is given several at a time.
+        std::size_t next = 0, dead = 0;
+        auto const many = [](std::size_t n) { return n % 97 == 5 ? (::raise(SIGKILL), "") : std::to_string(n); };
+        inProcesses(1000, jobs, many, [&](std::size_t n, std::string const& result, std::string const& death) {
+            EXPECT_EQ(n, next++);
+            EXPECT_EQ(result, n % 97 == 5 ? "" : std::to_string(n));
+            dead += !death.empty();
+        });
+        EXPECT_EQ(dead, 11);
     }
 }
 
