@@ -44,20 +44,20 @@ bool isScene(fs::path const& path)
 void addFolder(fs::path const& folder, std::vector<std::string>& scenes)
 {
     std::error_code error;
-    std::vector<fs::path> entries;
+    std::vector<fs::directory_entry> entries; // which know what they are without another look
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error))
-        if (!entry->path().filename().string().starts_with('.'))
-            entries.push_back(entry->path());
+        if (!entry->path().filename().native().starts_with('.'))
+            entries.push_back(*entry);
     if (error == std::errc::not_enough_memory)
         throw std::bad_alloc();
     if (error) // reading it as a scene will say why not
-        return scenes.push_back(folder.lexically_normal().string());
+        return scenes.push_back(folder.string());
     std::ranges::sort(entries);
-    for (fs::path const& entry : entries)
-        if (fs::symlink_status(entry, error).type() == fs::file_type::directory)
-            addFolder(entry, scenes);
-        else if (fs::is_regular_file(entry, error) && isScene(entry))
-            scenes.push_back(entry.lexically_normal().string());
+    for (fs::directory_entry const& entry : entries)
+        if (entry.is_directory(error) && !entry.is_symlink(error))
+            addFolder(entry.path(), scenes);
+        else if (entry.is_regular_file(error) && isScene(entry.path()))
+            scenes.push_back(entry.path().string().substr(entry.path().native().starts_with("./") ? 2 : 0));
 }
 
 } // namespace
@@ -70,7 +70,7 @@ std::vector<std::string> scenesOf(std::vector<std::string> const& named, std::st
     for (std::string const& name : named) {
         std::error_code error;
         if (name != "-" && fs::is_directory(name, error))
-            addFolder(name, scenes);
+            addFolder(fs::path(name).lexically_normal(), scenes);
         else
             scenes.push_back(name);
     }
