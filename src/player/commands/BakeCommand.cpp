@@ -21,7 +21,8 @@ void bake(Session& session, BakeCommandOptions const& options)
     auto const edit = [&](OpenedScene const& opened, SceneEdits& edits, Tolerance const& tolerance, std::string& notes) {
         BakeResult result = bakeScene(*opened.scene, edits, {tolerance, options.free, options.atKeys, options.rate, options.prune});
         for (std::string const& name : result.idle)
-            notes += printable(name) + (options.prune ? " was taken out: nothing depends on it\n" : ": nothing depends on it any more (--prune takes it out)\n");
+            notes += printable(name)
+                + (options.prune ? " was taken out: nothing depends on it\n" : ": nothing depends on it any more (--prune takes it out)\n");
         return std::move(result.changes);
     };
     editKeys(session, "bake", options, "baked", edit);

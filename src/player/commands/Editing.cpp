@@ -208,7 +208,8 @@ void editKeys(Session& session, std::string const& command, KeysOptions const& o
             counts.edited += change.after != change.before;
         }
         if (!editing.several() || counts.edited > 0)
-            (toOutput ? result.out : result.err) += tableOf(changes, toOutput ? STDOUT_FILENO : STDERR_FILENO) + lineOf(counts, printable(opened.file), verb);
+            (toOutput ? result.out : result.err) +=
+                tableOf(changes, toOutput ? STDOUT_FILENO : STDERR_FILENO) + lineOf(counts, printable(opened.file), verb);
         result.err += notes;
         result.counts = {counts.interpolators, counts.edited, counts.before, counts.after};
         result.counts.insert(result.counts.end(), named.begin(), named.end());

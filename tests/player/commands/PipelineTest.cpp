@@ -120,9 +120,14 @@ TEST(Pipeline, ManyScenesAreEditedWhateverTheNumberOfProcesses)
     folder.add("in/w.x3d", x3d(reducible));
     folder.add("none/page.html", "<html/>");
     std::pair<char const*, char const*> const refused[] = {
-        {"reduce in", "reduce: 45 files do not go into one: --write"}, {"reduce in w.x3d -o out.x3d", "46 files do not go into one"},
-        {"check --fix in", "45 files do not go into one"}, {"bake in/b.x3d w.x3d", "2 files"}, {"reduce - w.x3d --write <w.x3d", "standard input"},
-        {"reduce none --write", "no scene"}, {"check --fix w.x3d", "where to?"}, {"reduce in --diff --max-error Nobody=1", "Nobody"},
+        {"reduce in", "reduce: 45 files do not go into one: --write"},
+        {"reduce in w.x3d -o out.x3d", "46 files do not go into one"},
+        {"check --fix in", "45 files do not go into one"},
+        {"bake in/b.x3d w.x3d", "2 files"},
+        {"reduce - w.x3d --write <w.x3d", "standard input"},
+        {"reduce none --write", "no scene"},
+        {"check --fix w.x3d", "where to?"},
+        {"reduce in --diff --max-error Nobody=1", "Nobody"},
     };
     for (auto const& [arguments, says] : refused) {
         Result const result = play(folder, arguments);
@@ -133,7 +138,8 @@ TEST(Pipeline, ManyScenesAreEditedWhateverTheNumberOfProcesses)
     // The same file twice is one.
     EXPECT_THAT(play(folder, "reduce w.x3d ./w.x3d --write").out, HasSubstr("w.x3d: 1 of 1 interpolators reduced"));
     // What is ignored stays, also when something else was fixed before.
-    folder.add("s.x3d", x3d("<!-- zelvan: ignore key-order - meant -->\n" + unsorted + "\n<PositionInterpolator DEF='P' key='0' keyValue='0 0 0 1 1 1'/>"));
+    folder.add("s.x3d", x3d("<!-- zelvan: ignore key-order - meant -->\n" + unsorted
+                            + "\n<PositionInterpolator DEF='P' key='0' keyValue='0 0 0 1 1 1'/>"));
     EXPECT_THAT(play(folder, "check s.x3d --fix --unsafe-fixes --write").err, HasSubstr("s.x3d: 1 fixed"));
     EXPECT_THAT(folder.read("s.x3d"), HasSubstr("key='0 1 0.5'"));
 }
