@@ -3,6 +3,7 @@
 #include "player/scene/Values.h"
 
 #include <bit>
+#include <sys/stat.h>
 
 namespace Zelvan::play {
 
@@ -25,6 +26,9 @@ AuthorFile& SceneEdits::file(std::uint32_t number)
             throw Failure(exitScene, "stands in " + name + ": --inlined edits that, too");
         if (name == "<stdin>")
             throw Failure(exitUsage, "standard input is not edited: name a file");
+        struct stat status;
+        if (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) // a pipe cannot be read once more
+            throw Failure(exitUsage, name + " is not edited: it is not a file");
         known = _files.try_emplace(number, name, _mostBytes).first;
     }
     return known->second;

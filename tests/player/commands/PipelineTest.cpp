@@ -135,6 +135,8 @@ TEST(Pipeline, ManyScenesAreEditedWhateverTheNumberOfProcesses)
         EXPECT_THAT(result.err, HasSubstr(says)) << arguments;
     }
     EXPECT_EQ(folder.read("w.x3d"), x3d(reducible));
+    // What comes through a pipe is read once.
+    EXPECT_THAT(play(folder, "check /dev/stdin", "cat in/b.x3d | ").err, StartsWith("/dev/stdin: 1 error, 0 warnings, 1 note\n"));
     // The same file twice is one.
     EXPECT_THAT(play(folder, "reduce w.x3d ./w.x3d --write").out, HasSubstr("w.x3d: 1 of 1 interpolators reduced"));
     // What is ignored stays, also when something else was fixed before.
