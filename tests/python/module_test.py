@@ -43,20 +43,17 @@ def numbers_in(text):
 
 
 def values_for(name, rng):
-    """A type's key values: their shape is what the documentation says; numbers are what the type takes."""
-    points = 3
-    shape = {"Scalar": (), "SplineScalar": (), "Ease": (2,), "Color": (3,), "Orientation": (4,), "Squad": (4,), "Vector": (points,),
-             "Normal": (points, 3), "Coordinate": (points, 3), "Transformation": (4, 4), "Position": (3,), "SplinePosition": (3,)}
-    prefix = max((p for p in shape if name.startswith(p)), key=len)
-    shape = shape[prefix][:-1] + (2,) if name.endswith("2D") else shape[prefix]
-    values = rng.random((len(KEYS), *shape)).astype(np.float32)
-    if prefix == "Transformation":
-        values = np.tile(np.eye(4, dtype=np.float32), (len(KEYS), 1, 1))
-        values[:, 3, :3] = rng.random((len(KEYS), 3))
-        values[:, 0, 0] += np.arange(len(KEYS), dtype=np.float32)
-    if prefix == "Ease":
-        values /= 2
-    return values, shape[:0] if prefix == "Ease" else shape
+    """Key values of a type, and the shape of what it sends: by the types of its fields, three points for each key."""
+    fields = {words[1]: words[2] for words in map(str.split, program("types", name).splitlines()) if len(words) > 3 and words[0].isdigit()}
+    values, output = fields.get("keyValue", fields.get("easeInEaseOut")), fields.get("value_changed", "SFFloat")
+    widths = {"Float": (), "Vec2f": (2,), "Vec3f": (3,), "Color": (3,), "Rotation": (4,), "Matrix4f": (4, 4)}
+    points = (3,) if output.startswith("MF") else ()
+    numbers = rng.random((len(KEYS), *points, *widths[values[2:]])).astype(np.float32)
+    if values == "MFMatrix4f":
+        numbers = np.tile(np.eye(4, dtype=np.float32), (len(KEYS), 1, 1))
+        numbers[:, 3, :3] = rng.random((len(KEYS), 3))
+        numbers[:, 0, 0] += np.arange(len(KEYS), dtype=np.float32)
+    return numbers / 2, (*points, *widths[output[2:]])
 
 
 class Values(unittest.TestCase):
