@@ -261,6 +261,9 @@ class Documentation(unittest.TestCase):
         results = doctest.testmod(zi)
         self.assertEqual(results.failed, 0)
         self.assertGreater(results.attempted, 20)
+        os.chdir(os.path.dirname(EXAMPLES))
+        readme = doctest.testfile(os.path.abspath("README.md"), module_relative=False)
+        self.assertEqual((readme.failed, readme.attempted), (0, 3))
         for name in zi.__all__:
             thing = getattr(zi, name)
             if not (inspect.isclass(thing) and issubclass(thing, zi.Error) and thing is not zi.Error):
