@@ -55,7 +55,12 @@ set(noticeOfCLI11 /usr/share/doc/libcli11-dev/copyright)
 set(noticeOfJson /usr/share/doc/nlohmann-json3-dev/copyright)
 set(noticeOfToml++ /usr/share/doc/libtomlplusplus-dev/copyright)
 set(noticeOfDygraphs ${ZELVAN_DYGRAPHS_LICENCE})
-set(noticeOfX3DOM ${ZELVAN_X3DOM_LICENCE}) # where pages carry it
+if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/build/scene-engine/x3dom.js) # then the program's package has it
+    file(READ src/player/drawing/PictureHtml.cpp notice)
+    string(REGEX MATCH "Copyright \\(c\\) 2009 X3DOM.*OTHER DEALINGS IN THE SOFTWARE\\." notice "${notice}")
+    file(WRITE ${packaging}/X3DOM "${notice}\n")
+    set(noticeOfX3DOM ${packaging}/X3DOM)
+endif()
 set(noticeOfPybind11 /usr/share/doc/pybind11-dev/copyright)
 
 # zelvan_package(<component> <package> <section> <same, foreign or no> <sentence> <paragraph> <what is compiled in>...): one
