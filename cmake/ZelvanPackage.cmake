@@ -22,15 +22,21 @@ if(ZELVAN_FRAMEWORK STREQUAL "bundled")
 endif()
 
 # The newest entry of the changelog dates the packages: two builds of one commit give the same bytes.
-file(READ CHANGELOG.md changes LIMIT 1000)
-if(NOT changes MATCHES "\n## ${PROJECT_VERSION}, ([0-9-]+)\n")
-    message(FATAL_ERROR "CHANGELOG.md: expected \"## ${PROJECT_VERSION}, <date>\" as its first entry")
-endif()
-set(released ${CMAKE_MATCH_1})
-execute_process(COMMAND date -u -R -d ${released} OUTPUT_VARIABLE ZELVAN_RELEASED OUTPUT_STRIP_TRAILING_WHITESPACE)
-execute_process(COMMAND date -u +%s -d ${released} OUTPUT_VARIABLE CPACK_ZELVAN_EPOCH OUTPUT_STRIP_TRAILING_WHITESPACE)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_PACKAGE_CONTACT "Zelvan maintainers <maintainers@zelvan.invalid>")
+file(STRINGS CHANGELOG.md versions REGEX "^## [0-9.]+, [0-9-]+$")
+if(NOT versions MATCHES "^## ${PROJECT_VERSION}, ([0-9-]+)")
+    message(FATAL_ERROR "CHANGELOG.md: expected \"## ${PROJECT_VERSION}, <date>\" as its first entry")
+endif()
+execute_process(COMMAND date -u +%s -d ${CMAKE_MATCH_1} OUTPUT_VARIABLE CPACK_ZELVAN_EPOCH OUTPUT_STRIP_TRAILING_WHITESPACE)
+set(debianChanges "")
+foreach(line IN LISTS versions)
+    string(REGEX MATCH "^## ([0-9.]+), ([0-9-]+)" line "${line}")
+    set(version ${CMAKE_MATCH_1})
+    execute_process(COMMAND date -u -R -d ${CMAKE_MATCH_2} OUTPUT_VARIABLE date OUTPUT_STRIP_TRAILING_WHITESPACE)
+    string(APPEND debianChanges "zelvan-interpolation (${version}-${CPACK_DEBIAN_PACKAGE_RELEASE}) unstable; urgency=medium\n\n"
+        "  * Version ${version}; changelog.gz tells what is new.\n\n -- ${CPACK_PACKAGE_CONTACT}  ${date}\n\n")
+endforeach()
 
 # zelvan_gzip(<file> <compressed file>): the same bytes whenever it is done.
 function(zelvan_gzip from to)
@@ -40,7 +46,7 @@ endfunction()
 set(packaging ${CMAKE_CURRENT_BINARY_DIR}/packaging)
 file(MAKE_DIRECTORY ${packaging})
 zelvan_gzip(${CMAKE_CURRENT_SOURCE_DIR}/CHANGELOG.md ${packaging}/changelog.gz)
-configure_file(packaging/changelog.Debian.in ${packaging}/changelog.Debian @ONLY)
+file(CONFIGURE OUTPUT ${packaging}/changelog.Debian CONTENT "@debianChanges@" @ONLY)
 zelvan_gzip(${packaging}/changelog.Debian ${packaging}/changelog.Debian.gz)
 
 # Whose code is compiled into what, with the file of its notice: <name> <file>.
@@ -49,11 +55,17 @@ set(noticeOfCLI11 /usr/share/doc/libcli11-dev/copyright)
 set(noticeOfJson /usr/share/doc/nlohmann-json3-dev/copyright)
 set(noticeOfToml++ /usr/share/doc/libtomlplusplus-dev/copyright)
 set(noticeOfDygraphs ${ZELVAN_DYGRAPHS_LICENCE})
-set(noticeOfX3DOM ${ZELVAN_X3DOM_LICENCE}) # where pages carry it
+if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/build/scene-engine/x3dom.js) # then the program's package has it
+    file(READ src/player/drawing/PictureHtml.cpp notice)
+    string(REGEX MATCH "Copyright \\(c\\) 2009 X3DOM.*OTHER DEALINGS IN THE SOFTWARE\\." notice "${notice}")
+    file(WRITE ${packaging}/X3DOM "${notice}\n")
+    set(noticeOfX3DOM ${packaging}/X3DOM)
+endif()
 set(noticeOfPybind11 /usr/share/doc/pybind11-dev/copyright)
 
-# zelvan_package(<component> <package> <section> <same or foreign> <sentence> <paragraph> <what is compiled in>...): one
-# package per component. `same`: can be installed for several architectures at once.
+# zelvan_package(<component> <package> <section> <same, foreign or no> <sentence> <paragraph> <what is compiled in>...): one
+# package per component. `same`: can be
+# installed for several architectures at once; the Python module cannot, since its postinst compiles for one Python.
 set(CPACK_COMPONENTS_ALL "")
 macro(zelvan_package component package section multiArch summary description)
     string(TOUPPER ${component} upper)
@@ -84,19 +96,20 @@ macro(zelvan_package component package section multiArch summary description)
 endmacro()
 set(what "X3D interpolator nodes for the Zelvan scene framework")
 zelvan_package(Runtime libzelvan-interpolation${PROJECT_VERSION_MAJOR} libs same "${what} - libraries"
-    "The node types of X3D's Interpolation component, and others, as a library that a scene framework loads, with a stand-in of that framework and of OpenSG's value types." Eigen)
+    "The node types of X3D's Interpolation component, and others, as a library\nthat a scene framework loads, with a stand-in of that framework and of\nOpenSG's value types." Eigen)
 zelvan_package(Development libzelvan-interpolation-dev libdevel same "${what} - development files"
-    "Headers, a CMake package and a pkg-config file for programs that use the libraries.")
+    "Headers, a CMake package and a pkg-config file for programs that use the\nlibraries.")
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS Runtime)
 if(ZELVAN_PLAYER)
     zelvan_package(Player zelvan-play graphics foreign "plays, checks and exports the animation of X3D scenes"
-        "A program for scene authors: it plays scenes (X3D, ClassicVRML, VRML97) without a window, shows the curves, finds what is wrong with keys, values and routes, and reduces, bakes and compares them."
+        "A program for scene authors: it plays scenes (X3D, ClassicVRML, VRML97)\nwithout a window, shows the curves, finds what is wrong with keys, values and\nroutes, and reduces, bakes and compares them."
         CLI11 Json Toml++ Dygraphs X3DOM)
     set(CPACK_COMPONENT_PLAYER_DEPENDS Runtime)
+    set(CPACK_DEBIAN_PLAYER_PACKAGE_RECOMMENDS "librsvg2-2, libcairo2") # loaded by the first picture in pixels
 endif()
 if(ZELVAN_PYTHON_RUNS)
-    zelvan_package(Python python3-zelvan-interpolation python same "${what} - Python module"
-        "Values of all interpolator types as numpy arrays, and the animation of X3D scenes: played, checked, reduced, baked and compared."
+    zelvan_package(Python python3-zelvan-interpolation python no "${what} - Python module"
+        "Values of all interpolator types as numpy arrays, and the animation of X3D\nscenes: played, checked, reduced, baked and compared."
         Json Pybind11)
     set(CPACK_COMPONENT_PYTHON_DEPENDS Runtime)
     set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11), python3 (<< 3.12), python3-numpy")
@@ -105,7 +118,7 @@ if(ZELVAN_PYTHON_RUNS)
 endif()
 if(ZELVAN_PLAYER)
     zelvan_package(Documentation libzelvan-interpolation-doc doc foreign "${what} - documents"
-        "Documents of the libraries, the node types and the program, with example scenes, a first program and a Python script.")
+        "Documents of the libraries, the node types and the program, with example\nscenes, a first program and a Python script.")
     set(CPACK_DEBIAN_DOCUMENTATION_PACKAGE_ARCHITECTURE all)
     set(docsDir ${CMAKE_INSTALL_DATADIR}/doc/libzelvan-interpolation-doc)
     file(GLOB documents CONFIGURE_DEPENDS docs/*.md)

@@ -36,6 +36,8 @@ endif()
 # (an installed framework or OpenSG) where it was.
 file(RELATIVE_PATH ZELVAN_LIBRARIES_FROM_PROGRAMS /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
 set(CMAKE_INSTALL_RPATH_USE_LINK_PATH ON)
+# What is linked does not depend on the folder that it is built in.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 
 # zelvan_library(<name> <define that switches its export macro to "export"> <sources...>)
 function(zelvan_library name exportDefine)

@@ -40,7 +40,8 @@ need() {
     rm -f "$log"
 }
 
-# build PRESET [TARGET...]: configures when needed and builds; shows the compiler's output only when it fails.
+# build PRESET [TARGET...]: configures when needed and builds; shows the compiler's output only when it fails. An option
+# for the first configuration may stand in ZELVAN_CMAKE_ARGS.
 build() {
     local preset=$1 dir="$root/build/$1" log
     shift
@@ -48,7 +49,7 @@ build() {
     local first=""
     [ -f "$dir/build.ninja" ] || first=yes
     [ -z "$first" ] || echo "Building ($preset); the first time takes a few minutes." >&2
-    if ! { { [ -z "$first" ] || cmake -S "$root" --preset "$preset"; } \
+    if ! { { [ -z "$first" ] || cmake -S "$root" --preset "$preset" ${ZELVAN_CMAKE_ARGS:+"$ZELVAN_CMAKE_ARGS"}; } \
             && cmake --build "$dir" ${1:+--target "$@"}; } >"$log" 2>&1; then
         cat "$log" >&2
         rm -f "$log"

@@ -6,10 +6,12 @@
 #include "base/Route.h"
 #include "interpolationNodePool/InterpolationNodePool.h"
 #include "interpolationNodePool/PositionInterpolator3D.h"
+#include "interpolationNodePool/Version.h"
 
 #include <iostream>
 
 using namespace Zelvan;
+static_assert(ZELVAN_INTERPOLATION_VERSION >= 200, "written for 0.2");
 
 int main()
 {

@@ -6,6 +6,9 @@ if(ZELVAN_INSTALL)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/packaging/zelvan-play.1)
     install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zelvan-play.1.gz
         DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT Player)
+    # What draws scenes in pages, where scripts/scene-engine has fetched it.
+    install(FILES ${PROJECT_SOURCE_DIR}/build/scene-engine/x3dom.js
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/zelvan-play COMPONENT Player OPTIONAL)
     install(FILES ${PROJECT_SOURCE_DIR}/packaging/zelvan-play.bash
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME zelvan-play COMPONENT Player)
     # What draws scenes in pages, when scripts/scene-engine has fetched it. Its notice is in the pages.

@@ -97,8 +97,7 @@ std::vector<Track> playScene(ReadScene& read, PlayOptions const& options, Patien
         patience();
     }
     recorder.finish();
-    auto const tracks = recorder.tracks();
-    return {tracks.begin(), tracks.end()};
+    return recorder.allTracks();
 }
 
 std::vector<SweptTrack> sweepScene(ReadScene& read, std::vector<float> const& fractions, unsigned steps, bool atKeys, Patience& patience)
