@@ -289,7 +289,8 @@ const tools = (() => {
         /// The scales: edges of the box that holds everything, with the ends of x, y and z.
         box() {
             const {low, high} = this, corner = (c) => low.map((value, i) => i === c ? high[i] : value);
-            const short = (value) => String(+value.toPrecision(3));
+            const size = Math.max(...low.map((value, c) => high[c] - value));
+            const short = (value) => String(Math.abs(value) < size * 1e-6 ? 0 : +value.toPrecision(3));
             for (const a of [0, 1, 2])
                 for (const b of [0, 1, 2])
                     if (a !== b)
@@ -298,7 +299,11 @@ const tools = (() => {
                 if (this.kind === "turned" || high[c] === low[c])
                     return;
                 this.run([low, corner(c)], "c" + c, 1.2);
-                this.write(corner(c), name + " " + short(high[c]), "c" + c);
+                // Two labels at a short edge would lie on each other.
+                const [x, y] = this.at(low), [u, v] = this.at(corner(c)), both = Math.hypot(u - x, v - y) < 45;
+                this.write(corner(c), name + " " + (both ? short(low[c]) + " … " : "") + short(high[c]), "c" + c);
+                if (both)
+                    return;
                 const near = low.map((value, i) => i === c ? value + (high[i] - value) * 0.12 : value);
                 this.write(near, short(low[c]), "c" + c);
             });
