@@ -156,7 +156,8 @@ void play(NodeType& type)
         auto const& [from, timeStamp, text] = proc._events[0];
         EXPECT_EQ(from, output);
         EXPECT_EQ(timeStamp, time);
-        EXPECT_EQ(text == first, time == 0) << text;
+        // What lies between is the type's own affair.
+        EXPECT_TRUE(time != 0 || text == first) << text;
         EXPECT_EQ(text == last, time == 1) << text;
     }
 }
