@@ -1,5 +1,6 @@
 #include "player/editing/Bake.h"
 #include "player/editing/Fixes.h"
+#include "player/playing/Clock.h"
 #include "tests/player/Files.h"
 
 #include <gmock/gmock.h>
@@ -239,6 +240,26 @@ TEST(Bake, EditsTheClassicSyntaxToo)
 
 // ---- Fixes
 
+// Reads a file anew and plays a second of it.
+PlayAnew playing(std::string const& file)
+{
+    return [file](std::function<void(Scene&)> const& change, bool startAll) {
+        std::ostringstream told;
+        Diagnostics diagnostics(told);
+        ScenePlay play{readScene(file, {}, diagnostics), {}};
+        change(*play.scene);
+        Recorder recorder(*play.scene, {.keepSamples = true});
+        Clock clock(*play.scene);
+        if (startAll)
+            clock.startAll(0);
+        for (Timing::Frame const& frame : Timing{0, 1, 60, {}}.frames())
+            clock.advance(frame.time, [&recorder] { recorder.beginFrame(); });
+        recorder.finish();
+        play.tracks = recorder.allTracks();
+        return play;
+    };
+}
+
 TEST(Fixes, SilenceTheirCodesAndAreDoneOnce)
 {
     for (CheckCode const& code : checkCodes()) {
@@ -251,7 +272,7 @@ TEST(Fixes, SilenceTheirCodesAndAreDoneOnce)
         Edited edited(x3d(code.bad));
         auto findings = checkScene(*edited.read.scene, {}, all);
         bool const safe = code.fix == Fix::safe && std::ranges::all_of(findings, [](Finding const& f) { return fixOf(f) != Fix::unsafe; });
-        auto const outcomes = fixScene(*edited.read.scene, edited.edits, findings, all, !safe);
+        auto const outcomes = fixScene(*edited.read.scene, edited.edits, findings, all, !safe, playing(edited.read.file));
         if (std::string(code.code) == "zero-axis") // its example has an angle, and the last value is sent as it is written
             continue;
         EXPECT_FALSE(edited.edits.changed().empty());
@@ -259,7 +280,7 @@ TEST(Fixes, SilenceTheirCodesAndAreDoneOnce)
         findings = checkScene(*again.read.scene, {}, all);
         for (Finding const& finding : findings)
             EXPECT_NE(finding.code, code.code) << finding.message << '\n' << edited.text();
-        fixScene(*again.read.scene, again.edits, findings, all, !safe);
+        fixScene(*again.read.scene, again.edits, findings, all, !safe, playing(again.read.file));
         EXPECT_TRUE(again.edits.changed().empty()) << again.text();
     }
 }
@@ -287,7 +308,7 @@ TEST(Fixes, DoWhatTheySay)
         CheckOptions all;
         all.hints = true;
         all.perNode = 0;
-        fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, all), all, c.unsafe);
+        fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, all), all, c.unsafe, playing(edited.read.file));
         if (*c.expected == '\0')
             EXPECT_TRUE(edited.edits.changed().empty()) << c.code;
         else
