@@ -316,5 +316,27 @@ TEST(Fixes, DoWhatTheySay)
     }
 }
 
+// The nodes play alike, but the scene as a whole would not: nothing is mended.
+TEST(Fixes, AreNotMadeWhenTheSceneWouldPlayOtherwise)
+{
+    for (bool const lies : {false, true}) {
+        Edited edited(x3d("<TimeSensor DEF='C' loop='true'/><ScalarInterpolator DEF='S' key='0 1' keyValue='3, 4, 5'/>"
+                          "<ROUTE fromNode='C' fromField='fraction_changed' toNode='S' toField='set_fraction'/>"));
+        int plays = 0;
+        auto const play = [&, honest = playing(edited.read.file)](std::function<void(Scene&)> const& change, bool startAll) {
+            ScenePlay result = honest(change, startAll);
+            EXPECT_GT(result.tracks.at(0).numbers.size(), 50u);
+            if (lies && ++plays == 2)
+                result.tracks[0].numbers[7] = std::nextafter(result.tracks[0].numbers[7], 9);
+            return result;
+        };
+        auto const outcomes = fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, {}), {}, false, play);
+        ASSERT_EQ(outcomes.size(), 1u);
+        EXPECT_EQ(outcomes[0].done, !lies);
+        EXPECT_EQ(outcomes[0].why, lies ? "the scene would play otherwise: S.value_changed" : "");
+        EXPECT_EQ(edited.edits.changed().empty(), lies);
+    }
+}
+
 } // namespace
 } // namespace Zelvan::play::test
