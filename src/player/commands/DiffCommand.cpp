@@ -136,7 +136,7 @@ void addDiffCommand(CLI::App& app, Session& session)
         ->delimiter(',')->allow_extra_args(false)->option_text("E[,E...]");
     command.add_option("--format", options->format, "how to write the differences (text)")
         ->check(CLI::IsMember({"text", "json"}))->option_text("text|json");
-    command.add_option("--html", options->html, "the curves that differ, both, as a page")->option_text("FILE");
+    command.add_option("--html", options->html, "the curves that differ, one over the other, as a page")->option_text("FILE");
     addTimeOptions(command, options->time);
     command.footer("Nodes are known by their DEF names. What nothing drives is compared over its fractions.\n"
                    "Exit status: 0 when nothing differs, 1 when something does.\n"
