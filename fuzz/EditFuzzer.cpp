@@ -3,6 +3,7 @@
 #include "fuzz/SceneFolder.h"
 #include "player/editing/Bake.h"
 #include "player/editing/Fixes.h"
+#include "player/playing/Clock.h"
 #include "player/reading/SceneReader.h"
 
 #include <fstream>
@@ -49,7 +50,19 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
             for (play::TrackChange const& change : play::bakeScene(*scene, edits, {tolerance, size % 2 == 0, false, {}, false}).changes)
                 require(!change.left.empty() || change.measured.largest <= change.asked, "the error is kept");
         else
-            play::fixScene(*scene, edits, play::checkScene(*scene, {}, {}), {}, size % 2 == 0);
+            play::fixScene(*scene, edits, play::checkScene(*scene, {}, {}), {}, size % 2 == 0, [&](auto const& change, bool startAll) {
+                play::ScenePlay result{play::readScene(file, limits, diagnostics), {}};
+                change(*result.scene);
+                play::Recorder recorder(*result.scene, {.keepSamples = true, .mostKept = 1 << 16});
+                play::Clock clock(*result.scene);
+                if (startAll)
+                    clock.startAll(0);
+                for (play::Timing::Frame const& frame : play::Timing{0, 1, 8, {}}.frames())
+                    clock.advance(frame.time, [&recorder] { recorder.beginFrame(); });
+                recorder.finish();
+                result.tracks = recorder.allTracks();
+                return result;
+            });
         if (edits.changed().empty()) {
             require(edits.file(0).editedBytes() == std::string(std::istreambuf_iterator<char>(std::ifstream(file).rdbuf()), {}),
                     "nothing to do is nothing done");

@@ -4,6 +4,7 @@
 
 #include <iosfwd>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -38,6 +39,8 @@ struct Finding {
     Fix fix = Fix::none; ///< whether this one can be mended; known once fixes have been proposed
     /// What mends it, and all else of its code at its node: that is one fix, which the first of them has.
     std::vector<TextChange> changes = {};
+    std::optional<std::size_t> key = {}; ///< of an interpolator: which one it is about, or begins at
+    bool mendable = true; ///< false: the fix of its code does not apply to this one
 };
 
 /// All there is to know about a code. The table is the source of docs/check-codes.md and of all help on codes.

@@ -24,7 +24,7 @@ void checkCounts(KeyedValues const& values, Drive const& drive, FindingCollector
                      },
                      perInterval ? "add a last pair: its first number is the ease into the last key"
                                  : "write as many values as keys",
-                     reached ? Severity::error : Severity::note);
+                     reached ? Severity::error : Severity::note, perInterval);
     } else if (values.blocks && size % keys != 0) {
         std::size_t const whole = size / keys * keys;
         findings.add("uneven-blocks", node, values.valueField,

@@ -70,7 +70,7 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
                              + (identity ? "not a valid rotation, although this one plays as no rotation"
                                          : "its angle of " + degrees(rotation[3]) + " degrees is lost");
                      },
-                     identity ? "write 0 0 1 0" : "write the axis", identity ? Severity::hint : Severity::warning);
+                     identity ? "write 0 0 1 0" : "write the axis", identity ? Severity::hint : Severity::warning, identity);
     }
     if (values.count < 2)
         return;

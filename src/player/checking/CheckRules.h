@@ -20,14 +20,14 @@ public:
 
     /// A finding at the attribute that sets `field`, or at the node for null. `text()` follows the node's name
     /// without a space: ".key[2] is 0.3". It is only called when the finding is kept. Null stands for the code's
-    /// usual severity.
+    /// usual severity. What is not `mendable` is left to its author, whatever its code says of fixes.
     template <class Text>
     void add(char const* code, SceneNode const& node, Field const* field, Text text, std::string_view advice,
-             std::optional<Severity> severity = {})
+             std::optional<Severity> severity = {}, bool mendable = true)
     {
         auto const level = wanted(code, severity ? *severity : codeNamed(code).severity);
         if (Slot* const slot = level ? open(code, node) : nullptr)
-            keep(*slot, code, node, field, text(), advice, *level);
+            keep(*slot, code, node, field, text(), advice, *level, mendable);
     }
     /// A finding at a route.
     void add(char const* code, SceneRoute const& route, std::string message, std::string_view advice, Severity usual);
@@ -44,7 +44,7 @@ private:
     /// Null when the finding is only counted.
     Slot* open(char const* code, SceneNode const& node);
     void keep(Slot& slot, char const* code, SceneNode const& node, Field const* field, std::string const& text,
-              std::string_view advice, Severity severity);
+              std::string_view advice, Severity severity, bool mendable);
     /// What the options make of the severity; nothing when the finding is not to be shown.
     std::optional<Severity> wanted(std::string const& code, Severity usual) const;
 

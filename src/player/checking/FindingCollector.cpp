@@ -23,6 +23,14 @@ std::optional<std::size_t> elementIn(std::string_view text)
     return error == std::errc() && *end == ']' ? std::optional(element) : std::nullopt;
 }
 
+// The key of an interpolator that an element of one of its lists belongs to.
+std::size_t keyOf(SceneNode const& node, Field const& field, std::size_t element)
+{
+    Field const* const keys = fieldOf(node, "key");
+    bool const blocks = keys != nullptr && &field != keys && keys->size() > 0 && isList(outputOf(node)->dataType());
+    return blocks ? element / std::max<std::size_t>(1, field.size() / keys->size()) : element;
+}
+
 } // namespace
 
 std::optional<Severity> FindingCollector::wanted(std::string const& code, Severity usual) const
@@ -45,7 +53,7 @@ FindingCollector::Slot* FindingCollector::open(char const* code, SceneNode const
 }
 
 void FindingCollector::keep(Slot& slot, char const* code, SceneNode const& node, Field const* field,
-                            std::string const& text, std::string_view advice, Severity severity)
+                            std::string const& text, std::string_view advice, Severity severity, bool mendable)
 {
     std::string const what = text + '\n' + code + std::to_string(node.where.file) + ' ' + std::to_string(node.where.offset);
     auto const [same, added] = _byText.try_emplace(std::hash<std::string>()(what), _findings.size());
@@ -59,8 +67,10 @@ void FindingCollector::keep(Slot& slot, char const* code, SceneNode const& node,
     Place const place = field == nullptr ? _scene.place(node)
                         : element        ? _scene.place(node, *field, *element)
                                          : _scene.place(node, *field);
-    _findings.push_back({severity, code, place, node.name,
-                         node.name + text, std::string(advice)});
+    Finding& finding = _findings.emplace_back(Finding{severity, code, place, node.name, node.name + text, std::string(advice)});
+    finding.mendable = mendable;
+    if (element && isInterpolator(node))
+        finding.key = keyOf(node, *field, *element);
 }
 
 void FindingCollector::add(char const* code, SceneRoute const& route, std::string message, std::string_view advice,

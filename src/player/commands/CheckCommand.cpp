@@ -15,6 +15,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
@@ -216,9 +217,18 @@ void fix(Session& session, CheckCommandOptions const& options)
         everything.perNode = 0;
         everything.hints = true;
         auto const findings = checkWithSuppressions(*opened.scene, {}, everything);
+        auto const play = [&](std::function<void(Scene&)> const& change, bool startAll) {
+            ReaderFindings told;
+            ScenePlay again{openScene(session, opened.file, opened.limits, told.diagnostics()), {}};
+            change(*again.scene);
+            TimeOptions time;
+            time.startAll = startAll;
+            again.tracks = record(*again.scene, time, opened.settings, opened.limits);
+            return again;
+        };
         result.status = exitFine;
         result.counts = {0};
-        for (FixOutcome const& outcome : fixScene(*opened.scene, edits, findings, everything, options.unsafeFixes)) {
+        for (FixOutcome const& outcome : fixScene(*opened.scene, edits, findings, everything, options.unsafeFixes, play)) {
             if (editing.several() && !options.edit.inlined && outcome.file != 0)
                 continue; // it is told with that file
             result.counts[0] += outcome.done;

@@ -3,7 +3,6 @@
 #include "base/Fields.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <map>
 
@@ -125,27 +124,10 @@ private:
     std::map<SceneNode const*, Track const*> _tracks;
 };
 
-/// The key that a finding is about, by what its message says of it: "Mover.key[2] is ...".
-std::optional<std::size_t> keyOf(Finding const& finding, std::size_t valuesPerKey)
-{
-    for (std::string_view const field : {".key[", ".keyValue[", ".easeInEaseOut["}) {
-        auto const at = finding.message.find(field);
-        if (at == std::string::npos)
-            continue;
-        std::size_t index = 0;
-        char const* const from = finding.message.data() + at + field.size();
-        if (std::from_chars(from, finding.message.data() + finding.message.size(), index).ec == std::errc())
-            return field == ".keyValue[" ? index / std::max<std::size_t>(valuesPerKey, 1) : index;
-    }
-    return {};
-}
-
 std::vector<CurveRemark> remarksOn(SceneNode const& node, std::vector<float> const& keys,
                                    std::vector<Finding> const& findings, Passing const& passing)
 {
     std::vector<CurveRemark> remarks;
-    Field const* const values = fieldOf(node, "keyValue");
-    std::size_t const perKey = values && !keys.empty() ? values->size() / keys.size() : 1;
     for (Finding const& finding : findings) {
         if (finding.node != node.name)
             continue;
@@ -153,8 +135,8 @@ std::vector<CurveRemark> remarksOn(SceneNode const& node, std::vector<float> con
                                                                finding.message, finding.advice, {}});
         if (finding.more > 0)
             remark.message += " (and " + std::to_string(finding.more) + " more)";
-        if (auto const key = keyOf(finding, perKey); key && *key < keys.size())
-            remark.places = passing.times(node, {keys[*key]});
+        if (finding.key && *finding.key < keys.size())
+            remark.places = passing.times(node, {keys[*finding.key]});
     }
     return remarks;
 }

@@ -10,7 +10,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
-#include <deque>
 #include <iostream>
 #include <numbers>
 #include <unistd.h>
@@ -25,15 +24,6 @@ struct DiffOptions {
     std::vector<std::string> maxError;
     TimeOptions time;
 };
-
-std::vector<Track> record(OpenedScene const& opened, TimeOptions const& time)
-{
-    Recorder recorder(*opened.scene, {.keepSamples = true, .mostKept = opened.limits.values});
-    Clock clock(*opened.scene, time.now);
-    playFrames(clock, recorder, prepare(clock, time, opened.settings).frames(), opened.limits.values);
-    recorder.finish();
-    return recorder.allTracks();
-}
 
 std::string amount(TrackDifference const& difference)
 {
@@ -87,21 +77,20 @@ void writeJson(std::ostream& out, std::vector<TrackDifference> const& difference
     out << "]}\n";
 }
 
-// Both curves of each track that differs, one below the other, over one time.
+// Both curves of each track that differs, over each other.
 void writePage(std::vector<TrackDifference> const& differences, DiffOptions const& options)
 {
-    std::deque<SceneNode> names;
-    std::deque<Track> tracks;
+    auto const played = [](Track const* track) { return track != nullptr && !track->times.empty(); };
     std::vector<Curve> curves;
-    for (TrackDifference const& difference : differences)
-        for (auto const& [track, file] : {std::pair(difference.first, &options.first.file), std::pair(difference.second, &options.second)})
-            if (difference.differs && track != nullptr && !track->times.empty()) {
-                names.push_back(*track->node);
-                names.back().name += " in " + *file;
-                tracks.push_back(*track);
-                tracks.back().node = &names.back();
-                curves.push_back({&tracks.back(), {}, {}});
-            }
+    for (TrackDifference const& difference : differences) {
+        if (!difference.differs || (!played(difference.first) && !played(difference.second)))
+            continue;
+        bool const both = played(difference.first) && played(difference.second);
+        Curve& curve = curves.emplace_back(Curve{played(difference.first) ? difference.first : difference.second, {}, {}});
+        curve.place = both || curve.track == difference.first ? options.first.file : options.second;
+        curve.second = both ? difference.second : nullptr;
+        curve.secondName = options.second;
+    }
     OutputFile file(options.html);
     writeHtml(file.stream(), curves, {options.first.file + " and " + options.second, "time (s)"});
     file.commit();
@@ -116,8 +105,8 @@ void diff(Session& session, DiffOptions const& options)
     OpenedScene const second(session, {options.second, options.first.limits});
     requireOwnFiles({options.html}, first);
     requireOwnFiles({options.html}, second);
-    PlayedScene const a{*first.scene, record(first, options.time)};
-    PlayedScene const b{*second.scene, record(second, options.time)};
+    PlayedScene const a{*first.scene, record(*first.scene, options.time, first.settings, first.limits)};
+    PlayedScene const b{*second.scene, record(*second.scene, options.time, second.settings, second.limits)};
     std::vector<TrackDifference> const differences = compareScenes(a, b, tolerance);
 
     OutputFile out("-");
@@ -147,7 +136,7 @@ void addDiffCommand(CLI::App& app, Session& session)
         ->delimiter(',')->allow_extra_args(false)->option_text("E[,E...]");
     command.add_option("--format", options->format, "how to write the differences (text)")
         ->check(CLI::IsMember({"text", "json"}))->option_text("text|json");
-    command.add_option("--html", options->html, "the curves that differ, both, as a page")->option_text("FILE");
+    command.add_option("--html", options->html, "the curves that differ, one over the other, as a page")->option_text("FILE");
     addTimeOptions(command, options->time);
     command.footer("Nodes are known by their DEF names. What nothing drives is compared over its fractions.\n"
                    "Exit status: 0 when nothing differs, 1 when something does.\n"

@@ -135,6 +135,15 @@ void playFrames(Clock& clock, Recorder& recorder, std::vector<Timing::Frame> con
     progress.end();
 }
 
+std::vector<Track> record(Scene& scene, TimeOptions const& time, Settings const& settings, ReadLimits const& limits)
+{
+    Recorder recorder(scene, {.keepSamples = true, .mostKept = limits.values});
+    Clock clock(scene, time.now);
+    playFrames(clock, recorder, prepare(clock, time, settings).frames(), limits.values);
+    recorder.finish();
+    return recorder.allTracks();
+}
+
 Progress::Progress()
     : _terminal(::isatty(STDERR_FILENO) != 0), _due(std::chrono::steady_clock::now() + std::chrono::seconds(1))
 {

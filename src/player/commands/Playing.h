@@ -47,6 +47,8 @@ Timing prepare(Clock& clock, TimeOptions const& options, Settings const& setting
 /// Plays all frames, while sensors are asked no more than `mostLooks` times. Shows progress on a terminal when it takes
 /// long.
 void playFrames(Clock& clock, Recorder& recorder, std::vector<Timing::Frame> const& frames, std::size_t mostLooks);
+/// Plays a scene and keeps what is recorded, with all samples.
+std::vector<Track> record(Scene& scene, TimeOptions const& time, Settings const& settings, ReadLimits const& limits);
 
 /// Says on a terminal how far something is that takes long.
 class Progress {

@@ -100,6 +100,13 @@ Drawing drawingOf(Curve const& curve, PictureOptions const& options, Span axis, 
         drawing.path = pathOf(samples, drawing.panels[0].lines, drawing.keys, drawing.seams);
         drawing.strip = stripOf(samples, axis, columns, drawing.facts);
     }
+    if (curve.second != nullptr && !drawing.panels.empty()) {
+        std::vector<std::string> facts; // those of the first are shown
+        std::vector<Panel> const over = panelsOf(Samples(*curve.second), {}, options.axis, facts);
+        for (std::size_t i = 0; i < std::min(over.size(), drawing.panels.size()); ++i)
+            layOver(drawing.panels[i], over[i]);
+        drawing.facts.push_back("dashed: " + curve.secondName);
+    }
     if (!drawing.keys.empty())
         drawing.facts.push_back(counted(drawing.keys.size(), "key mark"));
     if (!drawing.seams.empty())

@@ -22,6 +22,7 @@ struct Line {
     unsigned colour;               ///< 0 to 2: x, y, z or red, green, blue; 3: anything else
     std::vector<double> values;    ///< one for each of the panel's times
     std::vector<double> low, high; ///< the band; empty without one
+    bool second = false;           ///< of the second track: dashed
 };
 
 /// Lines that share a scale.

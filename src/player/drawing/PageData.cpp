@@ -41,7 +41,7 @@ void appendPanelData(std::string& json, Panel const& panel, Panel const& first, 
             json += ",\"high\":";
             appendNumbers(json, line.high);
         }
-        json += '}';
+        json += line.second ? ",\"second\":true}" : "}";
     }
     json += ']';
     if (panel.flat)

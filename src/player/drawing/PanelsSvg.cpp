@@ -45,8 +45,8 @@ void appendLine(std::string& svg, Plot const& plot, Panel const& panel, Line con
         }
         appendCurve(svg, "band b" + colour, band);
     }
-    appendCurve(svg, "line c" + colour, run(line.values));
-    if (!dots)
+    appendCurve(svg, "line c" + colour + (line.second ? " second" : ""), run(line.values));
+    if (!dots || line.second)
         return;
     std::string marks;
     for (std::size_t i = 0; i < line.values.size(); ++i)

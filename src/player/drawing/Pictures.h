@@ -26,6 +26,8 @@ struct Curve {
     std::vector<std::string> moves = {};   ///< what it moves: "Ball.translation (Transform)"
     std::string place = {};                ///< in the file: "door.x3d:12:3"
     std::vector<CurveRemark> remarks = {};
+    Track const* second = nullptr; ///< of the same type, with its samples: drawn over the first one, dashed
+    std::string secondName = {};   ///< "walk-new.x3d"
 };
 
 class Staging;

@@ -14,6 +14,9 @@ Range rangeOf(Line const& line);
 /// "low … high" with so many digits of the larger one: of 1e-9 … 1 the reader wants 0 … 1.
 std::string rangeText(Range const& range, int digits);
 
+/// Puts the lines of a panel over those of another one that shows the same of another track.
+void layOver(Panel& panel, Panel const& second);
+
 /// The curve in a plane of what has one, from the lines of the first panel.
 PlanePath pathOf(Samples const& samples, std::vector<Line> const& lines, std::vector<double> const& keys,
                  std::vector<double> const& seams);

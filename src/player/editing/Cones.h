@@ -167,7 +167,7 @@ private:
 template <class Speeds>
 class SpeedBalls {
 public:
-    static constexpr std::size_t followed = 16; ///< of a layer: a ball costs much more than a slope
+    static constexpr std::size_t followed = 8; ///< of a layer: a ball costs much more than a slope
     explicit SpeedBalls(Speeds speeds) : _speeds(std::move(speeds)) {}
     void start(std::size_t key)
     {

@@ -6,22 +6,26 @@
 #include "player/scene/Utf8.h"
 
 #include <algorithm>
+#include <cstring>
 #include <map>
 #include <set>
+#include <utility>
 
 namespace Zelvan::play {
 
 namespace {
 
-// "Ball.keyValue[3] to [4] ...": the first element that a message is about.
-std::optional<std::size_t> elementOf(Finding const& finding)
+// The first track that did not send the same, bit for bit; "" when all did.
+std::string otherTrack(ScenePlay const& a, ScenePlay const& b)
 {
-    if (!finding.message.starts_with(finding.node + '.'))
-        return std::nullopt;
-    auto const bracket = finding.message.find('[', finding.node.size());
-    if (bracket == std::string::npos)
-        return std::nullopt;
-    return std::strtoul(finding.message.c_str() + bracket + 1, nullptr, 10);
+    auto const same = [](auto const& first, auto const& second) {
+        return first.size() == second.size() && (first.empty() || std::memcmp(first.data(), second.data(), first.size() * sizeof first[0]) == 0);
+    };
+    for (std::size_t i = 0; i < std::min(a.tracks.size(), b.tracks.size()); ++i)
+        if (Track const &first = a.tracks[i], &second = b.tracks[i]; first.type != second.type || !same(first.times, second.times)
+            || !same(first.starts, second.starts) || !same(first.numbers, second.numbers))
+            return first.name();
+    return a.tracks.size() == b.tracks.size() ? "" : "its interpolators";
 }
 
 /// The mending of one scene. Nodes with the same bytes are mended together.
@@ -37,14 +41,20 @@ public:
                 _nodes[*places].push_back(&node);
     }
 
-    std::vector<FixOutcome> run(std::vector<Finding> findings)
+    std::vector<FixOutcome> run(std::vector<Finding> findings, PlayAnew const& play)
     {
         constexpr int rounds = 8; // one fix may uncover what another one mends
         for (int round = 0; round < rounds && mendAll(findings); ++round)
             findings = checkWithSuppressions(_scene, {}, _options);
+        std::erase_if(_mendings, [](auto const& mending) { return !mending.second.changed(); });
+        if (std::string const other = _unsafe || _mendings.empty() ? "" : otherwisePlayed(play); !other.empty()) {
+            for (FixOutcome& outcome : _outcomes)
+                if (std::exchange(outcome.done, false))
+                    outcome.why = "the scene would play otherwise: " + other;
+            return std::move(_outcomes);
+        }
         for (auto const& [places, mending] : _mendings)
-            if (mending.changed())
-                write(places, mending);
+            write(places, mending);
         return std::move(_outcomes);
     }
 
@@ -54,12 +64,12 @@ public:
     {
         Proposals all;
         _unsafe = true;
-        for (auto const& [what, elements] : wantedOf(findings)) {
+        for (auto const& [what, keys] : wantedOf(findings)) {
             auto const& [node, code] = what;
             // What is not safe for all of them may still be possible.
             for (Fix const fix : {Fix::safe, Fix::unsafe}) {
                 _unsafe = fix == Fix::unsafe;
-                if ((_unsafe || codeNamed(code).fix == Fix::safe) && mend(*node, code, elements)) {
+                if ((_unsafe || codeNamed(code).fix == Fix::safe) && mend(*node, code, keys)) {
                     if (auto changes = takeBack(*_edits.placesOf(*node)); !changes.empty())
                         all[{node->name, code}] = {fix, std::move(changes)};
                     break;
@@ -70,7 +80,7 @@ public:
     }
 
 private:
-    using Wanted = std::map<std::pair<SceneNode*, std::string>, std::set<std::size_t>>; // elements by node and code
+    using Wanted = std::map<std::pair<SceneNode*, std::string>, std::set<std::size_t>>; // keys by node and code
     // What is to be mended.
     Wanted wantedOf(std::vector<Finding> const& findings) const
     {
@@ -80,7 +90,7 @@ private:
             if (fix == Fix::none || (fix == Fix::unsafe && !_unsafe))
                 continue;
             if (SceneNode* const node = _scene.find(finding.node))
-                wanted[{node, finding.code}].insert(elementOf(finding).value_or(0));
+                wanted[{node, finding.code}].insert(finding.key.value_or(0));
         }
         return wanted;
     }
@@ -89,31 +99,26 @@ private:
     bool mendAll(std::vector<Finding> const& findings)
     {
         bool any = false;
-        std::set<ListPlaces> mended; // of several codes at a node one at a time: elements move
+        std::set<ListPlaces> mended; // of several codes at a node one at a time: keys move
         // Keys come first: what is said of values is said of keys in this order.
-        for (auto const& [what, elements] : wantedOf(findings)) {
+        for (auto const& [what, keys] : wantedOf(findings)) {
             auto const& [node, code] = what;
             auto const places = _edits.placesOf(*node);
             if (!_reported.contains(what) && (!places || !mended.contains(*places)))
-                any |= mend(*node, code, elements) && mended.insert(*places).second;
+                any |= mend(*node, code, keys) && mended.insert(*places).second;
         }
         return any;
     }
 
-    bool mend(SceneNode& node, std::string const& code, std::set<std::size_t> const& elements)
+    bool mend(SceneNode& node, std::string const& code, std::set<std::size_t> const& keys)
     {
         FixOutcome outcome{code, node.name, false, ""};
         try {
             auto const places = _edits.placesOf(node);
             outcome.file = places ? places->keys.file : 0;
-            if (fieldOf(node, "key")->_routesIn != nullptr || valuesOf(node)._routesIn != nullptr)
-                outcome.why = "a ROUTE sets its keys or values";
-            else if (!places)
-                outcome.why = "no file sets both its keys and its values";
-            else if (std::string const other = _edits.sharing(node); !other.empty())
-                outcome.why = "it shares its keys or values with " + other;
-            else
-                outcome.why = apply(node, *places, code, elements);
+            outcome.why = _edits.hindrance(node);
+            if (outcome.why.empty())
+                outcome.why = apply(node, *places, code, keys);
         } catch (Failure const& failure) {
             if (failure.status() == exitMachine)
                 throw;
@@ -127,7 +132,7 @@ private:
         return outcome.done;
     }
 
-    std::string apply(SceneNode& node, ListPlaces const& places, std::string const& code, std::set<std::size_t> const& elements)
+    std::string apply(SceneNode& node, ListPlaces const& places, std::string const& code, std::set<std::size_t> const& keys)
     {
         auto known = _mendings.find(places);
         if (known == _mendings.end())
@@ -138,7 +143,7 @@ private:
         Mending& mending = known->second;
         Mending before = mending;
         KeyTrack const played = safely(node, code) ? trackOf(node) : KeyTrack();
-        if (!mending.apply(code, elements, _unsafe))
+        if (!mending.apply(code, keys, _unsafe))
             return "this one is for its author to mend";
         for (SceneNode* const each : _nodes[places])
             mending.give(*each);
@@ -152,6 +157,21 @@ private:
     bool safely(SceneNode const& node, std::string const& code) const
     {
         return !_unsafe && codeNamed(code).fix == Fix::safe && node.node->type()._name != "TransformationInterpolator";
+    }
+
+    // The track that the scene as it was and the mended one do not play alike.
+    std::string otherwisePlayed(PlayAnew const& play) const
+    {
+        auto const mended = [this](Scene& scene) {
+            for (SceneNode const& node : scene.sceneNodes)
+                if (auto const places = isInterpolator(node) ? _edits.placesOf(node) : std::nullopt)
+                    if (auto const mending = _mendings.find(*places); mending != _mendings.end())
+                        mending->second.give(node);
+        };
+        for (bool const startAll : {false, true})
+            if (std::string other = otherTrack(play([](Scene&) {}, startAll), play(mended, startAll)); !other.empty())
+                return other;
+        return "";
     }
 
     void write(ListPlaces const& places, Mending const& mending)
@@ -218,10 +238,7 @@ private:
 
 Fix fixOf(Finding const& finding)
 {
-    bool const ease = finding.message.find("easeInEaseOut needs a pair") != std::string::npos;
-    bool const identity = finding.advice == "write 0 0 1 0";
-    return (finding.code == "too-few-values" && !ease) || (finding.code == "zero-axis" && !identity) ? Fix::none
-                                                                                                     : codeNamed(finding.code).fix;
+    return finding.mendable ? codeNamed(finding.code).fix : Fix::none;
 }
 
 void proposeFixes(Scene& scene, std::vector<Finding>& findings, CheckOptions const& options, std::size_t mostBytes)
@@ -241,9 +258,10 @@ void proposeFixes(Scene& scene, std::vector<Finding>& findings, CheckOptions con
         }
 }
 
-std::vector<FixOutcome> fixScene(Scene& scene, SceneEdits& edits, std::vector<Finding> findings, CheckOptions const& options, bool unsafe)
+std::vector<FixOutcome> fixScene(Scene& scene, SceneEdits& edits, std::vector<Finding> findings, CheckOptions const& options,
+                                 bool unsafe, PlayAnew const& play)
 {
-    return Fixer(scene, edits, options, unsafe).run(std::move(findings));
+    return Fixer(scene, edits, options, unsafe).run(std::move(findings), play);
 }
 
 } // namespace Zelvan::play

@@ -151,7 +151,7 @@ private:
                 wanted = reached.key - std::min(reached.key, std::max<std::size_t>(1, back / candidates));
                 auto const bounds = _bounds.begin() + static_cast<std::ptrdiff_t>(reached.slot * _track.width);
                 _nodes.push_back({reached.key, reached.from, {bounds, bounds + _track.width}});
-                if (layer.size() > candidates)
+                if (layer.size() == candidates)
                     break;
             }
     }

@@ -78,16 +78,16 @@ void Mending::insert(std::size_t at, float key, std::vector<float> const& value)
     _values.insert(_values.begin() + static_cast<std::ptrdiff_t>(at * _components), numbers.begin(), numbers.end());
 }
 
-bool Mending::apply(std::string const& code, std::set<std::size_t> const& elements, bool unsafe)
+bool Mending::apply(std::string const& code, std::set<std::size_t> const& keys, bool unsafe)
 {
     bool const done = code == "too-many-values" ? dropValues()
         : code == "too-few-values"              ? addPair()
-        : code == "zero-axis"                   ? writeAxes(elements, unsafe)
+        : code == "zero-axis"                   ? writeAxes(keys, unsafe)
         : code == "key-order"                   ? sortKeys()
         : code == "key-range"                   ? divideKeys()
         : code == "color-range"                 ? divideColors()
-        : code == "long-turn"                   ? divideTurns(elements)
-        : code == "hue-long-way"                ? crossRed(elements)
+        : code == "long-turn"                   ? divideTurns(keys)
+        : code == "hue-long-way"                ? crossRed(keys)
         : code == "loop-jump"                   ? closeLoop()
                                                 : false;
     _changed |= done;
@@ -110,10 +110,10 @@ bool Mending::addPair()
     return true;
 }
 
-bool Mending::writeAxes(std::set<std::size_t> const& elements, bool unsafe)
+bool Mending::writeAxes(std::set<std::size_t> const& keys, bool unsafe)
 {
     bool any = false;
-    for (std::size_t const i : elements) {
+    for (std::size_t const i : keys) {
         // The first and the last value are sent as they are written.
         bool const end = i == 0 || i + 1 >= _keys.size();
         if ((i + 1) * 4 > _values.size() || number(i, 3) != 0 || (end && !unsafe))
@@ -166,12 +166,12 @@ bool Mending::divideColors()
     return true;
 }
 
-bool Mending::divideTurns(std::set<std::size_t> const& elements)
+bool Mending::divideTurns(std::set<std::size_t> const& keys)
 {
     constexpr double step = std::numbers::pi * 0.9;
     bool any = false;
-    for (auto element = elements.rbegin(); element != elements.rend(); ++element) {
-        std::size_t const i = *element;
+    for (auto at = keys.rbegin(); at != keys.rend(); ++at) {
+        std::size_t const i = *at;
         if (i + 1 >= _keys.size() || (i + 2) * 4 > _values.size())
             continue;
         double const from = number(i, 3), turn = number(i + 1, 3) - from, begin = _keys[i].value, time = _keys[i + 1].value - begin;
@@ -185,11 +185,11 @@ bool Mending::divideTurns(std::set<std::size_t> const& elements)
     return any;
 }
 
-bool Mending::crossRed(std::set<std::size_t> const& elements)
+bool Mending::crossRed(std::set<std::size_t> const& keys)
 {
     bool any = false;
-    for (auto element = elements.rbegin(); element != elements.rend(); ++element) {
-        std::size_t const i = *element;
+    for (auto at = keys.rbegin(); at != keys.rend(); ++at) {
+        std::size_t const i = *at;
         if (i + 1 >= _keys.size() || (i + 2) * 3 > _values.size())
             continue;
         float h[2], s[2], v[2];

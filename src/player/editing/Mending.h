@@ -13,8 +13,8 @@ class Mending {
 public:
     Mending(SceneNode const& node, NumberList const& keys, NumberList const& values);
 
-    /// The fix of a code, at these elements of the values. False when it does not apply.
-    bool apply(std::string const& code, std::set<std::size_t> const& elements, bool unsafe);
+    /// The fix of a code, at these keys. False when it does not apply.
+    bool apply(std::string const& code, std::set<std::size_t> const& keys, bool unsafe);
     /// Gives the node the keys and values as they are now.
     void give(SceneNode const& node) const;
     /// Gives it those it had.
@@ -36,12 +36,12 @@ private:
 
     bool dropValues();
     bool addPair();
-    bool writeAxes(std::set<std::size_t> const& elements, bool unsafe);
+    bool writeAxes(std::set<std::size_t> const& keys, bool unsafe);
     bool sortKeys();
     bool divideKeys();
     bool divideColors();
-    bool divideTurns(std::set<std::size_t> const& elements);
-    bool crossRed(std::set<std::size_t> const& elements);
+    bool divideTurns(std::set<std::size_t> const& keys);
+    bool crossRed(std::set<std::size_t> const& keys);
     bool closeLoop();
 
     std::shared_ptr<Field> _oldKeys, _oldValues;

@@ -56,17 +56,13 @@ std::string hindrance(SceneNode const& node, SceneEdits const& edits)
 {
     Field const& keys = *fieldOf(node, "key");
     Field const& values = valuesOf(node);
-    if (keys._routesIn != nullptr || values._routesIn != nullptr)
-        return "a ROUTE sets its keys or values";
-    if (keys.size() == 0 || values.size() == 0)
+    if ((keys.size() == 0 || values.size() == 0) && keys._routesIn == nullptr && values._routesIn == nullptr)
         return "has no keys or no values";
+    if (std::string why = edits.hindrance(node); !why.empty())
+        return why;
     bool const blocks = isList(outputOf(node)->dataType());
     if (blocks ? values.size() % keys.size() != 0 : values.size() != keys.size())
         return "has " + std::to_string(keys.size()) + " keys for " + std::to_string(values.size()) + " values";
-    if (!edits.placesOf(node))
-        return "no file sets both its keys and its values";
-    if (std::string const other = edits.sharing(node); !other.empty())
-        return "shares its keys or values with " + other;
     return "";
 }
 

@@ -19,7 +19,7 @@ struct TrackChange {
 /// Takes as many keys as it can out of the linear interpolators of a scene and writes them into its edits.
 std::vector<TrackChange> reduceScene(Scene const& scene, SceneEdits& edits, Tolerance const& tolerance, bool free);
 
-/// Why an interpolator's keys and values are not edited, whatever is to be done with them; "" when they may be.
+/// Why an interpolator's keys are neither taken out nor replaced; "" when they may be.
 std::string hindrance(SceneNode const& node, SceneEdits const& edits);
 
 } // namespace Zelvan::play

@@ -2,6 +2,7 @@
 
 #include "player/scene/Values.h"
 
+#include <algorithm>
 #include <bit>
 #include <sys/stat.h>
 
@@ -62,6 +63,19 @@ std::optional<ListPlaces> SceneEdits::placesOf(SceneNode const& node) const
     auto const keys = placeOf(node, *fieldOf(node, "key"));
     auto const values = placeOf(node, valuesOf(node));
     return keys && values ? std::optional<ListPlaces>({*keys, *values}) : std::nullopt;
+}
+
+std::string SceneEdits::hindrance(SceneNode const& node) const
+{
+    if (fieldOf(node, "key")->_routesIn != nullptr || valuesOf(node)._routesIn != nullptr)
+        return "a ROUTE sets its keys or values";
+    if (!placesOf(node))
+        return "no file sets both its keys and its values";
+    if (std::string const other = sharing(node); !other.empty())
+        return "shares its keys or values with " + other;
+    if (std::ranges::any_of(node.attributes, &SceneNode::AttributePlace::converted))
+        return "its file states units of its own: only values in metres and radians are edited";
+    return "";
 }
 
 std::string SceneEdits::sharing(SceneNode const& node) const

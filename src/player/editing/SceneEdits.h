@@ -39,9 +39,8 @@ public:
     std::optional<Location> placeOf(SceneNode const& node, Field const& field) const;
     NumberList list(Location where, Field const& field);
 
-    /// Nodes by the bytes of their keys and values. Two nodes whose keys are the same bytes and whose values are not
-    /// cannot be edited: `sharing` says with whom; "" where nothing is wrong.
-    std::string sharing(SceneNode const& node) const;
+    /// Why an interpolator's keys and values are not edited, whatever is to be done with them; "" when they may be.
+    std::string hindrance(SceneNode const& node) const;
     /// Null when a file sets only one of them, or none.
     std::optional<ListPlaces> placesOf(SceneNode const& node) const;
 
@@ -50,6 +49,9 @@ public:
     AuthorFile const& main() { return file(0); }
 
 private:
+    /// Another node that has only one of the two lists in common with this one; "" when there is none.
+    std::string sharing(SceneNode const& node) const;
+
     Scene const& _scene;
     bool _inlined;
     std::size_t _mostBytes;

@@ -144,16 +144,17 @@ void Nodes::setField(SceneNode& node, Field& field, Attribute const& value, Scen
     Repeated* const repeated = isRepeated ? &_repeated[&value] : nullptr;
     if (repeated != nullptr && repeated->value != nullptr && repeated->desc == field._desc) {
         field.assignValue(*repeated->value);
-        node.attributes.push_back({indexOf(field), where});
+        node.attributes.push_back({indexOf(field), where, repeated->converted});
         return;
     }
     bool const isString = file.quotes(value) && field.dataType() == SFStringType;
     if (field.setAndValidateValueByStr(isString ? unquoted(value.value()).c_str() : value.value().data(), false)) {
+        bool const converted = file.units.convert(*node.node, field);
         if (node.known)
-            node.attributes.push_back({indexOf(field), where});
-        file.units.convert(*node.node, field);
+            node.attributes.push_back({indexOf(field), where, converted});
         if (repeated != nullptr && ++repeated->times == 2) {
             repeated->desc = field._desc;
+            repeated->converted = converted;
             repeated->value = makeField(field.dataType());
             repeated->value->assignValue(field);
         }

@@ -40,6 +40,7 @@ private:
         unsigned times = 0;
         NodePartDesc const* desc = nullptr;
         std::unique_ptr<Field> value;
+        bool converted = false; ///< from units of the file
     };
     std::unordered_map<Attribute const*, Repeated> _repeated;
 };

@@ -36,10 +36,11 @@ void scale(std::vector<E>& list, double factor)
 }
 
 template <class FieldClass>
-void scaleValue(Field& field, double factor)
+bool scaleValue(Field& field, double factor)
 {
     if (factor != 1)
         scale(static_cast<FieldClass&>(field)._value, factor);
+    return factor != 1;
 }
 
 // Normals, colours and vectors of any kind have no unit.
@@ -75,14 +76,14 @@ Units Units::of(Element const* root)
     return units;
 }
 
-void Units::convert(Node const& node, Field& field) const
+bool Units::convert(Node const& node, Field& field) const
 {
     switch (field.dataType()) {
     case SFRotationType: return scaleValue<SFRotation>(field, angle);
     case MFRotationType: return scaleValue<MFRotation>(field, angle);
     case MFVec2fType: return scaleValue<MFVec2f>(field, isLength(node, field) ? length : 1);
     case MFVec3fType: return scaleValue<MFVec3f>(field, isLength(node, field) ? length : 1);
-    default: return;
+    default: return false;
     }
 }
 

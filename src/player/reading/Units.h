@@ -15,8 +15,8 @@ struct Units {
 
     /// What the head of a file states.
     static Units of(Element const* root);
-    /// To base units: the angles of all rotations, and the positions and points of interpolators.
-    void convert(Node const& node, Field& field) const;
+    /// To base units: the angles of all rotations, and the positions and points of interpolators. Whether there were others.
+    bool convert(Node const& node, Field& field) const;
 };
 
 } // namespace Zelvan::play

@@ -40,6 +40,7 @@ struct SceneNode {
     struct AttributePlace {
         unsigned index; ///< of the field
         Location where; ///< of the value's first character
+        bool converted = false; ///< from other units, which the file states
     };
     std::vector<AttributePlace> attributes{}; ///< of known nodes: the fields that the file sets
 };

@@ -1,5 +1,6 @@
 #include "player/editing/Bake.h"
 #include "player/editing/Fixes.h"
+#include "player/playing/Clock.h"
 #include "tests/player/Files.h"
 
 #include <gmock/gmock.h>
@@ -239,6 +240,26 @@ TEST(Bake, EditsTheClassicSyntaxToo)
 
 // ---- Fixes
 
+// Reads a file anew and plays a second of it.
+PlayAnew playing(std::string const& file)
+{
+    return [file](std::function<void(Scene&)> const& change, bool startAll) {
+        std::ostringstream told;
+        Diagnostics diagnostics(told);
+        ScenePlay play{readScene(file, {}, diagnostics), {}};
+        change(*play.scene);
+        Recorder recorder(*play.scene, {.keepSamples = true});
+        Clock clock(*play.scene);
+        if (startAll)
+            clock.startAll(0);
+        for (Timing::Frame const& frame : Timing{0, 1, 60, {}}.frames())
+            clock.advance(frame.time, [&recorder] { recorder.beginFrame(); });
+        recorder.finish();
+        play.tracks = recorder.allTracks();
+        return play;
+    };
+}
+
 TEST(Fixes, SilenceTheirCodesAndAreDoneOnce)
 {
     for (CheckCode const& code : checkCodes()) {
@@ -251,7 +272,7 @@ TEST(Fixes, SilenceTheirCodesAndAreDoneOnce)
         Edited edited(x3d(code.bad));
         auto findings = checkScene(*edited.read.scene, {}, all);
         bool const safe = code.fix == Fix::safe && std::ranges::all_of(findings, [](Finding const& f) { return fixOf(f) != Fix::unsafe; });
-        auto const outcomes = fixScene(*edited.read.scene, edited.edits, findings, all, !safe);
+        auto const outcomes = fixScene(*edited.read.scene, edited.edits, findings, all, !safe, playing(edited.read.file));
         if (std::string(code.code) == "zero-axis") // its example has an angle, and the last value is sent as it is written
             continue;
         EXPECT_FALSE(edited.edits.changed().empty());
@@ -259,7 +280,7 @@ TEST(Fixes, SilenceTheirCodesAndAreDoneOnce)
         findings = checkScene(*again.read.scene, {}, all);
         for (Finding const& finding : findings)
             EXPECT_NE(finding.code, code.code) << finding.message << '\n' << edited.text();
-        fixScene(*again.read.scene, again.edits, findings, all, !safe);
+        fixScene(*again.read.scene, again.edits, findings, all, !safe, playing(again.read.file));
         EXPECT_TRUE(again.edits.changed().empty()) << again.text();
     }
 }
@@ -287,11 +308,33 @@ TEST(Fixes, DoWhatTheySay)
         CheckOptions all;
         all.hints = true;
         all.perNode = 0;
-        fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, all), all, c.unsafe);
+        fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, all), all, c.unsafe, playing(edited.read.file));
         if (*c.expected == '\0')
             EXPECT_TRUE(edited.edits.changed().empty()) << c.code;
         else
             EXPECT_THAT(edited.text(), HasSubstr(c.expected)) << c.code;
+    }
+}
+
+// The nodes play alike, but the scene as a whole would not: nothing is mended.
+TEST(Fixes, AreNotMadeWhenTheSceneWouldPlayOtherwise)
+{
+    for (bool const lies : {false, true}) {
+        Edited edited(x3d("<TimeSensor DEF='C' loop='true'/><ScalarInterpolator DEF='S' key='0 1' keyValue='3, 4, 5'/>"
+                          "<ROUTE fromNode='C' fromField='fraction_changed' toNode='S' toField='set_fraction'/>"));
+        int plays = 0;
+        auto const play = [&, honest = playing(edited.read.file)](std::function<void(Scene&)> const& change, bool startAll) {
+            ScenePlay result = honest(change, startAll);
+            EXPECT_GT(result.tracks.at(0).numbers.size(), 50u);
+            if (lies && ++plays == 2)
+                result.tracks[0].numbers[7] = std::nextafter(result.tracks[0].numbers[7], 9);
+            return result;
+        };
+        auto const outcomes = fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, {}), {}, false, play);
+        ASSERT_EQ(outcomes.size(), 1u);
+        EXPECT_EQ(outcomes[0].done, !lies);
+        EXPECT_EQ(outcomes[0].why, lies ? "the scene would play otherwise: S.value_changed" : "");
+        EXPECT_EQ(edited.edits.changed().empty(), lies);
     }
 }
 

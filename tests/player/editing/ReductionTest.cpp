@@ -3,8 +3,9 @@
 
 #include <gmock/gmock.h>
 
-#include <chrono>
+#include <algorithm>
 #include <cmath>
+#include <ctime>
 #include <random>
 
 namespace Zelvan::play::test {
@@ -133,6 +134,36 @@ TEST(Reduction, KeepsItsPromisesForEveryType)
             }
 }
 
+TEST(Reduction, TakesNothingMoreWithoutAnErrorAndStaysWithinTwiceOfIt)
+{
+    for (Kind const& kind : kinds)
+        for (unsigned seed = 0; seed < 30; ++seed)
+            for (bool const free : {false, true}) {
+                SCOPED_TRACE(std::string(kind.type) + ' ' + std::to_string(seed) + (free ? " free" : ""));
+                KeyTrack const track = randomTrack(kind, seed, 2 + 3 * seed);
+                KeyTrack const equals = reduceTrack(track, 0, free).track;
+                EXPECT_EQ(reduceTrack(equals, 0, free).track.keys, equals.keys);
+                double const tolerance = std::pow(10.0, -3.0 + seed % 5 * 0.6);
+                KeyTrack const once = reduceTrack(track, tolerance, free).track, twice = reduceTrack(once, tolerance, free).track;
+                EXPECT_LE(twice.size(), once.size());
+                EXPECT_LE(largestDifference(track, twice).largest, 2 * tolerance * (1 + 1e-6));
+                EXPECT_TRUE(std::ranges::equal(twice.at(0), track.at(0)));
+                EXPECT_TRUE(std::ranges::equal(twice.at(twice.size() - 1), track.at(track.size() - 1)));
+            }
+}
+
+// Why reducing again may take keys: the fewest keys of this track are one set alone, and that can be reduced.
+TEST(Reduction, OfTheFewestKeysSomeMayStillGoAsTheyAreMeasuredAnew)
+{
+    KeyTrack track = emptyTrack(kinds[0]);
+    track.keys = {0, 1, 2, 3, 4};
+    track.values = {2, -4, 2, -4, -3};
+    Reduced const once = reduceTrack(track, 4, false);
+    EXPECT_THAT(once.kept, testing::ElementsAre(0, 3, 4));
+    EXPECT_GT(largestDifference(track, track.only({0, 4})).largest, 4);
+    EXPECT_THAT(reduceTrack(once.track, 4, false).kept, testing::ElementsAre(0, 2));
+}
+
 TEST(Reduction, FreeValuesSaveKeysOfSmoothCurves)
 {
     KeyTrack track = emptyTrack(kinds[0]);
@@ -149,25 +180,37 @@ TEST(Reduction, TakesTracksOfAnySize)
 {
     struct Case {
         char const* name;
-        float (*value)(double);
+        char const* type;
+        double (*value)(double);
         double tolerance;
         std::size_t most;
+        bool free = false;
     };
+    auto const wave = [](double x) { return std::sin(6.28 * x); };
+    auto const rough = [](double x) { return std::sin(6.28 * x) + 0.0005 * std::sin(1e6 * x); };
     Case const cases[] = {
-        {"one wave", [](double x) { return static_cast<float>(std::sin(6.28 * x)); }, 0.002, 60},
-        {"one wave, coarse", [](double x) { return static_cast<float>(std::sin(6.28 * x)); }, 0.1, 12},
-        {"nothing moves", [](double) { return 1.f; }, 0.001, 2},
-        {"a spike", [](double x) { return std::abs(x - 0.5) < 6e-6 ? 1.f : 0.f; }, 0.01, 6},
-        {"many waves", [](double x) { return static_cast<float>(std::sin(3000 * x)); }, 0.002, 40000},
+        {"one wave", "ScalarInterpolator", wave, 0.002, 60},
+        {"one wave, coarse", "ScalarInterpolator", wave, 0.1, 12},
+        {"nothing moves", "ScalarInterpolator", [](double) { return 1.; }, 0.001, 2},
+        {"a spike", "ScalarInterpolator", [](double x) { return std::abs(x - 0.5) < 6e-6 ? 1. : 0.; }, 0.01, 6},
+        {"many waves", "ScalarInterpolator", [](double x) { return std::sin(3000 * x); }, 0.002, 40000},
+        {"free values", "PositionInterpolator3D", wave, 0.002, 40, true},
+        {"rough free values", "PositionInterpolator3D", rough, 0.002, 60, true},
+        {"a turn", "OrientationInterpolator", wave, 0.002, 80},
+        {"a rough turn", "OrientationInterpolator", rough, 0.002, 100},
+        {"colours", "ColorInterpolator", [](double x) { return 0.5 + 0.4 * std::sin(6.28 * x); }, 0.002, 150},
     };
     for (Case const& c : cases) {
-        KeyTrack track = emptyTrack(kinds[0]);
+        auto const kind = std::ranges::find(kinds, std::string_view(c.type), &Kind::type);
+        KeyTrack track = emptyTrack(*kind);
         for (int i = 0; i < 100'000; ++i) {
-            track.keys.push_back(static_cast<float>(i / 99'999.0));
-            track.values.push_back(c.value(i / 99'999.0));
+            double const x = i / 99'999.0;
+            track.keys.push_back(static_cast<float>(x));
+            for (unsigned n = 0; n < kind->width; ++n)
+                track.values.push_back(static_cast<float>(c.value(x) * (n + 1) / kind->width));
         }
         auto const begin = std::clock();
-        Reduced const reduced = reduceTrack(track, c.tolerance, false);
+        Reduced const reduced = reduceTrack(track, c.tolerance, c.free);
         double const seconds = double(std::clock() - begin) / CLOCKS_PER_SEC;
         RecordProperty(c.name, std::to_string(seconds));
         std::printf("%s: %zu keys, %.3f s\n", c.name, reduced.track.size(), seconds);
