@@ -109,8 +109,9 @@ SceneNode* Nodes::read(Element const& element, Scope& scope)
         addScriptFields(element, node, scope);
     else
         reportMisspelled(node);
-    if (creatable == &TimeSensor::_type && !node.named && findChild(element, "IS") == nullptr) {
-        // Nobody can hear it. Its values have been looked at.
+    if (creatable == &TimeSensor::_type && !node.named && findChild(element, "IS") == nullptr
+        && static_cast<TimeSensor*>(node.node)->_cycleInterval._value > 0) {
+        // Nobody can hear it, and its values have been looked at: there is nothing to say of it.
         _reading.scene.nodes().remove(*node.node);
         _reading.scene.sceneNodes.pop_back();
         return nullptr;

@@ -63,9 +63,9 @@ TEST(Pipeline, OneFindingInEveryFormat)
     auto const write = [&](std::string const& format) {
         return play(folder, "check 'a b,c.x3d' --only key-order --format " + format);
     };
-    EXPECT_THAT(write("text").out, StartsWith("a b,c.x3d:2:60: error: \u00e9%.key[2] is 0.5, after 1"));
+    EXPECT_THAT(write("text").out, StartsWith("a b,c.x3d:2:58: error: \u00e9%.key[2] is 0.5, after 1"));
     EXPECT_THAT(write("text").out, testing::EndsWith(" [key-order]\n"));
-    EXPECT_THAT(write("github").out, StartsWith("::error file=a b%2Cc.x3d,line=2,col=60,title=key-order::\u00e9%25.key[2] is 0.5"));
+    EXPECT_THAT(write("github").out, StartsWith("::error file=a b%2Cc.x3d,line=2,col=58,title=key-order::\u00e9%25.key[2] is 0.5"));
     auto const sarif = nlohmann::json::parse(write("sarif").out)["runs"][0];
     auto const& result = sarif["results"][0];
     auto const& place = result["locations"][0]["physicalLocation"];

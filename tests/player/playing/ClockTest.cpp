@@ -111,7 +111,7 @@ TEST(Clock, IsInTheMiddleOfACycleWhenItKnowsWhatTimeItIs)
 
 TEST(Clock, StartsAllThatDoNotRun)
 {
-    ReadScene read("<TimeSensor loop='true' enabled='false'/><TimeSensor/><TimeSensor loop='true'/>");
+    ReadScene read("<TimeSensor DEF='A' loop='true' enabled='false'/><TimeSensor DEF='B'/><TimeSensor DEF='C' loop='true'/><TimeSensor/>");
     Clock clock(*read.scene);
     clock.startAll(0.5);
     for (double const time : {0.0, 0.5, 1.0})
@@ -160,8 +160,8 @@ TEST(Clock, LooksAtSensorsInTheOrderOfTheFileWhateverWakesThem)
 
 TEST(Clock, RefusesMoreSensorsThanFramesHaveTimeFor)
 {
-    std::string const looping = "<TimeSensor loop='true'/>";
-    ReadScene many(times(50, looping)), idle(times(50, "<TimeSensor/>") + looping);
+    std::string const looping = "<TimeSensor DEF='L' loop='true'/>";
+    ReadScene many(times(50, looping)), idle(times(50, "<TimeSensor DEF='W'/>") + looping);
     Clock clock(*many.scene), idleClock(*idle.scene);
     clock.limitTo(20, 1000);
     EXPECT_THROW(clock.limitTo(21, 1000), Failure);
