@@ -31,8 +31,11 @@ std::optional<Identity> identityOf(std::string const& path, int standardStream)
 /// A name that ends like another format is a slip.
 void requireFormats(std::vector<std::pair<std::string, std::string>> const& outputs)
 {
+    std::vector<std::string> endings{".jpg", ".jpeg", ".gif", ".webp", ".pdf"}; // which are not made
+    for (auto const& [path, ending] : outputs)
+        endings.push_back(ending);
     for (auto const& [path, own] : outputs)
-        for (auto const& [other, ending] : outputs)
+        for (std::string const& ending : endings)
             if (ending != own && path.ends_with(ending))
                 throw Failure(exitUsage, '"' + path + "\" ends in " + ending + ", but what is asked for is " + own.substr(1));
 }

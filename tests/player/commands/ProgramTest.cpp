@@ -219,6 +219,9 @@ TEST(Program, NoticesWhatTheMachineRefuses)
         {"$P run s.x3d --at 1 --csv a.csv >&-; $P run s.x3d --at 1 --csv b.csv; cmp a.csv b.csv", 0, "cannot write"},
         // The file grows to so many blocks, by a short write, and no further.
         {"for k in 1 2 5 80; do (ulimit -f $k; $P run s.x3d --html h; test $? = 3) || exit 1; done", 0, "File too large"},
+        // What draws scenes is looked for beside the program, and only what has been tried is taken.
+        {"mkdir -p e/bin e/share/zelvan-play; cp $P e/bin/p; e/bin/p run s.x3d --html h --scene", 3, "scripts/scene-engine fetches it"},
+        {"echo x >e/share/zelvan-play/x3dom.js; e/bin/p run s.x3d --html h --scene; s=$?; rm -r e; exit $s", 3, "is not the X3DOM"},
         {"test \"$(echo *)\" = 'a.csv b.csv d s.x3d status' || { ls; exit 1; }", 0, ""},
     };
     for (Case const& c : cases) {
@@ -267,7 +270,7 @@ TEST(Program, ShowsTheNodesAndFormatsItIsAskedFor)
     EXPECT_EQ(play(folder, "run s.x3d --at 1 --nodes A --csv -").out, "time,node,field,value\n1,A,value_changed,0.25\n");
     EXPECT_THAT(play(folder, "export s.x3d --at 1 --nodes A").out, StartsWith("time,A.value_changed\n"));
     EXPECT_EQ(play(folder, "run s.x3d --nodes Nobody").status, 2);
-    for (std::string const wrong : {"--svg a.png", "--png a.html", "--html a.csv", "--csv a.svg"})
+    for (std::string const wrong : {"--svg a.png", "--png a.jpg", "--png a.html", "--html a.csv", "--csv a.svg"})
         EXPECT_EQ(play(folder, "run s.x3d " + wrong).status, 2) << wrong;
     EXPECT_EQ(play(folder, "run s.x3d --png a.png").status, 0);
     EXPECT_THAT(folder.read("a.png"), StartsWith("\x89PNG"));
