@@ -246,7 +246,7 @@ class Errors(unittest.TestCase):
             zi.Scene(DRIVEN).play(1, start="Clock")
             zi.interpolate("CoordinateInterpolator", [0, 1], np.zeros((2, 100, 3)), np.linspace(0, 1, 500))
             zi.reduce(DRIVEN)
-            for wrong in ("<X3D>", "#VRML V2.0 utf8\n}"):
+            for wrong in ("<X3D>", "#VRML V2.0 utf8\nTransform {"):
                 self.assertRaises(zi.SceneError, zi.Scene, wrong)
 
         def most():
