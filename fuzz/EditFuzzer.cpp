@@ -51,17 +51,17 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
                 require(!change.left.empty() || change.measured.largest <= change.asked, "the error is kept");
         else
             play::fixScene(*scene, edits, play::checkScene(*scene, {}, {}), {}, size % 2 == 0, [&](auto const& change, bool startAll) {
-                play::ScenePlay result{play::readScene(file, limits, diagnostics), {}};
-                change(*result.scene);
-                play::Recorder recorder(*result.scene, {.keepSamples = true, .mostKept = 1 << 16});
-                play::Clock clock(*result.scene);
+                play::ScenePlay played{play::readScene(file, limits, diagnostics), {}};
+                change(*played.scene);
+                play::Recorder recorder(*played.scene, {.keepSamples = true, .mostKept = 1 << 16});
+                play::Clock clock(*played.scene);
                 if (startAll)
                     clock.startAll(0);
                 for (play::Timing::Frame const& frame : play::Timing{0, 1, 8, {}}.frames())
                     clock.advance(frame.time, [&recorder] { recorder.beginFrame(); });
                 recorder.finish();
-                result.tracks = recorder.allTracks();
-                return result;
+                played.tracks = recorder.allTracks();
+                return played;
             });
         if (edits.changed().empty()) {
             require(edits.file(0).editedBytes() == std::string(std::istreambuf_iterator<char>(std::ifstream(file).rdbuf()), {}),
