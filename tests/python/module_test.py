@@ -237,6 +237,9 @@ class Errors(unittest.TestCase):
                 time.sleep(5)
             except KeyboardInterrupt:
                 pass
+            finally:  # where the work failed no signal hits what comes after
+                timer.cancel()
+                timer.join()
             self.assertFalse(finished)
             self.assertLess(time.process_time() - begin, 2.5)
         self.assertEqual(zi.interpolate("ScalarInterpolator", [0, 1], [0, 2], [0.5])[0], 1)
