@@ -113,6 +113,8 @@ tools.cardsOf = ({head, frame, axisTitle, paint, sharedTimes, whole, seen, play,
             const chart = new Dygraph(element(box, "div", "chart"), rows, {
                 ...this.looks(panel),
                 labels: [axisTitle, ...panel.lines.map((line) => line.name)],
+                series: Object.fromEntries(panel.lines.filter((line) => line.second)
+                    .map((line) => [line.name, {strokePattern: [6, 4], drawPoints: false}])),
                 customBars: bands,
                 fillAlpha: 0.22,
                 strokeWidth: 1.7,
