@@ -225,10 +225,10 @@ class Errors(unittest.TestCase):
         wild = " ".join(str((k * 7919) % 1009) for k in range(60001))
         large = scene_of(f"<ScalarInterpolator DEF='A' key='{keys}' keyValue='{wild}'/>" * 8)
         fractions = np.linspace(0, 1, 30_000_000, dtype=np.float32)
-        for work in (lambda: zi.Scene(sensor).play(160_000, 60),
+        for work in (lambda: zi.Scene(sensor).play(130_000, 60),
                      lambda: zi.interpolate("SquadOrientationInterpolator", [0, 0.5, 1], np.eye(3, 4), fractions),
                      lambda: zi.reduce(large, max_error=1e-6)):
-            timer = threading.Timer(0.3, os.kill, (os.getpid(), signal.SIGINT))
+            timer = threading.Timer(0.1, os.kill, (os.getpid(), signal.SIGINT))
             begin, finished = time.process_time(), False
             timer.start()
             try:

@@ -90,7 +90,8 @@ void Clock::limitTo(std::size_t frames, std::size_t most)
 
 void Clock::refuseSensors(std::size_t most) const
 {
-    throw Failure(exitScene, "error: " + std::to_string(_sensors.size()) + " TimeSensors would be asked more than "
+    char const* const what = _sensors.size() == 1 ? " TimeSensor" : " TimeSensors";
+    throw Failure(exitScene, "error: " + std::to_string(_sensors.size()) + what + " would be asked more than "
                                  + std::to_string(most) + " times: fewer frames or a shorter time are less (--max-values "
                                  "raises the limit)");
 }

@@ -220,7 +220,7 @@ TEST(Program, NoticesWhatTheMachineRefuses)
         // The file grows to so many blocks, by a short write, and no further.
         {"for k in 1 2 5 80; do (ulimit -f $k; $P run s.x3d --html h; test $? = 3) || exit 1; done", 0, "File too large"},
         // What draws scenes is looked for beside the program, and only what has been tried is taken.
-        {"mkdir -p e/bin e/share/zelvan-play; cp $P e/bin/p; e/bin/p run s.x3d --html h --scene", 3, "scripts/scene-engine fetches it"},
+        {"mkdir -p e/bin e/share/zelvan-play; cp $P e/bin/p; ln -s ${P%/bin/*}/lib e; e/bin/p run s.x3d --html h --scene", 3, "scripts/scene-engine fetches it"},
         {"echo x >e/share/zelvan-play/x3dom.js; e/bin/p run s.x3d --html h --scene; s=$?; rm -r e; exit $s", 3, "is not the X3DOM"},
         {"test \"$(echo *)\" = 'a.csv b.csv d s.x3d status' || { ls; exit 1; }", 0, ""},
     };
