@@ -219,10 +219,25 @@ std::string const& Scene::shared(std::string_view text)
     return found != _shared.end() ? *found : *_shared.emplace(text).first;
 }
 
+namespace {
+
+std::string_view nameOf(SceneNode const* node)
+{
+    return node->name;
+}
+
+} // namespace
+
 SceneNode* Scene::find(std::string_view name)
 {
-    auto const found = std::find_if(sceneNodes.rbegin(), sceneNodes.rend(), [&](SceneNode const& n) { return n.name == name; });
-    return found == sceneNodes.rend() ? nullptr : &*found;
+    if (_byName.size() != sceneNodes.size()) {
+        _byName.clear();
+        for (SceneNode& node : sceneNodes)
+            _byName.push_back(&node);
+        std::ranges::stable_sort(_byName, {}, nameOf);
+    }
+    auto const after = std::ranges::upper_bound(_byName, name, {}, nameOf);
+    return after == _byName.begin() || nameOf(after[-1]) != name ? nullptr : after[-1];
 }
 
 SceneNode* Scene::sceneNode(Node const& node) const

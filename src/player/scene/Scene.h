@@ -131,6 +131,7 @@ private:
     std::set<std::string, std::less<>> _shared; ///< goes after the nodes
     std::unique_ptr<NodeNameSpace> _nameSpace;
     std::vector<std::unique_ptr<Lines>> _lines; ///< one for each of fileNames
+    std::vector<SceneNode*> _byName; ///< sorted, those of one name in the order of the file; built when asked
     std::vector<std::pair<Node const*, SceneNode*>> mutable _byNode; ///< sorted by address, built when asked
 };
 
