@@ -140,8 +140,7 @@ std::string Node::getIDStr() const
 
 void Node::markParent(int)
 {
-    if ((_flags & (parentMarked | childMarked)) == 0) // else it is remembered
-        _nameSpace.nodeChanged(*this);
+    _nameSpace.nodeChanged(*this);
     if (_links.empty())
         return;
     // Upwards level by level; a node marked before has marked those above it.
@@ -153,8 +152,7 @@ void Node::markParent(int)
             Node& above = *link._parent;
             if (&above == node || (above._flags & childMarked) != 0)
                 continue;
-            if ((above._flags & parentMarked) == 0 && &above != this)
-                above._nameSpace.nodeChanged(above);
+            above._nameSpace.nodeChanged(above);
             above._flags |= childMarked;
             marked.push_back(&above);
         }

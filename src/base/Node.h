@@ -111,7 +111,8 @@ private:
     void unlink();
     static void destroy(Node& node, std::size_t size);
 
-    bool _named = false; ///< held by the namespace
+    bool _named = false;  ///< held by the namespace
+    bool _listed = false; ///< among those that it tells at the end of the frame
     unsigned const _serial;
     std::vector<Field*> _fields;
     std::vector<NodeLink> _links; ///< to parents and to children

@@ -73,11 +73,20 @@ void NodeNameSpace::remove(Node& node)
         node.unref();
 }
 
+// Whatever has been forgotten of its changes, a node is listed once, and leaves the list when it goes.
+void NodeNameSpace::nodeChanged(Node& node)
+{
+    if (node._listed || _ending)
+        return;
+    _changed.push_back(&node);
+    node._listed = true;
+}
+
 void NodeNameSpace::nodeGone(Node& node)
 {
     forget(node);
     --_living;
-    if ((node._flags & (Node::parentMarked | Node::childMarked)) == 0)
+    if (!node._listed || _ending)
         return;
     // Nodes mostly go in the order in which they were marked, or against it.
     std::size_t at = _changed.size();
@@ -86,8 +95,6 @@ void NodeNameSpace::nodeGone(Node& node)
             at = near;
     if (at == _changed.size())
         at = static_cast<std::size_t>(std::find(_changed.begin(), _changed.end(), &node) - _changed.begin());
-    if (at == _changed.size())
-        return;
     _changed[at] = nullptr;
     _lastGone = at;
 }
@@ -122,6 +129,7 @@ void NodeNameSpace::finishFrame(TimeStamp const& timeStamp)
         if (changed == nullptr)
             continue;
         Node& node = *changed;
+        node._listed = false;
         NodeHold const hold(node);
         bool const below = (node._flags & Node::childMarked) != 0;
         BitVector<unsigned long> const fields(node._changedMask);

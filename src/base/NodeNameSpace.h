@@ -44,7 +44,7 @@ private:
     friend class Node;
     void nodeMade() { ++_living; }
     void nodeGone(Node& node);
-    void nodeChanged(Node& node) { _changed.push_back(&node); }
+    void nodeChanged(Node& node);
     /// Takes a node out, with its reference. False if it was not in.
     bool forget(Node& node);
 

@@ -171,6 +171,16 @@ TEST(Processors, AreToldWhatHappensToTheirNodes)
     EXPECT_EQ(node->_changedMask.bits() + node->_flags, 0u);
     EXPECT_THAT(std::exchange(log, ""), testing::EndsWith(" nodeChanged:8"));
     scene._nodes.finishFrame(5);
+    // Whoever forgets changes in between: a node is told once, and one that goes not at all.
+    node->_in.markChanged();
+    node->clearChanged();
+    node->_in.markChanged();
+    auto* const brief = new Sink<SFFloat>(scene._nodes);
+    brief->_in.markChanged();
+    brief->clearChanged();
+    delete brief;
+    scene._nodes.finishFrame(6);
+    EXPECT_EQ(std::exchange(log, ""), " nodeChanged:8");
     node->removeParent(other);
     node->unregField(0);
     told(" parentRemoved fieldRemoved routeRemoved");
