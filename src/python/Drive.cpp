@@ -1,5 +1,6 @@
 #include "python/Drive.h"
 
+#include "player/editing/KeyTrack.h"
 #include "player/scene/DidYouMean.h"
 #include "player/scene/Scene.h"
 #include "player/scene/Values.h"
@@ -132,21 +133,6 @@ bool takesFractions(NodeType& type)
     return creatable != nullptr && creatable->_poolName == "InterpolationNodePool";
 }
 
-template <class Value>
-void assign(std::vector<Value>& list, std::span<float const> numbers)
-{
-    list.resize(numbers.size() / widthOf<Value>);
-    if (!list.empty())
-        std::memcpy(static_cast<void*>(list.data()), numbers.data(), list.size() * sizeof(Value));
-}
-
-void assign(std::vector<Rotation>& list, std::span<float const> numbers)
-{
-    list.clear();
-    for (std::size_t i = 0; i + 3 < numbers.size(); i += 4)
-        list.emplace_back(osg::Vec3f(numbers[i], numbers[i + 1], numbers[i + 2]), numbers[i + 3]);
-}
-
 } // namespace
 
 std::vector<std::string> interpolatorTypes()
@@ -205,16 +191,7 @@ void LoneNode::setNumbers(std::string const& name, std::span<float const> number
     if (numbers.size() % width != 0)
         throw Failure(play::exitUsage, name + ": expected a multiple of " + std::to_string(width) + " numbers, found "
                                            + std::to_string(numbers.size()));
-    auto const give = [&]<class List>(List* list) { assign(list->_value, numbers); };
-    switch (field.dataType()) {
-    case MFFloatType: give(static_cast<MFFloat*>(&field)); break;
-    case MFVec2fType: give(static_cast<MFVec2f*>(&field)); break;
-    case MFVec3fType: give(static_cast<MFVec3f*>(&field)); break;
-    case MFColorType: give(static_cast<MFColor*>(&field)); break;
-    case MFRotationType: give(static_cast<MFRotation*>(&field)); break;
-    case MFMatrix4fType: give(static_cast<MFMatrix4f*>(&field)); break;
-    default: throw Failure(play::exitUsage, name + " takes no numbers");
-    }
+    play::assignNumbers(field, numbers);
     _node->fieldChanged(field, 0, nullptr);
 }
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <numbers>
 
@@ -15,14 +16,13 @@ namespace Zelvan::play {
 
 namespace {
 
+// Of values that are nothing but floats, in the order of a file.
 template <class Value>
 void assign(std::vector<Value>& list, std::span<float const> numbers)
 {
-    constexpr std::size_t width = sizeof(Value) / sizeof(float);
-    list.resize(numbers.size() / width);
-    for (std::size_t i = 0; i < list.size(); ++i)
-        for (std::size_t c = 0; c < width; ++c)
-            list[i][static_cast<osg::UInt32>(c)] = numbers[i * width + c];
+    list.resize(numbers.size() / (sizeof(Value) / sizeof(float)));
+    if (!list.empty())
+        std::memcpy(static_cast<void*>(list.data()), numbers.data(), list.size() * sizeof(Value));
 }
 
 // The angle between two rotations, exact where the cosine alone is not: near 0.
@@ -82,6 +82,7 @@ void assignNumbers(Field& field, std::span<float const> numbers)
     case MFVec2fType: assign(static_cast<MFVec2f&>(field)._value, numbers); break;
     case MFVec3fType: assign(static_cast<MFVec3f&>(field)._value, numbers); break;
     case MFColorType: assign(static_cast<MFColor&>(field)._value, numbers); break;
+    case MFMatrix4fType: assign(static_cast<MFMatrix4f&>(field)._value, numbers); break;
     case MFRotationType: {
         auto& list = static_cast<MFRotation&>(field)._value;
         list.clear();

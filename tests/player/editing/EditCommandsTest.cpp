@@ -2,9 +2,9 @@
 #include "player/editing/Bake.h"
 #include "player/editing/Fixes.h"
 #include "tests/player/commands/Play.h"
+#include "tests/player/editing/Gzipped.h"
 
 #include <gmock/gmock.h>
-#include <zlib.h>
 
 #include <filesystem>
 #include <regex>
@@ -157,15 +157,6 @@ TEST(BakeCommand, TakesKeysWhereItIsTold)
 }
 
 // ---- Whole scenes, in every form
-
-std::string gzipped(std::string const& text)
-{
-    Folder const folder;
-    gzFile const file = ::gzopen(folder.path("z").c_str(), "wb");
-    ::gzwrite(file, text.data(), static_cast<unsigned>(text.size()));
-    ::gzclose(file);
-    return folder.read("z");
-}
 
 struct Form {
     char const* name;

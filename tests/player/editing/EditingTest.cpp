@@ -2,9 +2,9 @@
 #include "player/editing/Fixes.h"
 #include "player/playing/Clock.h"
 #include "tests/player/Files.h"
+#include "tests/player/editing/Gzipped.h"
 
 #include <gmock/gmock.h>
-#include <zlib.h>
 
 #include <algorithm>
 #include <regex>
@@ -65,15 +65,6 @@ TEST(NumberList, RefusesWhatIsNoList)
 }
 
 // ---- Files
-
-std::string gzipped(std::string const& text)
-{
-    Folder const folder;
-    gzFile const file = ::gzopen(folder.path("z").c_str(), "wb");
-    ::gzwrite(file, text.data(), static_cast<unsigned>(text.size()));
-    ::gzclose(file);
-    return folder.read("z");
-}
 
 TEST(AuthorFile, KeepsItsForm)
 {
