@@ -51,7 +51,8 @@ template <class Prepare>
 void measureUnlike(std::string const& name, double limit, Prepare prepare)
 {
     auto const made = std::make_shared<std::optional<decltype(prepare())>>();
-    auto const both = [prepare, made]() -> auto const& {
+    auto const both = [ prepare, made ]() -> auto const&
+    {
         if (!*made)
             made->emplace(prepare());
         return **made;
@@ -95,10 +96,7 @@ void measure(std::string const& name, double limit, Prepare prepare)
 template <class FieldClass>
 class Sink : public Node {
 public:
-    explicit Sink(NodeNameSpace& nameSpace) : Node(record(), nameSpace, "sink")
-    {
-        _in._desc = &_desc;
-    }
+    explicit Sink(NodeNameSpace& nameSpace) : Node(record(), nameSpace, "sink") { _in._desc = &_desc; }
     ~Sink() override { Route::removeAll(_in); }
 
     void fieldChanged(Field&, TimeStamp const&, Field*) override { ++_arrived; }
@@ -111,8 +109,8 @@ private:
     static NodeType& record()
     {
         static NodeTypeNameSpace own;
-        static NodeType type(own, "Sink", "Benchmarks", nullptr, nullptr, nullptr, "Benchmarks", nullptr, "", "", "",
-                             false, false, nullptr, nullptr, nullptr, nullptr, 0);
+        static NodeType type(own, "Sink", "Benchmarks", nullptr, nullptr, nullptr, "Benchmarks", nullptr, "", "", "", false,
+                             false, nullptr, nullptr, nullptr, nullptr, 0);
         return type;
     }
 };
@@ -234,7 +232,10 @@ std::shared_ptr<Animation<NodeClass>> animate(std::vector<float> keys, typename 
 template <class NodeClass>
 auto events(std::shared_ptr<Animation<NodeClass>> animation, Steps steps)
 {
-    return [animation, steps]() mutable -> auto const& { return animation->send(steps.next().fraction); };
+    return [ animation, steps ]() mutable -> auto const&
+    {
+        return animation->send(steps.next().fraction);
+    };
 }
 
 /// `count` values made by `make(number)`, where `number` gives random numbers from -1 to 1.
@@ -259,9 +260,7 @@ inline auto randomVectors(std::size_t count)
 }
 inline auto randomRotations(std::size_t count)
 {
-    return randomValues(count, [](auto& number) {
-        return Rotation(osg::Vec3f(number(), number(), number()), 3.f * number());
-    });
+    return randomValues(count, [](auto& number) { return Rotation(osg::Vec3f(number(), number(), number()), 3.f * number()); });
 }
 
 } // namespace Zelvan::bench

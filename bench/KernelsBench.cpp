@@ -88,8 +88,7 @@ void firstAbove(benchmark::State& state, Kernels const& kernels)
 void add(Kernels const& kernels, char const* kind)
 {
     auto const benchmarkOf = [&](char const* what, auto function) {
-        return benchmark::RegisterBenchmark((std::string(kernels.name) + '/' + what + '/' + kind).c_str(), function,
-                                            kernels);
+        return benchmark::RegisterBenchmark((std::string(kernels.name) + '/' + what + '/' + kind).c_str(), function, kernels);
     };
     for (int const keys : {3, 4, 6, 8, 10, 16, 24, 32, 100, 10'000})
         benchmarkOf("firstAbove", firstAbove)->Arg(keys);

@@ -84,11 +84,13 @@ void measureBlocks(std::string const& name, double limit, bool routed, std::size
         animation->send(0.1f);
         auto& block = animation->_node._value_changed._value;
         auto& received = routed ? animation->_sink._in._value : block;
-        auto const whole = [=, &received]() mutable -> auto const& {
+        auto const whole = [ =, &received ]() mutable -> auto const&
+        {
             animation->send(steps.next().fraction);
             return received;
         };
-        auto const bare = [=, &block, &received]() mutable -> auto const& {
+        auto const bare = [ =, &block, &received ]() mutable -> auto const&
+        {
             auto const [fraction, interval, alpha] = steps.next();
             auto const* const a = animation->values().data() + interval * count;
             loop(reinterpret_cast<float const*>(a), reinterpret_cast<float const*>(a + count), alpha, flat(block),
@@ -118,8 +120,7 @@ void measureBlocks(std::string const& name, double limit, bool routed, std::size
     measureUnlike("PositionInterpolator2D, 10 keys, playback : ScalarInterpolator", 1.3, [] {
         auto const steps = playback(evenKeys(10), frames);
         auto const values = randomValues(10, [](auto& number) { return osg::Vec2f(number(), number()); });
-        return std::pair(events(animate<PositionInterpolator2D>(evenKeys(10), values), steps),
-                         scalarEvents(10, steps));
+        return std::pair(events(animate<PositionInterpolator2D>(evenKeys(10), values), steps), scalarEvents(10, steps));
     });
     measureUnlike("PositionInterpolator3D, 10 keys, playback : ScalarInterpolator", 1.3, [] {
         auto const steps = playback(evenKeys(10), frames);
@@ -131,15 +132,15 @@ void measureBlocks(std::string const& name, double limit, bool routed, std::size
     for (bool const routed : {false, true}) {
         std::string const beside = routed ? ", routed : loop and copy" : " : loop";
         auto const coordinates = [&](std::size_t count, double limit, std::string const& number) {
-            measureBlocks<CoordinateInterpolator3D>("CoordinateInterpolator3D, " + number + " vectors" + beside,
-                                                    limit, routed, count, randomVectors, lerpLoop, 3 * count);
+            measureBlocks<CoordinateInterpolator3D>("CoordinateInterpolator3D, " + number + " vectors" + beside, limit, routed,
+                                                    count, randomVectors, lerpLoop, 3 * count);
         };
         coordinates(1'000, 1.15, "1000");
         coordinates(100'000, 1.1, "100000");
-        measureBlocks<VectorInterpolator>("VectorInterpolator, 10000000 floats" + beside, 1.1, routed, 10'000'000,
-                                          randomFloats, lerpLoop, 10'000'000);
-        measureBlocks<NormalInterpolator>("NormalInterpolator, 1000 vectors" + beside, 1.2, routed, 1'000,
-                                          randomVectors, normalsLoop, 1'000);
+        measureBlocks<VectorInterpolator>("VectorInterpolator, 10000000 floats" + beside, 1.1, routed, 10'000'000, randomFloats,
+                                          lerpLoop, 10'000'000);
+        measureBlocks<NormalInterpolator>("NormalInterpolator, 1000 vectors" + beside, 1.2, routed, 1'000, randomVectors,
+                                          normalsLoop, 1'000);
     }
 
     measure("OrientationInterpolator, 10 keys, playback : slerp", 1.4, [] {
@@ -151,9 +152,8 @@ void measureBlocks(std::string const& name, double limit, bool routed, std::size
                          }));
     });
     measure("ColorInterpolator, 10 keys, playback : conversions and lerp", 1.5, [] {
-        auto const colors = randomValues(10, [](auto& number) {
-            return osg::Color3f(std::abs(number()), std::abs(number()), std::abs(number()));
-        });
+        auto const colors = randomValues(
+            10, [](auto& number) { return osg::Color3f(std::abs(number()), std::abs(number()), std::abs(number())); });
         auto const animation = animate<ColorInterpolator>(evenKeys(10), colors);
         auto const steps = playback(evenKeys(10), frames);
         return std::pair(events(animation, steps), bareBlend(animation, steps, [](auto& list, unsigned i, float t) {

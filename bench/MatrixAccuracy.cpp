@@ -34,16 +34,31 @@ struct Matrix : osg::Matrix {
 };
 
 thread_local std::mt19937_64 engine;
-Real uniform(Real low, Real high) { return low + (high - low) * static_cast<Real>(engine() >> 11) * 0x1p-53L; }
-Vector vector(Real size) { return {uniform(-size, size), uniform(-size, size), uniform(-size, size)}; }
-Wide3 rotation(Vector const& axis, Real angle) { return Eigen::AngleAxis<Real>(angle, axis.normalized()).matrix(); }
-Wide3 rotation() { return rotation(vector(1), uniform(0, pi)); }
+Real uniform(Real low, Real high)
+{
+    return low + (high - low) * static_cast<Real>(engine() >> 11) * 0x1p-53L;
+}
+Vector vector(Real size)
+{
+    return {uniform(-size, size), uniform(-size, size), uniform(-size, size)};
+}
+Wide3 rotation(Vector const& axis, Real angle)
+{
+    return Eigen::AngleAxis<Real>(angle, axis.normalized()).matrix();
+}
+Wide3 rotation()
+{
+    return rotation(vector(1), uniform(0, pi));
+}
 Wide3 tilted(Real x, Real y, Real z)
 {
     Wide3 const axes = rotation();
     return axes * Vector(x, y, z).asDiagonal() * axes.transpose();
 }
-Real power(Real exponent) { return std::pow(Real(10), uniform(-exponent, exponent)); }
+Real power(Real exponent)
+{
+    return std::pow(Real(10), uniform(-exponent, exponent));
+}
 Wide whole(Wide3 const& linear, Vector const& move = Vector::Zero())
 {
     Wide result = Wide::Identity();
@@ -51,8 +66,14 @@ Wide whole(Wide3 const& linear, Vector const& move = Vector::Zero())
     result.col(3).head<3>() = move;
     return result;
 }
-Wide exact(osg::Matrix const& m) { return Eigen::Map<Eigen::Matrix4f const>(m.getValues()).cast<Real>(); }
-Wide3 upper(Wide const& m) { return m.topLeftCorner<3, 3>(); }
+Wide exact(osg::Matrix const& m)
+{
+    return Eigen::Map<Eigen::Matrix4f const>(m.getValues()).cast<Real>();
+}
+Wide3 upper(Wide const& m)
+{
+    return m.topLeftCorner<3, 3>();
+}
 
 /// As a file holds it: with that many decimals, or with all that floats can tell.
 Matrix written(Wide const& m, int decimals)
@@ -90,8 +111,8 @@ Matrix halfWay(Parts const& a, Parts const& b)
     auto const middle = [](Vec3f const& v, Vec3f const& w) { return (w - v) * 0.5f + v; };
     Zelvan::KeptAngle none, neither;
     Matrix result;
-    result.setTransform(middle(a.move, b.move), Zelvan::slerp(a.turn, b.turn, 0.5f, none),
-                        middle(a.factors, b.factors), Zelvan::slerp(a.axes, b.axes, 0.5f, neither));
+    result.setTransform(middle(a.move, b.move), Zelvan::slerp(a.turn, b.turn, 0.5f, none), middle(a.factors, b.factors),
+                        Zelvan::slerp(a.axes, b.axes, 0.5f, neither));
     return result;
 }
 
@@ -194,24 +215,21 @@ std::vector<Family> families()
     for (int factors : {2, 3, 4})
         add("products of " + std::to_string(factors), [=] { return product(factors); });
     for (int decimals = 3; decimals <= 9; ++decimals)
-        add("rotations, " + std::to_string(decimals) + " decimals",
-            [=] { return rigid(vector(1), turn(), 1, 10, decimals); });
+        add("rotations, " + std::to_string(decimals) + " decimals", [=] { return rigid(vector(1), turn(), 1, 10, decimals); });
     for (int exponent = 1; exponent <= 7; ++exponent)
         add("half turns less 1e-" + std::to_string(exponent),
             [=] { return rigid(vector(1), pi - std::pow(Real(10), -exponent), 1, 0, -1); });
     add("exact half turns", [] { return halfTurn(-1); });
     for (int decimals = 3; decimals <= 9; ++decimals)
         add("exact half turns, " + std::to_string(decimals) + " decimals", [=] { return halfTurn(decimals); });
-    for (auto const& [degrees, decimals] :
-         {std::pair("179.9", 3), {"179.9", 4}, {"179.99", 3}, {"179.99", 4}, {"179.99", 5}})
+    for (auto const& [degrees, decimals] : {std::pair("179.9", 3), {"179.9", 4}, {"179.99", 3}, {"179.99", 4}, {"179.99", 5}})
         add(std::string(degrees) + " degrees, " + std::to_string(decimals) + " decimals",
             [angle = std::strtold(degrees, nullptr) / 180 * pi, places = decimals] {
                 return rigid(vector(1), angle, 1, 0, places);
             });
     add("unequal scales", [] {
-        return squareOf([] {
-            return Wide3(rotation(vector(1), uniform(0, 1.2L)) * tilted(power(0.3L), power(0.3L), power(0.3L)));
-        });
+        return squareOf(
+            [] { return Wide3(rotation(vector(1), uniform(0, 1.2L)) * tilted(power(0.3L), power(0.3L), power(0.3L))); });
     });
     add("mirrored", mirrored);
     add("sheared", [] {
@@ -277,7 +295,8 @@ int main(int count, char** arguments)
     std::size_t const each = count > 1 ? std::strtoul(arguments[1], nullptr, 10) : 1'000'000;
     std::printf("| %zu of each | no log, %% | exp(log) 99.9 %% | worst | half way, logarithm 99.9 %% | worst "
                 "| above 1 %%, %% | half way, components 99.9 %% | worst | above 1 %%, %% | recomposed 99.9 %% | worst |\n"
-                "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n", each);
+                "|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|---:|\n",
+                each);
     constexpr std::size_t threads = 2;
     for (Family const& family : families()) {
         std::vector<Errors> halves[threads];

@@ -24,8 +24,8 @@ Matrices transforms()
     auto const vector = [&] { return Vec3f(uniform(random), uniform(random), uniform(random)); };
     Matrices result;
     for (Matrix& m : result)
-        m.setTransform(vector() * 20, Quaternion(vector(), 2.5f * uniform(random)),
-                       vector() * 0.5f + Vec3f(1, 1, 1), Quaternion(vector(), uniform(random)));
+        m.setTransform(vector() * 20, Quaternion(vector(), 2.5f * uniform(random)), vector() * 0.5f + Vec3f(1, 1, 1),
+                       Quaternion(vector(), uniform(random)));
     return result;
 }
 

@@ -24,13 +24,11 @@ auto splineEvents(unsigned keys, Values values)
 template <class Spline, class Linear, class Values>
 void measureSpline(std::string const& type, std::string const& linear, Values values)
 {
-    measureUnlike(type + ", 10000 keys, playback : 4 keys", 1.2, [=] {
-        return std::pair(splineEvents<Spline>(10'000, values), splineEvents<Spline>(4, values));
-    });
+    measureUnlike(type + ", 10000 keys, playback : 4 keys", 1.2,
+                  [=] { return std::pair(splineEvents<Spline>(10'000, values), splineEvents<Spline>(4, values)); });
     for (unsigned const keys : {4, 10'000})
-        measureUnlike(type + ", " + std::to_string(keys) + " keys, playback : " + linear, 1.6, [=] {
-            return std::pair(splineEvents<Spline>(keys, values), splineEvents<Linear>(keys, values));
-        });
+        measureUnlike(type + ", " + std::to_string(keys) + " keys, playback : " + linear, 1.6,
+                      [=] { return std::pair(splineEvents<Spline>(keys, values), splineEvents<Linear>(keys, values)); });
 }
 
 auto squadAnimation()
@@ -39,14 +37,12 @@ auto squadAnimation()
 }
 
 [[maybe_unused]] bool const added = [] {
-    measureSpline<SplineScalarInterpolator, ScalarInterpolator>("SplineScalarInterpolator", "ScalarInterpolator",
-                                                                randomFloats);
+    measureSpline<SplineScalarInterpolator, ScalarInterpolator>("SplineScalarInterpolator", "ScalarInterpolator", randomFloats);
     measureSpline<SplinePositionInterpolator2D, PositionInterpolator2D>(
-        "SplinePositionInterpolator2D", "PositionInterpolator2D", [](std::size_t count) {
-            return randomValues(count, [](auto& number) { return osg::Vec2f(number(), number()); });
-        });
-    measureSpline<SplinePositionInterpolator3D, PositionInterpolator3D>(
-        "SplinePositionInterpolator3D", "PositionInterpolator3D", randomVectors);
+        "SplinePositionInterpolator2D", "PositionInterpolator2D",
+        [](std::size_t count) { return randomValues(count, [](auto& number) { return osg::Vec2f(number(), number()); }); });
+    measureSpline<SplinePositionInterpolator3D, PositionInterpolator3D>("SplinePositionInterpolator3D",
+                                                                        "PositionInterpolator3D", randomVectors);
 
     measure("SquadOrientationInterpolator, one interval : three slerps", 1.3, [] {
         auto const animation = squadAnimation();

@@ -8,8 +8,7 @@ namespace {
 
 using Zelvan::Kernels;
 
-[[gnu::always_inline]] inline void lerpLoop(float const* a, float const* b, float t, float* __restrict out,
-                                            std::size_t count)
+[[gnu::always_inline]] inline void lerpLoop(float const* a, float const* b, float t, float* __restrict out, std::size_t count)
 {
     for (std::size_t k = 0; k < count; ++k)
         out[k] = (b[k] - a[k]) * t + a[k];
@@ -28,8 +27,8 @@ using Zelvan::Kernels;
                                                    std::size_t count)
 {
     for (std::size_t k = 0; k < 3 * count; k += 3)
-        storeUnit((b[k] - a[k]) * t + a[k], (b[k + 1] - a[k + 1]) * t + a[k + 1],
-                  (b[k + 2] - a[k + 2]) * t + a[k + 2], out + k);
+        storeUnit((b[k] - a[k]) * t + a[k], (b[k + 1] - a[k + 1]) * t + a[k + 1], (b[k + 2] - a[k + 2]) * t + a[k + 2],
+                  out + k);
 }
 
 [[gnu::always_inline]] inline void normaliseLoop(float const* in, float* __restrict out, std::size_t count)
@@ -48,19 +47,19 @@ unsigned firstAboveLoop(float const* keys, unsigned begin, unsigned end, float f
 }
 
 /// The plain loops, compiled for one instruction set.
-#define LOOPS_FOR(set, attributes)                                                                               \
-    attributes void set##Lerp(float const* a, float const* b, float t, float* out, std::size_t count)            \
-    {                                                                                                            \
-        lerpLoop(a, b, t, out, count);                                                                           \
-    }                                                                                                            \
-    attributes void set##LerpNormals(float const* a, float const* b, float t, float* out, std::size_t count)     \
-    {                                                                                                            \
-        lerpNormalsLoop(a, b, t, out, count);                                                                    \
-    }                                                                                                            \
-    attributes void set##Normalise(float const* in, float* out, std::size_t count)                               \
-    {                                                                                                            \
-        normaliseLoop(in, out, count);                                                                           \
-    }                                                                                                            \
+#define LOOPS_FOR(set, attributes)                                                                           \
+    attributes void set##Lerp(float const* a, float const* b, float t, float* out, std::size_t count)        \
+    {                                                                                                        \
+        lerpLoop(a, b, t, out, count);                                                                       \
+    }                                                                                                        \
+    attributes void set##LerpNormals(float const* a, float const* b, float t, float* out, std::size_t count) \
+    {                                                                                                        \
+        lerpNormalsLoop(a, b, t, out, count);                                                                \
+    }                                                                                                        \
+    attributes void set##Normalise(float const* in, float* out, std::size_t count)                           \
+    {                                                                                                        \
+        normaliseLoop(in, out, count);                                                                       \
+    }                                                                                                        \
     Kernels const set##Loops{#set, firstAboveLoop, set##Lerp, set##LerpNormals, set##Normalise};
 
 LOOPS_FOR(baseline, )

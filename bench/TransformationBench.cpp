@@ -91,8 +91,7 @@ Components componentsByEigen(Matrix const& m)
     Eigen::Matrix3f const linear = Eigen::Map<Eigen::Matrix4f const>(m.getValues()).topLeftCorner<3, 3>();
     Eigen::JacobiSVD<Eigen::Matrix3f> const svd(linear, Eigen::ComputeFullU | Eigen::ComputeFullV);
     Matrix orthogonal, symmetric;
-    Eigen::Map<Eigen::Matrix4f>(orthogonal.getValues()).topLeftCorner<3, 3>() =
-        svd.matrixU() * svd.matrixV().transpose();
+    Eigen::Map<Eigen::Matrix4f>(orthogonal.getValues()).topLeftCorner<3, 3>() = svd.matrixU() * svd.matrixV().transpose();
     Eigen::Map<Eigen::Matrix4f>(symmetric.getValues()).topLeftCorner<3, 3>() =
         svd.matrixV() * svd.singularValues().asDiagonal() * svd.matrixV().transpose();
     return components(m, orthogonal, symmetric);
@@ -148,9 +147,8 @@ void measureSetting(std::string const& name, osg::UInt32 keyCount, SFMatrix4f No
     auto const eigens = [](Matrix const& blend) {
         return Eigen::Matrix4f(Eigen::Map<Eigen::Matrix4f const>(blend.getValues()).exp());
     };
-    measureUnlike("TransformationInterpolator, matrix mode : exponential by Eigen", 0.43, [=] {
-        return std::pair(events(transformation("matrix"), steps()), exponentials(eigens));
-    });
+    measureUnlike("TransformationInterpolator, matrix mode : exponential by Eigen", 0.43,
+                  [=] { return std::pair(events(transformation("matrix"), steps()), exponentials(eigens)); });
     measureUnlike("exponential : exponential by Eigen", 0.3,
                   [=] { return std::pair(exponentials(ours), exponentials(eigens)); });
     measureUnlike("TransformationInterpolator, matrix mode, less its exponential : ScalarInterpolator", 1.6, [=] {

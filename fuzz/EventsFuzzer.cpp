@@ -7,8 +7,8 @@
 #include "interpolationNodePool/InterpolationNodePool.h"
 #include "interpolationNodePool/Interpolator.h"
 #include "interpolationNodePool/InterpolatorProc.h"
-#include "interpolationNodePool/KeySearch.h"
 #include "interpolationNodePool/Kernels.h"
+#include "interpolationNodePool/KeySearch.h"
 
 #include <algorithm>
 #include <cmath>
@@ -65,15 +65,19 @@ public:
         std::vector<float> const& key = node._key._value;
         float const near = key.empty() ? 0.f : key[_input.below(node._key.size())];
         switch (unsigned const operation = _input.below(12)) {
-        case 0: case 1: case 2: return fire(node, _input.numbers(1)[0]);
+        case 0:
+        case 1:
+        case 2: return fire(node, _input.numbers(1)[0]);
         case 3: return fire(node, near);
         case 4: return fire(node, std::nextafter(near, -1e9f));
-        case 5: case 6: { // told or not
+        case 5:
+        case 6: { // told or not
             Field& field = anyField(node);
             fill(field);
             return operation == 5 ? tell(field) : void();
         }
-        case 7: case 8: return connect(anyField(any()), anyField(any()));
+        case 7:
+        case 8: return connect(anyField(any()), anyField(any()));
         case 9: return setBinary(_input.below(2) != 0);
         case 10: node._state = _input.below(4); return;
         default: return compareScans(_input.numbers(_input.below(80)), near);

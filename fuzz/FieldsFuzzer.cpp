@@ -7,9 +7,9 @@
 namespace Zelvan::fuzz {
 namespace {
 
-constexpr NodePartDataType types[] = {SFBoolType,     SFColorType,    MFColorType,    SFFloatType, MFFloatType,
+constexpr NodePartDataType types[] = {SFBoolType,     SFColorType,    MFColorType,    SFFloatType,    MFFloatType,
                                       SFMatrix4fType, MFMatrix4fType, SFRotationType, MFRotationType, SFStringType,
-                                      SFTimeType,     SFVec2fType,    MFVec2fType,    SFVec3fType, MFVec3fType};
+                                      SFTimeType,     SFVec2fType,    MFVec2fType,    SFVec3fType,    MFVec3fType};
 
 /// Bits of a value as far as a text carries them: of rotations axis and angle.
 std::string textBits(Field const& field)

@@ -35,9 +35,10 @@ public:
     std::vector<float> numbers(std::size_t count)
     {
         using Float = std::numeric_limits<float>;
-        constexpr float odd[] = {-0.f, 1e-6f, 1e-30f, Float::denorm_min(), Float::min(), 16777216.f, 1e30f,
-                                 Float::max(), -Float::max(), Float::infinity(), -Float::infinity(), Float::quiet_NaN(),
-                                 3.14159274f};
+        constexpr float odd[] = {
+            -0.f,       1e-6f,        1e-30f,        Float::denorm_min(), Float::min(),       16777216.f,
+            1e30f,      Float::max(), -Float::max(), Float::infinity(),   -Float::infinity(), Float::quiet_NaN(),
+            3.14159274f};
         std::vector<float> list(count);
         for (float& value : list) {
             unsigned const kind = below(256), index = kind - 201;

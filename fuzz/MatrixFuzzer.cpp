@@ -12,13 +12,31 @@ namespace {
 using osg::Matrix;
 using Wide = Eigen::Matrix4d;
 
-Wide wide(Matrix const& m) { return Eigen::Map<Eigen::Matrix4f const>(m.getValues()).cast<double>(); }
-double magnitude(Wide const& m) { return m.cwiseAbs().sum(); }
-double magnitude(Matrix const& m) { return magnitude(wide(m)); }
-bool isSame(Matrix const& a, Matrix const& b) { return std::memcmp(a.getValues(), b.getValues(), sizeof a) == 0; }
-bool isNear(Wide const& a, Wide const& b, double tolerance) { return magnitude(a - b) <= tolerance; }
+Wide wide(Matrix const& m)
+{
+    return Eigen::Map<Eigen::Matrix4f const>(m.getValues()).cast<double>();
+}
+double magnitude(Wide const& m)
+{
+    return m.cwiseAbs().sum();
+}
+double magnitude(Matrix const& m)
+{
+    return magnitude(wide(m));
+}
+bool isSame(Matrix const& a, Matrix const& b)
+{
+    return std::memcmp(a.getValues(), b.getValues(), sizeof a) == 0;
+}
+bool isNear(Wide const& a, Wide const& b, double tolerance)
+{
+    return magnitude(a - b) <= tolerance;
+}
 /// A result that was promised is finite; one that was refused is NaN throughout.
-bool isResult(Matrix const& m, bool finite) { return finite ? wide(m).allFinite() : wide(m).array().isNaN().all(); }
+bool isResult(Matrix const& m, bool finite)
+{
+    return finite ? wide(m).allFinite() : wide(m).array().isNaN().all();
+}
 
 /// A transformation, an affine or any matrix.
 Matrix matrix(Input& input)

@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     bool const odd = size % 2 != 0;
     std::string const scene = folder.write(data, size) + " --max-expanded=300 --format=";
     for (std::string const& command : {"check --jobs=1 " + scene + (odd ? "json" : "text"),
-                                      "export --start-all --to=0.5 --fps=8 " + scene + (odd ? "jsonl" : "csv")}) {
+                                       "export --start-all --to=0.5 --fps=8 " + scene + (odd ? "jsonl" : "csv")}) {
         session.status = exitFine;
         try {
             app->parse(command);

@@ -39,7 +39,8 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         for (play::ElementTree::Comment const& comment : tree.comments())
             fuzz::require(comment.offset < size && comment.text.starts_with("zelvan:"), "comments have places");
     } catch (play::SyntaxError const& error) {
-        fuzz::require(error.offset <= size && (error.beginning == error.none || error.beginning < error.offset + 1), "an error has a place");
+        fuzz::require(error.offset <= size && (error.beginning == error.none || error.beginning < error.offset + 1),
+                      "an error has a place");
     }
     return 0;
 }

@@ -20,16 +20,14 @@ struct LogEntry {
     bool operator==(LogEntry const&) const = default;
     friend std::ostream& operator<<(std::ostream& out, LogEntry const& entry)
     {
-        return out << entry.level << ' ' << entry.file << ':' << entry.line << ' ' << entry.function << ": "
-                   << entry.text;
+        return out << entry.level << ' ' << entry.file << ':' << entry.line << ' ' << entry.function << ": " << entry.text;
     }
 };
 
 /// Collects the log's entries while it lives, and keeps them off the standard error stream.
 class LogCapture {
 public:
-    explicit LogCapture(osg::LogLevel level)
-        : _oldLevel(osg::osgLog().getLogLevel()), _oldType(osg::osgLog().getLogType())
+    explicit LogCapture(osg::LogLevel level) : _oldLevel(osg::osgLog().getLogLevel()), _oldType(osg::osgLog().getLogType())
     {
         osg::osgLogP->setLogLevel(level);
         osg::osgLogP->setLogType(osg::LOG_NONE);

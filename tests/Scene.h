@@ -25,8 +25,8 @@ public:
     using Value = typename FieldClass::ValueType;
 
     Sink(NodeNameSpace& nameSpace, NodePartType access = inputOnly, unsigned flags = 1)
-        : Node(record(), nameSpace, "sink"), _desc(3, 8, access, FieldClass().dataType(), flags, "in", nullptr,
-                                                   nullptr, nullptr, "", 0)
+        : Node(record(), nameSpace, "sink"),
+          _desc(3, 8, access, FieldClass().dataType(), flags, "in", nullptr, nullptr, nullptr, "", 0)
     {
         _in._desc = &_desc;
     }
@@ -47,8 +47,8 @@ private:
     static NodeType& record()
     {
         static NodeTypeNameSpace own;
-        static NodeType type(own, "Sink", "Tests", nullptr, nullptr, nullptr, "Tests", nullptr, "", "", "", false,
-                             false, nullptr, nullptr, nullptr, nullptr, 0);
+        static NodeType type(own, "Sink", "Tests", nullptr, nullptr, nullptr, "Tests", nullptr, "", "", "", false, false,
+                             nullptr, nullptr, nullptr, nullptr, 0);
         return type;
     }
 };

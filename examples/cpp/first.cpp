@@ -40,6 +40,6 @@ int main()
     }
     auto& fraction = static_cast<SFFloat&>(*ease.findField("set_fraction"));
     fraction._value = 0.5f;
-    ease.fieldChanged(fraction, 1.0, nullptr);               // an event, at 1 s
+    ease.fieldChanged(fraction, 1.0, nullptr);                 // an event, at 1 s
     std::cout << mover._value_changed.getValueAsStr() << '\n'; // 6 12 24
 }

@@ -56,7 +56,7 @@ private:
     {
         constexpr std::size_t fewest = 8, mostBytes = std::size_t(1) << 18;
         std::size_t const count = std::clamp(2 * blocks.run, fewest, std::max(fewest, mostBytes / bytes));
-        blocks.next = static_cast<char*>(::operator new(count * bytes, std::align_val_t(cacheLine)));
+        blocks.next = static_cast<char*>(::operator new(count* bytes, std::align_val_t(cacheLine)));
         blocks.unused = blocks.run = count;
     }
 

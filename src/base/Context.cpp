@@ -16,8 +16,7 @@ std::vector<Context::Param>& declaredParams()
 
 } // namespace
 
-unsigned Context::createParamID(std::string const& name, std::string const& description,
-                                std::string const& group, bool)
+unsigned Context::createParamID(std::string const& name, std::string const& description, std::string const& group, bool)
 {
     unsigned id = findParamID(name);
     if (id == unknownParam) {

@@ -18,8 +18,7 @@ public:
     };
 
     /// Declares a parameter and returns its id; a name declared before keeps its id. `flag` is unused.
-    static unsigned createParamID(std::string const& name, std::string const& description,
-                                  std::string const& group, bool flag);
+    static unsigned createParamID(std::string const& name, std::string const& description, std::string const& group, bool flag);
     /// All declared parameters, by id.
     static std::vector<Param> const& params();
     /// Id of a declared parameter; `unknownParam` when there is none.

@@ -26,8 +26,8 @@ constexpr std::size_t guardSize = 64 * 1024;
 
 struct Stack {
     Stack()
-        : memory(::mmap(nullptr, stackSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK,
-                        -1, 0))
+        : memory(
+            ::mmap(nullptr, stackSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0))
     {
         if (memory == MAP_FAILED)
             throw std::bad_alloc();

@@ -53,8 +53,7 @@ char const* Field::findName() const
 
 bool Field::setAndValidateValueByStr(char const* text, bool report)
 {
-    bool const allowed = _desc == nullptr || _desc->_allowedValues == nullptr
-        || isAllowed(text, _desc->_allowedValues)
+    bool const allowed = _desc == nullptr || _desc->_allowedValues == nullptr || isAllowed(text, _desc->_allowedValues)
         || refuseText({0, std::string("one of: ") + _desc->_allowedValues, text});
     bool const taken = allowed && setValueByStr(text, multiple);
     if (!taken && report && _node != nullptr && logs(osg::LOG_WARNING)) {
@@ -117,8 +116,7 @@ bool Field::refuseText(FieldTextError error)
 void writeFieldLog(osg::LogLevel level, unsigned line, Field const& field, char const* text)
 {
     // Compilers print this signature in several ways; the log has one.
-    writeLog(level, "base/Field", line,
-             "void Zelvan::Field::processValueChange(const TimeStamp&, Zelvan::Field::CallerType)",
+    writeLog(level, "base/Field", line, "void Zelvan::Field::processValueChange(const TimeStamp&, Zelvan::Field::CallerType)",
              fullName(field) + ": " + text);
 }
 

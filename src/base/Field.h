@@ -98,10 +98,7 @@ public:
     static SendObserver* observe(SendObserver* observer);
     /// A number that the observer may give a field to know it by; 0 at first.
     unsigned tag() const { return static_cast<unsigned>(_flags >> tagShift); }
-    void setTag(unsigned tag)
-    {
-        _flags = (_flags & ((1ul << tagShift) - 1)) | static_cast<unsigned long>(tag) << tagShift;
-    }
+    void setTag(unsigned tag) { _flags = (_flags & ((1ul << tagShift) - 1)) | static_cast<unsigned long>(tag) << tagShift; }
 
     /// Marks the field, its node and the node's parents changed.
     inline void markChanged();

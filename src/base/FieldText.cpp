@@ -109,8 +109,7 @@ bool NumberReader::readReal(Real& value)
             ? std::strtod(std::string(digits, stop).c_str(), nullptr) == 0
             : std::abs(wide) < 1;
         if (!tiny) {
-            _expected = sizeof(Real) == 4 ? "a number within the range of a float"
-                                          : "a number within the range of a double";
+            _expected = sizeof(Real) == 4 ? "a number within the range of a float" : "a number within the range of a double";
             return false;
         }
         value = static_cast<Real>(*digits == '-' ? -0.0 : 0.0);

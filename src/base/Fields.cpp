@@ -16,10 +16,7 @@ struct Element;
 template <class E, unsigned count>
 struct NumberElement {
     static constexpr unsigned numbers = count;
-    static void fromNumbers(E& value, float const* n)
-    {
-        std::memcpy(static_cast<void*>(&value), n, count * sizeof(float));
-    }
+    static void fromNumbers(E& value, float const* n) { std::memcpy(static_cast<void*>(&value), n, count * sizeof(float)); }
     static void toNumbers(E const& value, float* n) { std::memcpy(n, &value, count * sizeof(float)); }
     static bool validBin(char const*) { return true; }
 };
@@ -85,8 +82,7 @@ bool readElement(NumberReader& reader, E& value, FieldTextError& error)
     for (unsigned i = 0; i < Element<E>::numbers; ++i)
         if (!reader.read(numbers[i])) {
             bool const tooFew = *numbers == *numbers && i > 0 && reader.atEnd();
-            error = {reader.position(), tooFew ? Element<E>::what : reader.expected(),
-                     tooFew ? counted(i) : reader.found()};
+            error = {reader.position(), tooFew ? Element<E>::what : reader.expected(), tooFew ? counted(i) : reader.found()};
             return false;
         }
     Element<E>::fromNumbers(value, numbers);
@@ -151,10 +147,9 @@ bool parse(char const* text, std::vector<E>& list, FieldTextError& error)
             // A whole list usually lacks a number somewhere: say how many there are in all.
             if constexpr (Element<E>::numbers > 1)
                 if (error.expected == Element<E>::what)
-                    error = {error.position,
-                             "a multiple of " + std::to_string(Element<E>::numbers) + " numbers",
-                             counted(read.size() * Element<E>::numbers
-                                     + static_cast<std::size_t>(std::atoi(error.found.c_str())))};
+                    error = {
+                        error.position, "a multiple of " + std::to_string(Element<E>::numbers) + " numbers",
+                        counted(read.size() * Element<E>::numbers + static_cast<std::size_t>(std::atoi(error.found.c_str())))};
             return false;
         }
         read.push_back(element);

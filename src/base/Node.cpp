@@ -51,7 +51,7 @@ void Node::end()
 void Node::operator delete(Node* node, std::destroying_delete_t, std::size_t size)
 {
     if (node->_doomed)
-        return; // deleted before
+        return;     // deleted before
     ++node->_holds; // its end may reach itself
     node->end();
     --node->_holds;

@@ -57,8 +57,8 @@ bool NodeNameSpace::forget(Node& node)
     // Those that came last mostly go first.
     _nodes.erase(std::next(std::find(_nodes.rbegin(), _nodes.rend(), &node)).base());
     if (auto const found = _byName.find(node.name()); found != _byName.end() && found->second == &node) {
-        auto const before = std::find_if(_nodes.rbegin(), _nodes.rend(),
-                                         [&](Node const* other) { return other->name() == node.name(); });
+        auto const before =
+            std::find_if(_nodes.rbegin(), _nodes.rend(), [&](Node const* other) { return other->name() == node.name(); });
         if (before == _nodes.rend())
             _byName.erase(found);
         else

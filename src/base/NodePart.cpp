@@ -4,15 +4,21 @@ namespace Zelvan {
 
 BitVector<unsigned long> const NodePart::_nullMask;
 
-NodePartDesc::NodePartDesc(unsigned index, BitVector<unsigned long> mask, NodePartType type,
-                           NodePartDataType dataType, unsigned flags, char const* name, char const* hint,
-                           char const* defaultValue, char const* allowedValues, char const* description,
-                           unsigned reserved)
-    : _index(index), _mask(mask), _type(type), _dataType(dataType), _flags(flags), _name(name), _hint(hint),
-      _defaultValue(defaultValue), _allowedValues(allowedValues), _description(description),
+NodePartDesc::NodePartDesc(unsigned index, BitVector<unsigned long> mask, NodePartType type, NodePartDataType dataType,
+                           unsigned flags, char const* name, char const* hint, char const* defaultValue,
+                           char const* allowedValues, char const* description, unsigned reserved)
+    : _index(index),
+      _mask(mask),
+      _type(type),
+      _dataType(dataType),
+      _flags(flags),
+      _name(name),
+      _hint(hint),
+      _defaultValue(defaultValue),
+      _allowedValues(allowedValues),
+      _description(description),
       _reserved(reserved)
-{
-}
+{}
 
 NodePartDesc::~NodePartDesc() = default;
 

@@ -6,12 +6,7 @@
 namespace Zelvan {
 
 /// How a field may be used: 1 initialise, 2 take events, 4 send events; inputOutput is all three.
-enum NodePartType : unsigned {
-    initializeOnly = 1,
-    inputOnly = 2,
-    outputOnly = 4,
-    inputOutput = 7
-};
+enum NodePartType : unsigned { initializeOnly = 1, inputOnly = 2, outputOnly = 4, inputOutput = 7 };
 
 /// Value types of fields: the X3D field types in alphabetical order, each SF directly before its MF.
 enum NodePartDataType : unsigned {
@@ -51,9 +46,9 @@ public:
 
     /// `mask` is 1 << index. `defaultValue` is a text for the field, null for the type's own default;
     /// `allowedValues` a comma-separated list, null for no restriction. `hint` and `reserved` are unused.
-    NodePartDesc(unsigned index, BitVector<unsigned long> mask, NodePartType type, NodePartDataType dataType,
-                 unsigned flags, char const* name, char const* hint, char const* defaultValue,
-                 char const* allowedValues, char const* description, unsigned reserved);
+    NodePartDesc(unsigned index, BitVector<unsigned long> mask, NodePartType type, NodePartDataType dataType, unsigned flags,
+                 char const* name, char const* hint, char const* defaultValue, char const* allowedValues,
+                 char const* description, unsigned reserved);
     virtual ~NodePartDesc();
 
     unsigned _index;

@@ -7,10 +7,12 @@ namespace Zelvan {
 NodeProc::NodeProc(NodeType& type, Node& node) : _type(type), _node(node), _context(node.nameSpace().context()) {}
 
 NodeProc::NodeProc(NodeProc& other)
-    : RefCountObject(other), _type(other._type), _node(other._node), _context(other._context),
+    : RefCountObject(other),
+      _type(other._type),
+      _node(other._node),
+      _context(other._context),
       _childNameSpace(other._childNameSpace)
-{
-}
+{}
 
 NodeProc::~NodeProc() = default;
 
@@ -32,8 +34,8 @@ void NodeProc::fieldRemoved(Field&) {}
 void NodeProc::routeAdded(Route&) {}
 void NodeProc::routeRemoved(Route&) {}
 
-bool NodeProc::addNodePart(NodePartType, NodePartDataType, char const*, char const*, char const*, char const*,
-                           bool, bool, bool, char const*)
+bool NodeProc::addNodePart(NodePartType, NodePartDataType, char const*, char const*, char const*, char const*, bool, bool, bool,
+                           char const*)
 {
     return false;
 }

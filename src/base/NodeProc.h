@@ -56,9 +56,9 @@ public:
     virtual void routeAdded(Route& route);
     virtual void routeRemoved(Route& route);
     /// Adding or removing fields of a single node is not offered by this framework: false.
-    virtual bool addNodePart(NodePartType type, NodePartDataType dataType, char const* name,
-                             char const* defaultValue, char const* allowedValues, char const* description,
-                             bool flag1, bool flag2, bool flag3, char const* text);
+    virtual bool addNodePart(NodePartType type, NodePartDataType dataType, char const* name, char const* defaultValue,
+                             char const* allowedValues, char const* description, bool flag1, bool flag2, bool flag3,
+                             char const* text);
     virtual bool addNodePart(NodePartDesc const& desc, BitVector<unsigned int>* changed);
     virtual bool removeNodePart(unsigned int index);
     virtual Field* findField(std::string const& name, Node::FieldSearchOrder order);

@@ -48,8 +48,7 @@ constinit thread_local bool releasing = false; // what unloads now was kept by u
 
 } // namespace
 
-NodeType* NodeTypeNameSpace::findType(NodeTypeNameSpace const* nameSpace, std::string const& name,
-                                      SearchCaseType searchCase)
+NodeType* NodeTypeNameSpace::findType(NodeTypeNameSpace const* nameSpace, std::string const& name, SearchCaseType searchCase)
 {
     if (nameSpace == nullptr || name.empty())
         return nullptr;
@@ -69,11 +68,14 @@ NodeTypeNameSpace& theSceneNodeTypeFactory()
 }
 
 NodeType::NodeType(NodeTypeNameSpace& nameSpace, char const* name, char const* poolName, char const* parentName,
-                   char const* aliasName, char const*, char const* componentName, char const*,
-                   char const* status, char const* description, char const* standard, bool, bool,
-                   IsType isType, CreateNode createNode, CreateProc createProc, NodePartDesc* parts,
-                   unsigned partCount)
-    : _nameSpace(nameSpace), _isType(isType), _createNode(createNode), _createProc(createProc), _parts(parts),
+                   char const* aliasName, char const*, char const* componentName, char const*, char const* status,
+                   char const* description, char const* standard, bool, bool, IsType isType, CreateNode createNode,
+                   CreateProc createProc, NodePartDesc* parts, unsigned partCount)
+    : _nameSpace(nameSpace),
+      _isType(isType),
+      _createNode(createNode),
+      _createProc(createProc),
+      _parts(parts),
       _ownPartCount(partCount)
 {
     try {

@@ -20,8 +20,7 @@ enum SearchCaseType : unsigned { searchExact = 0, searchIgnoreCase = 1 };
 class ZELVAN_BASE_API NodeTypeNameSpace {
 public:
     /// The type registered under that name, else the one that has it as its alias; null when there is none.
-    static NodeType* findType(NodeTypeNameSpace const* nameSpace, std::string const& name,
-                              SearchCaseType searchCase);
+    static NodeType* findType(NodeTypeNameSpace const* nameSpace, std::string const& name, SearchCaseType searchCase);
 
     /// In the order they were registered.
     std::vector<NodeType*> const& types() const { return _types; }
@@ -46,10 +45,9 @@ public:
     /// Registers the type in `nameSpace` under `name`. `aliasName`, `createNode`, `createProc` and `parts` may
     /// be null. `text1`, `text2`, `flag1` and `flag2` are unused.
     NodeType(NodeTypeNameSpace& nameSpace, char const* name, char const* poolName, char const* parentName,
-             char const* aliasName, char const* text1, char const* componentName, char const* text2,
-             char const* status, char const* description, char const* standard, bool flag1, bool flag2,
-             IsType isType, CreateNode createNode, CreateProc createProc, NodePartDesc* parts,
-             unsigned partCount);
+             char const* aliasName, char const* text1, char const* componentName, char const* text2, char const* status,
+             char const* description, char const* standard, bool flag1, bool flag2, IsType isType, CreateNode createNode,
+             CreateProc createProc, NodePartDesc* parts, unsigned partCount);
     NodeType(NodeType const&) = delete;
     NodeType& operator=(NodeType const&) = delete;
     ~NodeType();

@@ -26,8 +26,7 @@ void Rotation::deriveAxisAngle() const
     double const x = _quaternion.x(), y = _quaternion.y(), z = _quaternion.z();
     double const length = std::sqrt(x * x + y * y + z * z);
     if (!(length <= 1e-12)) { // a NaN stays visible
-        _axis.setValues(static_cast<float>(x / length), static_cast<float>(y / length),
-                        static_cast<float>(z / length));
+        _axis.setValues(static_cast<float>(x / length), static_cast<float>(y / length), static_cast<float>(z / length));
         _angle = static_cast<float>(2.0 * std::atan2(length, static_cast<double>(_quaternion.w())));
     } else {
         _axis.setValues(0.f, 0.f, 1.f);

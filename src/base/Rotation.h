@@ -10,9 +10,9 @@ namespace Zelvan {
 class ZELVAN_BASE_API Rotation {
 public:
     enum State : unsigned {
-        both = 0,            ///< quaternion and axis/angle agree
-        axisAngleOnly = 1,   ///< the quaternion is stale
-        quaternionOnly = 2   ///< axis and angle are stale
+        both = 0,          ///< quaternion and axis/angle agree
+        axisAngleOnly = 1, ///< the quaternion is stale
+        quaternionOnly = 2 ///< axis and angle are stale
     };
 
     /// Identity: quaternion (0, 0, 0, 1), axis (0, 0, 1), angle 0, both current.

@@ -129,7 +129,8 @@ bool Route::isPassingTo(Field const& field)
 }
 
 /// How an event travels: no business of other libraries.
-struct [[gnu::visibility("hidden")]] Route::Delivery {
+struct [[gnu::visibility("hidden")]] Route::Delivery
+{
     Field& from;
     TimeStamp const& timeStamp;
     bool const recordOnly;
@@ -145,7 +146,7 @@ struct [[gnu::visibility("hidden")]] Route::Delivery {
         if (route != nullptr)
             passFrom(route);
     }
-    [[gnu::noinline]] void passFrom(Route* first) const
+    [[gnu::noinline]] void passFrom(Route * first) const
     {
         FetchAhead ahead(first);
         for (Route* route = first; route != nullptr; route = route->_nextOut) {
@@ -156,7 +157,7 @@ struct [[gnu::visibility("hidden")]] Route::Delivery {
 
     /// While a route passes an event on, what receives it stays, and the route is not entered again. That ends loops of
     /// nodes which have no guard of their own.
-    [[gnu::always_inline]] void pass(Route& route) const
+    [[gnu::always_inline]] void pass(Route & route) const
     {
         Field& to = *route._to;
         if (route._removed || route._passing || !to.receive(timeStamp))

@@ -29,8 +29,7 @@ public:
         auto const* const same = dynamic_cast<XField const*>(&other);
         if (same == nullptr) {
             if (logs(osg::LOG_FATAL))
-                writeLog(osg::LOG_FATAL, "base/XField", 271, __PRETTY_FUNCTION__,
-                         "Type mismatch in XField::opperator==\n");
+                writeLog(osg::LOG_FATAL, "base/XField", 271, __PRETTY_FUNCTION__, "Type mismatch in XField::opperator==\n");
             return false;
         }
         return _value == same->_value;

@@ -6,8 +6,8 @@ namespace Zelvan {
 
 namespace {
 
-NodePartDesc part(unsigned index, NodePartType access, NodePartDataType type, char const* name,
-                  char const* defaultValue, char const* description)
+NodePartDesc part(unsigned index, NodePartType access, NodePartDataType type, char const* name, char const* defaultValue,
+                  char const* description)
 {
     return {index, 1ul << index, access, type, 1, name, nullptr, defaultValue, nullptr, description, 0};
 }
@@ -29,9 +29,9 @@ NodePartDesc TimeSensor::_desc[12] = {
     part(isPausedIndex, outputOnly, SFBoolType, "isPaused", nullptr, "Sent when a pause begins and ends."),
     part(timeIndex, outputOnly, SFTimeType, "time", nullptr, "The current time, while active.")};
 
-NodeType TimeSensor::_type(theSceneNodeTypeFactory(), "TimeSensor", "CoreNodePool", "TransCoder", nullptr, nullptr,
-                           "Time", nullptr, "stable", "TimeSensor sends events as time passes", "X3D2.0", false,
-                           false, &TimeSensor::isType, &TimeSensor::createNode, &TimeSensor::createProc, _desc, 12);
+NodeType TimeSensor::_type(theSceneNodeTypeFactory(), "TimeSensor", "CoreNodePool", "TransCoder", nullptr, nullptr, "Time",
+                           nullptr, "stable", "TimeSensor sends events as time passes", "X3D2.0", false, false,
+                           &TimeSensor::isType, &TimeSensor::createNode, &TimeSensor::createProc, _desc, 12);
 
 bool TimeSensor::isType(Node* node)
 {
@@ -52,12 +52,11 @@ template <class Visitor>
 void TimeSensor::eachField(Visitor visit)
 {
     unsigned index = cycleIntervalIndex;
-    for (Field* const field : {static_cast<Field*>(&_cycleInterval), static_cast<Field*>(&_loop),
-                               static_cast<Field*>(&_startTime), static_cast<Field*>(&_stopTime),
-                               static_cast<Field*>(&_pauseTime), static_cast<Field*>(&_resumeTime),
-                               static_cast<Field*>(&_cycleTime), static_cast<Field*>(&_elapsedTime),
-                               static_cast<Field*>(&_fraction_changed), static_cast<Field*>(&_isActive),
-                               static_cast<Field*>(&_isPaused), static_cast<Field*>(&_time)})
+    for (Field* const field :
+         {static_cast<Field*>(&_cycleInterval), static_cast<Field*>(&_loop), static_cast<Field*>(&_startTime),
+          static_cast<Field*>(&_stopTime), static_cast<Field*>(&_pauseTime), static_cast<Field*>(&_resumeTime),
+          static_cast<Field*>(&_cycleTime), static_cast<Field*>(&_elapsedTime), static_cast<Field*>(&_fraction_changed),
+          static_cast<Field*>(&_isActive), static_cast<Field*>(&_isPaused), static_cast<Field*>(&_time)})
         visit(*field, index++);
 }
 

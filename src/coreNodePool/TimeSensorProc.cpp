@@ -74,22 +74,15 @@ void TimeSensorProc::fieldChanged(TimeSensor& node, Field& field, TimeStamp cons
         if (!_active)
             _startAt = node._startTime._value;
         return;
-    case TimeSensor::stopTimeIndex:
-        _stopAt = node._stopTime._value;
-        return;
+    case TimeSensor::stopTimeIndex: _stopAt = node._stopTime._value; return;
     case TimeSensor::loopIndex:
         // Its start lies in the past, so it is due at once.
         if (node._loop._value && _startAt == never && _atOpening == Idle::notLooping)
             _startAt = timeStamp;
         return;
-    case TimeSensor::pauseTimeIndex:
-        _pauseAt = node._pauseTime._value;
-        return;
-    case TimeSensor::resumeTimeIndex:
-        _resumeAt = node._resumeTime._value;
-        return;
-    default:
-        TransCoderProc::fieldChanged(node, field, timeStamp, from);
+    case TimeSensor::pauseTimeIndex: _pauseAt = node._pauseTime._value; return;
+    case TimeSensor::resumeTimeIndex: _resumeAt = node._resumeTime._value; return;
+    default: TransCoderProc::fieldChanged(node, field, timeStamp, from);
     }
 }
 

@@ -14,12 +14,12 @@ class ZELVAN_CORE_API TimeSensorProc : public TransCoderProc {
 public:
     /// Why a sensor is not running.
     enum class Idle {
-        no,            ///< it runs
-        disabled,      ///< `enabled` is FALSE
-        stopAfterStart,///< the file's stopTime follows its startTime: stopped until somebody sets startTime
-        notLooping,    ///< the one cycle it had ended long ago
-        badInterval,   ///< cycleInterval is not above 0
-        ended          ///< it has run here, and ended
+        no,             ///< it runs
+        disabled,       ///< `enabled` is FALSE
+        stopAfterStart, ///< the file's stopTime follows its startTime: stopped until somebody sets startTime
+        notLooping,     ///< the one cycle it had ended long ago
+        badInterval,    ///< cycleInterval is not above 0
+        ended           ///< it has run here, and ended
     };
 
     TimeSensorProc(NodeType& type, Node& node);

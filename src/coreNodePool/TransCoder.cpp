@@ -7,13 +7,13 @@ NodePartDesc TransCoder::_desc[3] = {
      "Information about the node that is kept but not used.", 0},
     {enabledIndex, 1ul << enabledIndex, inputOutput, SFBoolType, 1, "enabled", nullptr, "TRUE", nullptr,
      "Whether the node reacts to events.", 0},
-    {descriptionIndex, 1ul << descriptionIndex, inputOutput, SFStringType, 1, "description", nullptr, nullptr,
-     nullptr, "A note for people.", 0}};
+    {descriptionIndex, 1ul << descriptionIndex, inputOutput, SFStringType, 1, "description", nullptr, nullptr, nullptr,
+     "A note for people.", 0},
+};
 
-NodeType TransCoder::_type(theSceneNodeTypeFactory(), "TransCoder", "CoreNodePool", nullptr, nullptr, nullptr,
-                           "Core", nullptr, "stable",
-                           "Abstract base type for nodes that turn input events into output events", "Zelvan",
-                           false, false, &TransCoder::isType, nullptr, nullptr, _desc, 3);
+NodeType TransCoder::_type(theSceneNodeTypeFactory(), "TransCoder", "CoreNodePool", nullptr, nullptr, nullptr, "Core", nullptr,
+                           "stable", "Abstract base type for nodes that turn input events into output events", "Zelvan", false,
+                           false, &TransCoder::isType, nullptr, nullptr, _desc, 3);
 
 bool TransCoder::isType(Node* node)
 {

@@ -25,12 +25,10 @@ bool ColorInterpolatorProc::calculateValue(float const& fraction, osg::Color3<fl
 {
     // Hue is blended straight between the two hues, not along the shorter way round the circle.
     return interpolateOne(*this, fraction, node()._keyValue._value, value,
-                          [this](osg::Color3<float>& out, osg::Color3<float> const& a, osg::Color3<float> const& b,
-                                 float t) {
+                          [this](osg::Color3<float>& out, osg::Color3<float> const& a, osg::Color3<float> const& b, float t) {
                               float const* const from = hsv(_kept[0], a);
                               float const* const to = hsv(_kept[1], b);
-                              out.setValuesHSV(lerp(from[0], to[0], t), lerp(from[1], to[1], t),
-                                               lerp(from[2], to[2], t));
+                              out.setValuesHSV(lerp(from[0], to[0], t), lerp(from[1], to[1], t), lerp(from[2], to[2], t));
                           });
 }
 

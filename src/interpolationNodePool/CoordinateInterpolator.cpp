@@ -9,7 +9,8 @@ NodeType CoordinateInterpolator::_type = fieldlessType<CoordinateInterpolator>({
     .parent = "LinearInterpolator",
     .standard = "X3D2.0",
     .description = "CoordinateInterpolator generates a series of coordinate values that can be ROUTEd to a "
-                   "compatible node attribute."});
+                   "compatible node attribute.",
+});
 
 ZELVAN_FIELDLESS_NODE_BODY(CoordinateInterpolator, LinearInterpolator)
 

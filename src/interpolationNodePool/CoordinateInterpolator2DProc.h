@@ -1,7 +1,7 @@
 #pragma once
 
-#include "interpolationNodePool/Framework.h"
 #include "interpolationNodePool/CoordinateInterpolatorProc.h"
+#include "interpolationNodePool/Framework.h"
 
 #include <vector>
 

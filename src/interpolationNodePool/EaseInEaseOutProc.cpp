@@ -52,14 +52,9 @@ bool EaseInEaseOutProc::calculateValue(float const& fraction, float& value)
     unsigned j, valuesPerKey;
     float alpha;
     switch (calculateIndex(fraction, n, false, j, valuesPerKey, alpha)) {
-    case FractionInterval:
-        value = eased(lerp(key[j], key[j + 1], alpha), shares[j][1], shares[j + 1][0]);
-        return true;
-    case FractionKey:
-        value = key[j];
-        return true;
-    case FractionNone:
-        break;
+    case FractionInterval: value = eased(lerp(key[j], key[j + 1], alpha), shares[j][1], shares[j + 1][0]); return true;
+    case FractionKey: value = key[j]; return true;
+    case FractionNone: break;
     }
     return false;
 }

@@ -7,8 +7,8 @@
 
 namespace Zelvan {
 
-unsigned InterpolatorProc::_binSearchKeyIndexID = declareAtLoad(
-    "binSearchKeyIndex", "use binSearch to find the key value", "Interpolator");
+unsigned InterpolatorProc::_binSearchKeyIndexID =
+    declareAtLoad("binSearchKeyIndex", "use binSearch to find the key value", "Interpolator");
 
 NodeProc::StringDic InterpolatorProc::_typeDic[6] = {{"linear", 2}, {"constant", 1}, {"cosine", 3},
                                                      {"cube", 4},   {"hermite", 5},  {"", 0}};
@@ -34,9 +34,8 @@ inline InterpolatorProc::FractionType blendWithin(float const* keys, unsigned in
 } // namespace
 
 // What is rare is in functions of its own, called last: playback needs no registers saved.
-InterpolatorProc::FractionType InterpolatorProc::calculateIndex(float fraction, unsigned int keyValueCount,
-                                                                bool multiValue, unsigned int& index,
-                                                                unsigned int& valuesPerKey, float& alpha)
+InterpolatorProc::FractionType InterpolatorProc::calculateIndex(float fraction, unsigned int keyValueCount, bool multiValue,
+                                                                unsigned int& index, unsigned int& valuesPerKey, float& alpha)
 {
     bool const binary = contextBValue(_binSearchKeyIndexID); // asked on every call, whether or not it is needed
     std::vector<float> const& key = node()._key._value;
@@ -69,15 +68,13 @@ InterpolatorProc::FractionType InterpolatorProc::calculateIndex(float fraction, 
     return blendWithin(keys, interval, fraction, alpha);
 }
 
-InterpolatorProc::FractionType InterpolatorProc::searchInterval(float fraction, unsigned n, bool binary,
-                                                                unsigned& index, unsigned valuesPerKey,
-                                                                float& alpha)
+InterpolatorProc::FractionType InterpolatorProc::searchInterval(float fraction, unsigned n, bool binary, unsigned& index,
+                                                                unsigned valuesPerKey, float& alpha)
 {
     float const* const keys = node()._key._value.data();
     unsigned const last = _lastIndex;
-    unsigned const interval =
-        binary ? binaryInterval(keys, n, fraction)
-               : linearInterval(keys, n, fraction, last < n - 1 && keys[last] <= fraction ? last + 1 : 0);
+    unsigned const interval = binary ? binaryInterval(keys, n, fraction)
+                                     : linearInterval(keys, n, fraction, last < n - 1 && keys[last] <= fraction ? last + 1 : 0);
     _lastIndex = interval;
     index = interval * valuesPerKey;
     if (interval == n - 1) {
@@ -88,22 +85,21 @@ InterpolatorProc::FractionType InterpolatorProc::searchInterval(float fraction, 
     return blendWithin(keys, interval, fraction, alpha);
 }
 
-InterpolatorProc::FractionType InterpolatorProc::withoutInterval(unsigned keyValueCount, bool multiValue,
-                                                                 unsigned& index, unsigned& valuesPerKey,
-                                                                 LogPlace const& place)
+InterpolatorProc::FractionType InterpolatorProc::withoutInterval(unsigned keyValueCount, bool multiValue, unsigned& index,
+                                                                 unsigned& valuesPerKey, LogPlace const& place)
 {
     unsigned const n = std::min(static_cast<unsigned>(node()._key._value.size()), keyValueCount);
     if (n == 0) {
         valuesPerKey = multiValue ? 0 : 1;
         if (PoolLog::takes(osg::LOG_FATAL))
             PoolLog::write(osg::LOG_FATAL, place, "%s/%s: Not enough keys/KeyValues %d/%d; cannot calc. alpha\n",
-                     typeNameOf(node()).c_str(), nameOf(node()).c_str(), static_cast<int>(n),
-                     static_cast<int>(keyValueCount));
+                           typeNameOf(node()).c_str(), nameOf(node()).c_str(), static_cast<int>(n),
+                           static_cast<int>(keyValueCount));
         return FractionNone;
     }
     if (PoolLog::takes(osg::LOG_INFO))
-        PoolLog::write(osg::LOG_INFO, place, "%s/%s: One key; cannot calc. alpha\n",
-                 typeNameOf(node()).c_str(), nameOf(node()).c_str());
+        PoolLog::write(osg::LOG_INFO, place, "%s/%s: One key; cannot calc. alpha\n", typeNameOf(node()).c_str(),
+                       nameOf(node()).c_str());
     valuesPerKey = multiValue ? keyValueCount : 1;
     index = 0;
     return FractionKey;
@@ -115,12 +111,10 @@ void InterpolatorProc::fieldChanged(Interpolator& node, Field& field, TimeStamp 
     case Interpolator::set_fractionIndex:
         if (PoolLog::takes(osg::LOG_FATAL))
             PoolLog::write(osg::LOG_FATAL, ZELVAN_HERE, "Interpolator::_set_fractionSlot not handled %s\n",
-                     typeNameOf(node).c_str());
+                           typeNameOf(node).c_str());
         return;
-    case Interpolator::keyIndex:
-        return; // a new list takes effect at the next set_fraction
-    default:
-        TransCoderProc::fieldChanged(node, field, timeStamp, from);
+    case Interpolator::keyIndex: return; // a new list takes effect at the next set_fraction
+    default: TransCoderProc::fieldChanged(node, field, timeStamp, from);
     }
 }
 

@@ -14,8 +14,8 @@ std::span<Kernels const* const> Kernels::supported()
         __builtin_cpu_init(); // this may run before the compiler's own initialiser
         if (!__builtin_cpu_supports("avx2"))
             return 1;
-        if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512vl")
-            || !__builtin_cpu_supports("avx512dq") || !__builtin_cpu_supports("avx512bw"))
+        if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512vl") || !__builtin_cpu_supports("avx512dq")
+            || !__builtin_cpu_supports("avx512bw"))
             return 2;
         return 3;
     }();

@@ -22,10 +22,7 @@ struct Sse2 {
     static Floats splat(float v) { return _mm_set1_ps(v); }
     static Floats sqrt(Floats v) { return _mm_sqrt_ps(v); }
     static Floats largerOrSecond(Floats v, Floats w) { return _mm_max_ps(v, w); }
-    static unsigned maskOfLess(Floats v, Floats w)
-    {
-        return static_cast<unsigned>(_mm_movemask_ps(_mm_cmplt_ps(v, w)));
-    }
+    static unsigned maskOfLess(Floats v, Floats w) { return static_cast<unsigned>(_mm_movemask_ps(_mm_cmplt_ps(v, w))); }
     static Floats whereLess(Floats v, Floats w, Floats yes, Floats no)
     {
         Floats const less = _mm_cmplt_ps(v, w);
@@ -37,7 +34,7 @@ struct Sse2 {
         Floats const yz = _mm_shuffle_ps(v0, v1, _MM_SHUFFLE(1, 0, 2, 1)); // y0 z0 y1 z1
         Floats const xy = _mm_shuffle_ps(v1, v2, _MM_SHUFFLE(2, 1, 3, 2)); // x2 y2 x3 y3
         return (_mm_shuffle_ps(v0, xy, _MM_SHUFFLE(2, 0, 3, 0)) + _mm_shuffle_ps(yz, xy, _MM_SHUFFLE(3, 1, 2, 0)))
-             + _mm_shuffle_ps(yz, v2, _MM_SHUFFLE(3, 0, 3, 1));
+            + _mm_shuffle_ps(yz, v2, _MM_SHUFFLE(3, 0, 3, 1));
     }
     static void spread(Floats s, Floats& s0, Floats& s1, Floats& s2)
     {
@@ -74,9 +71,8 @@ struct Avx2 {
         Floats const u2 = _mm256_blend_ps(v1, v2, 0xf0);
         Floats const yz = _mm256_shuffle_ps(u0, u1, _MM_SHUFFLE(1, 0, 2, 1));
         Floats const xy = _mm256_shuffle_ps(u1, u2, _MM_SHUFFLE(2, 1, 3, 2));
-        return (_mm256_shuffle_ps(u0, xy, _MM_SHUFFLE(2, 0, 3, 0))
-                + _mm256_shuffle_ps(yz, xy, _MM_SHUFFLE(3, 1, 2, 0)))
-             + _mm256_shuffle_ps(yz, u2, _MM_SHUFFLE(3, 0, 3, 1));
+        return (_mm256_shuffle_ps(u0, xy, _MM_SHUFFLE(2, 0, 3, 0)) + _mm256_shuffle_ps(yz, xy, _MM_SHUFFLE(3, 1, 2, 0)))
+            + _mm256_shuffle_ps(yz, u2, _MM_SHUFFLE(3, 0, 3, 1));
     }
     static void spread(Floats s, Floats& s0, Floats& s1, Floats& s2)
     {
@@ -116,7 +112,7 @@ struct Avx512 {
         __m512i const z2 = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 16, 19, 22, 25, 28, 31);
         return (_mm512_permutex2var_ps(_mm512_permutex2var_ps(v0, x01, v1), x2, v2)
                 + _mm512_permutex2var_ps(_mm512_permutex2var_ps(v0, y01, v1), y2, v2))
-             + _mm512_permutex2var_ps(_mm512_permutex2var_ps(v0, z01, v1), z2, v2);
+            + _mm512_permutex2var_ps(_mm512_permutex2var_ps(v0, z01, v1), z2, v2);
     }
     static void spread(Floats s, Floats& s0, Floats& s1, Floats& s2)
     {
@@ -188,7 +184,10 @@ struct Single {
     float const* in;
 
     template <class V>
-    typename V::Floats at(std::size_t k) const { return V::load(in + k); }
+    typename V::Floats at(std::size_t k) const
+    {
+        return V::load(in + k);
+    }
     float at(std::size_t k) const { return in[k]; }
 };
 
@@ -260,8 +259,7 @@ void writeUnit(Source source, float* out, std::size_t count)
     // One factor per vector suffices: the vectors themselves never leave memory order.
     auto const step = [&](std::size_t vector) {
         std::size_t const k = 3 * vector;
-        auto const v0 = source.template at<V>(k), v1 = source.template at<V>(k + w),
-                   v2 = source.template at<V>(k + 2 * w);
+        auto const v0 = source.template at<V>(k), v1 = source.template at<V>(k + w), v2 = source.template at<V>(k + 2 * w);
         auto const length = V::sqrt(V::sumOfTriples(v0 * v0, v1 * v1, v2 * v2));
         typename V::Floats f0, f1, f2;
         V::spread(V::whereLess(length, V::splat(shortest), one, one / length), f0, f1, f2);

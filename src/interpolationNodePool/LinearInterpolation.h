@@ -32,14 +32,9 @@ inline bool interpolateOne(InterpolatorProc& proc, float fraction, std::vector<V
     unsigned index, valuesPerKey;
     float alpha;
     switch (proc.calculateIndex(fraction, static_cast<unsigned>(keyValue.size()), false, index, valuesPerKey, alpha)) {
-    case InterpolatorProc::FractionInterval:
-        blend(value, keyValue[index], keyValue[index + 1], alpha);
-        return true;
-    case InterpolatorProc::FractionKey:
-        value = keyValue[index];
-        return true;
-    case InterpolatorProc::FractionNone:
-        break;
+    case InterpolatorProc::FractionInterval: blend(value, keyValue[index], keyValue[index + 1], alpha); return true;
+    case InterpolatorProc::FractionKey: value = keyValue[index]; return true;
+    case InterpolatorProc::FractionNone: break;
     }
     return false;
 }
@@ -52,8 +47,14 @@ inline bool interpolateOne(InterpolatorProc& proc, float fraction, std::vector<V
 }
 
 /// First float of a list of floats or vectors: to the block functions it is a flat run of floats.
-inline float const* flat(std::vector<float> const& list) { return list.data(); }
-inline float* flat(std::vector<float>& list) { return list.data(); }
+inline float const* flat(std::vector<float> const& list)
+{
+    return list.data();
+}
+inline float* flat(std::vector<float>& list)
+{
+    return list.data();
+}
 template <osg::UInt32 size>
 inline float const* flat(std::vector<osg::Vector<float, size>> const& list)
 {
@@ -74,8 +75,7 @@ inline bool interpolateBlock(InterpolatorProc& proc, float fraction, std::vector
     constexpr std::size_t width = sizeof(Value) / sizeof(float);
     unsigned index, valuesPerKey;
     float alpha;
-    auto const type = proc.calculateIndex(fraction, static_cast<unsigned>(keyValue.size()), true, index,
-                                          valuesPerKey, alpha);
+    auto const type = proc.calculateIndex(fraction, static_cast<unsigned>(keyValue.size()), true, index, valuesPerKey, alpha);
     if (type == InterpolatorProc::FractionNone)
         return false;
     block.resize(valuesPerKey);

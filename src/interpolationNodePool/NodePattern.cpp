@@ -38,8 +38,8 @@ bool initType(NodeType const& type, LogPlace const& place)
 
 void logReentry(Node const& node, Field const& field, LogPlace const& place)
 {
-    PoolLog::write(osg::LOG_INFO, place, "Field %s/%s.%s is already changing; break loop\n",
-                   typeNameOf(node).c_str(), nameOf(node).c_str(), field.findName());
+    PoolLog::write(osg::LOG_INFO, place, "Field %s/%s.%s is already changing; break loop\n", typeNameOf(node).c_str(),
+                   nameOf(node).c_str(), field.findName());
 }
 
 } // namespace Zelvan

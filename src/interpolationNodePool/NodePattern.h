@@ -60,12 +60,12 @@ struct TypeRecord {
 /// The record of a type with `partCount` own fields; `createNode` and `createProc` are null for abstract types.
 /// Returned as a prvalue: the record is built, and registered, in its final place.
 inline NodeType nodeType(TypeRecord const& record, bool (*isType)(Node*),
-                         Node* (*createNode)(NodeType&, NodeNameSpace&, char const*),
-                         NodeProc* (*createProc)(NodeType&, Node&), NodePartDesc* parts, unsigned partCount)
+                         Node* (*createNode)(NodeType&, NodeNameSpace&, char const*), NodeProc* (*createProc)(NodeType&, Node&),
+                         NodePartDesc* parts, unsigned partCount)
 {
-    return NodeType(theSceneNodeTypeFactory(), record.name, "InterpolationNodePool", record.parent,
-                    record.aliasName, nullptr, "Interpolation", nullptr, record.status, record.description,
-                    record.standard, false, false, isType, createNode, createProc, parts, partCount);
+    return NodeType(theSceneNodeTypeFactory(), record.name, "InterpolationNodePool", record.parent, record.aliasName, nullptr,
+                    "Interpolation", nullptr, record.status, record.description, record.standard, false, false, isType,
+                    createNode, createProc, parts, partCount);
 }
 
 template <class Class>
@@ -83,8 +83,7 @@ NodeType abstractType(TypeRecord const& record)
 template <class Class>
 NodeType creatableType(TypeRecord const& record)
 {
-    return nodeType(record, &Class::isType, &Class::createNode, &Class::createProc, Class::_desc,
-                    std::size(Class::_desc));
+    return nodeType(record, &Class::isType, &Class::createNode, &Class::createProc, Class::_desc, std::size(Class::_desc));
 }
 
 /// Declares a context parameter while the library is loaded, where nothing can be thrown: a failure is remembered.
@@ -154,97 +153,113 @@ template <class Parent, class Proc, class NodeClass>
 inline void dispatchValueField(Proc& proc, NodeClass& node, Field& field, TimeStamp const& timeStamp, Field* from)
 {
     switch (fieldIndex(field)) {
-    case NodeClass::set_fractionIndex:
-        return evaluate(proc, node, node._value_changed, timeStamp);
+    case NodeClass::set_fractionIndex: return evaluate(proc, node, node._value_changed, timeStamp);
     case NodeClass::keyValueIndex:
-    case NodeClass::value_changedIndex:
-        return;
-    default:
-        proc.Parent::fieldChanged(node, field, timeStamp, from);
+    case NodeClass::value_changedIndex: return;
+    default: proc.Parent::fieldChanged(node, field, timeStamp, from);
     }
 }
 
 } // namespace Zelvan
 
 /// In the class of an abstract node type.
-#define ZELVAN_ABSTRACT_NODE(Class)                                                                        \
-public:                                                                                                    \
-    static NodeType _type;                                                                                 \
-    static bool init();                                                                                    \
-    static bool isType(Node* node);                                                                        \
-    Class(NodeType& type, NodeNameSpace& nameSpace, char const* name);                                     \
-    ~Class() override;                                                                                     \
-    Class##Proc* get##Class##Proc();                                                                       \
+#define ZELVAN_ABSTRACT_NODE(Class)                                    \
+public:                                                                \
+    static NodeType _type;                                             \
+    static bool init();                                                \
+    static bool isType(Node* node);                                    \
+    Class(NodeType& type, NodeNameSpace& nameSpace, char const* name); \
+    ~Class() override;                                                 \
+    Class##Proc* get##Class##Proc();                                   \
     void fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from) override;
 
 /// In the class of a node type that scenes can create.
-#define ZELVAN_CREATABLE_NODE(Class)                                                                       \
-    ZELVAN_ABSTRACT_NODE(Class)                                                                            \
-    Class(NodeNameSpace& nameSpace, char const* name);                                                     \
-    static Node* createNode(NodeType& type, NodeNameSpace& nameSpace, char const* name);                   \
+#define ZELVAN_CREATABLE_NODE(Class)                                                     \
+    ZELVAN_ABSTRACT_NODE(Class)                                                          \
+    Class(NodeNameSpace& nameSpace, char const* name);                                   \
+    static Node* createNode(NodeType& type, NodeNameSpace& nameSpace, char const* name); \
     static NodeProc* createProc(NodeType& type, Node& node);
 
 // Shared by the two bodies below.
-#define ZELVAN_NODE_BODY(Class)                                                                            \
-    bool Class::init() { return initType(_type, ZELVAN_HERE); }                                            \
-    bool Class::isType(Node* node) { return dynamic_cast<Class*>(node) != nullptr; }                       \
-    Class##Proc* Class::get##Class##Proc() { return static_cast<Class##Proc*>(_proc); }                    \
-    void Class::fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from)                        \
-    {                                                                                                      \
-        static constexpr LogPlace here = ZELVAN_HERE;                                                      \
-        guardedFieldChanged(*this, get##Class##Proc(), field, timeStamp, from, here);                      \
+#define ZELVAN_NODE_BODY(Class)                                                       \
+    bool Class::init()                                                                \
+    {                                                                                 \
+        return initType(_type, ZELVAN_HERE);                                          \
+    }                                                                                 \
+    bool Class::isType(Node* node)                                                    \
+    {                                                                                 \
+        return dynamic_cast<Class*>(node) != nullptr;                                 \
+    }                                                                                 \
+    Class##Proc* Class::get##Class##Proc()                                            \
+    {                                                                                 \
+        return static_cast<Class##Proc*>(_proc);                                      \
+    }                                                                                 \
+    void Class::fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from)   \
+    {                                                                                 \
+        static constexpr LogPlace here = ZELVAN_HERE;                                 \
+        guardedFieldChanged(*this, get##Class##Proc(), field, timeStamp, from, here); \
     }
 
 /// In the source file of an abstract node type without fields of its own.
-#define ZELVAN_FIELDLESS_NODE_BODY(Class, Parent)                                                          \
-    Class::Class(NodeType& type, NodeNameSpace& nameSpace, char const* name)                               \
-        : Parent(type, nameSpace, name) {}                                                                 \
-    Class::~Class() = default;                                                                             \
+#define ZELVAN_FIELDLESS_NODE_BODY(Class, Parent)                                                               \
+    Class::Class(NodeType& type, NodeNameSpace& nameSpace, char const* name) : Parent(type, nameSpace, name) {} \
+    Class::~Class() = default;                                                                                  \
     ZELVAN_NODE_BODY(Class)
 
 /// In the source file of an abstract node type; its own field members follow, in index order.
-#define ZELVAN_ABSTRACT_NODE_BODY(Class, Parent, ...)                                                      \
-    Class::Class(NodeType& type, NodeNameSpace& nameSpace, char const* name)                               \
-        : Parent(type, nameSpace, name) { registerFields(*this, __VA_ARGS__); }                            \
-    Class::~Class() { unregisterFields(*this); }                                                           \
+#define ZELVAN_ABSTRACT_NODE_BODY(Class, Parent, ...)                                                        \
+    Class::Class(NodeType& type, NodeNameSpace& nameSpace, char const* name) : Parent(type, nameSpace, name) \
+    {                                                                                                        \
+        registerFields(*this, __VA_ARGS__);                                                                  \
+    }                                                                                                        \
+    Class::~Class()                                                                                          \
+    {                                                                                                        \
+        unregisterFields(*this);                                                                             \
+    }                                                                                                        \
     ZELVAN_NODE_BODY(Class)
 
 /// In the source file of a node type that scenes can create.
-#define ZELVAN_CREATABLE_NODE_BODY(Class, Parent, ...)                                                     \
-    ZELVAN_ABSTRACT_NODE_BODY(Class, Parent, __VA_ARGS__)                                                  \
-    Class::Class(NodeNameSpace& nameSpace, char const* name) : Class(_type, nameSpace, name) {}            \
-    Node* Class::createNode(NodeType& type, NodeNameSpace& nameSpace, char const* name)                    \
-    {                                                                                                      \
-        return new Class(type, nameSpace, name);                                                           \
-    }                                                                                                      \
-    NodeProc* Class::createProc(NodeType& type, Node& node) { return new Class##Proc(type, node); }
+#define ZELVAN_CREATABLE_NODE_BODY(Class, Parent, ...)                                          \
+    ZELVAN_ABSTRACT_NODE_BODY(Class, Parent, __VA_ARGS__)                                       \
+    Class::Class(NodeNameSpace& nameSpace, char const* name) : Class(_type, nameSpace, name) {} \
+    Node* Class::createNode(NodeType& type, NodeNameSpace& nameSpace, char const* name)         \
+    {                                                                                           \
+        return new Class(type, nameSpace, name);                                                \
+    }                                                                                           \
+    NodeProc* Class::createProc(NodeType& type, Node& node)                                     \
+    {                                                                                           \
+        return new Class##Proc(type, node);                                                     \
+    }
 
 /// In a processor class; `Class` is the node class it serves.
-#define ZELVAN_PROC(Class)                                                                                 \
-public:                                                                                                    \
-    Class##Proc(NodeType& type, Node& node);                                                               \
-    ~Class##Proc() override;                                                                               \
-    Class& node() const;                                                                                   \
+#define ZELVAN_PROC(Class)                   \
+public:                                      \
+    Class##Proc(NodeType& type, Node& node); \
+    ~Class##Proc() override;                 \
+    Class& node() const;                     \
     void fieldChanged(Class& node, Field& field, TimeStamp const& timeStamp, Field* from);
 
 /// In a processor's source file: everything but `fieldChanged`.
-#define ZELVAN_PROC_BODY(Class, Parent)                                                                    \
-    Class##Proc::Class##Proc(NodeType& type, Node& node) : Parent##Proc(type, node) {}                     \
-    Class##Proc::~Class##Proc() = default;                                                                 \
-    Class& Class##Proc::node() const { return static_cast<Class&>(_node); }
+#define ZELVAN_PROC_BODY(Class, Parent)                                                \
+    Class##Proc::Class##Proc(NodeType& type, Node& node) : Parent##Proc(type, node) {} \
+    Class##Proc::~Class##Proc() = default;                                             \
+    Class& Class##Proc::node() const                                                   \
+    {                                                                                  \
+        return static_cast<Class&>(_node);                                             \
+    }
 
 /// In the source file of a processor without fields to handle: all go to the parent.
-#define ZELVAN_FORWARDING_PROC_BODY(Class, Parent)                                                         \
-    ZELVAN_PROC_BODY(Class, Parent)                                                                        \
-    void Class##Proc::fieldChanged(Class& node, Field& field, TimeStamp const& timeStamp, Field* from)     \
-    {                                                                                                      \
-        Parent##Proc::fieldChanged(node, field, timeStamp, from);                                          \
+#define ZELVAN_FORWARDING_PROC_BODY(Class, Parent)                                                     \
+    ZELVAN_PROC_BODY(Class, Parent)                                                                    \
+    void Class##Proc::fieldChanged(Class& node, Field& field, TimeStamp const& timeStamp, Field* from) \
+    {                                                                                                  \
+        Parent##Proc::fieldChanged(node, field, timeStamp, from);                                      \
     }
 
 /// In the source file of a processor that computes `value_changed` from `keyValue`.
-#define ZELVAN_VALUE_PROC_BODY(Class, Parent)                                                              \
-    ZELVAN_PROC_BODY(Class, Parent)                                                                        \
-    void Class##Proc::fieldChanged(Class& node, Field& field, TimeStamp const& timeStamp, Field* from)     \
-    {                                                                                                      \
-        dispatchValueField<Parent##Proc>(*this, node, field, timeStamp, from);                             \
+#define ZELVAN_VALUE_PROC_BODY(Class, Parent)                                                          \
+    ZELVAN_PROC_BODY(Class, Parent)                                                                    \
+    void Class##Proc::fieldChanged(Class& node, Field& field, TimeStamp const& timeStamp, Field* from) \
+    {                                                                                                  \
+        dispatchValueField<Parent##Proc>(*this, node, field, timeStamp, from);                         \
     }

@@ -10,11 +10,13 @@ BitVector<unsigned long> NormalInterpolator::value_changedMask(1ul << value_chan
 NodePartDesc NormalInterpolator::_desc[2] = {
     {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFVec3f, 1, "keyValue", nullptr, nullptr, nullptr,
      "Output values for linear interpolation, each corresponding to time-fraction keys. Hint: number of "
-     "keys must match number of keyValues!", 0},
-    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::MFVec3f, 1, "value_changed", nullptr, nullptr,
-     nullptr,
+     "keys must match number of keyValues!",
+     0},
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::MFVec3f, 1, "value_changed", nullptr, nullptr, nullptr,
      "Linearly interpolated output value determined by current key time and corresponding \"'keyValue\"' "
-     "pair.", 0}};
+     "pair.",
+     0},
+};
 
 NodeType NormalInterpolator::_type = creatableType<NormalInterpolator>({
     .name = "NormalInterpolator",
@@ -24,7 +26,8 @@ NodeType NormalInterpolator::_type = creatableType<NormalInterpolator>({
                    "surface of a unit sphere. ROUTE values to \"vector\" attribute of a Normal node or "
                    "another MFVec3f attribute Typical input: ROUTE someTimeSensor.fraction_changed TO "
                    "someInterpolator.set_fraction Typical output: ROUTE someInterpolator.value_changed TO "
-                   "destinationNode.set_attribute."});
+                   "destinationNode.set_attribute.",
+});
 
 ZELVAN_CREATABLE_NODE_BODY(NormalInterpolator, LinearInterpolator, _keyValue, _value_changed)
 

@@ -9,7 +9,8 @@ NodeType PositionInterpolator::_type = fieldlessType<PositionInterpolator>({
     .parent = "LinearInterpolator",
     .standard = "X3D2.0",
     .description = "A PositionInterpolator generates a range of position values that can be ROUTEd to a "
-                   "compatible node field."});
+                   "compatible node field.",
+});
 
 ZELVAN_FIELDLESS_NODE_BODY(PositionInterpolator, LinearInterpolator)
 

@@ -10,11 +10,13 @@ BitVector<unsigned long> ScalarInterpolator::value_changedMask(1ul << value_chan
 NodePartDesc ScalarInterpolator::_desc[2] = {
     {keyValueIndex, keyValueMask, Access::inputOutput, Holds::MFFloat, 1, "keyValue", nullptr, nullptr, nullptr,
      "Output values for linear interpolation, each corresponding to time-fraction keys. Hint: number of "
-     "keys must match number of keyValues!", 0},
-    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::SFFloat, 1, "value_changed", nullptr, nullptr,
-     nullptr,
+     "keys must match number of keyValues!",
+     0},
+    {value_changedIndex, value_changedMask, Access::outputOnly, Holds::SFFloat, 1, "value_changed", nullptr, nullptr, nullptr,
      "Linearly interpolated output value determined by current key time and corresponding \"'keyValue\"' "
-     "pair.", 0}};
+     "pair.",
+     0},
+};
 
 NodeType ScalarInterpolator::_type = creatableType<ScalarInterpolator>({
     .name = "ScalarInterpolator",
@@ -23,7 +25,8 @@ NodeType ScalarInterpolator::_type = creatableType<ScalarInterpolator>({
     .description = "ScalarInterpolator generates piecewise-linear values that can be ROUTEd to other Float "
                    "attributes. Typical input: ROUTE someTimeSensor.fraction_changed TO "
                    "someInterpolator.set_fraction Typical output: ROUTE someInterpolator.value_changed TO "
-                   "destinationNode.set_attribute."});
+                   "destinationNode.set_attribute.",
+});
 
 ZELVAN_CREATABLE_NODE_BODY(ScalarInterpolator, LinearInterpolator, _keyValue, _value_changed)
 

@@ -48,9 +48,7 @@ inline osg::Quaternion slerp(osg::Quaternion const& a, osg::Quaternion const& b,
     SlerpWeights weights = nearlyEqual(cosine) ? linearWeights(t) : sphericalWeights(cosine, t, kept);
     if (dot < 0.f)
         weights.w1 = -weights.w1; // b and -b are the same rotation; -b is the nearer one
-    auto const blend = [&weights](float from, float to) {
-        return static_cast<float>(weights.w0 * from + weights.w1 * to);
-    };
+    auto const blend = [&weights](float from, float to) { return static_cast<float>(weights.w0 * from + weights.w1 * to); };
     osg::Quaternion result;
     result.setValueAsQuat(blend(a.x(), b.x()), blend(a.y(), b.y()), blend(a.z(), b.z()), blend(a.w(), b.w()));
     return result;

@@ -49,8 +49,7 @@ struct SplineInterval {
     }
     template <osg::UInt32 size>
     osg::Vector<float, size> evaluate(osg::Vector<float, size> const& before, osg::Vector<float, size> const& p0,
-                                      osg::Vector<float, size> const& p1,
-                                      osg::Vector<float, size> const& after) const
+                                      osg::Vector<float, size> const& p1, osg::Vector<float, size> const& after) const
     {
         osg::Vector<float, size> value;
         for (osg::UInt32 c = 0; c < size; ++c)
@@ -76,15 +75,11 @@ inline bool interpolateSpline(InterpolatorProc& proc, float fraction, std::vecto
     case InterpolatorProc::FractionInterval: {
         SplineInterval const interval(key.data(), n, j, alpha);
         Value const* const v = keyValue.data();
-        value = interval.evaluate(v[interval._first ? j : j - 1], v[j], v[j + 1],
-                                  v[interval._last ? j + 1 : j + 2]);
+        value = interval.evaluate(v[interval._first ? j : j - 1], v[j], v[j + 1], v[interval._last ? j + 1 : j + 2]);
         return true;
     }
-    case InterpolatorProc::FractionKey:
-        value = keyValue[j];
-        return true;
-    case InterpolatorProc::FractionNone:
-        break;
+    case InterpolatorProc::FractionKey: value = keyValue[j]; return true;
+    case InterpolatorProc::FractionNone: break;
     }
     return false;
 }

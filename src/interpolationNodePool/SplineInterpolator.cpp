@@ -11,13 +11,15 @@ NodePartDesc SplineInterpolator::_desc[1] = {
      "specifies whether the interpolator should provide a closed loop, with continuous velocity vectors as "
      "the interpolator transitions from the last key to the first key. If the velocity vectors at the "
      "first and last keys are specified, the closed field is ignored. If the keyValues at the first and "
-     "last key are not identical, the closed field is ignored", 0}};
+     "last key are not identical, the closed field is ignored",
+     0},
+};
 
-NodeType SplineInterpolator::_type = abstractType<SplineInterpolator>({
-    .name = "SplineInterpolator",
-    .parent = "NonlinearInterpolator",
-    .standard = "Zelvan",
-    .description = "Abstract base type for all spline interpolators"});
+NodeType SplineInterpolator::_type =
+    abstractType<SplineInterpolator>({.name = "SplineInterpolator",
+                                      .parent = "NonlinearInterpolator",
+                                      .standard = "Zelvan",
+                                      .description = "Abstract base type for all spline interpolators"});
 
 ZELVAN_ABSTRACT_NODE_BODY(SplineInterpolator, NonlinearInterpolator, _closed)
 

@@ -4,12 +4,12 @@
 
 namespace Zelvan {
 
-NodeType SplinePositionInterpolator::_type = fieldlessType<SplinePositionInterpolator>({
-    .name = "SplinePositionInterpolator",
-    .parent = "SplineInterpolator",
-    .status = "beta",
-    .standard = "X3D3.2",
-    .description = "Abstract base class for all SplinePostionInterpolator"});
+NodeType SplinePositionInterpolator::_type =
+    fieldlessType<SplinePositionInterpolator>({.name = "SplinePositionInterpolator",
+                                               .parent = "SplineInterpolator",
+                                               .status = "beta",
+                                               .standard = "X3D3.2",
+                                               .description = "Abstract base class for all SplinePostionInterpolator"});
 
 ZELVAN_FIELDLESS_NODE_BODY(SplinePositionInterpolator, SplineInterpolator)
 

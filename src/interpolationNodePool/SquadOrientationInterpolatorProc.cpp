@@ -123,11 +123,8 @@ bool SquadOrientationInterpolatorProc::calculateValue(float const& fraction, Rot
         setQuaternion(value, squad(q1, q2, s1, s2, alpha, _angle));
         return true;
     }
-    case FractionKey:
-        value = keyValue[i];
-        return true;
-    case FractionNone:
-        break;
+    case FractionKey: value = keyValue[i]; return true;
+    case FractionNone: break;
     }
     return false;
 }

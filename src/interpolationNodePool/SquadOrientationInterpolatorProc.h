@@ -11,11 +11,9 @@ ZELVAN_INTERPOLATION_API osg::Quaternion my_slerp(osg::Quaternion const& a, osg:
 /// Spherical quadrangle of the keys q1, q2 and their inner points s1, s2: a slerp, by 2t(1 - t), of two slerps.
 /// Shoemake, "Quaternion Calculus and Fast Animation", SIGGRAPH course notes 1987.
 ZELVAN_INTERPOLATION_API osg::Quaternion squadQuaternions(osg::Quaternion const& q1, osg::Quaternion const& q2,
-                                                          osg::Quaternion const& s1, osg::Quaternion const& s2,
-                                                          float t);
+                                                          osg::Quaternion const& s1, osg::Quaternion const& s2, float t);
 /// The inner point belonging to q: q exp(-(log(q^-1 next) + log(q^-1 prev)) / 4).
-ZELVAN_INTERPOLATION_API osg::Quaternion compute_innerQuadranglePoints(osg::Quaternion const& q,
-                                                                       osg::Quaternion const& prev,
+ZELVAN_INTERPOLATION_API osg::Quaternion compute_innerQuadranglePoints(osg::Quaternion const& q, osg::Quaternion const& prev,
                                                                        osg::Quaternion const& next);
 
 class SquadOrientationInterpolator;

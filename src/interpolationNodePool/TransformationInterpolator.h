@@ -18,8 +18,7 @@ public:
         set_firstKeyValueIndex,
         set_lastKeyValueIndex
     };
-    static BitVector<unsigned long> keyValueMask, value_changedMask, modeMask, set_firstKeyValueMask,
-        set_lastKeyValueMask;
+    static BitVector<unsigned long> keyValueMask, value_changedMask, modeMask, set_firstKeyValueMask, set_lastKeyValueMask;
     static NodePartDesc _desc[5];
 
     MFMatrix4f _keyValue{*this};

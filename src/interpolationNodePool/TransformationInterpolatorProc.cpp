@@ -13,8 +13,8 @@ NodeProc::StringDic TransformationInterpolatorProc::_modeDic[3] = {{"matrix", 1}
 
 ZELVAN_PROC_BODY(TransformationInterpolator, LinearInterpolator)
 
-void TransformationInterpolatorProc::fieldChanged(TransformationInterpolator& node, Field& field,
-                                                  TimeStamp const& timeStamp, Field* from)
+void TransformationInterpolatorProc::fieldChanged(TransformationInterpolator& node, Field& field, TimeStamp const& timeStamp,
+                                                  Field* from)
 {
     auto& keyValue = node._keyValue._value;
     switch (fieldIndex(field)) {
@@ -24,13 +24,9 @@ void TransformationInterpolatorProc::fieldChanged(TransformationInterpolator& no
         if (_modeCode == 0)
             _modeCode = static_cast<unsigned>(findDic(_modeDic, node._mode));
         return evaluate(*this, node, node._value_changed, timeStamp);
-    case TransformationInterpolator::keyValueIndex:
-        return buildLogMat(-1);
-    case TransformationInterpolator::value_changedIndex:
-        return;
-    case TransformationInterpolator::modeIndex:
-        _modeCode = static_cast<unsigned>(findDic(_modeDic, node._mode));
-        return;
+    case TransformationInterpolator::keyValueIndex: return buildLogMat(-1);
+    case TransformationInterpolator::value_changedIndex: return;
+    case TransformationInterpolator::modeIndex: _modeCode = static_cast<unsigned>(findDic(_modeDic, node._mode)); return;
     case TransformationInterpolator::set_firstKeyValueIndex:
         if (!keyValue.empty()) {
             keyValue.front() = node._set_firstKeyValue._value;
@@ -43,8 +39,7 @@ void TransformationInterpolatorProc::fieldChanged(TransformationInterpolator& no
             buildLogMat(static_cast<int>(keyValue.size() - 1));
         }
         return;
-    default:
-        LinearInterpolatorProc::fieldChanged(node, field, timeStamp, from);
+    default: LinearInterpolatorProc::fieldChanged(node, field, timeStamp, from);
     }
 }
 
@@ -78,11 +73,8 @@ bool TransformationInterpolatorProc::calculateValue(float const& fraction, osg::
         else if (PoolLog::takes(osg::LOG_FATAL))
             PoolLog::write(osg::LOG_FATAL, ZELVAN_HERE, "Invalid mode in TI::calculateValue()\n");
         break;
-    case FractionKey:
-        value = keyValue[index];
-        break;
-    case FractionNone:
-        break;
+    case FractionKey: value = keyValue[index]; break;
+    case FractionNone: break;
     }
     return true;
 }
@@ -139,8 +131,8 @@ void TransformationInterpolatorProc::interpolateComponent(osg::Matrix& value, in
     Components& b = _kept->_components[i % 2 == 0];
     a.take(keyValue[static_cast<std::size_t>(i)]);
     b.take(keyValue[static_cast<std::size_t>(j)]);
-    value.setTransform(lerp(a._translation, b._translation, t),
-                       slerp(a._rotation, b._rotation, t, _kept->_rotationAngle), lerp(a._scale, b._scale, t),
+    value.setTransform(lerp(a._translation, b._translation, t), slerp(a._rotation, b._rotation, t, _kept->_rotationAngle),
+                       lerp(a._scale, b._scale, t),
                        slerp(a._scaleOrientation, b._scaleOrientation, t, _kept->_scaleOrientationAngle));
 }
 

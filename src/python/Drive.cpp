@@ -39,8 +39,7 @@ static_assert(widthOf<osg::Vec3f> == 3 && widthOf<osg::Color3<float>> == 3 && wi
 struct Events {
     Events(Node& driven, Field& out)
         : node(driven), fraction(static_cast<SFFloat&>(*driven.findField("set_fraction"))), mask(out._desc->_mask)
-    {
-    }
+    {}
     bool send(float value) const
     {
         fraction._value = value;
@@ -149,7 +148,8 @@ LoneNode::LoneNode(std::string const& name)
 {
     NodeType* const type = NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), name, searchExact);
     if (type == nullptr || !takesFractions(*type))
-        throw Failure(play::exitUsage, "no interpolator has the type \"" + name + '"' + play::didYouMean(name, interpolatorTypes()));
+        throw Failure(play::exitUsage,
+                      "no interpolator has the type \"" + name + '"' + play::didYouMean(name, interpolatorTypes()));
     _node = type->createNodeWithProc(_nodes, nullptr);
     _nodes.add(*_node);
     _node->_state = Node::live;
@@ -171,14 +171,16 @@ Field& LoneNode::settable(std::string const& name) const
     for (Field const* const each : _node->fields())
         if (each != nullptr && (each->type() & initializeOnly) != 0)
             names.push_back(each->findName());
-    throw Failure(play::exitUsage, _node->type()._name + " has no field \"" + name + "\" that can be set" + play::didYouMean(name, names));
+    throw Failure(play::exitUsage,
+                  _node->type()._name + " has no field \"" + name + "\" that can be set" + play::didYouMean(name, names));
 }
 
 void LoneNode::setText(std::string const& name, std::string const& text)
 {
     Field& field = settable(name);
     if (!field.setAndValidateValueByStr(text.c_str(), false))
-        throw Failure(play::exitUsage, name + ": expected " + Field::textError().expected + ", found \"" + Field::textError().found + '"');
+        throw Failure(play::exitUsage,
+                      name + ": expected " + Field::textError().expected + ", found \"" + Field::textError().found + '"');
     _node->fieldChanged(field, 0, nullptr);
 }
 
@@ -189,8 +191,9 @@ void LoneNode::setNumbers(std::string const& name, std::span<float const> number
     if (!play::isList(field.dataType()))
         throw Failure(play::exitUsage, name + " is no list of numbers");
     if (numbers.size() % width != 0)
-        throw Failure(play::exitUsage, name + ": expected a multiple of " + std::to_string(width) + " numbers, found "
-                                           + std::to_string(numbers.size()));
+        throw Failure(play::exitUsage,
+                      name + ": expected a multiple of " + std::to_string(width) + " numbers, found "
+                          + std::to_string(numbers.size()));
     play::assignNumbers(field, numbers);
     _node->fieldChanged(field, 0, nullptr);
 }

@@ -62,8 +62,9 @@ struct AtWork {
     AtWork()
     {
         if (std::exchange(atWork, true)) {
-            PyErr_SetString(PyExc_RuntimeError, "zelvan_interpolation is at work in another thread: events are delivered by one "
-                                                "thread at a time. Wait for it, or use a process for each");
+            PyErr_SetString(PyExc_RuntimeError,
+                            "zelvan_interpolation is at work in another thread: events are delivered by one "
+                            "thread at a time. Wait for it, or use a process for each");
             throw py::error_already_set();
         }
     }
@@ -177,7 +178,8 @@ py::object samplesOf(play::Track const& track)
         for (std::size_t i = 1; i < events; ++i)
             alike = alike && track.starts[i + 1] - track.starts[i] == track.starts[1] - track.starts[0];
         if (alike)
-            return arrayOf(part(0, track.numbers.size()), events, events > 0 ? (track.starts[1] - track.starts[0]) / width : 0, track.type);
+            return arrayOf(part(0, track.numbers.size()), events, events > 0 ? (track.starts[1] - track.starts[0]) / width : 0,
+                           track.type);
         py::list list;
         for (std::size_t i = 0; i < events; ++i)
             list.append(arrayOf(part(track.starts[i], track.starts[i + 1]), 1, (track.starts[i + 1] - track.starts[i]) / width,
@@ -258,7 +260,8 @@ py::dict describe(std::string const& file, std::string const& root)
                                 interpolators.append(nodeOf(scene, node));
                         for (play::SceneRoute const& route : scene.routes)
                             routes.append(py::make_tuple(text(route.from->name), text(route.fromField), text(route.to->name),
-                                                         text(route.toField), placeOf(scene.place(route.where)), !route.refused()));
+                                                         text(route.toField), placeOf(scene.place(route.where)),
+                                                         !route.refused()));
                         play::Clock const clock(scene);
                         for (play::Clock::Sensor const& sensor : clock.sensors()) {
                             py::dict told = nodeOf(scene, *sensor.node);
@@ -296,7 +299,8 @@ py::list play_(std::string const& file, std::string const& root, py::dict const&
         });
 }
 
-py::list sweep(std::string const& file, std::string const& root, std::vector<float> const& fractions, unsigned steps, bool atKeys)
+py::list sweep(std::string const& file, std::string const& root, std::vector<float> const& fractions, unsigned steps,
+               bool atKeys)
 {
     struct Swept {
         std::unique_ptr<ReadScene> read;
@@ -312,15 +316,16 @@ py::list sweep(std::string const& file, std::string const& root, std::vector<flo
             py::list list;
             for (SweptTrack& track : swept.tracks) {
                 std::size_t const count = track.fractions.size();
-                list.append(py::make_tuple(text(track.node->name), play::outputOf(*track.node)->findName(), dataTypeName(track.values.type),
-                                           true, arrayOf(std::move(track.fractions), count, 1, SFFloatType), arrayOf(track.values)));
+                list.append(py::make_tuple(text(track.node->name), play::outputOf(*track.node)->findName(),
+                                           dataTypeName(track.values.type), true,
+                                           arrayOf(std::move(track.fractions), count, 1, SFFloatType), arrayOf(track.values)));
             }
             return list;
         });
 }
 
-py::list check_(std::string const& file, std::string const& root, std::set<std::string> const& only, std::set<std::string> const& ignore,
-                bool hints)
+py::list check_(std::string const& file, std::string const& root, std::set<std::string> const& only,
+                std::set<std::string> const& ignore, bool hints)
 {
     play::CheckOptions options;
     options.only = only;
@@ -347,16 +352,16 @@ py::tuple edited(std::string const& file, std::string const& root, Edit edit)
         [](Done& done) {
             py::list changes, idle;
             for (play::TrackChange const& c : done.scene.result.changes)
-                changes.append(py::make_tuple(text(c.node->name), text(c.node->typeName), c.before, c.after, c.asked, c.measured.largest,
-                                              c.measured.fraction, c.angle, text(c.left)));
+                changes.append(py::make_tuple(text(c.node->name), text(c.node->typeName), c.before, c.after, c.asked,
+                                              c.measured.largest, c.measured.fraction, c.angle, text(c.left)));
             for (std::string const& name : done.scene.result.idle)
                 idle.append(text(name));
             return py::make_tuple(text(done.scene.text), changes, idle);
         });
 }
 
-py::list diff_(std::string const& first, std::string const& second, std::string const& root, std::vector<std::string> const& maxError,
-               py::dict const& given)
+py::list diff_(std::string const& first, std::string const& second, std::string const& root,
+               std::vector<std::string> const& maxError, py::dict const& given)
 {
     PlayOptions const options = playOptions(given);
     return workThen(
@@ -386,20 +391,25 @@ PYBIND11_MODULE(_native, module)
     failureType = PyErr_NewException("zelvan_interpolation._native.Failure", PyExc_Exception, nullptr);
     module.add_object("Failure", py::reinterpret_borrow<py::object>(failureType));
     module.attr("version") = ZELVAN_VERSION;
-    module.def("types", [] { return workThen([](Patience&) { return interpolatorTypes(); }, [](auto& names) { return py::cast(names); }); });
+    module.def("types", [] {
+        return workThen([](Patience&) { return interpolatorTypes(); }, [](auto& names) { return py::cast(names); });
+    });
     module.def("interpolate", &interpolate);
     module.def("describe", &describe);
     module.def("play", &play_);
     module.def("sweep", &sweep);
     module.def("check", &check_);
-    module.def("reduce", [](std::string const& file, std::string const& root, std::vector<std::string> const& maxError, bool free) {
-        return edited(file, root, [&](ReadScene& read, Patience& patience) { return reduce(read, maxError, free, patience); });
-    });
-    module.def("bake", [](std::string const& file, std::string const& root, std::vector<std::string> const& maxError, bool free, bool atKeys,
-                          std::optional<double> rate, bool prune) {
-        return edited(file, root, [&](ReadScene& read, Patience& patience) {
-            return bake(read, BakeOptions{Tolerance(maxError), free, atKeys, rate, prune}, patience);
-        });
-    });
+    module.def("reduce",
+               [](std::string const& file, std::string const& root, std::vector<std::string> const& maxError, bool free) {
+                   return edited(file, root,
+                                 [&](ReadScene& read, Patience& patience) { return reduce(read, maxError, free, patience); });
+               });
+    module.def("bake",
+               [](std::string const& file, std::string const& root, std::vector<std::string> const& maxError, bool free,
+                  bool atKeys, std::optional<double> rate, bool prune) {
+                   return edited(file, root, [&](ReadScene& read, Patience& patience) {
+                       return bake(read, BakeOptions{Tolerance(maxError), free, atKeys, rate, prune}, patience);
+                   });
+               });
     module.def("diff", &diff_);
 }

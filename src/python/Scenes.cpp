@@ -87,7 +87,8 @@ std::vector<Track> playScene(ReadScene& read, PlayOptions const& options, Patien
         clock.startAll(options.from);
     for (Injection const& injection : options.inject)
         clock.inject(injection);
-    Timing const timing{options.from, options.duration ? options.from + *options.duration : std::max(options.from, clock.cycleEnd()),
+    Timing const timing{options.from,
+                        options.duration ? options.from + *options.duration : std::max(options.from, clock.cycleEnd()),
                         options.fps, options.at};
     std::vector<Timing::Frame> const frames = timing.frames();
     clock.limitTo(frames.size(), read.limits.values);
@@ -100,7 +101,8 @@ std::vector<Track> playScene(ReadScene& read, PlayOptions const& options, Patien
     return recorder.allTracks();
 }
 
-std::vector<SweptTrack> sweepScene(ReadScene& read, std::vector<float> const& fractions, unsigned steps, bool atKeys, Patience& patience)
+std::vector<SweptTrack> sweepScene(ReadScene& read, std::vector<float> const& fractions, unsigned steps, bool atKeys,
+                                   Patience& patience)
 {
     // Each curve is by itself, and what one interpolator sends must not change another one.
     for (SceneRoute const& route : read.scene->routes)

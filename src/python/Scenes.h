@@ -46,7 +46,8 @@ struct SweptTrack {
     DrivenValues values;
 };
 /// Of each interpolator: at `fractions`; where there are none, at its keys, or evenly over their range.
-std::vector<SweptTrack> sweepScene(ReadScene& read, std::vector<float> const& fractions, unsigned steps, bool atKeys, Patience& patience);
+std::vector<SweptTrack> sweepScene(ReadScene& read, std::vector<float> const& fractions, unsigned steps, bool atKeys,
+                                   Patience& patience);
 
 /// A scene's text after an edit, and what became of each interpolator.
 struct EditedScene {

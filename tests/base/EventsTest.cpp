@@ -12,8 +12,7 @@ using test::Sink;
 
 // A field of a node of its own, with a route to a sink that tells what was sent.
 struct Sender {
-    Sender(NodePartType access, unsigned flags, unsigned state)
-        : node(scene._nodes, access, flags), receiver(scene._nodes)
+    Sender(NodePartType access, unsigned flags, unsigned state) : node(scene._nodes, access, flags), receiver(scene._nodes)
     {
         node._state = state;
         receiver._state = Node::live;
@@ -107,18 +106,17 @@ public:
 
 TEST(ValueChange, LogsFromFixedPlaces)
 {
-    std::string const function =
-        "void Zelvan::Field::processValueChange(const TimeStamp&, Zelvan::Field::CallerType)";
+    std::string const function = "void Zelvan::Field::processValueChange(const TimeStamp&, Zelvan::Field::CallerType)";
     LogCapture log(osg::LOG_INFO);
     Sender s(outputOnly, 9, Node::live);
     s.node._traceFlags = Node::trace;
     s.node._isChangingMask |= s.node._desc._mask;
     s.node._in.processValueChange(1, Field::byProcessor);
     ASSERT_EQ(log.size(), 2u);
-    EXPECT_EQ(log[0], (test::LogEntry{osg::LOG_LOG, "base/Field", 152, function,
-                                      "Sink/sink.in: processValueChange()\n"}));
-    EXPECT_EQ(log[1], (test::LogEntry{osg::LOG_WARNING, "base/Field", 159, function,
-                                      "Sink/sink.in: processValueChange() && _isChangingMask set\n"}));
+    EXPECT_EQ(log[0], (test::LogEntry{osg::LOG_LOG, "base/Field", 152, function, "Sink/sink.in: processValueChange()\n"}));
+    EXPECT_EQ(log[1],
+              (test::LogEntry{osg::LOG_WARNING, "base/Field", 159, function,
+                              "Sink/sink.in: processValueChange() && _isChangingMask set\n"}));
     EXPECT_EQ(s.receiver._received.size(), 1u);
 
     log.clear();
@@ -134,8 +132,9 @@ TEST(ValueChange, LogsFromFixedPlaces)
     EXPECT_EQ(log.size(), 0u);
     bare.markChanged();
     ASSERT_EQ(log.size(), 1u);
-    EXPECT_EQ(log[0], (test::LogEntry{osg::LOG_INFO, "base/Field", 92, "void Zelvan::Field::markChanged()",
-                                      "Field without desc in XField::markChanged()\n"}));
+    EXPECT_EQ(log[0],
+              (test::LogEntry{osg::LOG_INFO, "base/Field", 92, "void Zelvan::Field::markChanged()",
+                              "Field without desc in XField::markChanged()\n"}));
 }
 
 TEST(ValueChange, ComparingDifferentTypesIsReported)
@@ -231,7 +230,8 @@ TEST(Routes, NothingIsLeftOfACascadeThatAnObserverEnds)
     EXPECT_THROW(nodes[0]->_in.processValueChange(1, Field::byHost), int);
     Field::observe(nullptr);
     auto const received = [&nodes] {
-        return std::accumulate(nodes.begin(), nodes.end(), 0u, [](auto sum, auto& node) { return sum + node->_received.size(); });
+        return std::accumulate(nodes.begin(), nodes.end(), 0u,
+                               [](auto sum, auto& node) { return sum + node->_received.size(); });
     };
     auto const before = received();
     nodes[3996]->_in.processValueChange(2, Field::byHost);

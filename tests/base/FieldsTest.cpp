@@ -79,9 +79,9 @@ TEST(Fields, BadTextsAreRefusedWithPlaceAndExpectation)
         SFRotation sfRotation;
         MFVec2f mfVec2f;
         SFBool sfBool;
-        for (Field* const field : {static_cast<Field*>(&sfFloat), static_cast<Field*>(&mfFloat),
-                                   static_cast<Field*>(&sfVec3f), static_cast<Field*>(&sfRotation),
-                                   static_cast<Field*>(&mfVec2f), static_cast<Field*>(&sfBool)}) {
+        for (Field* const field :
+             {static_cast<Field*>(&sfFloat), static_cast<Field*>(&mfFloat), static_cast<Field*>(&sfVec3f),
+              static_cast<Field*>(&sfRotation), static_cast<Field*>(&mfVec2f), static_cast<Field*>(&sfBool)}) {
             if (field->dataType() != c.type)
                 continue;
             std::string const before = field->getValueAsBin(-1);
@@ -111,8 +111,7 @@ TEST(Fields, RefuseWhatIsNoValueOfTheirs)
 
 TEST(Fields, TakeWhatTheirDescriptionAllows)
 {
-    NodePartDesc const desc(0, NodePart::_nullMask, inputOutput, SFStringType, 0, "mode", nullptr, "fast", "fast ,slow",
-                            "", 0);
+    NodePartDesc const desc(0, NodePart::_nullMask, inputOutput, SFStringType, 0, "mode", nullptr, "fast", "fast ,slow", "", 0);
     SFString field;
     EXPECT_TRUE(field.setAndValidateValueByStr("any", false)) << "without a description";
     EXPECT_EQ(field.findName(), std::string());
@@ -139,8 +138,8 @@ TEST(Fields, TakeWhatTheirDescriptionAllows)
     field._value = "other";
     field.setToDefault();
     EXPECT_EQ(field._value, "fast");
-    NodePartDesc const optional(0, NodePart::_nullMask, inputOutput, SFStringType, 0, "mode", nullptr, nullptr, "fast, ",
-                                "", 0);
+    NodePartDesc const optional(0, NodePart::_nullMask, inputOutput, SFStringType, 0, "mode", nullptr, nullptr, "fast, ", "",
+                                0);
     field._desc = &optional;
     EXPECT_TRUE(field.setAndValidateValueByStr("", false)) << "an empty word is allowed there";
     field._desc = nullptr;

@@ -11,8 +11,8 @@ using test::Sink;
 NodeType makeType(NodeTypeNameSpace& types, char const* name, char const* parent, char const* alias = nullptr,
                   NodeType::CreateNode create = nullptr)
 {
-    return NodeType(types, name, "pool", parent, alias, nullptr, "c", nullptr, "", "", "", false, false, nullptr,
-                    create, nullptr, nullptr, 0);
+    return NodeType(types, name, "pool", parent, alias, nullptr, "c", nullptr, "", "", "", false, false, nullptr, create,
+                    nullptr, nullptr, 0);
 }
 
 TEST(NodeTypes, AreFoundByNameAndByAlias)
@@ -25,8 +25,7 @@ TEST(NodeTypes, AreFoundByNameAndByAlias)
     NodeType concrete = makeType(types, "Concrete", "Abstract", "Abstract", create);
     EXPECT_EQ(find("Abstract"), &concrete) << "an alias answers while no type has the name";
     EXPECT_EQ(concrete.parent(), &concrete) << "a cycle of names";
-    EXPECT_FALSE(concrete.isDerivedFrom(*NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), "TransCoder",
-                                                                     searchExact)));
+    EXPECT_FALSE(concrete.isDerivedFrom(*NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), "TransCoder", searchExact)));
     {
         NodeType abstractType = makeType(types, "Abstract", "Root");
         EXPECT_EQ(find("Abstract"), &abstractType);
@@ -50,8 +49,8 @@ TEST(Nodes, FieldsAreFoundWithAndWithoutSetAndChanged)
                              {1, 2, outputOnly, SFFloatType, 1, "b_changed", nullptr, nullptr, nullptr, "", 0},
                              {2, 4, inputOutput, SFFloatType, 1, "c", nullptr, nullptr, nullptr, "", 0}};
     NodeTypeNameSpace types;
-    NodeType type(types, "T", "", nullptr, nullptr, nullptr, "", nullptr, "", "", "", false, false, nullptr, nullptr,
-                  nullptr, descs, 3);
+    NodeType type(types, "T", "", nullptr, nullptr, nullptr, "", nullptr, "", "", "", false, false, nullptr, nullptr, nullptr,
+                  descs, 3);
     Sink<SFFloat> node(scene._nodes);
     SFFloat a, b, c, none;
     node.regField(a, type, 0, true);
@@ -64,10 +63,12 @@ TEST(Nodes, FieldsAreFoundWithAndWithoutSetAndChanged)
         Node::FieldSearchOrder order;
         Field* expected;
     } const cases[] = {
-        {"set_a", Node::asInput, &a}, {"a", Node::asInput, &a},     {"a", Node::exactName, nullptr},
-        {"b", Node::asOutput, &b},    {"c", Node::asInput, &c},     {"b_changed", Node::asOutput, &b},
-        {"set_c", Node::asInput, &c}, {"c", Node::asOutput, &c},    {"c_changed", Node::asOutput, &c},
-        {"c_changed", Node::asInput, nullptr}, {"set_a", Node::asOutput, &a}, {"d", Node::asInput, nullptr},
+        {"set_a", Node::asInput, &a},      {"a", Node::asInput, &a},
+        {"a", Node::exactName, nullptr},   {"b", Node::asOutput, &b},
+        {"c", Node::asInput, &c},          {"b_changed", Node::asOutput, &b},
+        {"set_c", Node::asInput, &c},      {"c", Node::asOutput, &c},
+        {"c_changed", Node::asOutput, &c}, {"c_changed", Node::asInput, nullptr},
+        {"set_a", Node::asOutput, &a},     {"d", Node::asInput, nullptr},
     };
     for (auto const& test : cases)
         EXPECT_EQ(node.findField(test.name, test.order), test.expected) << test.name << ' ' << test.order;
@@ -150,8 +151,8 @@ TEST(Processors, AreToldWhatHappensToTheirNodes)
     told(" setup");
     NodePartDesc desc(0, 1, inputOutput, SFFloatType, 1, "x", nullptr, nullptr, nullptr, "", 0);
     NodeTypeNameSpace types;
-    NodeType type(types, "T", "", nullptr, nullptr, nullptr, "", nullptr, "", "", "", false, false, nullptr, nullptr,
-                  nullptr, &desc, 1);
+    NodeType type(types, "T", "", nullptr, nullptr, nullptr, "", nullptr, "", "", "", false, false, nullptr, nullptr, nullptr,
+                  &desc, 1);
     SFFloat field{*node};
     node->regField(field, type, 0, true);
     Scene::route(field, other._in);

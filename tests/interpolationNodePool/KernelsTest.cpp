@@ -66,12 +66,11 @@ class Numbers {
 public:
     float operator()()
     {
-        static constexpr float odd[] = {0.f, -0.f, 1e-7f, -5e-7f, 1e-6f, 1e-38f, 1e-45f, -1e-45f, 3e38f, -3e38f,
-                                        infinity, -infinity, notANumber, -notANumber, 1.f, 2e19f};
+        static constexpr float odd[] = {0.f,   -0.f,   1e-7f,    -5e-7f,    1e-6f,      1e-38f,      1e-45f, -1e-45f,
+                                        3e38f, -3e38f, infinity, -infinity, notANumber, -notANumber, 1.f,    2e19f};
         if (_random() % 5 == 0)
             return odd[_random() % std::size(odd)];
-        return std::ldexp(std::uniform_real_distribution<float>(-1.f, 1.f)(_random),
-                          static_cast<int>(_random() % 24) - 12);
+        return std::ldexp(std::uniform_real_distribution<float>(-1.f, 1.f)(_random), static_cast<int>(_random() % 24) - 12);
     }
     void fill(Floats& list, std::size_t count)
     {
@@ -126,8 +125,7 @@ protected:
             out[0] = out[count + 1] = 12345.f;
             compute(a.data(), b.data(), t, out.data() + 1, length);
             reference(a.data(), b.data(), t, expected.data(), length);
-            ASSERT_NO_FATAL_FAILURE(
-                expectSame(out.data() + 1, expected.data(), count, "length " + std::to_string(length)));
+            ASSERT_NO_FATAL_FAILURE(expectSame(out.data() + 1, expected.data(), count, "length " + std::to_string(length)));
             ASSERT_EQ(out[0], 12345.f) << length;
             ASSERT_EQ(out[count + 1], 12345.f) << length;
         }
@@ -175,8 +173,7 @@ TEST_P(KernelsTest, firstAboveFollowsThePlainLoopThroughOddKeys)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Sets, KernelsTest,
-                         testing::ValuesIn(Kernels::supported().begin(), Kernels::supported().end()),
+INSTANTIATE_TEST_SUITE_P(Sets, KernelsTest, testing::ValuesIn(Kernels::supported().begin(), Kernels::supported().end()),
                          [](auto const& test) { return test.param->name; });
 
 TEST(KernelsChoice, takesOnlyWhatTheCpuCanRun)

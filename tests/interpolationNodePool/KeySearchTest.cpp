@@ -14,8 +14,7 @@ protected:
     Found find(float fraction, unsigned keyValueCount, bool multiValue = false)
     {
         Found found{InterpolatorProc::FractionNone, 77, 77, 77};
-        found.type = proc->calculateIndex(fraction, keyValueCount, multiValue, found.index, found.valuesPerKey,
-                                          found.alpha);
+        found.type = proc->calculateIndex(fraction, keyValueCount, multiValue, found.index, found.valuesPerKey, found.alpha);
         return found;
     }
     void useBinary(bool binary) { scene._context.setBValue(InterpolatorProc::_binSearchKeyIndexID, binary); }
@@ -108,8 +107,8 @@ TEST_F(KeySearch, ReportsTooFewKeys)
     ScalarInterpolator& unnamed = scene.add<ScalarInterpolator>(nullptr);
     Scene::send(unnamed, "set_fraction", "0.5");
     ASSERT_EQ(log.size(), 3u);
-    EXPECT_EQ(log[2].text, "ScalarInterpolator/" + unnamed.getIDStr()
-                               + ": Not enough keys/KeyValues 0/0; cannot calc. alpha\n");
+    EXPECT_EQ(log[2].text,
+              "ScalarInterpolator/" + unnamed.getIDStr() + ": Not enough keys/KeyValues 0/0; cannot calc. alpha\n");
 
     log.clear();
     static_cast<LinearInterpolatorProc*>(proc)->fieldChanged(node, node._set_fraction, 1, nullptr);

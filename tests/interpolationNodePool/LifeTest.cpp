@@ -68,12 +68,23 @@ TEST(Life, WhatItsOwnOutputReachesMayEndANode)
     } const cases[] = {
         {"delete of a node of the scene", true, [](Stage& s) { delete s.animated; }, true, true},
         {"delete of a node that nobody holds", false, [](Stage& s) { delete s.animated; }, true, true},
-        {"delete, twice", true, [](Stage& s) { Node* const n = s.animated; delete n; delete n; }, true, true},
+        {"delete, twice", true,
+         [](Stage& s) {
+             Node* const n = s.animated;
+             delete n;
+             delete n;
+         },
+         true, true},
         {"its scene takes it out", true, [](Stage& s) { s.scene._nodes.remove(*s.animated); }, true, true},
-        {"its last reference goes", false, [](Stage& s) { s.animated->ref(); s.animated->unref(); }, true, true},
+        {"its last reference goes", false,
+         [](Stage& s) {
+             s.animated->ref();
+             s.animated->unref();
+         },
+         true, true},
         {"another processor", true,
-         [](Stage& s) { s.animated->setProc(new ScalarInterpolatorProc(ScalarInterpolator::_type, *s.animated)); },
-         false, false},
+         [](Stage& s) { s.animated->setProc(new ScalarInterpolatorProc(ScalarInterpolator::_type, *s.animated)); }, false,
+         false},
         {"no processor", true, [](Stage& s) { s.animated->setProc(nullptr); }, false, false},
         {"its routes", true, [](Stage& s) { Route::removeAll(s.animated->_value_changed); }, false, true},
         {"it leaves the running scene", true, [](Stage& s) { s.animated->leave(1); }, false, false},

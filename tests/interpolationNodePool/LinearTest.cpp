@@ -24,8 +24,8 @@ struct PlainLerp {
     static Value at(std::vector<Value> const& values, Found const& found, unsigned j)
     {
         Value const& a = values[found.index + j];
-        return found.type == InterpolatorProc::FractionKey
-            ? a : lerp(a, values[found.index + found.valuesPerKey + j], found.alpha);
+        return found.type == InterpolatorProc::FractionKey ? a
+                                                           : lerp(a, values[found.index + found.valuesPerKey + j], found.alpha);
     }
     template <class Value>
     static bool calculate(std::vector<float> const&, std::vector<Value> const& values, Found const& found, Value& out)
@@ -78,14 +78,13 @@ struct Plain<NormalInterpolator> {
 
 template <>
 struct Plain<OrientationInterpolator> {
-    static bool calculate(std::vector<float> const&, std::vector<Rotation> const& values, Found const& found,
-                          Rotation& out)
+    static bool calculate(std::vector<float> const&, std::vector<Rotation> const& values, Found const& found, Rotation& out)
     {
         if (found.type == InterpolatorProc::FractionKey)
             out = values[found.index];
         else if (found.type == InterpolatorProc::FractionInterval)
-            out.setQuaternion(plainSlerp(values[found.index].quaternion(), values[found.index + 1].quaternion(),
-                                         found.alpha, [](double distance) { return !(distance > 1e-5); }));
+            out.setQuaternion(plainSlerp(values[found.index].quaternion(), values[found.index + 1].quaternion(), found.alpha,
+                                         [](double distance) { return !(distance > 1e-5); }));
         return found.type != InterpolatorProc::FractionNone;
     }
 };
@@ -107,8 +106,8 @@ struct Plain<ColorInterpolator> {
         double const turn = 2.0 * static_cast<double>(k) + (c[(k + 1) % 3] - c[(k + 2) % 3]) / span;
         return {60 * (turn < 0 ? turn + 6 : turn), span / largest, largest};
     }
-    static bool calculate(std::vector<float> const&, std::vector<osg::Color3<float>> const& values,
-                          Found const& found, osg::Color3<float>& out)
+    static bool calculate(std::vector<float> const&, std::vector<osg::Color3<float>> const& values, Found const& found,
+                          osg::Color3<float>& out)
     {
         if (found.type == InterpolatorProc::FractionKey)
             out = values[found.index];
@@ -148,8 +147,8 @@ TEST(Museum, OfTheLinearNodes)
     visitMuseum<OrientationInterpolator>();
     testing::internal::CaptureStderr();
     visitMuseum<ColorInterpolator>();
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                testing::StartsWith("ERROR i not in [0, 5] in Color::setHSV()!\n")) << "weights beyond 0 and 1";
+    EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::StartsWith("ERROR i not in [0, 5] in Color::setHSV()!\n"))
+        << "weights beyond 0 and 1";
 }
 
 /// The text of what arrives at the end of a route after one event.
@@ -190,7 +189,7 @@ TEST(Linear, GivesTheKnownValues)
         {scalar, "0 .5 1", "0 10", ".75", "10"},
         {scalar, "0", "7", "5", "7"},
         {scalar, "0 1", "", ".5", "nothing"},
-        {scalar, "0 1", "3e38 -3e38", ".5", "-inf"}, // the difference overflows first
+        {scalar, "0 1", "3e38 -3e38", ".5", "-inf"},     // the difference overflows first
         {scalar, "0 1", "16777216 1", ".99999994", "2"}, // (b - a) t + a, not a (1 - t) + b t
         {position3D, "0 1", "0 0 0 2 4 8", ".25", "0.5 1 2"},
         {position3D, "0 1", "0 0 0 2 4 8", "3", "2 4 8"},
@@ -203,11 +202,11 @@ TEST(Linear, GivesTheKnownValues)
         {coordinates2D, "0 1", seven, "9", "10 20 11 21 12 22"},
         {floats, "0 1", "0 10 100 20 30 300", ".5", "10 20 200"},
         {floats, "0 1", "0 10 100 20 30 300", "2", "20 30 300"},
-        {color, "0 1", redBlue, ".5", "0 1 0"}, // hues 0 and 240 meet at 120
+        {color, "0 1", redBlue, ".5", "0 1 0"},       // hues 0 and 240 meet at 120
         {color, "0 1", "1 0 0 1 0 1", ".6", "0 1 1"}, // from hue 0 to hue 300 the long way round
         {color, "0 1", "0 0 0 0 0 1", ".5", "0.25 0.5 0.25"},
         {color, "0 1", ".25 .25 .25 .75 .75 .75", ".5", "0.5 0.5 0.5"},
-        {color, "0 1", "2 -1 0 0 0 1", "0", "2 -1 0"}, // stored colours go out untouched
+        {color, "0 1", "2 -1 0 0 0 1", "0", "2 -1 0"},      // stored colours go out untouched
         {color, "0 1", "1 0 1e-9 1 0 1e-9", ".5", "1 0 0"}, // hue 360 is hue 0
         {normals, "0 1", "1 0 0 0 1 0", ".5", "0.70710677 0.70710677 0"},
         {normals, "0 1", "1 0 0 0 1 0", ".25", "0.94868326 0.31622776 0"},
@@ -216,8 +215,8 @@ TEST(Linear, GivesTheKnownValues)
         {normals, "0 1", "0 0 2 0 3 0", "-1", "0 0 1"},
         {normals, "0 1", "9e-7 0 0 0 3 0", "0", "9e-07 0 0"},
         {rotation, "0 1", "0 1 0 0 0 1 0 1", ".5", "0 1 0 0.5"},
-        {rotation, "0 1", "0 2 0 0 0 2 0 1", "7", "0 2 0 1"}, // a stored rotation keeps its axis
-        {rotation, "0 1", "0 0 0 3 0 1 0 1", ".5", "0 1 0 0.5"}, // no axis: no rotation
+        {rotation, "0 1", "0 2 0 0 0 2 0 1", "7", "0 2 0 1"},           // a stored rotation keeps its axis
+        {rotation, "0 1", "0 0 0 3 0 1 0 1", ".5", "0 1 0 0.5"},        // no axis: no rotation
         {rotation, "0 1", "1 0 0 3 -1 0 0 3", ".5", "1 0 0 3.1415927"}, // the shorter arc, through the half turn
     };
     LogCapture quiet(osg::LOG_LOG);

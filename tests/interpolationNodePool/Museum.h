@@ -38,7 +38,8 @@ inline std::vector<OddKeys> const& oddKeys()
         {"out of order at infinity", {0, inf, 0.5f, inf, 2}},
         {"huge", {-max, 0, max}},
         {"denormal", {0, 1e-45f, 3e-45f, 1e-40f}},
-        {"long", [] {
+        {"long",
+         [] {
              std::vector<float> keys;
              for (int i = 0; i < 300; ++i)
                  keys.push_back(static_cast<float>(i) / 299.f);
@@ -52,8 +53,7 @@ inline std::vector<OddKeys> const& oddKeys()
 inline std::vector<float> oddFractions(std::vector<float> const& keys)
 {
     constexpr float inf = std::numeric_limits<float>::infinity();
-    std::vector<float> fractions = {0, -0.f, 1, 0.3f, 0.65f, -5, 9, -inf, inf,
-                                    std::numeric_limits<float>::quiet_NaN()};
+    std::vector<float> fractions = {0, -0.f, 1, 0.3f, 0.65f, -5, 9, -inf, inf, std::numeric_limits<float>::quiet_NaN()};
     for (std::size_t i = 0; i < keys.size(); ++i) {
         fractions.push_back(keys[i]);
         fractions.push_back(std::nextafter(keys[i], -inf));

@@ -18,8 +18,8 @@ struct Found {
 };
 
 /// The search written down plainly: one key at a time, resuming where the last one ended.
-inline Found plainSearch(std::vector<float> const& keys, std::size_t values, bool multiValue, float fraction,
-                         bool binary, unsigned& lastIndex)
+inline Found plainSearch(std::vector<float> const& keys, std::size_t values, bool multiValue, float fraction, bool binary,
+                         unsigned& lastIndex)
 {
     unsigned const n = static_cast<unsigned>(std::min(keys.size(), values));
     unsigned const perKey = !multiValue ? 1 : n == 0 ? 0 : static_cast<unsigned>(values) / n;
@@ -73,7 +73,13 @@ using OutputOf = std::remove_reference_t<decltype(outputOf(std::declval<NodeClas
 template <class Element>
 Element anyValue(std::mt19937& random, bool odd = true)
 {
-    constexpr float oddities[] = {0, -0.f, 1e-30f, -1e-45f, 3e38f, -3e38f, std::numeric_limits<float>::infinity(),
+    constexpr float oddities[] = {0,
+                                  -0.f,
+                                  1e-30f,
+                                  -1e-45f,
+                                  3e38f,
+                                  -3e38f,
+                                  std::numeric_limits<float>::infinity(),
                                   std::numeric_limits<float>::quiet_NaN()};
     auto const number = [&] {
         return odd && random() % 40 == 0 ? oddities[random() % std::size(oddities)]
@@ -130,7 +136,10 @@ void visitMuseum()
     using Element = ElementOf<NodeClass>;
     using Output = typename OutputOf<NodeClass>::ValueType;
     using Model = Plain<NodeClass>;
-    constexpr bool multiValue = requires(Output output) { output.size(); };
+    constexpr bool multiValue = requires(Output output)
+    {
+        output.size();
+    };
     std::mt19937 random(5);
     auto const value = [&random] {
         if constexpr (requires { Model::value(random); })
@@ -167,8 +176,8 @@ void visitMuseum()
                 std::vector<float> fractions = oddFractions(odd.keys);
                 std::shuffle(fractions.begin(), fractions.end(), random);
                 for (float const fraction : fractions) {
-                    auto const where = testing::Message() << NodeClass::_type._name << ", keys " << odd.name << ", "
-                        << count << " values, fraction " << fraction << (binary ? ", binary" : "");
+                    auto const where = testing::Message() << NodeClass::_type._name << ", keys " << odd.name << ", " << count
+                                                          << " values, fraction " << fraction << (binary ? ", binary" : "");
                     Found const found = plainSearch(odd.keys, count, multiValue, fraction, binary, lastIndex);
                     bool const sends = Model::calculate(odd.keys, values, found, expected);
                     sink._received.clear();

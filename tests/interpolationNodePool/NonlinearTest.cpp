@@ -13,7 +13,10 @@ constexpr float inf = std::numeric_limits<float>::infinity();
 
 // Of every type here the list of values is the last field but one, the output the last. Lists are read and
 // written as the floats they store.
-Field& values(Node& node) { return *node.fields().end()[-2]; }
+Field& values(Node& node)
+{
+    return *node.fields().end()[-2];
+}
 
 std::vector<float> output(Interpolator& node, float fraction)
 {
@@ -27,8 +30,8 @@ std::vector<float> output(Interpolator& node, float fraction)
 
 TEST(Nonlinear, GivesTheKnownValues)
 {
-    char const *scalar = "SplineScalarInterpolator", *position = "SplinePositionInterpolator3D",
-               *ease = "EaseInEaseOut", *squad = "SquadOrientationInterpolator";
+    char const *scalar = "SplineScalarInterpolator", *position = "SplinePositionInterpolator3D", *ease = "EaseInEaseOut",
+               *squad = "SquadOrientationInterpolator";
     struct Case {
         char const *type, *key, *values;
         float fraction;
@@ -54,7 +57,7 @@ TEST(Nonlinear, GivesTheKnownValues)
         {ease, "0 2", "0 0 0 0", 1.5f, {-inf}},       // and after 1
         {ease, "0 .5 1", "0 0 0 0", .75f, {.5f}},
         {ease, "0 .5 1", "", .75f, {}},
-        {ease, "0 .5 1", "0 .6 .1 .1 .2 0", .5f, {0.5294118f}}, // an inner key begins an interval
+        {ease, "0 .5 1", "0 .6 .1 .1 .2 0", .5f, {0.5294118f}},       // an inner key begins an interval
         {ease, "0 .5 1", "0 .6 .1 .1 .2 0", .5f, {0.3205128f}, true}, // or ends one
         {squad, "0 .5 1", "0 0 1 0 0 0 1 1 0 0 1 2", .25f, {0, 0, .24740396f, .96891242f}},
         {squad, "0 1", "0 0 0 5 0 0 1 2", .5f, {0, 0, .47942554f, .87758256f}},
@@ -135,8 +138,7 @@ namespace test {
 
 struct PlainSpline {
     template <class Value>
-    static bool calculate(std::vector<float> const& keys, std::vector<Value> const& values, Found const& found,
-                          Value& out)
+    static bool calculate(std::vector<float> const& keys, std::vector<Value> const& values, Found const& found, Value& out)
     {
         if (found.type == InterpolatorProc::FractionKey)
             out = values[found.index];
@@ -174,8 +176,7 @@ struct Plain<SquadOrientationInterpolator> {
 
 template <>
 struct Plain<EaseInEaseOut> {
-    static bool calculate(std::vector<float> const& keys, std::vector<osg::Vec2f> const& shares, Found const& found,
-                          float& out)
+    static bool calculate(std::vector<float> const& keys, std::vector<osg::Vec2f> const& shares, Found const& found, float& out)
     {
         unsigned const j = found.index;
         if (found.type == InterpolatorProc::FractionKey)
@@ -190,10 +191,10 @@ struct Plain<EaseInEaseOut> {
             arriving /= sum;
         }
         float const t = 1 / ((2 - leaving) - arriving);
-        out = sum < 0              ? u
-            : leaving > u          ? (t / leaving) * (u * u)
-            : (1 - arriving) > u   ? ((u + u) - leaving) * t
-                                   : 1 - ((1 - u) * (1 - u) * t) / arriving;
+        out = sum < 0            ? u
+            : leaving > u        ? (t / leaving) * (u * u)
+            : (1 - arriving) > u ? ((u + u) - leaving) * t
+                                 : 1 - ((1 - u) * (1 - u) * t) / arriving;
         return true;
     }
 };

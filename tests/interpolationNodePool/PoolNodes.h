@@ -10,7 +10,10 @@
 namespace Zelvan::test {
 
 template <class Class>
-constexpr bool isCreatable = requires { &Class::createNode; };
+constexpr bool isCreatable = requires
+{
+    &Class::createNode;
+};
 
 template <class Kept, bool creatable, class... Classes>
 struct ChosenNodes {

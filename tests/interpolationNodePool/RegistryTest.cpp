@@ -86,8 +86,7 @@ TYPED_TEST(EveryNode, BreaksTheLoopWhenAFieldComesBack)
         EXPECT_EQ(log[0].level, osg::LOG_INFO);
         EXPECT_EQ(log[0].file, "interpolationNodePool/" + name);
         EXPECT_THAT(log[0].function, testing::StartsWith("virtual void Zelvan::" + name + "::fieldChanged("));
-        EXPECT_EQ(log[0].text,
-                  "Field " + name + "/node." + field->findName() + " is already changing; break loop\n");
+        EXPECT_EQ(log[0].text, "Field " + name + "/node." + field->findName() + " is already changing; break loop\n");
         EXPECT_EQ(node._isChangingMask, field->_desc->_mask) << "the bit belongs to the outer change";
         log.clear();
 

@@ -18,8 +18,8 @@ using test::Scene;
 Matrix placed(float turn, osg::Vec3f const& scale, osg::Vec3f const& move = {})
 {
     float const c = std::cos(turn * 0.017453293f), s = std::sin(turn * 0.017453293f);
-    return {c * scale[0], -s * scale[1], 0, move[0], s * scale[0], c * scale[1], 0, move[1],
-            0, 0, scale[2], move[2], 0, 0, 0, 1};
+    return {
+        c * scale[0], -s * scale[1], 0, move[0], s * scale[0], c * scale[1], 0, move[1], 0, 0, scale[2], move[2], 0, 0, 0, 1};
 }
 
 Matrix sheared(float shear, float move)
@@ -214,8 +214,8 @@ TEST_F(Transformation, RefreshesLogarithmsWhenKeyValuesChange)
     // A cache of another size is never patched: no placeholder may pass for a logarithm.
     for (std::size_t const size : {0u, 1u, 5u})
         for (std::function<void()> const& refresh : std::initializer_list<std::function<void()>>{
-                 [this] { change(node._set_firstKeyValue); }, [this] { change(node._set_lastKeyValue); },
-                 [this] { at(.5f); }, [this] { proc.interpolateMatrix(node._value_changed._value, 0, 1, 0); }}) {
+                 [this] { change(node._set_firstKeyValue); }, [this] { change(node._set_lastKeyValue); }, [this] { at(.5f); },
+                 [this] { proc.interpolateMatrix(node._value_changed._value, 0, 1, 0); }}) {
             cache.assign(size, untouched);
             refresh();
             EXPECT_TRUE(cache.size() == 3 && holds(0) && holds(1) && holds(2)) << size;

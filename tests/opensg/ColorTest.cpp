@@ -50,8 +50,14 @@ Triple fromHSV(Triple hsv)
     return sectors[sector];
 }
 
-bool same(Triple x, Triple y) { return std::memcmp(&x, &y, sizeof x) == 0; }
-Triple values(Color3f const& c) { return {c[0], c[1], c[2]}; }
+bool same(Triple x, Triple y)
+{
+    return std::memcmp(&x, &y, sizeof x) == 0;
+}
+Triple values(Color3f const& c)
+{
+    return {c[0], c[1], c[2]};
+}
 
 TEST(Color, ConvertsToTheBit)
 {
@@ -87,14 +93,17 @@ TEST(Color, OfNaNComponentsTheOrderDecides)
     struct {
         Triple rgb;
         float saturation, value; // NaN: is one
-    } const cases[] = {{{nan, 0.5f, 0.2f}, 0.6f, 0.5f}, {{0.5f, nan, 0.2f}, nan, nan}, {{0.5f, 0.2f, nan}, 0.6f, 0.5f},
-                       {{nan, nan, nan}, nan, nan},     {{0.2f, 0.5f, nan}, 0.6f, 0.5f}};
+    } const cases[] = {{{nan, 0.5f, 0.2f}, 0.6f, 0.5f},
+                       {{0.5f, nan, 0.2f}, nan, nan},
+                       {{0.5f, 0.2f, nan}, 0.6f, 0.5f},
+                       {{nan, nan, nan}, nan, nan},
+                       {{0.2f, 0.5f, nan}, 0.6f, 0.5f}};
     for (auto const& c : cases) {
         Triple hsv;
         Color3f(c.rgb.a, c.rgb.b, c.rgb.c).getValuesHSV(hsv.a, hsv.b, hsv.c);
         auto const equal = [](float a, float b) { return a == b || (std::isnan(a) && std::isnan(b)); };
-        EXPECT_TRUE(equal(hsv.b, c.saturation) && equal(hsv.c, c.value)) << c.rgb.a << ' ' << c.rgb.b << ' ' << c.rgb.c
-                                                                         << ": " << hsv.b << ' ' << hsv.c;
+        EXPECT_TRUE(equal(hsv.b, c.saturation) && equal(hsv.c, c.value))
+            << c.rgb.a << ' ' << c.rgb.b << ' ' << c.rgb.c << ": " << hsv.b << ' ' << hsv.c;
     }
 }
 

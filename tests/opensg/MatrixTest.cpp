@@ -20,7 +20,10 @@ using Real = long double;
 using Reference = Eigen::Matrix<Real, 4, 4>;
 constexpr Real pi = EIGEN_PI;
 
-Reference exact(Matrix const& m) { return Eigen::Map<Eigen::Matrix4f const>(m.getValues()).cast<Real>(); }
+Reference exact(Matrix const& m)
+{
+    return Eigen::Map<Eigen::Matrix4f const>(m.getValues()).cast<Real>();
+}
 Matrix rounded(Reference const& m)
 {
     Matrix result;
@@ -34,7 +37,10 @@ Reference rotation(Vec3f const& axis, Real angle)
     result.topLeftCorner<3, 3>() = Eigen::AngleAxis<Real>(angle, direction.normalized()).matrix();
     return result;
 }
-Reference scaling(Real x, Real y, Real z) { return Eigen::Matrix<Real, 4, 1>(x, y, z, 1).asDiagonal(); }
+Reference scaling(Real x, Real y, Real z)
+{
+    return Eigen::Matrix<Real, 4, 1>(x, y, z, 1).asDiagonal();
+}
 Reference moved(Reference m, Real x, Real y, Real z)
 {
     m.col(3).head<3>() << x, y, z;
@@ -42,9 +48,18 @@ Reference moved(Reference m, Real x, Real y, Real z)
 }
 
 /// The larger one, and a NaN larger than all.
-Real worse(Real a, Real b) { return std::isnan(a) || a >= b ? a : b; }
-Real largest(Reference const& m) { return m.cwiseAbs().maxCoeff<Eigen::PropagateNaN>(); }
-Real difference(Matrix const& a, Reference const& b) { return largest(exact(a) - b) / largest(b); }
+Real worse(Real a, Real b)
+{
+    return std::isnan(a) || a >= b ? a : b;
+}
+Real largest(Reference const& m)
+{
+    return m.cwiseAbs().maxCoeff<Eigen::PropagateNaN>();
+}
+Real difference(Matrix const& a, Reference const& b)
+{
+    return largest(exact(a) - b) / largest(b);
+}
 /// The error of exp(log(m)), relative to the largest element; huge if there is no logarithm.
 Real roundTrip(Matrix const& m)
 {
@@ -85,9 +100,8 @@ TEST(Matrix, LogarithmOfUnequalScalesIsAsExactAsFloatsAllow)
         Real const spread = i % 3 == 0 ? 0.01L : i % 3 == 1 ? 0.7L : 3;
         auto const factor = [&] { return std::pow(Real(10), spread * uniform(random)); };
         Reference const orientation = rotation(direction(), 3 * uniform(random));
-        Matrix const m = rounded(moved(rotation(direction(), i % 5 == 0 ? pi - 0.05L : pi * uniform(random))
-                                           * orientation * scaling(factor(), factor(), factor())
-                                           * orientation.transpose(),
+        Matrix const m = rounded(moved(rotation(direction(), i % 5 == 0 ? pi - 0.05L : pi * uniform(random)) * orientation
+                                           * scaling(factor(), factor(), factor()) * orientation.transpose(),
                                        100 * uniform(random), 0, 1));
         Reference const log = exact(m).log();
         if (!(difference(m, log.exp()) < 1e-12L))
@@ -230,9 +244,20 @@ TEST(Matrix, ExponentialAndDecompositionsAreExact)
     Worst composed{"setTransform of what the decompositions gave", 2e-6L};
     std::mt19937 random(3);
     std::uniform_real_distribution<float> uniform(-1, 1);
-    Real const factors[][3] = {{1, 1, 1}, {1, 2, 3}, {3, 2, 1}, {5, 5, 1}, {1e3L, 1, 1e-3L}, {1, 1, 0}, {2, 0, 0},
-                               {0, 0, 0}, {1, 1, -1}, {-1, -2, -3}, {1, 1e-8L, 1e-8L}, {1e-42L, 1e-42L, 1e-41L},
-                               {1e38L, 1e37L, 1e38L}, {1, 1 + 1e-6L, 1 - 1e-6L}};
+    Real const factors[][3] = {{1, 1, 1},
+                               {1, 2, 3},
+                               {3, 2, 1},
+                               {5, 5, 1},
+                               {1e3L, 1, 1e-3L},
+                               {1, 1, 0},
+                               {2, 0, 0},
+                               {0, 0, 0},
+                               {1, 1, -1},
+                               {-1, -2, -3},
+                               {1, 1e-8L, 1e-8L},
+                               {1e-42L, 1e-42L, 1e-41L},
+                               {1e38L, 1e37L, 1e38L},
+                               {1, 1 + 1e-6L, 1 - 1e-6L}};
     for (int i = 0; i < 2000; ++i) {
         Matrix m;
         for (int k = 0; k < 16; ++k)

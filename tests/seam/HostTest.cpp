@@ -23,8 +23,8 @@ public:
     Probe(NodeType& type, NodeNameSpace& nameSpace, char const* name) : Node(type, nameSpace, name)
     {
         unsigned index = 0;
-        for (Field* const field : std::initializer_list<Field*>{&_fraction_changed, &_float, &_floats, &_color, &_vec2,
-                                                                &_vec2s, &_vec3, &_vec3s, &_rotation, &_matrix})
+        for (Field* const field : std::initializer_list<Field*>{&_fraction_changed, &_float, &_floats, &_color, &_vec2, &_vec2s,
+                                                                &_vec3, &_vec3s, &_rotation, &_matrix})
             regField(*field, _type, index++, true);
     }
     ~Probe() override
@@ -69,13 +69,19 @@ NodePartDesc part(unsigned index, NodePartDataType type, NodePartType access = i
 {
     return {index, 1ul << index, access, type, 1, name ? name : dataTypeName(type), nullptr, nullptr, nullptr, "", 0};
 }
-NodePartDesc Probe::_desc[10] = {
-    part(0, SFFloatType, outputOnly, "fraction_changed"), part(1, SFFloatType), part(2, MFFloatType),
-    part(3, SFColorType), part(4, SFVec2fType), part(5, MFVec2fType), part(6, SFVec3fType), part(7, MFVec3fType),
-    part(8, SFRotationType), part(9, SFMatrix4fType)};
+NodePartDesc Probe::_desc[10] = {part(0, SFFloatType, outputOnly, "fraction_changed"),
+                                 part(1, SFFloatType),
+                                 part(2, MFFloatType),
+                                 part(3, SFColorType),
+                                 part(4, SFVec2fType),
+                                 part(5, MFVec2fType),
+                                 part(6, SFVec3fType),
+                                 part(7, MFVec3fType),
+                                 part(8, SFRotationType),
+                                 part(9, SFMatrix4fType)};
 NodeType Probe::_type(
-    theSceneNodeTypeFactory(), "Probe", "HostPool", nullptr, nullptr, nullptr, "Tests", nullptr, "stable", "", "Host",
-    false, false, [](Node* node) { return dynamic_cast<Probe*>(node) != nullptr; },
+    theSceneNodeTypeFactory(), "Probe", "HostPool", nullptr, nullptr, nullptr, "Tests", nullptr, "stable", "", "Host", false,
+    false, [](Node* node) { return dynamic_cast<Probe*>(node) != nullptr; },
     [](NodeType& type, NodeNameSpace& nameSpace, char const* name) -> Node* { return new Probe(type, nameSpace, name); },
     [](NodeType& type, Node& node) -> NodeProc* { return new ProbeProc(type, node); }, Probe::_desc, 10);
 

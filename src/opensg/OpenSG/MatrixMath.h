@@ -56,8 +56,8 @@ inline bool narrow(Columns const& values, Matrix& result)
     Quad misfit = {0, 0, 0, 0};
     for (UInt32 c = 0; c < 4; ++c) {
         Pair const upper = values._pairs[c][0], lower = values._pairs[c][1];
-        Quad const column = {static_cast<Real32>(upper[0]), static_cast<Real32>(upper[1]),
-                             static_cast<Real32>(lower[0]), static_cast<Real32>(lower[1])};
+        Quad const column = {static_cast<Real32>(upper[0]), static_cast<Real32>(upper[1]), static_cast<Real32>(lower[0]),
+                             static_cast<Real32>(lower[1])};
         std::memcpy(result[c].getValues(), &column, sizeof column);
         misfit += column * 0;
     }

@@ -32,10 +32,7 @@ public:
     /// A saturation of 0 gives a grey, a hue of 360 is a hue of 0. A hue that lies in none of the six sectors
     /// (a NaN, say) is reported on the standard error stream and leaves the colour as it is.
     void setValuesHSV(Real32 hue, Real32 saturation, Real32 value) { convertFromHSV(_rgb, hue, saturation, value); }
-    void getValuesHSV(Real32& hue, Real32& saturation, Real32& value) const
-    {
-        convertToHSV(_rgb, hue, saturation, value);
-    }
+    void getValuesHSV(Real32& hue, Real32& saturation, Real32& value) const { convertToHSV(_rgb, hue, saturation, value); }
     static void convertFromHSV(ValueType* rgb, Real32 hue, Real32 saturation, Real32 value);
     static void convertToHSV(ValueType const* rgb, Real32& hue, Real32& saturation, Real32& value);
 

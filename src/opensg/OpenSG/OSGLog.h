@@ -119,7 +119,7 @@ inline Log& osgLog()
 }
 
 /// Takes the lock and opens an entry. The texts may be null.
-OSG_BASELIB_DLLMAPPING std::ostream& osgStartLog(bool logHeader, LogLevel level, Char8 const* module,
-                                                 Char8 const* file, UInt32 line, Char8 const* function);
+OSG_BASELIB_DLLMAPPING std::ostream& osgStartLog(bool logHeader, LogLevel level, Char8 const* module, Char8 const* file,
+                                                 UInt32 line, Char8 const* function);
 
 OSG_END_NAMESPACE

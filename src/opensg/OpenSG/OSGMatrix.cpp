@@ -22,7 +22,7 @@ matrixMath::Determinant matrixMath::determinant(double const* elements)
     constexpr int columns[6][2] = {{0, 1}, {0, 2}, {0, 3}, {1, 2}, {1, 3}, {2, 3}};
     constexpr int signs[6] = {1, -1, 1, 1, -1, 1};
     auto const m = [elements](int row, int column) { return elements[4 * column + row]; };
-    auto const minor = [&m](int row, int const (&c)[2]) {
+    auto const minor = [&m](int row, int const(&c)[2]) {
         double const a = m(row, c[0]) * m(row + 1, c[1]), b = m(row, c[1]) * m(row + 1, c[0]);
         return Determinant{a - b, std::abs(a) + std::abs(b)};
     };
@@ -105,8 +105,8 @@ void TransformationMatrix<T>::mult(TransformationMatrix const& matrix)
     TransformationMatrix result;
     for (UInt32 c = 0; c < 4; ++c)
         for (UInt32 r = 0; r < 4; ++r)
-            result[c][r] = _matrix[0][r] * matrix[c][0] + _matrix[1][r] * matrix[c][1]
-                + _matrix[2][r] * matrix[c][2] + _matrix[3][r] * matrix[c][3];
+            result[c][r] = _matrix[0][r] * matrix[c][0] + _matrix[1][r] * matrix[c][1] + _matrix[2][r] * matrix[c][2]
+                + _matrix[3][r] * matrix[c][3];
     *this = result;
 }
 

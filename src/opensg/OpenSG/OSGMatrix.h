@@ -18,9 +18,8 @@ public:
 
     constexpr TransformationMatrix() = default;
     /// Row by row, as the matrix is written on paper.
-    constexpr TransformationMatrix(ValueType v00, ValueType v01, ValueType v02, ValueType v03,
-                                   ValueType v10, ValueType v11, ValueType v12, ValueType v13,
-                                   ValueType v20, ValueType v21, ValueType v22, ValueType v23,
+    constexpr TransformationMatrix(ValueType v00, ValueType v01, ValueType v02, ValueType v03, ValueType v10, ValueType v11,
+                                   ValueType v12, ValueType v13, ValueType v20, ValueType v21, ValueType v22, ValueType v23,
                                    ValueType v30, ValueType v31, ValueType v32, ValueType v33)
     {
         setValue(v00, v01, v02, v03, v10, v11, v12, v13, v20, v21, v22, v23, v30, v31, v32, v33);
@@ -29,9 +28,8 @@ public:
     static TransformationMatrix const& identity();
     constexpr void setIdentity() { *this = TransformationMatrix(); }
     /// Row by row, as the matrix is written on paper.
-    constexpr void setValue(ValueType v00, ValueType v01, ValueType v02, ValueType v03,
-                            ValueType v10, ValueType v11, ValueType v12, ValueType v13,
-                            ValueType v20, ValueType v21, ValueType v22, ValueType v23,
+    constexpr void setValue(ValueType v00, ValueType v01, ValueType v02, ValueType v03, ValueType v10, ValueType v11,
+                            ValueType v12, ValueType v13, ValueType v20, ValueType v21, ValueType v22, ValueType v23,
                             ValueType v30, ValueType v31, ValueType v32, ValueType v33)
     {
         _matrix[0].setValues(v00, v10, v20, v30);
@@ -67,8 +65,7 @@ public:
     void setTransform(QuaternionType const& r);
     void setTransform(VectorType3f const& t, QuaternionType const& r);
     void setTransform(VectorType3f const& t, QuaternionType const& r, VectorType3f const& s);
-    void setTransform(VectorType3f const& t, QuaternionType const& r, VectorType3f const& s,
-                      QuaternionType const& so);
+    void setTransform(VectorType3f const& t, QuaternionType const& r, VectorType3f const& s, QuaternionType const& so);
 
     /// this = this * matrix.
     void mult(TransformationMatrix const& matrix);

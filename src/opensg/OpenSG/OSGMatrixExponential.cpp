@@ -74,9 +74,8 @@ inline bool exponentialOfAffine(Columns const& log, int halvings, Matrix& expone
     }
 
     p = {p._a * Pair{1, half}, p._b * Pair{half, quarter}, p._c * Pair{quarter, quarter * half}};
-    auto const timesUpper = [&log](Pair const (&v)[2], int i) {
-        return (log._pairs[0][i] * twice(v[0][0]) + log._pairs[1][i] * twice(v[0][1]))
-            + log._pairs[2][i] * twice(v[1][0]);
+    auto const timesUpper = [&log](Pair const(&v)[2], int i) {
+        return (log._pairs[0][i] * twice(v[0][0]) + log._pairs[1][i] * twice(v[0][1])) + log._pairs[2][i] * twice(v[1][0]);
     };
     Columns result;
     for (int c = 0; c < 4; ++c) {
@@ -86,8 +85,7 @@ inline bool exponentialOfAffine(Columns const& log, int halvings, Matrix& expone
             if (c < 3)
                 result._pairs[c][i] = one[i] * twice(p._b[0]) + two[i] * twice(p._c[0]);
             else
-                result._pairs[c][i] = (one[i] * twice(p._a[1]) + two[i] * twice(p._b[1]))
-                    + timesUpper(two, i) * twice(p._c[1]);
+                result._pairs[c][i] = (one[i] * twice(p._a[1]) + two[i] * twice(p._b[1])) + timesUpper(two, i) * twice(p._c[1]);
     }
     result._pairs[0][0] += Pair{p._a[0], 0};
     result._pairs[1][0] += Pair{0, p._a[0]};
@@ -107,8 +105,8 @@ inline void multiply(Columns const& a, Columns const& b, Columns& result)
         Pair const x = {upper[0], upper[0]}, y = {upper[1], upper[1]};
         Pair const z = {lower[0], lower[0]}, w = {lower[1], lower[1]};
         for (int half = 0; half < 2; ++half)
-            product._pairs[c][half] = (a._pairs[0][half] * x + a._pairs[1][half] * y)
-                + (a._pairs[2][half] * z + a._pairs[3][half] * w);
+            product._pairs[c][half] =
+                (a._pairs[0][half] * x + a._pairs[1][half] * y) + (a._pairs[2][half] * z + a._pairs[3][half] * w);
     }
     result = product;
 }
@@ -148,8 +146,7 @@ bool matrixMath::exponential(Columns const& matrix, Columns& result)
     for (int n : {9, 6, 3, 0}) {
         for (int c = 0; c < 4; ++c) {
             for (int half = 0; half < 2; ++half)
-                result._pairs[c][half] +=
-                    x._pairs[c][half] * taylor[n + 1] + square._pairs[c][half] * taylor[n + 2];
+                result._pairs[c][half] += x._pairs[c][half] * taylor[n + 1] + square._pairs[c][half] * taylor[n + 2];
             result._pairs[c][c / 2] += c % 2 == 0 ? Pair{taylor[n], 0} : Pair{0, taylor[n]};
         }
         if (n > 0)

@@ -66,7 +66,7 @@ bool principalLog(Schur const& schur, Matrix4& result)
 /// A plane that a matrix turns by about half a turn.
 struct TurnedPlane {
     Matrix4 _projector;
-    Matrix4 _quarter; ///< turns the plane by a right angle, and is 0 elsewhere
+    Matrix4 _quarter;               ///< turns the plane by a right angle, and is 0 elsewhere
     double _turn, _scale, _stretch; ///< in the plane the matrix is _turn * _quarter - _scale, but for a stretch
 };
 
@@ -74,8 +74,8 @@ struct TurnedPlane {
 TurnedPlane turnedPlane(Matrix4 const& m, double mean, double otherSum, double otherProduct)
 {
     // A polynomial of the matrix that vanishes for the other eigenvalues.
-    Matrix4 polynomial = (m * m - otherSum * m + otherProduct * Matrix4::Identity())
-        / (mean * mean - otherSum * mean + otherProduct);
+    Matrix4 polynomial =
+        (m * m - otherSum * m + otherProduct * Matrix4::Identity()) / (mean * mean - otherSum * mean + otherProduct);
     // Of an affine map the last one stands alone. Where it is far larger than the pair, rounding would leave more
     // here than the pair has.
     if (m.row(3).head<3>().isZero(0) && m(3, 3) > 0)
@@ -135,8 +135,7 @@ bool realLog(Matrix4& m, double unit, Matrix4& result)
         auto const end = std::partition(values.data(), values.data() + 4, isNearNegative);
         if (end - values.data() < 2)
             break;
-        std::partial_sort(values.data(), values.data() + 2, end,
-                          [](Complex a, Complex b) { return a.real() < b.real(); });
+        std::partial_sort(values.data(), values.data() + 2, end, [](Complex a, Complex b) { return a.real() < b.real(); });
         double const mean = (values[0].real() + values[1].real()) / 2;
         TurnedPlane plane;
         if ((rest - mean * one).cwiseAbs().maxCoeff() <= -1e-6 * mean) {
@@ -206,8 +205,7 @@ bool TransformationMatrix<T>::logOf(TransformationMatrix const& matrix)
     // Where the elements differ by more than doubles can hold, the steps above lose their way without noticing.
     Eigen::Map<Matrix4>(log.values()) = -result;
     auto const largest = [](Matrix4 const& error) { return error.cwiseAbs().maxCoeff<Eigen::PropagateNaN>(); };
-    if (!(largest(m - given) <= 8 * std::max(decimals, 1e-6 * powerOfTwo(size)))
-        || !exponential(log, inverse)
+    if (!(largest(m - given) <= 8 * std::max(decimals, 1e-6 * powerOfTwo(size))) || !exponential(log, inverse)
         || !(largest(Eigen::Map<Matrix4>(inverse.values()) * m - Matrix4::Identity()) < 1e-4))
         return fail(*this);
 

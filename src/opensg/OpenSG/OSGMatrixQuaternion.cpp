@@ -47,10 +47,9 @@ void TransformationMatrix<T>::setTransform(VectorType3f const& t, QuaternionType
     // Scaled columns of R SO times the rows of SO^-1, which are the columns of SO.
     double const a[4] = {r.x(), r.y(), r.z(), r.w()}, b[4] = {so.x(), so.y(), so.z(), so.w()};
     Matrix3 turned, orientation;
-    rotationOf({a[3] * b[0] + a[0] * b[3] + a[1] * b[2] - a[2] * b[1],
-                a[3] * b[1] + a[1] * b[3] + a[2] * b[0] - a[0] * b[2],
-                a[3] * b[2] + a[2] * b[3] + a[0] * b[1] - a[1] * b[0],
-                a[3] * b[3] - a[0] * b[0] - a[1] * b[1] - a[2] * b[2]}, turned);
+    rotationOf({a[3] * b[0] + a[0] * b[3] + a[1] * b[2] - a[2] * b[1], a[3] * b[1] + a[1] * b[3] + a[2] * b[0] - a[0] * b[2],
+                a[3] * b[2] + a[2] * b[3] + a[0] * b[1] - a[1] * b[0], a[3] * b[3] - a[0] * b[0] - a[1] * b[1] - a[2] * b[2]},
+               turned);
     rotationOf(b, orientation);
     for (UInt32 c = 0; c < 3; ++c) {
         double const x = orientation[0][c] * s[0], y = orientation[1][c] * s[1], z = orientation[2][c] * s[2];
@@ -97,7 +96,6 @@ void QuaternionBase<Real32>::setValue(TransformationMatrix<Real32> const& matrix
 }
 
 template void TransformationMatrix<Real32>::setRotate(Quaternion const&);
-template void TransformationMatrix<Real32>::setTransform(Vec3f const&, Quaternion const&, Vec3f const&,
-                                                         Quaternion const&);
+template void TransformationMatrix<Real32>::setTransform(Vec3f const&, Quaternion const&, Vec3f const&, Quaternion const&);
 
 OSG_END_NAMESPACE

@@ -42,10 +42,7 @@ public:
         ValueType const scale = std::sin(half) / length;
         setValueAsQuat(x * scale, y * scale, z * scale, std::cos(half));
     }
-    void setValueAsAxisRad(VectorType const& axis, ValueType angle)
-    {
-        setValueAsAxisRad(axis[0], axis[1], axis[2], angle);
-    }
+    void setValueAsAxisRad(VectorType const& axis, ValueType angle) { setValueAsAxisRad(axis[0], axis[1], axis[2], angle); }
     void setValueAsAxisDeg(VectorType const& axis, ValueType degrees)
     {
         setValueAsAxisRad(axis, degrees * ValueType(0.017453292519943295));

@@ -31,8 +31,8 @@ std::vector<Finding> checkScene(Scene& scene, std::vector<Finding> readerFinding
         auto const finite = [](auto number) { return std::isfinite(number); };
         values.finite = std::all_of(usable.begin(), usable.end(), finite)
             && std::all_of(values.numbers.begin(),
-                           values.numbers.begin()
-                               + static_cast<std::ptrdiff_t>(values.count * values.perKey * values.width), finite);
+                           values.numbers.begin() + static_cast<std::ptrdiff_t>(values.count * values.perKey * values.width),
+                           finite);
         if (checkMissing(values, drive, failed, refusedFields, findings))
             checkKeys(values, drive, findings);
         checkValues(values, findings);

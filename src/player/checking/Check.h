@@ -40,19 +40,20 @@ struct Finding {
     /// What mends it, and all else of its code at its node: that is one fix, which the first of them has.
     std::vector<TextChange> changes = {};
     std::optional<std::size_t> key = {}; ///< of an interpolator: which one it is about, or begins at
-    bool mendable = true; ///< false: the fix of its code does not apply to this one
+    bool mendable = true;                ///< false: the fix of its code does not apply to this one
 };
 
 /// All there is to know about a code. The table is the source of docs/check-codes.md and of all help on codes.
 struct CheckCode {
-    char const* code;     ///< stable
-    Severity severity;    ///< usual one; a rule may report what does less harm below it
-    char const* title;    ///< in a few words, without a full stop
-    char const* meaning;  ///< when it is reported
-    char const* why;      ///< why it matters
-    std::string bad, good; ///< content of a Scene element that triggers it, and that does not; of "bad-xml" whole files, or none
+    char const* code;    ///< stable
+    Severity severity;   ///< usual one; a rule may report what does less harm below it
+    char const* title;   ///< in a few words, without a full stop
+    char const* meaning; ///< when it is reported
+    char const* why;     ///< why it matters
+    std::string bad,
+        good; ///< content of a Scene element that triggers it, and that does not; of "bad-xml" whole files, or none
     Fix fix;
-    char const* how;      ///< what the fix does, and to which part; without one, what a person can do
+    char const* how; ///< what the fix does, and to which part; without one, what a person can do
 };
 std::vector<CheckCode> const& checkCodes();
 /// The last one when there is none of that name.

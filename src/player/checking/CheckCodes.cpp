@@ -36,8 +36,8 @@ std::string fading(std::string const& fade)
 // A name stays what it is once it has been out: scripts wait for it.
 std::vector<CheckCode> const& checkCodes()
 {
-    constexpr Severity hint = Severity::hint, note = Severity::note, warning = Severity::warning,
-                       error = Severity::error;
+    constexpr Severity hint = Severity::hint, note = Severity::note, warning = Severity::warning, error = Severity::error;
+    // clang-format off
     static std::vector<CheckCode> const codes = {
         // The file.
         {.code = "loose-syntax", .severity = warning, .title = "Text that is not as its syntax asks",
@@ -376,6 +376,7 @@ std::vector<CheckCode> const& checkCodes()
          .good = fading("<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>"),
          .fix = Fix::none, .how = "--start NAME starts it; loop='true' lets it run from the opening on."},
     };
+    // clang-format on
     return codes;
 }
 

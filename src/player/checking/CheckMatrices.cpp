@@ -109,17 +109,17 @@ osg::Matrix halfWayByComponents(osg::Matrix const& from, osg::Matrix const& to)
     return result;
 }
 
-void reportRough(KeyedValues const& values, std::size_t i, Rounded const& rounded, double bent,
-                 FindingCollector& findings)
+void reportRough(KeyedValues const& values, std::size_t i, Rounded const& rounded, double bent, FindingCollector& findings)
 {
-    findings.add("matrix-rough", values.node, values.valueField,
-                 [&] {
-                     return values.valueName(i) + " has " + std::to_string(rounded.decimals)
-                         + " decimals: what their rounding makes of a turn is stretched, which bends the way to the "
-                           "next key by up to "
-                         + roundNumber(100 * std::min(bent, 1.0), 2) + " %";
-                 },
-                 "write " + std::to_string(rounded.enough) + " decimals or more");
+    findings.add(
+        "matrix-rough", values.node, values.valueField,
+        [&] {
+            return values.valueName(i) + " has " + std::to_string(rounded.decimals)
+                + " decimals: what their rounding makes of a turn is stretched, which bends the way to the "
+                  "next key by up to "
+                + roundNumber(100 * std::min(bent, 1.0), 2) + " %";
+        },
+        "write " + std::to_string(rounded.enough) + " decimals or more");
 }
 
 constexpr double visible = 0.01; // of bend
@@ -130,13 +130,14 @@ void checkProjection(KeyedValues const& values, std::size_t i, bool byComponents
     if (m[3] == 0 && m[7] == 0 && m[11] == 0 && (byComponents || m[15] == 1))
         return;
     bool const byRows = m[12] == 0 && m[13] == 0 && m[14] == 0 && m[15] == 1;
-    findings.add("matrix-projective", values.node, values.valueField,
-                 [&] {
-                     return values.valueName(i) + " is projective: its 4th, 8th, 12th and 16th numbers are "
-                         + listed(std::vector<double>{m[3], m[7], m[11], m[15]}) + ", not (0 0 0 1)";
-                 },
-                 byRows ? "write matrices column by column: a translation is the 13th to 15th number"
-                        : "leave the projection to the camera");
+    findings.add(
+        "matrix-projective", values.node, values.valueField,
+        [&] {
+            return values.valueName(i) + " is projective: its 4th, 8th, 12th and 16th numbers are "
+                + listed(std::vector<double>{m[3], m[7], m[11], m[15]}) + ", not (0 0 0 1)";
+        },
+        byRows ? "write matrices column by column: a translation is the 13th to 15th number"
+               : "leave the projection to the camera");
 }
 
 void checkComponents(KeyedValues const& values, std::vector<osg::Matrix> const& matrices, std::size_t i,
@@ -144,12 +145,10 @@ void checkComponents(KeyedValues const& values, std::vector<osg::Matrix> const& 
 {
     auto const mirrors = [&](std::size_t k) { return matrices[k].det3() < 0; };
     if (i > 0 && values.blends(i - 1) && mirrors(i - 1) != mirrors(i))
-        findings.add("matrix-mirrored", values.node, values.valueField,
-                     [&] {
-                         return step(values, i - 1)
-                             + ": one mirrors and the other does not: the scale passes through zero";
-                     },
-                     "let both mirror or neither", Severity::warning);
+        findings.add(
+            "matrix-mirrored", values.node, values.valueField,
+            [&] { return step(values, i - 1) + ": one mirrors and the other does not: the scale passes through zero"; },
+            "let both mirror or neither", Severity::warning);
     std::optional<Rounded> const rounded = roundedTurn(matrices[i]);
     if (!rounded)
         return;
@@ -170,22 +169,25 @@ std::optional<Vector> checkLogarithm(KeyedValues const& values, osg::Matrix cons
     osg::Matrix log;
     if (!log.logOf(matrix)) {
         bool const mirrors = matrix.det3() < 0;
-        findings.add(mirrors ? "matrix-mirrored" : "matrix-no-log", values.node, values.valueField,
-                     [&] {
-                         return values.valueName(i)
-                             + (mirrors ? " mirrors: it" : matrix.det3() == 0 ? " is singular: it" : "")
-                             + " has no real logarithm, so that the values around it are not numbers";
-                     },
-                     mirrors ? "mode 'component' blends mirrored matrices"
-                     : rounded ? "written with " + std::to_string(rounded->enough) + " decimals it has one"
-                               : "mode 'component' does without logarithms");
+        findings.add(
+            mirrors ? "matrix-mirrored" : "matrix-no-log", values.node, values.valueField,
+            [&] {
+                return values.valueName(i)
+                    + (mirrors                  ? " mirrors: it"
+                           : matrix.det3() == 0 ? " is singular: it"
+                                                : "")
+                    + " has no real logarithm, so that the values around it are not numbers";
+            },
+            mirrors       ? "mode 'component' blends mirrored matrices"
+                : rounded ? "written with " + std::to_string(rounded->enough) + " decimals it has one"
+                          : "mode 'component' does without logarithms");
         return {};
     }
     if (rounded) {
         // Of a half turn, rounding may decide which way it goes.
         osg::Matrix const half = halfByLogarithm(matrix, 0.5f);
-        double const bent = std::min(bend(half, halfByLogarithm(rounded->key, 0.5f)),
-                                     bend(half, halfByLogarithm(rounded->key, -0.5f)));
+        double const bent =
+            std::min(bend(half, halfByLogarithm(rounded->key, 0.5f)), bend(half, halfByLogarithm(rounded->key, -0.5f)));
         if (bent > visible) {
             reportRough(values, i, *rounded, bent, findings);
             return {};
@@ -213,12 +215,13 @@ void checkMatrices(KeyedValues const& values, FindingCollector& findings)
             continue;
         double const way = std::hypot((*turn)[0] - (*before)[0], (*turn)[1] - (*before)[1], (*turn)[2] - (*before)[2]);
         if (way > pi * 1.01)
-            findings.add("matrix-long-turn", values.node, values.valueField,
-                         [&] {
-                             return step(values, i - 1) + ": the blend of the logarithms turns by " + degrees(way)
-                                 + " degrees, the long way round";
-                         },
-                         "mode 'component' turns the shorter way");
+            findings.add(
+                "matrix-long-turn", values.node, values.valueField,
+                [&] {
+                    return step(values, i - 1) + ": the blend of the logarithms turns by " + degrees(way)
+                        + " degrees, the long way round";
+                },
+                "mode 'component' turns the shorter way");
     }
 }
 

@@ -64,13 +64,14 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
         if (length(rotation) > 1e-6)
             continue;
         bool const identity = std::abs(std::remainder(rotation[3], 2 * pi)) < 1e-3;
-        findings.add("zero-axis", values.node, values.valueField,
-                     [&] {
-                         return values.valueName(i) + " has a zero axis: "
-                             + (identity ? "not a valid rotation, although this one plays as no rotation"
-                                         : "its angle of " + degrees(rotation[3]) + " degrees is lost");
-                     },
-                     identity ? "write 0 0 1 0" : "write the axis", identity ? Severity::hint : Severity::warning, identity);
+        findings.add(
+            "zero-axis", values.node, values.valueField,
+            [&] {
+                return values.valueName(i) + " has a zero axis: "
+                    + (identity ? "not a valid rotation, although this one plays as no rotation"
+                                : "its angle of " + degrees(rotation[3]) + " degrees is lost");
+            },
+            identity ? "write 0 0 1 0" : "write the axis", identity ? Severity::hint : Severity::warning, identity);
     }
     if (values.count < 2)
         return;
@@ -100,22 +101,23 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
         if (!values.blends(i) || time(i) < briefest)
             continue;
         if (turn.sameAxis && (written > pi + 1e-3 || (written > pi - 1e-3 && otherWay)) && !wraps(i)) {
-            findings.add("long-turn", values.node, values.valueField,
-                         [&] {
-                             std::string const text = step(values, i) + " is written as a turn of "
-                                 + degrees(turn.written) + " degrees, but ";
-                             if (std::abs(turn.played) < 0.01)
-                                 return text + "plays as standing still";
-                             if (written < pi + 1e-3)
-                                 return text + "is just past half a turn and goes the other way";
-                             return text + "plays as " + degrees(turn.played) + " degrees"
-                                 + (otherWay ? " the other way" : "");
-                         },
-                         "add keys in between, so that no step is half a turn or more");
+            findings.add(
+                "long-turn", values.node, values.valueField,
+                [&] {
+                    std::string const text =
+                        step(values, i) + " is written as a turn of " + degrees(turn.written) + " degrees, but ";
+                    if (std::abs(turn.played) < 0.01)
+                        return text + "plays as standing still";
+                    if (written < pi + 1e-3)
+                        return text + "is just past half a turn and goes the other way";
+                    return text + "plays as " + degrees(turn.played) + " degrees" + (otherWay ? " the other way" : "");
+                },
+                "add keys in between, so that no step is half a turn or more");
         } else if (std::abs(turn.cosine) < 1e-5) {
-            findings.add("half-turn", values.node, values.valueField,
-                         [&] { return step(values, i) + " is half a turn: rounding decides which way it goes"; },
-                         "add a key in between");
+            findings.add(
+                "half-turn", values.node, values.valueField,
+                [&] { return step(values, i) + " is half a turn: rounding decides which way it goes"; },
+                "add a key in between");
         }
     }
 }

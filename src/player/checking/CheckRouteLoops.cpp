@@ -65,23 +65,21 @@ private:
     {
         if (_reported >= most || ++_closed > 10 * most)
             return;
-        auto const first = std::find_if(_path.begin(), _path.end(),
-                                        [&](At const& at) { return at.field == &closing.to(); });
+        auto const first = std::find_if(_path.begin(), _path.end(), [&](At const& at) { return at.field == &closing.to(); });
         if (_path.back().interpolators == first->interpolators - isInterpolator(*first->node))
             return;
         constexpr std::ptrdiff_t shown = 6;
         std::string names, more = _path.end() - first > shown ? "... -> " : "";
         for (auto at = first; at != _path.end() && at - first < shown; ++at)
             names += at->node->name + " -> ";
-        auto const place = std::find_if(_scene.routes.begin(), _scene.routes.end(),
-                                        [&](SceneRoute const& r) { return r.route == &closing; });
+        auto const place =
+            std::find_if(_scene.routes.begin(), _scene.routes.end(), [&](SceneRoute const& r) { return r.route == &closing; });
         if (place == _scene.routes.end())
             return;
         ++_reported;
         // Two fields that are kept equal this way are meant.
         bool const direct = std::all_of(first, _path.end(), [](At const& at) { return at.node->known; });
-        _findings.add("route-loop", *place,
-                      names + more + first->node->name + ": an event that comes round again is dropped",
+        _findings.add("route-loop", *place, names + more + first->node->name + ": an event that comes round again is dropped",
                       "take one of the ROUTEs out", direct ? Severity::warning : Severity::note);
     }
 

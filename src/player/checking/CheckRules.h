@@ -69,23 +69,20 @@ struct KeyedValues {
     Field const* keyField;
     Field const* valueField; ///< keyValue, or easeInEaseOut
     std::vector<float> const& keys;
-    std::size_t size;        ///< values there are
-    bool blocks;             ///< a key owns several values
-    std::size_t count;       ///< keys that count: as many as there are values for
-    std::size_t perKey;      ///< values per key
-    unsigned width;          ///< numbers per value
+    std::size_t size;   ///< values there are
+    bool blocks;        ///< a key owns several values
+    std::size_t count;  ///< keys that count: as many as there are values for
+    std::size_t perKey; ///< values per key
+    unsigned width;     ///< numbers per value
     std::vector<double> numbers;
-    bool finite = true;      ///< all that counts is
-    bool ordered = true;     ///< so are the keys, none below the one before it
+    bool finite = true;  ///< all that counts is
+    bool ordered = true; ///< so are the keys, none below the one before it
 
     std::string const& type() const { return node.node->type()._name; }
     bool eases() const { return type() == "EaseInEaseOut"; }
     Numbers value(std::size_t i) const { return {numbers.data() + i * width, width}; }
     /// All numbers of a key.
-    Numbers at(std::size_t key) const
-    {
-        return {numbers.data() + key * perKey * width, perKey * width};
-    }
+    Numbers at(std::size_t key) const { return {numbers.data() + key * perKey * width, perKey * width}; }
     /// Whether a fraction can fall between a key and the next one: not where the values jump.
     bool blends(std::size_t key) const { return keys[key] < keys[key + 1]; }
     /// ".keyValue[3]"

@@ -149,13 +149,15 @@ void checkLoop(KeyedValues const& values, Drive const& drive, FindingCollector& 
     std::string const when = " whenever " + drive.looping->name + " loops";
     std::string const jump = jumpOf(values);
     if (!jump.empty())
-        findings.add("loop-jump", values.node, values.valueField, [&] { return ' ' + jump + when; },
-                     "fine when the jump is meant; else end with the value of the first key",
-                     jumpsOnItsWay(values) ? Severity::hint : Severity::note);
+        findings.add(
+            "loop-jump", values.node, values.valueField, [&] { return ' ' + jump + when; },
+            "fine when the jump is meant; else end with the value of the first key",
+            jumpsOnItsWay(values) ? Severity::hint : Severity::note);
     else if (!drive.eased && hasKink(values))
-        findings.add("loop-kink", values.node, values.valueField,
-                     [&] { return " changes its speed at once" + when + ", and nowhere else as much"; },
-                     "fine when it is meant; else let the last step be like the first");
+        findings.add(
+            "loop-kink", values.node, values.valueField,
+            [&] { return " changes its speed at once" + when + ", and nowhere else as much"; },
+            "fine when it is meant; else let the last step be like the first");
 }
 
 } // namespace Zelvan::play

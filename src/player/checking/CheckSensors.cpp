@@ -21,18 +21,17 @@ void checkSensors(Scene& scene, FindingCollector& findings)
         bool const held = sensor.node->holder != nullptr;
         if (!(interval > 0)) {
             if (node._cycleInterval._routesIn == nullptr && !held)
-                findings.add("cycle-interval", *sensor.node, &node._cycleInterval,
-                             [&] { return ".cycleInterval is " + shortNumber(interval) + ": the sensor cannot run"; },
-                             "write the seconds that a cycle lasts", drives(node) ? Severity::error : Severity::note);
+                findings.add(
+                    "cycle-interval", *sensor.node, &node._cycleInterval,
+                    [&] { return ".cycleInterval is " + shortNumber(interval) + ": the sensor cannot run"; },
+                    "write the seconds that a cycle lasts", drives(node) ? Severity::error : Severity::note);
         } else if (!runs && node._fraction_changed._routesOut != nullptr) {
             bool const started = held || isInner(*sensor.node) || node._startTime._routesIn != nullptr
                 || node._enabled._routesIn != nullptr || node._loop._routesIn != nullptr;
-            findings.add("idle-sensor", *sensor.node, nullptr,
-                         [&] {
-                             return ' ' + clock.waitsFor(sensor)
-                                 + (started ? "" : ", and nothing in the scene starts it");
-                         },
-                         "", started ? Severity::hint : Severity::note);
+            findings.add(
+                "idle-sensor", *sensor.node, nullptr,
+                [&] { return ' ' + clock.waitsFor(sensor) + (started ? "" : ", and nothing in the scene starts it"); }, "",
+                started ? Severity::hint : Severity::note);
         }
     }
 }

@@ -14,9 +14,10 @@ void checkEase(KeyedValues const& values, FindingCollector& findings)
     for (std::size_t i = 0; i < values.count; ++i) {
         Numbers const pair = values.value(i);
         if (std::min(pair[0], pair[1]) < 0 || std::max(pair[0], pair[1]) > 1)
-            findings.add("ease-range", values.node, values.valueField,
-                         [&] { return values.valueName(i) + " is " + listed(pair) + ", outside 0 to 1"; },
-                         "the two numbers are shares of an interval");
+            findings.add(
+                "ease-range", values.node, values.valueField,
+                [&] { return values.valueName(i) + " is " + listed(pair) + ", outside 0 to 1"; },
+                "the two numbers are shares of an interval");
     }
 }
 
@@ -24,12 +25,13 @@ void checkFlags(KeyedValues const& values, FindingCollector& findings)
 {
     for (char const* const name : {"closed", "normalizeVelocity"})
         if (auto const* const field = static_cast<SFBool const*>(fieldOf(values.node, name)); field && field->_value)
-            findings.add("no-effect", values.node, field,
-                         [&] {
-                             return '.' + std::string(name)
-                                 + ": X3D has it, it changes nothing here, other players bend the curve by it";
-                         },
-                         "");
+            findings.add(
+                "no-effect", values.node, field,
+                [&] {
+                    return '.' + std::string(name)
+                        + ": X3D has it, it changes nothing here, other players bend the curve by it";
+                },
+                "");
 }
 
 } // namespace
@@ -42,8 +44,9 @@ void checkValues(KeyedValues const& values, FindingCollector& findings)
     if (!values.finite) {
         for (std::size_t i = 0; i < values.count * values.perKey; ++i)
             if (!std::ranges::all_of(values.value(i), [](double number) { return std::isfinite(number); }))
-                findings.add("not-finite", values.node, values.valueField,
-                             [&] { return values.valueName(i) + " is " + listed(values.value(i)); }, "write numbers");
+                findings.add(
+                    "not-finite", values.node, values.valueField,
+                    [&] { return values.valueName(i) + " is " + listed(values.value(i)); }, "write numbers");
         return;
     }
     switch (values.valueField->dataType()) {

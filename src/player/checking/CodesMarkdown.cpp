@@ -15,9 +15,14 @@ void writeCodesMarkdown(std::ostream& out)
     for (CheckCode const& code : checkCodes()) {
         out << "\n## " << code.code << " (" << severityName(code.severity) << ")\n\n" << code.meaning << ' ' << code.why;
         if (!code.bad.empty())
-            out << "\n\n```xml\n" << code.bad << (code.bad.ends_with('\n') ? "" : "\n") << "```\n\nBetter:\n\n```xml\n"
+            out << "\n\n```xml\n"
+                << code.bad << (code.bad.ends_with('\n') ? "" : "\n") << "```\n\nBetter:\n\n```xml\n"
                 << code.good << (code.good.ends_with('\n') ? "" : "\n") << "```";
-        out << "\n\n" << (code.fix == Fix::none ? "" : code.fix == Fix::safe ? "Safe fix: " : "Unsafe fix: ") << code.how << '\n';
+        out << "\n\n"
+            << (code.fix == Fix::none       ? ""
+                    : code.fix == Fix::safe ? "Safe fix: "
+                                            : "Unsafe fix: ")
+            << code.how << '\n';
     }
 }
 

@@ -31,8 +31,7 @@ void follow(Scene const& scene, SceneNode const& node, unsigned depth, unsigned&
         if (isSensor(*from)) {
             if (static_cast<TimeSensor*>(from->node)->_loop._value)
                 drive.looping = from;
-        } else if (isInterpolator(*from) && from->node->type()._name == "EaseInEaseOut" && spansAll(*from)
-                   && depth < deepest) {
+        } else if (isInterpolator(*from) && from->node->type()._name == "EaseInEaseOut" && spansAll(*from) && depth < deepest) {
             drive.eased = true;
             follow(scene, *from, depth + 1, left, drive);
         } else {

@@ -52,8 +52,8 @@ FindingCollector::Slot* FindingCollector::open(char const* code, SceneNode const
     return nullptr;
 }
 
-void FindingCollector::keep(Slot& slot, char const* code, SceneNode const& node, Field const* field,
-                            std::string const& text, std::string_view advice, Severity severity, bool mendable)
+void FindingCollector::keep(Slot& slot, char const* code, SceneNode const& node, Field const* field, std::string const& text,
+                            std::string_view advice, Severity severity, bool mendable)
 {
     std::string const what = text + '\n' + code + std::to_string(node.where.file) + ' ' + std::to_string(node.where.offset);
     auto const [same, added] = _byText.try_emplace(std::hash<std::string>()(what), _findings.size());
@@ -65,7 +65,7 @@ void FindingCollector::keep(Slot& slot, char const* code, SceneNode const& node,
     slot.last = _findings.size();
     auto const element = elementIn(text);
     Place const place = field == nullptr ? _scene.place(node)
-                        : element        ? _scene.place(node, *field, *element)
+        : element                        ? _scene.place(node, *field, *element)
                                          : _scene.place(node, *field);
     Finding& finding = _findings.emplace_back(Finding{severity, code, place, node.name, node.name + text, std::string(advice)});
     finding.mendable = mendable;

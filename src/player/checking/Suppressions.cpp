@@ -12,7 +12,7 @@ namespace {
 constexpr char const* unusedIgnore = "unused-ignore";
 
 struct Ignore {
-    Place place;       ///< of the code
+    Place place; ///< of the code
     std::string code;
     unsigned lastLine; ///< of the comment
     bool wholeFile;
@@ -97,15 +97,18 @@ std::vector<Finding> checkWithSuppressions(Scene& scene, std::vector<Finding> re
     };
     for (Ignore const& ignore : ignores)
         if (!ignore.used && wanted(ignore.code))
-            own.push_back({codeNamed(unusedIgnore).severity, unusedIgnore, ignore.place, "",
-                           "nothing to ignore: no " + ignore.code + (ignore.wholeFile ? " in this file" : " on this line or the next"), ""});
+            own.push_back(
+                {codeNamed(unusedIgnore).severity, unusedIgnore, ignore.place, "",
+                 "nothing to ignore: no " + ignore.code + (ignore.wholeFile ? " in this file" : " on this line or the next"),
+                 ""});
     for (Finding& finding : own)
         if (wanted(unusedIgnore)) {
             auto const severity = options.severities.find(unusedIgnore);
             finding.severity = severity == options.severities.end() ? finding.severity : severity->second;
             findings.push_back(std::move(finding));
         }
-    std::ranges::stable_sort(findings, {}, [](Finding const& f) { return std::tie(f.place.file, f.place.line, f.place.column); });
+    std::ranges::stable_sort(findings, {},
+                             [](Finding const& f) { return std::tie(f.place.file, f.place.line, f.place.column); });
     if (options.perNode == 0)
         return findings;
     std::map<std::tuple<std::string, std::string>, std::pair<unsigned, std::size_t>> kept; // by code and node

@@ -92,7 +92,8 @@ int runApplication(int argc, char const* const* argv)
             ->allow_extra_args(false)
             ->option_text("NAME=true|false");
         app.add_flag("--strict", session.strict, "treat warnings as errors");
-        auto* const config = app.add_option("--config", session.config, "the file of settings (zelvan-play.toml beside the scene)");
+        auto* const config =
+            app.add_option("--config", session.config, "the file of settings (zelvan-play.toml beside the scene)");
         config->option_text("FILE");
         app.add_flag("--no-config", session.noConfig, "no settings but the usual ones")->excludes(config);
         app.footer("Exit status: 0 fine, 1 the scene has errors, 2 wrong usage, 3 something cannot be read, written or "

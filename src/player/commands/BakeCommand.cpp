@@ -19,10 +19,12 @@ void bake(Session& session, BakeCommandOptions const& options)
     if (options.rate && !(*options.rate > 0 && std::isfinite(*options.rate)))
         throw Failure(exitUsage, "--rate: expected a number above 0");
     auto const edit = [&](OpenedScene const& opened, SceneEdits& edits, Tolerance const& tolerance, std::string& notes) {
-        BakeResult result = bakeScene(*opened.scene, edits, {tolerance, options.free, options.atKeys, options.rate, options.prune});
+        BakeResult result =
+            bakeScene(*opened.scene, edits, {tolerance, options.free, options.atKeys, options.rate, options.prune});
         for (std::string const& name : result.idle)
             notes += printable(name)
-                + (options.prune ? " was taken out: nothing depends on it\n" : ": nothing depends on it any more (--prune takes it out)\n");
+                + (options.prune ? " was taken out: nothing depends on it\n"
+                                 : ": nothing depends on it any more (--prune takes it out)\n");
         return std::move(result.changes);
     };
     editKeys(session, "bake", options, "baked", edit);

@@ -48,7 +48,8 @@ void requireCode(std::string const& code, char const* option)
         known += (known.empty() ? "; there are: " : ", ") + std::string(c.code);
     }
     throw Failure(exitUsage,
-                  std::string(option) + ": there is no code \"" + code + '"' + (meant.nearest().empty() ? known : meant.text()));
+                  std::string(option) + ": there is no code \"" + code + '"'
+                      + (meant.nearest().empty() ? known : meant.text()));
 }
 
 // What the command line says about a scene, over what its files of settings say.
@@ -132,7 +133,10 @@ private:
 };
 
 Check::Check(Session& session, CheckCommandOptions const& options)
-    : _session(session), _options(options), _scenes(scenesOf(options.scenes.named, "check")), _files(session.config, session.noConfig),
+    : _session(session),
+      _options(options),
+      _scenes(scenesOf(options.scenes.named, "check")),
+      _files(session.config, session.noConfig),
       _first(settingsOf(0))
 {
     _files.readFor(_scenes);
@@ -146,7 +150,8 @@ SceneResult Check::answerTo(CheckedFile const& checked, Settings const& settings
     FindingCounts const counts = countsOf(checked.findings);
     for (auto const sum : FindingCounts::sums)
         result.counts.push_back(counts.*sum);
-    result.counts.push_back(std::ranges::any_of(checked.findings, [&](Finding const& f) { return f.severity >= settings.failOn.value; }));
+    result.counts.push_back(
+        std::ranges::any_of(checked.findings, [&](Finding const& f) { return f.severity >= settings.failOn.value; }));
     result.status = checked.failed ? exitMachine : exitFine;
     result.out = _format->file(checked.findings, settings.checkOptions());
     return result;
@@ -156,7 +161,8 @@ SceneResult Check::answer(std::size_t number) const
 {
     Settings const settings = settingsOf(number);
     std::string const& output = _options.edit.output;
-    CheckedFile const checked = checkFile(_session, _scenes[number], _options.scenes.limits.over(settings), settings.checkOptions());
+    CheckedFile const checked =
+        checkFile(_session, _scenes[number], _options.scenes.limits.over(settings), settings.checkOptions());
     if (!output.empty() && std::ranges::any_of(checked.files, [&](auto const& file) { return isSameFile(file, output); }))
         throw Failure(exitUsage, '"' + output + "\" is a file that a scene is made of and is not written over");
     return answerTo(checked, settings);
@@ -193,8 +199,9 @@ void Check::run()
                 throw Failure(exitUsage, '"' + _options.edit.output + "\" is the scene itself and is not written over");
     _out = std::make_unique<OutputFile>(_options.edit.output.empty() ? "-" : _options.edit.output);
     _format->begin(_out->stream());
-    workOnScenes(_scenes, jobsOf(_options.scenes, _first), _session.logLevel, [this](std::size_t number) { return answer(number); },
-                 [this](std::size_t number, SceneResult const& result) { take(number, result); });
+    workOnScenes(
+        _scenes, jobsOf(_options.scenes, _first), _session.logLevel, [this](std::size_t number) { return answer(number); },
+        [this](std::size_t number, SceneResult const& result) { take(number, result); });
     _format->end(_out->stream(), _counts);
     _out->commit();
 
@@ -232,8 +239,8 @@ void fix(Session& session, CheckCommandOptions const& options)
             if (editing.several() && !options.edit.inlined && outcome.file != 0)
                 continue; // it is told with that file
             result.counts[0] += outcome.done;
-            result.err += (editing.several() ? printable(opened.file) + ": " : "") + printable(outcome.node) + ": " + outcome.code
-                + (outcome.done ? " fixed" : " not fixed: " + printable(outcome.why)) + '\n';
+            result.err += (editing.several() ? printable(opened.file) + ": " : "") + printable(outcome.node) + ": "
+                + outcome.code + (outcome.done ? " fixed" : " not fixed: " + printable(outcome.why)) + '\n';
         }
     };
     auto const sums = editing.run(edit, [&](Settings& settings) { applyCommandLine(options, session, settings); });
@@ -266,7 +273,8 @@ void addCheckCommand(CLI::App& app, Session& session)
     CLI::App& command = *app.add_subcommand("check", "Tell what is wrong with the animation of scenes, and where");
     addScenesOptions(command, options->scenes);
     command.add_option("--format", options->format, "how to write the findings (text)")
-        ->check(CLI::IsMember({"text", "json", "sarif", "github"}))->option_text("text|json|sarif|github");
+        ->check(CLI::IsMember({"text", "json", "sarif", "github"}))
+        ->option_text("text|json|sarif|github");
     // One value for each use of an option, so that the scene may follow it.
     auto const list = [&](char const* name, std::vector<std::string>& values, char const* what, char const* text) {
         auto* const option = command.add_option(name, values, what)->delimiter(',')->allow_extra_args(false);
@@ -282,10 +290,13 @@ void addCheckCommand(CLI::App& app, Session& session)
     count("--per-node", options->perNode, "findings per code and node, 0 for all (3)");
     count("--per-code", options->perCode, "lines per code and file, 0 for all (50)");
     command.add_option("--fail-on", options->failOn, "the least severity that makes the status 1 (error)")
-        ->check(CLI::IsMember({"note", "warning", "error"}))->option_text("note|warning|error")->group("Findings");
+        ->check(CLI::IsMember({"note", "warning", "error"}))
+        ->option_text("note|warning|error")
+        ->group("Findings");
     count("--max-warnings", options->maxWarnings, "more warnings than this make the status 1");
     command.add_flag("--fix", options->fix, "mend what can be mended without a change of what is played")->group("Fixes");
-    command.add_flag("--unsafe-fixes", options->unsafeFixes, "with --fix: mend also what changes what is played")->group("Fixes");
+    command.add_flag("--unsafe-fixes", options->unsafeFixes, "with --fix: mend also what changes what is played")
+        ->group("Fixes");
     addEditOptions(command, options->edit);
     auto* const codes = command.add_flag("--codes", options->codes, "list all codes, with their meaning");
     command.add_flag("--markdown", options->markdown, "the list as Markdown, with examples")->needs(codes);

@@ -40,7 +40,8 @@ Finding unreadable(std::string const& file, std::string message)
 
 ReaderFindings::ReaderFindings(Diagnostics* shown) : _diagnostics(std::cerr)
 {
-    _diagnostics.onMessage = [this, shown](Severity severity, Place const& place, std::string_view kind, std::string const& text) {
+    _diagnostics.onMessage = [this, shown](Severity severity, Place const& place, std::string_view kind,
+                                           std::string const& text) {
         if (shown != nullptr)
             shown->report(severity, place, kind, text);
         add({severity, std::string(kind), place, "", text, ""});

@@ -14,13 +14,13 @@ namespace Zelvan::play {
 
 /// What all commands share: options given before or after the command's name, and the exit status.
 struct Session {
-    std::string pool;                 ///< --pool: the pool library to load; "" looks in the usual places
-    int logLevel = 1;                 ///< --log-level, OpenSG's numbers
-    bool logGiven = false;            ///< asked for: then nothing is held back
-    bool strict = false;              ///< --strict: warnings are errors
-    std::string config;               ///< --config: the file of settings; "" looks beside the scene and above
-    bool noConfig = false;            ///< --no-config
-    std::vector<std::string> params;  ///< --param NAME=VALUE
+    std::string pool;                ///< --pool: the pool library to load; "" looks in the usual places
+    int logLevel = 1;                ///< --log-level, OpenSG's numbers
+    bool logGiven = false;           ///< asked for: then nothing is held back
+    bool strict = false;             ///< --strict: warnings are errors
+    std::string config;              ///< --config: the file of settings; "" looks beside the scene and above
+    bool noConfig = false;           ///< --no-config
+    std::vector<std::string> params; ///< --param NAME=VALUE
     ExitStatus status = exitFine;
 };
 

@@ -69,8 +69,7 @@ std::vector<std::string> movedBy(Scene const& scene, SceneNode const& node)
 /// When a chain of interpolators that ends at `node` passes fractions.
 class Passing {
 public:
-    Passing(Scene const& scene, Recorder const& recorder, Clock const& clock)
-        : _scene(scene), _clock(clock)
+    Passing(Scene const& scene, Recorder const& recorder, Clock const& clock) : _scene(scene), _clock(clock)
     {
         for (Track const& track : recorder.allTracks())
             if (track.leaves)
@@ -112,7 +111,8 @@ private:
             bool const first = s == 0 || (seam != seams.end() && *seam <= at && *seam > track.times[s - 1]);
             double const beforeAt = first ? at : track.times[s - 1], before = first ? value : track.numbers[s - 1];
             double const low = std::min(before, value), high = std::max(before, value);
-            for (auto level = std::lower_bound(levels.begin(), levels.end(), float(low)); level != levels.end() && *level <= high; ++level)
+            for (auto level = std::lower_bound(levels.begin(), levels.end(), float(low));
+                 level != levels.end() && *level <= high; ++level)
                 if (first || *level != before) // which the interval before has counted
                     times.push_back(value == before ? at : std::lerp(beforeAt, at, (*level - before) / (value - before)));
         }
@@ -124,15 +124,15 @@ private:
     std::map<SceneNode const*, Track const*> _tracks;
 };
 
-std::vector<CurveRemark> remarksOn(SceneNode const& node, std::vector<float> const& keys,
-                                   std::vector<Finding> const& findings, Passing const& passing)
+std::vector<CurveRemark> remarksOn(SceneNode const& node, std::vector<float> const& keys, std::vector<Finding> const& findings,
+                                   Passing const& passing)
 {
     std::vector<CurveRemark> remarks;
     for (Finding const& finding : findings) {
         if (finding.node != node.name)
             continue;
-        CurveRemark& remark = remarks.emplace_back(CurveRemark{severityName(finding.severity), finding.code,
-                                                               finding.message, finding.advice, {}});
+        CurveRemark& remark = remarks.emplace_back(
+            CurveRemark{severityName(finding.severity), finding.code, finding.message, finding.advice, {}});
         if (finding.more > 0)
             remark.message += " (and " + std::to_string(finding.more) + " more)";
         if (finding.key && *finding.key < keys.size())
@@ -187,9 +187,10 @@ std::string shownCycles(Clock const& clock, double from, double to)
         return "";
     double const cycle = longest->runs.back().cycle, cycles = (to - from) / cycle;
     std::string const part = cycles < 1 ? roundNumber(cycles * 100, 3) + " % of a cycle"
-                             : std::abs(cycles - 1) < 1e-9 ? "one cycle" : roundNumber(cycles, 3) + " cycles";
+        : std::abs(cycles - 1) < 1e-9   ? "one cycle"
+                                        : roundNumber(cycles, 3) + " cycles";
     return roundNumber(from) + " to " + roundNumber(to) + " s: " + part + " of " + longest->node->name + " ("
-           + roundNumber(cycle) + " s)";
+        + roundNumber(cycle) + " s)";
 }
 
 } // namespace Zelvan::play

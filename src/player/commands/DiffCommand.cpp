@@ -44,13 +44,14 @@ void writeText(std::ostream& out, std::vector<TrackDifference> const& difference
         if (!difference.differs)
             continue;
         if (onlyInOne(difference)) {
-            table.row({printable(difference.track), "only in " + printable(difference.first ? options.first.file : options.second), "", "", "", ""});
+            table.row({printable(difference.track),
+                       "only in " + printable(difference.first ? options.first.file : options.second), "", "", "", ""});
             continue;
         }
         char const* const unit = difference.kind == TrackDifference::swept ? " (fraction)" : " s";
         auto const keys = [&](std::size_t count) { return count > 0 ? std::to_string(count) : std::string(); };
-        table.row({printable(difference.track), roundNumber(difference.from) + unit, amount(difference), roundNumber(difference.at) + unit,
-                   keys(difference.keysBefore), keys(difference.keysAfter)});
+        table.row({printable(difference.track), roundNumber(difference.from) + unit, amount(difference),
+                   roundNumber(difference.at) + unit, keys(difference.keysBefore), keys(difference.keysAfter)});
     }
     if (!table.empty())
         table.write(out, styledOutput(STDOUT_FILENO));
@@ -69,7 +70,8 @@ void writeJson(std::ostream& out, std::vector<TrackDifference> const& difference
             << ",\"differs\":" << (difference.differs ? "true" : "false");
         if (!onlyInOne(difference))
             out << ",\"allowed\":" << number(difference.allowed) << ",\"largest\":" << number(difference.largest)
-                << ",\"at\":" << number(difference.at) << ",\"from\":" << (difference.differs ? number(difference.from) : "null")
+                << ",\"at\":" << number(difference.at)
+                << ",\"from\":" << (difference.differs ? number(difference.from) : "null")
                 << ",\"keysBefore\":" << difference.keysBefore << ",\"keysAfter\":" << difference.keysAfter;
         out << '}';
         comma = ",\n";
@@ -118,8 +120,8 @@ void diff(Session& session, DiffOptions const& options)
         writePage(differences, options);
     out.commit();
     auto const differing = std::ranges::count_if(differences, &TrackDifference::differs);
-    std::cerr << printable(options.first.file) << " and " << printable(options.second) << ": " << differing << " of " << differences.size()
-              << " tracks differ\n";
+    std::cerr << printable(options.first.file) << " and " << printable(options.second) << ": " << differing << " of "
+              << differences.size() << " tracks differ\n";
     if (differing > 0)
         session.status = exitScene;
 }
@@ -132,10 +134,14 @@ void addDiffCommand(CLI::App& app, Session& session)
     CLI::App& command = *app.add_subcommand("diff", "Compare what two scenes play, track by track, by value");
     addSceneOptions(command, options->first);
     command.add_option("second", options->second, "the scene to compare it with")->required()->option_text("SCENE");
-    command.add_option("--max-error", options->maxError, "differences that do not count, as for reduce; for one node NODE=E (0)")
-        ->delimiter(',')->allow_extra_args(false)->option_text("E[,E...]");
+    command
+        .add_option("--max-error", options->maxError, "differences that do not count, as for reduce; for one node NODE=E (0)")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->option_text("E[,E...]");
     command.add_option("--format", options->format, "how to write the differences (text)")
-        ->check(CLI::IsMember({"text", "json"}))->option_text("text|json");
+        ->check(CLI::IsMember({"text", "json"}))
+        ->option_text("text|json");
     command.add_option("--html", options->html, "the curves that differ, one over the other, as a page")->option_text("FILE");
     addTimeOptions(command, options->time);
     command.footer("Nodes are known by their DEF names. What nothing drives is compared over its fractions.\n"

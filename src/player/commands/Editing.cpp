@@ -23,9 +23,11 @@ void addEditOptions(CLI::App& command, EditOptions& options)
         option->group("Output");
         return option;
     };
-    auto* const output = group(command.add_option("-o,--output", options.output, "the edited scene; \"-\" is standard output (-)"));
+    auto* const output =
+        group(command.add_option("-o,--output", options.output, "the edited scene; \"-\" is standard output (-)"));
     output->option_text("FILE");
-    auto* const write = group(command.add_flag("--write", options.write, "write over the scene itself: whole files, or nothing"));
+    auto* const write =
+        group(command.add_flag("--write", options.write, "write over the scene itself: whole files, or nothing"));
     auto* const diff = group(command.add_flag("--diff", options.diff, "show the changes as a unified diff instead"));
     write->excludes(output);
     diff->excludes(output)->excludes(write);
@@ -35,11 +37,16 @@ void addEditOptions(CLI::App& command, EditOptions& options)
 void addKeysOptions(CLI::App& command, KeysOptions& options)
 {
     addScenesOptions(command, options.scenes);
-    command.add_option("--max-error", options.maxError,
-                       "how much a played value may be off: a number in its units, a share of the track's range, degrees for "
-                       "rotations; for one node NODE=E (0.1%,1deg)")
-        ->delimiter(',')->allow_extra_args(false)->option_text("E[,E...]")->group("Error");
-    command.add_flag("--free", options.free, "let values move within the error, too: fewer keys on smooth curves")->group("Error");
+    command
+        .add_option("--max-error", options.maxError,
+                    "how much a played value may be off: a number in its units, a share of the track's range, degrees for "
+                    "rotations; for one node NODE=E (0.1%,1deg)")
+        ->delimiter(',')
+        ->allow_extra_args(false)
+        ->option_text("E[,E...]")
+        ->group("Error");
+    command.add_flag("--free", options.free, "let values move within the error, too: fewer keys on smooth curves")
+        ->group("Error");
     addEditOptions(command, options.edit);
 }
 
@@ -68,9 +75,10 @@ std::string tableOf(std::vector<TrackChange> const& changes, int descriptor)
     Table table({"Interpolator", "Type", ">Keys", ">Now", ">Asked", ">Largest error", ">At", "Left as it is"});
     for (TrackChange const& change : changes) {
         bool const left = !change.left.empty();
-        table.row({printable(change.node->name), change.node->typeName, std::to_string(change.before), std::to_string(change.after),
-                   left ? "" : amount(change, change.asked), left ? "" : amount(change, change.measured.largest),
-                   left ? "" : roundNumber(change.measured.fraction, 4), printable(change.left)});
+        table.row({printable(change.node->name), change.node->typeName, std::to_string(change.before),
+                   std::to_string(change.after), left ? "" : amount(change, change.asked),
+                   left ? "" : amount(change, change.measured.largest), left ? "" : roundNumber(change.measured.fraction, 4),
+                   printable(change.left)});
     }
     std::ostringstream out;
     out.exceptions(std::ios::badbit);
@@ -82,21 +90,25 @@ std::string tableOf(std::vector<TrackChange> const& changes, int descriptor)
 std::string lineOf(KeyCounts const& counts, std::string const& name, char const* verb)
 {
     std::string const ratio = counts.after > 0 && counts.after < counts.before
-        ? " (" + roundNumber(double(counts.before) / double(counts.after), 3) + " to 1)" : "";
-    return name + ": " + std::to_string(counts.edited) + " of " + std::to_string(counts.interpolators) + " interpolators " + verb + ", "
-        + std::to_string(counts.before) + " keys before, " + std::to_string(counts.after) + " now" + ratio + '\n';
+        ? " (" + roundNumber(double(counts.before) / double(counts.after), 3) + " to 1)"
+        : "";
+    return name + ": " + std::to_string(counts.edited) + " of " + std::to_string(counts.interpolators) + " interpolators "
+        + verb + ", " + std::to_string(counts.before) + " keys before, " + std::to_string(counts.after) + " now" + ratio + '\n';
 }
 
 } // namespace
 
-SceneEditing::SceneEditing(Session& session, std::string const& command, ScenesOptions const& scenes, EditOptions const& options)
+SceneEditing::SceneEditing(Session& session, std::string const& command, ScenesOptions const& scenes,
+                           EditOptions const& options)
     : _session(session), _named(scenes), _options(options), _scenes(distinct(scenesOf(scenes.named, command)))
 {
     if (!several())
         return;
     if (!options.write && !options.diff)
-        throw Failure(exitUsage, command + ": " + shownName(_scenes) + " do not go into one: --write edits them where they are, --diff "
-                                     "shows the changes");
+        throw Failure(exitUsage,
+                      command + ": " + shownName(_scenes)
+                          + " do not go into one: --write edits them where they are, --diff "
+                            "shows the changes");
     if (std::ranges::find(_scenes, "-") != _scenes.end())
         throw Failure(exitUsage, "standard input is not edited: name a file");
 }
@@ -165,7 +177,8 @@ std::vector<std::size_t> SceneEditing::run(Edit const& edit, std::function<void(
         std::cerr << result.err;
         std::string const name = _scenes[number] + ':';
         if (!result.failure.empty())
-            std::cerr << "zelvan-play: " << printable((result.failure.starts_with(name) ? "" : name + ' ') + result.failure) << '\n';
+            std::cerr << "zelvan-play: " << printable((result.failure.starts_with(name) ? "" : name + ' ') + result.failure)
+                      << '\n';
         sums.resize(std::max(sums.size(), result.counts.size()));
         for (std::size_t i = 0; i < result.counts.size(); ++i)
             sums[i] += result.counts[i];
@@ -175,8 +188,9 @@ std::vector<std::size_t> SceneEditing::run(Edit const& edit, std::function<void(
     return sums;
 }
 
-void editKeys(Session& session, std::string const& command, KeysOptions const& options, char const* verb,
-              std::function<std::vector<TrackChange>(OpenedScene const&, SceneEdits&, Tolerance const&, std::string& notes)> const& edit)
+void editKeys(
+    Session& session, std::string const& command, KeysOptions const& options, char const* verb,
+    std::function<std::vector<TrackChange>(OpenedScene const&, SceneEdits&, Tolerance const&, std::string& notes)> const& edit)
 {
     Tolerance const tolerance(options.maxError);
     std::vector<std::string> const names = tolerance.nodes();
@@ -217,7 +231,8 @@ void editKeys(Session& session, std::string const& command, KeysOptions const& o
     if (!editing.several())
         return;
     sums.resize(4 + names.size());
-    (toOutput ? std::cout : std::cerr) << lineOf({sums[0], sums[1], sums[2], sums[3]}, shownName(editing.scenes()), verb) << std::flush;
+    (toOutput ? std::cout : std::cerr) << lineOf({sums[0], sums[1], sums[2], sums[3]}, shownName(editing.scenes()), verb)
+                                       << std::flush;
     for (std::size_t i = 0; i < names.size(); ++i)
         requireInterpolator(sums[4 + i] > 0, names[i]);
 }

@@ -30,7 +30,8 @@ public:
     /// what it did, and writes it: whole files, or nothing. Returns the sums of the results' counts. One scene that fails
     /// does not stop the others; the session's status tells.
     using Edit = std::function<void(OpenedScene const&, SceneEdits&, SceneResult&)>;
-    std::vector<std::size_t> run(Edit const& edit, std::function<void(Settings&)> const& adjust = [](Settings&) {});
+    std::vector<std::size_t> run(
+        Edit const& edit, std::function<void(Settings&)> const& adjust = [](Settings&) {});
 
 private:
     void write(SceneEdits& edits, OpenedScene const& opened, std::string& out) const;
@@ -52,7 +53,8 @@ void addKeysOptions(CLI::App& command, KeysOptions& options);
 
 /// Edits scenes, and reports: a table of what became of each interpolator and one line for all of them; of many scenes
 /// tables of those that have changed, and one line for all. `verb` says what was done, the edit's `notes` what else.
-void editKeys(Session& session, std::string const& command, KeysOptions const& options, char const* verb,
-              std::function<std::vector<TrackChange>(OpenedScene const&, SceneEdits&, Tolerance const&, std::string& notes)> const& edit);
+void editKeys(
+    Session& session, std::string const& command, KeysOptions const& options, char const* verb,
+    std::function<std::vector<TrackChange>(OpenedScene const&, SceneEdits&, Tolerance const&, std::string& notes)> const& edit);
 
 } // namespace Zelvan::play

@@ -5,8 +5,7 @@
 
 namespace Zelvan::play {
 
-EventWriter::EventWriter(std::string const& path, Format format, char const* axis)
-    : _file(path), _format(format), _axis(axis)
+EventWriter::EventWriter(std::string const& path, Format format, char const* axis) : _file(path), _format(format), _axis(axis)
 {
     if (_format == csv)
         _file.stream() << _axis << ",node,field,value\n";
@@ -37,8 +36,8 @@ void EventWriter::writeJson(Track const& track, double time, Field const& field)
     auto const number = [&](double v) {
         return v - v != 0 ? "null" : doubles ? shortNumber(v) : shortNumber(static_cast<float>(v));
     };
-    out << "{\"" << _axis << "\":" << axisText(time) << ",\"node\":" << jsonString(track.node->name) << ",\"field\":"
-        << jsonString(track.field) << ",\"type\":\"" << dataTypeName(track.type) << "\",\"value\":";
+    out << "{\"" << _axis << "\":" << axisText(time) << ",\"node\":" << jsonString(track.node->name)
+        << ",\"field\":" << jsonString(track.field) << ",\"type\":\"" << dataTypeName(track.type) << "\",\"value\":";
     auto const element = [&](std::size_t first) {
         out << (width > 1 ? "[" : "");
         for (std::size_t c = 0; c < width; ++c)

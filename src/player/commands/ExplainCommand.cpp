@@ -8,8 +8,8 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <sstream>
 #include <memory>
+#include <sstream>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -37,7 +37,8 @@ private:
 // The curve of each interpolator of an example, over its keys.
 void drawExample(std::ostream& out, Session const& session, std::string const& example)
 {
-    TextInMemory const file(example.find("<X3D") != std::string::npos ? example : "<X3D><Scene>\n" + example + "\n</Scene></X3D>\n");
+    TextInMemory const file(example.find("<X3D") != std::string::npos ? example
+                                                                      : "<X3D><Scene>\n" + example + "\n</Scene></X3D>\n");
     std::ostringstream messages;
     messages.exceptions(std::ios::badbit);
     Diagnostics diagnostics(messages);
@@ -97,9 +98,10 @@ void explain(Session const& session, std::string const& name)
     paragraph(code.why);
     example("Bad:", code.bad);
     example("Good:", code.good);
-    char const* const safety = code.fix == Fix::safe ? "zelvan-play check --fix mends it, and what is played stays the same bit for bit. "
-        : code.fix == Fix::unsafe                    ? "zelvan-play check --fix --unsafe-fixes mends it, and what is played may change. "
-                                                     : "No fix by the program. ";
+    char const* const safety = code.fix == Fix::safe
+        ? "zelvan-play check --fix mends it, and what is played stays the same bit for bit. "
+        : code.fix == Fix::unsafe ? "zelvan-play check --fix --unsafe-fixes mends it, and what is played may change. "
+                                  : "No fix by the program. ";
     paragraph(safety + std::string(code.how));
     out.commit();
 }

@@ -44,20 +44,23 @@ void writeWide(std::ostream& out, Recorder const& recorder, bool events, std::si
     for (Track const* const track : tracks) // about as many bytes in the heading as in a row's cell
         cells += elementsOf(*track) * track->ranges.size() * (times.size() + track->name().size() / 8);
     if (cells > most)
-        throw Failure(exitScene, "error: a table of more than " + std::to_string(most) + " cells; --format jsonl has none "
-                                     "that are empty (--max-values raises the limit)");
+        throw Failure(exitScene,
+                      "error: a table of more than " + std::to_string(most)
+                          + " cells; --format jsonl has none "
+                            "that are empty (--max-values raises the limit)");
     out << "time";
     for (Track const* const track : tracks) {
         Components const components = componentsOf(track->type);
         std::size_t const elements = elementsOf(*track);
         for (std::size_t e = 0; e < elements; ++e)
             for (unsigned c = 0; c < components.count; ++c)
-                out << ',' << csvCell(track->name() + (isList(track->type) ? '[' + std::to_string(e) + ']' : "")
-                                      + (components.count > 1 ? std::string(".") + components.names[c] : ""));
+                out << ','
+                    << csvCell(track->name() + (isList(track->type) ? '[' + std::to_string(e) + ']' : "")
+                               + (components.count > 1 ? std::string(".") + components.names[c] : ""));
     }
     out << '\n';
     std::vector<std::size_t> next(tracks.size(), 0); // first event of each track not yet passed
-    std::string text; // not yet written: a stream takes its time for every piece
+    std::string text;                                // not yet written: a stream takes its time for every piece
     for (double const time : times) {
         text += shortNumber(time);
         for (std::size_t t = 0; t < tracks.size(); ++t) {
@@ -101,7 +104,8 @@ std::vector<double> keyTimes(Scene const& scene, Clock const& clock, double unti
             continue;
         auto const at = Clock::timesOf(plan[index], keys, most - times.size());
         if (!at)
-            throw Failure(exitScene, "error: keys are passed more than " + std::to_string(most) + " times: a shorter time is less");
+            throw Failure(exitScene,
+                          "error: keys are passed more than " + std::to_string(most) + " times: a shorter time is less");
         times.insert(times.end(), at->begin(), at->end());
     }
     std::sort(times.begin(), times.end());
@@ -121,8 +125,10 @@ void exportScene(Session& session, ExportOptions const& options)
         timing.at = keyTimes(*opened.scene, clock, timing.to);
         std::erase_if(timing.at, [&](double t) { return t < timing.from || t > timing.to; });
         if (timing.at.empty())
-            throw Failure(exitScene, options.scene.file + ": error: no key is passed in this time: no interpolator is "
-                                                          "driven by a TimeSensor that runs");
+            throw Failure(exitScene,
+                          options.scene.file
+                              + ": error: no key is passed in this time: no interpolator is "
+                                "driven by a TimeSensor that runs");
     }
     auto const frames = timing.frames();
     bool const lines = options.format == "jsonl";
@@ -162,7 +168,8 @@ void addExportCommand(CLI::App& app, Session& session)
         ->option_text("csv|jsonl")
         ->group("Output");
     command.add_option("-o,--output", options->output, "where to (standard output)")->option_text("FILE")->group("Output");
-    auto* const rate = inRange(command.add_option("--rate", options->rate, "rows per second: the same as --fps"), leastFps, mostFps);
+    auto* const rate =
+        inRange(command.add_option("--rate", options->rate, "rows per second: the same as --fps"), leastFps, mostFps);
     rate->excludes(time.fps)->option_text("N")->group("Output");
     auto* const keys = command.add_flag("--at-keys", options->atKeys, "rows at the times of the keys only");
     keys->excludes(rate)->excludes(time.at)->group("Output");

@@ -79,8 +79,9 @@ private:
             --begin; // not into the middle of a character
         std::string_view const shown = std::string_view(line).substr(begin, most);
         std::string const number = std::to_string(place.line);
-        return ' ' + number + " | " + printable(shown.substr(0, shown.size() - cutOff(shown))) + "\n " + std::string(number.size(), ' ')
-            + " | " + std::string(displayWidth(printable(shown.substr(0, at - begin))), ' ') + "^\n";
+        return ' ' + number + " | " + printable(shown.substr(0, shown.size() - cutOff(shown))) + "\n "
+            + std::string(number.size(), ' ') + " | " + std::string(displayWidth(printable(shown.substr(0, at - begin))), ' ')
+            + "^\n";
     }
     /// Bytes at the end that are no whole character.
     static std::size_t cutOff(std::string_view text)
@@ -101,24 +102,24 @@ public:
     {
         std::string text; // one at a time: a document of them all takes many times the memory
         for (Finding const& finding : findings) {
-            Json entry = {{"file", finding.place.file},
-                          {"line", finding.place.line},
-                          {"column", finding.place.column},
-                          {"severity", severityName(finding.severity)},
-                          {"code", finding.code},
-                          {"node", finding.node},
-                          {"message", finding.message},
-                          {"advice", finding.advice},
-                          {"fix", fixName(finding.fix)}};
+            Json entry = {
+                {"file", finding.place.file},     {"line", finding.place.line},
+                {"column", finding.place.column}, {"severity", severityName(finding.severity)},
+                {"code", finding.code},           {"node", finding.node},
+                {"message", finding.message},     {"advice", finding.advice},
+                {"fix", fixName(finding.fix)},
+            };
             if (finding.more > 0)
                 entry["more"] = finding.more;
             for (TextChange const& change : finding.changes)
-                entry["changes"].push_back({{"file", change.file},
-                                            {"line", change.begin.line},
-                                            {"column", change.begin.column},
-                                            {"endLine", change.end.line},
-                                            {"endColumn", change.end.column},
-                                            {"text", change.with}});
+                entry["changes"].push_back({
+                    {"file", change.file},
+                    {"line", change.begin.line},
+                    {"column", change.begin.column},
+                    {"endLine", change.end.line},
+                    {"endColumn", change.end.column},
+                    {"text", change.with},
+                });
             text += (text.empty() ? "    " : ",\n    ") + dumped(entry);
         }
         return text;
@@ -126,9 +127,10 @@ public:
     std::string_view separator() const override { return ",\n"; }
     void end(std::ostream& out, FindingCounts const& counts) const override
     {
-        out << "\n  ],\n  \"files\": " << counts.files << ",\n  \"errors\": " << counts.errors << ",\n  \"warnings\": "
-            << counts.warnings << ",\n  \"notes\": " << counts.notes << ",\n  \"hints\": " << counts.hints
-            << ",\n  \"fixable\": " << counts.fixable << ",\n  \"fixableSafely\": " << counts.fixable - counts.unsafe << "\n}\n";
+        out << "\n  ],\n  \"files\": " << counts.files << ",\n  \"errors\": " << counts.errors
+            << ",\n  \"warnings\": " << counts.warnings << ",\n  \"notes\": " << counts.notes
+            << ",\n  \"hints\": " << counts.hints << ",\n  \"fixable\": " << counts.fixable
+            << ",\n  \"fixableSafely\": " << counts.fixable - counts.unsafe << "\n}\n";
     }
 };
 
@@ -175,7 +177,8 @@ private:
         constexpr char hex[] = "0123456789ABCDEF";
         std::string text = path.starts_with('/') ? "file://" : "";
         for (char const c : path)
-            if (std::isalnum(static_cast<unsigned char>(c)) != 0 || std::string_view("/-._~!$&'()*+,;=@").find(c) != std::string_view::npos)
+            if (std::isalnum(static_cast<unsigned char>(c)) != 0
+                || std::string_view("/-._~!$&'()*+,;=@").find(c) != std::string_view::npos)
                 text += c;
             else
                 text += {'%', hex[static_cast<unsigned char>(c) >> 4], hex[c & 15]};
@@ -217,7 +220,8 @@ private:
                                  {"endColumn", change.end.column}};
             files.back()["replacements"].push_back({{"deletedRegion", region}, {"insertedContent", {{"text", change.with}}}});
         }
-        std::string const safety = finding.fix == Fix::safe ? " What is played stays the same." : " This changes what is played.";
+        std::string const safety =
+            finding.fix == Fix::safe ? " What is played stays the same." : " This changes what is played.";
         return {{"description", {{"text", code.how + safety}}}, {"artifactChanges", files}};
     }
 };
@@ -230,7 +234,9 @@ public:
         std::string text;
         for (Finding const& finding : findings) {
             Place const& place = finding.place;
-            text += finding.severity == Severity::error ? "::error" : finding.severity == Severity::warning ? "::warning" : "::notice";
+            text += finding.severity == Severity::error ? "::error"
+                : finding.severity == Severity::warning ? "::warning"
+                                                        : "::notice";
             text += " file=" + escaped(place.file, true);
             if (place.line != 0)
                 text += ",line=" + std::to_string(place.line) + ",col=" + std::to_string(place.column);

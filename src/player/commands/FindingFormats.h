@@ -15,8 +15,9 @@ struct FindingCounts {
     std::size_t fixable = 0, unsafe = 0; ///< by `check --fix`, and of these with --unsafe-fixes only
     std::size_t files = 0;
     // All but the files.
-    static constexpr std::size_t FindingCounts::*sums[] = {&FindingCounts::errors, &FindingCounts::warnings, &FindingCounts::notes,
-        &FindingCounts::hints, &FindingCounts::fixable, &FindingCounts::unsafe};
+    static constexpr std::size_t FindingCounts::*sums[] = {&FindingCounts::errors,  &FindingCounts::warnings,
+                                                           &FindingCounts::notes,   &FindingCounts::hints,
+                                                           &FindingCounts::fixable, &FindingCounts::unsafe};
 };
 FindingCounts countsOf(std::vector<Finding> const& findings);
 /// "1 error, 2 warnings, 3 notes"; hints, and how many `check --fix` can mend, where there are any.

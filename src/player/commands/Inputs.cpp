@@ -75,14 +75,18 @@ std::vector<std::string> scenesOf(std::vector<std::string> const& named, std::st
             scenes.push_back(name);
     }
     if (scenes.empty()) // a pipeline that looks into the wrong folder must not pass
-        throw Failure(exitUsage, command + (named.empty() ? ": which SCENE? (zelvan-play " + command + " --help)"
-                                                          : ": there is no scene in \"" + named.front() + '"'));
+        throw Failure(exitUsage,
+                      command
+                          + (named.empty() ? ": which SCENE? (zelvan-play " + command + " --help)"
+                                           : ": there is no scene in \"" + named.front() + '"'));
     return scenes;
 }
 
 std::string shownName(std::vector<std::string> const& scenes)
 {
-    return scenes.size() != 1 ? std::to_string(scenes.size()) + " files" : scenes.front() == "-" ? "<stdin>" : printable(scenes.front());
+    return scenes.size() != 1   ? std::to_string(scenes.size()) + " files"
+        : scenes.front() == "-" ? "<stdin>"
+                                : printable(scenes.front());
 }
 
 } // namespace Zelvan::play

@@ -30,7 +30,8 @@ CLI::Option* inRange(CLI::Option* option, double low, double high)
             double number = 0;
             auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
             bool const whole = error == std::errc() && end == text.data() + text.size();
-            return whole && number >= low && number <= high ? "" : "expected a number from " + range + ", found \"" + text + '"';
+            return whole && number >= low && number <= high ? ""
+                                                            : "expected a number from " + range + ", found \"" + text + '"';
         },
         ""));
     return option;
@@ -77,7 +78,8 @@ void addLimitOptions(CLI::App& command, LimitOptions& limits)
         ->option_text("FOLDER");
     for (LimitOption const& limit : limitOptions()) {
         auto* const option = command.add_option_function<std::size_t>(
-            std::string("--") + limit.name, [&limits, &limit](std::size_t value) { limits.given[limit.name] = value; }, limit.what);
+            std::string("--") + limit.name, [&limits, &limit](std::size_t value) { limits.given[limit.name] = value; },
+            limit.what);
         inRange(option, 1, limit.most)->default_str(std::to_string(limit.get({})))->option_text("N")->group("Limits");
     }
 }
@@ -92,7 +94,8 @@ void addScenesOptions(CLI::App& command, ScenesOptions& options)
 {
     command.add_option("scene", options.named, "X3D files, folders of them; \"-\" is standard input")->option_text("SCENE...");
     addLimitOptions(command, options.limits);
-    inRange(command.add_option("-j,--jobs", options.jobs, "files worked on at a time (as many as there are processors)"), 1, mostJobs)
+    inRange(command.add_option("-j,--jobs", options.jobs, "files worked on at a time (as many as there are processors)"), 1,
+            mostJobs)
         ->option_text("N");
 }
 
@@ -109,23 +112,27 @@ TimeOptionHandles addTimeOptions(CLI::App& command, TimeOptions& options)
         return group(inRange(command.add_option(name, value, what), 0, latestTime))->option_text("SECONDS");
     };
     seconds("--from", options.from, "record from this second on (0)");
-    auto* const to = seconds("--to", options.to, "play up to this second (one cycle of the longest sensor that runs, at most 60)");
+    auto* const to =
+        seconds("--to", options.to, "play up to this second (one cycle of the longest sensor that runs, at most 60)");
     seconds("--duration", options.duration, "play this long from --from on")->excludes(to);
-    auto* const fps = group(inRange(command.add_option("--fps", options.fps, "frames per second (60)"), leastFps, mostFps)->option_text("N"));
+    auto* const fps =
+        group(inRange(command.add_option("--fps", options.fps, "frames per second (60)"), leastFps, mostFps)->option_text("N"));
     auto* const at = group(inRange(command.add_option("--at", options.at, "record at these times only"), 0, latestTime)
                                ->delimiter(',')
                                ->allow_extra_args(false)
                                ->option_text("T[,T...]"));
-    group(command.add_option_function<std::string>(
-        "--now",
-        [&options](std::string const& text) {
-            constexpr double furthest = 1e11;
-            options.now = momentOf(text);
-            if (!options.now || std::abs(*options.now) > furthest)
-                throw Failure(exitUsage, "--now: expected seconds since 1970, or a date such as 2026-11-25T14:30, found \""
-                                             + text + '"');
-        },
-        "what time it is at the opening: seconds since 1970, or a date and time; sensors are then in the middle of their cycle"))
+    group(
+        command.add_option_function<std::string>(
+            "--now",
+            [&options](std::string const& text) {
+                constexpr double furthest = 1e11;
+                options.now = momentOf(text);
+                if (!options.now || std::abs(*options.now) > furthest)
+                    throw Failure(exitUsage,
+                                  "--now: expected seconds since 1970, or a date such as 2026-11-25T14:30, found \"" + text
+                                      + '"');
+            },
+            "what time it is at the opening: seconds since 1970, or a date and time; sensors are then in the middle of their cycle"))
         ->option_text("TIME");
     group(command.add_option("--start", options.start, "start a TimeSensor, as if something had triggered it")
               ->allow_extra_args(false)

@@ -12,7 +12,7 @@
 namespace CLI {
 class App;
 class Option;
-}
+} // namespace CLI
 
 namespace Zelvan::play {
 
@@ -33,7 +33,7 @@ std::vector<LimitOption> const& limitOptions();
 /// The limits that the command line sets.
 struct LimitOptions {
     std::map<std::string, std::size_t> given; ///< by name
-    std::string root; ///< the folder that files may be read from; "" leaves it to the settings
+    std::string root;                         ///< the folder that files may be read from; "" leaves it to the settings
     /// Those over what the settings say, over the usual ones.
     ReadLimits over(Settings const& settings) const;
 };

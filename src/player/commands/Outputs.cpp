@@ -82,7 +82,10 @@ void requireOwnFiles(std::vector<std::string> const& outputs, OpenedScene const&
 Outputs::Outputs(OutputOptions const& options, OpenedScene const& opened, Recorder& recorder, char const* axis)
     : _options(options), _opened(opened), _recorder(recorder), _axis(axis)
 {
-    requireFormats({{options.csv, ".csv"}, {options.jsonLines, ".jsonl"}, {options.svg, ".svg"}, {options.png, ".png"},
+    requireFormats({{options.csv, ".csv"},
+                    {options.jsonLines, ".jsonl"},
+                    {options.svg, ".svg"},
+                    {options.png, ".png"},
                     {options.html, ".html"}});
     requireOwnFiles({options.csv, options.jsonLines, options.svg, options.png, options.html}, opened);
     if (!options.csv.empty())

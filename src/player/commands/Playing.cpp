@@ -24,8 +24,9 @@ double timeSuffix(std::string& text, double otherwise, std::string const& option
         return otherwise;
     double const time = parsedNumber(text.substr(at + 1), option);
     if (!(time >= 0 && time <= latestTime))
-        throw Failure(exitUsage, option + ": expected a time from 0 to " + roundNumber(latestTime, 12) + ", found \""
-                                     + text.substr(at + 1) + '"');
+        throw Failure(exitUsage,
+                      option + ": expected a time from 0 to " + roundNumber(latestTime, 12) + ", found \"" + text.substr(at + 1)
+                          + '"');
     text.resize(at);
     return time;
 }
@@ -62,8 +63,7 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
 OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, bool allFindings, Staging* staging)
     : OpenedScene(session, options, SettingsFiles(session.config, session.noConfig).forScene(options.file), allFindings,
                   staging)
-{
-}
+{}
 
 OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, Settings wanted, bool allFindings,
                          Staging* staging)
@@ -116,10 +116,10 @@ Timing prepare(Clock& clock, TimeOptions const& options, Settings const& setting
         double const time = timeSuffix(value, timing.from, option);
         clock.inject({text.substr(0, dot), text.substr(dot + 1, equal - dot - 1), value, time});
     }
-    timing.to = options.duration    ? timing.from + *options.duration
-        : options.to                ? *options.to
-        : settings.to.value         ? *settings.to.value
-                                    : std::max(timing.from, clock.cycleEnd());
+    timing.to = options.duration ? timing.from + *options.duration
+        : options.to             ? *options.to
+        : settings.to.value      ? *settings.to.value
+                                 : std::max(timing.from, clock.cycleEnd());
     return timing;
 }
 
@@ -144,10 +144,8 @@ std::vector<Track> record(Scene& scene, TimeOptions const& time, Settings const&
     return recorder.allTracks();
 }
 
-Progress::Progress()
-    : _terminal(::isatty(STDERR_FILENO) != 0), _due(std::chrono::steady_clock::now() + std::chrono::seconds(1))
-{
-}
+Progress::Progress() : _terminal(::isatty(STDERR_FILENO) != 0), _due(std::chrono::steady_clock::now() + std::chrono::seconds(1))
+{}
 
 bool Progress::due() const
 {

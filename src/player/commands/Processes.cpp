@@ -136,7 +136,8 @@ public:
         ::close(_tasks);
         ::close(_answers);
         int status = 0;
-        while (::waitpid(_pid, &status, 0) < 0 && errno == EINTR) {}
+        while (::waitpid(_pid, &status, 0) < 0 && errno == EINTR) {
+        }
         _pid = 0;
         if (WIFSIGNALED(status))
             return "by signal " + std::to_string(WTERMSIG(status)) + " (" + ::strsignal(WTERMSIG(status)) + ')';
@@ -176,7 +177,7 @@ void inProcesses(std::size_t count, unsigned jobs, Work const& work,
                  std::function<void(std::size_t, std::string const&, std::string const&)> const& take)
 {
     constexpr std::size_t aheadPerJob = 64; // so that one slow piece does not stop the others at once
-    constexpr std::size_t mostGiven = 32; // to a process, while there are plenty, so that it need not wait
+    constexpr std::size_t mostGiven = 32;   // to a process, while there are plenty, so that it need not wait
     constexpr int nap = 1000; // microseconds in which answers gather then: to wake up for each costs more than a small piece
     std::vector<std::unique_ptr<Worker>> workers(std::min<std::size_t>(jobs, count));
     std::size_t const ahead = aheadPerJob * workers.size();

@@ -131,8 +131,8 @@ void writeStandstill(std::ostream& out, Scene const& scene, Clock const& clock, 
     lines.clear();
     for (NotRun const& entry : nodesNotRun(scene)) {
         std::string const targets = entry.targetText();
-        lines.push_back(entry.node->typeName + ' ' + entry.node->name + " is not run (" + scene.place(*entry.node).text() + "): "
-                        + (targets.empty() ? "what it does is not seen" : targets + " would get events from it"));
+        lines.push_back(entry.node->typeName + ' ' + entry.node->name + " is not run (" + scene.place(*entry.node).text()
+                        + "): " + (targets.empty() ? "what it does is not seen" : targets + " would get events from it"));
     }
     write(lines, "node");
 }
@@ -162,8 +162,7 @@ std::string rangeText(Track const& track)
         return "";
     std::string const block = isList(track.type) ? std::to_string(track.largestBlock) + " x " : "";
     switch (track.type) {
-    case SFColorType:
-        return vectorRange(track, 0, 3) + (track.derived[0].any ? " hue " + between(track.derived[0]) : " grey");
+    case SFColorType: return vectorRange(track, 0, 3) + (track.derived[0].any ? " hue " + between(track.derived[0]) : " grey");
     case SFRotationType: return turnText(track);
     case SFMatrix4fType:
         return "at " + vectorRange(track, 12, 3) + ' ' + turnText(track) + " scale " + between(track.derived[4]);
@@ -200,9 +199,9 @@ void writeReport(std::ostream& out, Scene const& scene, Recorder const& recorder
     std::size_t rows = 0;
     for (Track const& track : tracks)
         if (track.leaves && rows++ < shownRows) {
-            std::vector<std::string> cells = {printable(track.node->name), track.node->typeName,
-                                              std::to_string(keyCount(*track.node)), std::to_string(track.events),
-                                              rangeText(track), curveOf(track)};
+            std::vector<std::string> cells = {
+                printable(track.node->name),  track.node->typeName, std::to_string(keyCount(*track.node)),
+                std::to_string(track.events), rangeText(track),     curveOf(track)};
             if (clock != nullptr)
                 cells.insert(cells.begin() + 2, driverOf(scene, *track.node));
             table.row(std::move(cells));
@@ -242,7 +241,10 @@ void writeWhyStill(std::ostream& out, Scene const& scene, Recorder const& record
         return;
     bool const any = std::ranges::any_of(scene.sceneNodes, isInterpolator);
     out << printable(scene.fileNames.front()) << ": nothing moves"
-        << (clock.sensors().empty() ? ": there is no TimeSensor" : any ? "" : ": there is no interpolator") << '\n';
+        << (clock.sensors().empty() ? ": there is no TimeSensor"
+                : any               ? ""
+                                    : ": there is no interpolator")
+        << '\n';
     writeStandstill(out, scene, clock, most);
 }
 

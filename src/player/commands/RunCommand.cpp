@@ -39,7 +39,8 @@ void run(Session& session, RunOptions const& options)
     recording.axisEnd = frames.back().time;
     recording.nodes = options.nodes;
     recording.beside = options.output.scene ? Recorder::Options::all
-                       : recording.keepSamples ? Recorder::Options::fractions : Recorder::Options::nothing;
+        : recording.keepSamples             ? Recorder::Options::fractions
+                                            : Recorder::Options::nothing;
     Recorder recorder(*opened.scene, recording);
     Outputs outputs(options.output, opened, recorder, "time");
 
@@ -52,7 +53,8 @@ void run(Session& session, RunOptions const& options)
     SceneInPage const scene{staging, recorder.allTracks(), engine};
     picture.scene = options.output.scene ? &scene : nullptr;
     outputs.finish(&clock,
-                   recording.keepSamples ? curvesOf(*opened.scene, recorder, clock, opened.findings) : std::vector<Curve>(), picture);
+                   recording.keepSamples ? curvesOf(*opened.scene, recorder, clock, opened.findings) : std::vector<Curve>(),
+                   picture);
     session.status = opened.status();
 }
 

@@ -28,7 +28,8 @@ SceneResult read(std::string_view text)
 {
     auto const number = [&] {
         std::size_t value = 0;
-        text.remove_prefix(static_cast<std::size_t>(std::from_chars(text.data(), text.data() + text.size(), value).ptr - text.data()) + 1);
+        text.remove_prefix(
+            static_cast<std::size_t>(std::from_chars(text.data(), text.data() + text.size(), value).ptr - text.data()) + 1);
         return value;
     };
     SceneResult result;

@@ -22,18 +22,18 @@ struct Setting {
 /// What holds for a scene: defaults, under what a file zelvan-play.toml says, under the command line. A severity that is
 /// empty turns a code off.
 struct Settings {
-    Setting<std::vector<std::string>> only;                              ///< codes; none for all
-    std::map<std::string, Setting<std::optional<Severity>>> severities;  ///< of codes that have another than the usual one
+    Setting<std::vector<std::string>> only;                             ///< codes; none for all
+    std::map<std::string, Setting<std::optional<Severity>>> severities; ///< of codes that have another than the usual one
     Setting<bool> hints{false}, strict{false};
     Setting<unsigned> perNode{3}, perCode{50};
     Setting<Severity> failOn{Severity::error};
     Setting<std::optional<std::size_t>> maxWarnings;
     Setting<std::string> format{"text"};
-    Setting<unsigned> jobs{0};                                           ///< 0: as many as there are processors
+    Setting<unsigned> jobs{0}; ///< 0: as many as there are processors
     Setting<double> from{0}, fps{60};
-    Setting<std::optional<double>> to; ///< none: one cycle
-    Setting<std::string> root;                                           ///< "" is the scene's own folder
-    std::map<std::string, Setting<std::size_t>> limits;                  ///< those that are set, "max-bytes"
+    Setting<std::optional<double>> to;                  ///< none: one cycle
+    Setting<std::string> root;                          ///< "" is the scene's own folder
+    std::map<std::string, Setting<std::size_t>> limits; ///< those that are set, "max-bytes"
 
     void setSeverity(std::string const& code, std::optional<Severity> severity, std::string const& where)
     {

@@ -1,7 +1,7 @@
-#include "player/commands/OutputFile.h"
-#include "player/commands/Settings.h"
 #include "player/commands/Commands.h"
 #include "player/commands/Options.h"
+#include "player/commands/OutputFile.h"
+#include "player/commands/Settings.h"
 #include "player/commands/Tables.h"
 #include "player/scene/Utf8.h"
 #include "player/scene/Values.h"
@@ -36,7 +36,8 @@ void writeSettings(std::ostream& out, Settings const& settings)
     flag("hints", settings.hints);
     flag("strict", settings.strict);
     row("fail-on", severityName(settings.failOn.value), settings.failOn.from);
-    row("max-warnings", settings.maxWarnings.value ? std::to_string(*settings.maxWarnings.value) : "any number", settings.maxWarnings.from);
+    row("max-warnings", settings.maxWarnings.value ? std::to_string(*settings.maxWarnings.value) : "any number",
+        settings.maxWarnings.from);
     number("per-node", settings.perNode);
     number("per-code", settings.perCode);
     row("format", settings.format.value, settings.format.from);

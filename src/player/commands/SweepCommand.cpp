@@ -74,7 +74,8 @@ void writeKeys(std::ostream& out, Recorder const& recorder)
             while (key < keys.size() && keys[key] != fraction) // for which nothing was sent
                 ++key;
             if (rows++ < shownRows)
-                table.row({printable(track.node->name), std::to_string(key), shortNumber(fraction), valueText(track.sample(s))});
+                table.row(
+                    {printable(track.node->name), std::to_string(key), shortNumber(fraction), valueText(track.sample(s))});
         }
     }
     if (table.empty())
@@ -129,7 +130,8 @@ void addSweepCommand(CLI::App& app, Session& session)
     };
     auto* const from = fraction("--from", options->from, "first fraction (the first key)", "F");
     auto* const to = fraction("--to", options->to, "last fraction (the last key)", "F");
-    auto* const steps = inRange(command.add_option("--steps", options->steps, "evenly spaced steps between them (100)"), 1, 1e7);
+    auto* const steps =
+        inRange(command.add_option("--steps", options->steps, "evenly spaced steps between them (100)"), 1, 1e7);
     steps->option_text("N")->group("Fractions");
     auto* const at = fraction("--at", options->at, "these fractions only", "F[,F...]")->delimiter(',')->allow_extra_args(false);
     auto* const keys = command.add_flag("--at-keys", options->atKeys, "the keys only")->group("Fractions");

@@ -47,7 +47,8 @@ std::vector<std::size_t> Table::widthsFor(std::size_t width) const
         widths[0] = std::min(widths[0], longestName);
     std::vector<std::pair<std::size_t, std::size_t>> left; // columns and their widths
     for (std::string const& heading : _leastUseful)
-        if (auto const found = std::find(_rows[0].begin(), _rows[0].end(), heading); total() > width && found != _rows[0].end()) {
+        if (auto const found = std::find(_rows[0].begin(), _rows[0].end(), heading);
+            total() > width && found != _rows[0].end()) {
             auto const column = std::size_t(found - _rows[0].begin());
             left.emplace_back(column, std::exchange(widths[column], 0));
         }

@@ -75,8 +75,8 @@ void writeTree(std::ostream& out, bool styled)
 {
     Table table({"type", "kind", "alias", "status", "standard"});
     forEachType([&](NodeType const& type, unsigned depth) {
-        table.row({std::string(2 * depth, ' ') + type._name, type._createNode ? "" : "abstract", type._aliasName,
-                   type._status, type._standard});
+        table.row({std::string(2 * depth, ' ') + type._name, type._createNode ? "" : "abstract", type._aliasName, type._status,
+                   type._standard});
     });
     table.write(out, styled);
 }
@@ -111,8 +111,8 @@ void writeType(std::ostream& out, NodeType& type, bool styled)
     std::vector<std::size_t> widths(headings.size() - 1);
     std::transform(headings.begin(), headings.end() - 1, widths.begin(), characters);
     for (NodePartDesc const* const part : parts) {
-        rows.push_back({std::to_string(part->_index), part->_name, dataTypeName(part->_dataType),
-                        accessName(part->_type), defaultText(*part)});
+        rows.push_back({std::to_string(part->_index), part->_name, dataTypeName(part->_dataType), accessName(part->_type),
+                        defaultText(*part)});
         if (restricts)
             rows.back().push_back(orEmpty(part->_allowedValues));
         for (std::size_t c = 0; c < widths.size(); ++c)
@@ -155,13 +155,13 @@ void writeMarkdown(std::ostream& out)
     out << "# Node types\n\n"
            "Written by `zelvan-play types --markdown` from the records of the types; not edited by hand.\n\n";
     forEachType([&](NodeType const& type, unsigned depth) {
-        out << std::string(2 * depth, ' ') << "- " << markdownLink(type._name)
-            << (type._createNode ? "" : " (abstract)") << '\n';
+        out << std::string(2 * depth, ' ') << "- " << markdownLink(type._name) << (type._createNode ? "" : " (abstract)")
+            << '\n';
     });
     forEachType([&](NodeType& type, unsigned) {
         out << "\n## " << type._name << "\n\n" << markdownText(type._description) << "\n\n";
-        out << "- Status: " << type._status << "; standard: " << type._standard << "; component: "
-            << type._componentName << " of " << type._poolName << '\n';
+        out << "- Status: " << type._status << "; standard: " << type._standard << "; component: " << type._componentName
+            << " of " << type._poolName << '\n';
         if (NodeType const* const parent = type.parent())
             out << "- Parent: " << markdownLink(parent->_name) << '\n';
         if (!type._aliasName.empty())
@@ -169,8 +169,8 @@ void writeMarkdown(std::ostream& out)
         if (NodeType const* const concrete = type.creatableType(); concrete == nullptr)
             out << "- Abstract: scenes cannot create it\n";
         else if (concrete != &type)
-            out << "- Abstract: a scene's " << markdownCode(type._name) << " becomes a "
-                << markdownLink(concrete->_name) << '\n';
+            out << "- Abstract: a scene's " << markdownCode(type._name) << " becomes a " << markdownLink(concrete->_name)
+                << '\n';
         auto const parts = type.allParts();
         bool const restricts = restrictsValues(parts);
         out << "\n| Index | Field | Type | Access | Default |" << (restricts ? " Allowed values |" : "")
@@ -179,9 +179,8 @@ void writeMarkdown(std::ostream& out)
             NodeType const* owner = &type;
             while (owner->findOwnPart(part->_index) != part)
                 owner = owner->parent();
-            out << "| " << part->_index << " | " << markdownCode(part->_name) << " | "
-                << dataTypeName(part->_dataType) << " | " << accessName(part->_type) << " | "
-                << markdownCode(defaultText(*part)) << " | ";
+            out << "| " << part->_index << " | " << markdownCode(part->_name) << " | " << dataTypeName(part->_dataType) << " | "
+                << accessName(part->_type) << " | " << markdownCode(defaultText(*part)) << " | ";
             if (restricts)
                 out << markdownText(orEmpty(part->_allowedValues)) << " | ";
             out << (owner == &type ? owner->_name : markdownLink(owner->_name)) << " | "
@@ -203,9 +202,7 @@ std::string closeNames(std::string const& name)
         if (wanted.size() >= shortest && lowerCase(type->_name).find(wanted) != std::string::npos && count++ < mostNames)
             names += (names.empty() ? "; there is " : ", ") + type->_name;
     }
-    return !meant.nearest().empty() ? meant.text()
-        : !names.empty()            ? names
-                                    : "; \"zelvan-play types\" lists them all";
+    return !meant.nearest().empty() ? meant.text() : !names.empty() ? names : "; \"zelvan-play types\" lists them all";
 }
 
 void types(Session const& session, TypesOptions const& options)
@@ -213,7 +210,8 @@ void types(Session const& session, TypesOptions const& options)
     showLog(session.logLevel, session.logGiven);
     for (PoolCandidate const& candidate : loadPool(session.pool))
         if (candidate.asked || candidate.refusal.empty())
-            std::cerr << "pool: " << printable(candidate.file + (candidate.refusal.empty() ? "" : ": not taken: ") + candidate.refusal)
+            std::cerr << "pool: "
+                      << printable(candidate.file + (candidate.refusal.empty() ? "" : ": not taken: ") + candidate.refusal)
                       << '\n';
 
     OutputFile out("-");
@@ -225,8 +223,7 @@ void types(Session const& session, TypesOptions const& options)
     } else {
         NodeType* const type = NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), options.name, searchExact);
         if (type == nullptr)
-            throw Failure(exitUsage,
-                          "no node type is named \"" + printable(options.name) + '"' + closeNames(options.name));
+            throw Failure(exitUsage, "no node type is named \"" + printable(options.name) + '"' + closeNames(options.name));
         writeType(out.stream(), *type, styled);
     }
     out.commit();

@@ -28,12 +28,12 @@ struct Line {
 /// Lines that share a scale.
 struct Panel {
     std::string title;
-    std::string unit;              ///< "", "°", "° per s"
-    std::vector<double> times;     ///< rising
+    std::string unit;          ///< "", "°", "° per s"
+    std::vector<double> times; ///< rising
     std::vector<Line> lines;
     Span scale;
-    int component = -1;            ///< of a block: which of an element's numbers
-    bool flat = false;             ///< nothing moves here: not drawn
+    int component = -1; ///< of a block: which of an element's numbers
+    bool flat = false;  ///< nothing moves here: not drawn
 };
 
 /// Colours over the axis: one row for a colour, several for a block of them. 0xRRGGBB, or `none`.
@@ -57,25 +57,25 @@ struct PlanePath {
     Kind kind = absent;
     std::vector<Point> points;
     std::vector<Point> keys;
-    std::array<unsigned, 2> axes{}; ///< of a position: which lines of the first panel
+    std::array<unsigned, 2> axes{};    ///< of a position: which lines of the first panel
     std::array<double, 2> signs{1, 1}; ///< -1: that axis points the other way, so that nothing is mirrored
-    std::vector<std::string> notes; ///< short lines: what is drawn, over which ranges
+    std::vector<std::string> notes;    ///< short lines: what is drawn, over which ranges
     Span horizontal, vertical;
 };
 
 /// What is drawn of a track.
 struct Drawing {
-    std::string name;              ///< as the scene has it: may hold anything
+    std::string name; ///< as the scene has it: may hold anything
     std::string type;
     std::vector<std::string> facts;
     Span axis;
     std::vector<double> keys, seams;
-    std::vector<double> found;     ///< where something has been remarked
+    std::vector<double> found; ///< where something has been remarked
     std::vector<Panel> panels;
     Strip strip;
     PlanePath path;
     std::size_t samples = 0;
-    bool thinned = false;          ///< has less than all samples
+    bool thinned = false; ///< has less than all samples
 };
 
 /// The stretch of the axis that the samples of the curves take up; never empty.

@@ -21,9 +21,8 @@ Elements elementsOf(Samples const& samples, std::size_t most)
         elements.times.push_back(samples.times()[s]);
         for (std::size_t i = 0; i < elements.count; ++i)
             for (unsigned c = 0; c < elements.width; ++c)
-                elements.numbers.push_back(i * elements.stride < samples.elements(s)
-                                               ? float(samples.element(s, i * elements.stride)[c])
-                                               : float(gap));
+                elements.numbers.push_back(
+                    i * elements.stride < samples.elements(s) ? float(samples.element(s, i * elements.stride)[c]) : float(gap));
     }
     return elements;
 }
@@ -31,7 +30,8 @@ Elements elementsOf(Samples const& samples, std::size_t most)
 Shape shapeOf(NodePartDataType type, Drawing const& drawing, Elements const& elements)
 {
     switch (type) {
-    case SFVec3fType: case SFMatrix4fType: return drawing.path.kind == PlanePath::position ? Shape::path : Shape::none;
+    case SFVec3fType:
+    case SFMatrix4fType: return drawing.path.kind == PlanePath::position ? Shape::path : Shape::none;
     case SFRotationType: return drawing.panels.empty() ? Shape::none : Shape::turned;
     case MFVec3fType: return elements.count != 0 ? Shape::cloud : Shape::none;
     case MFVec2fType: return elements.count != 0 ? Shape::outline : Shape::none;

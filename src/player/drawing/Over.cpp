@@ -9,7 +9,8 @@ namespace Zelvan::play {
 namespace {
 
 // What a line has at other times: straight between its samples, as it is drawn.
-std::vector<double> resampled(std::vector<double> const& times, std::vector<double> const& values, std::vector<double> const& at)
+std::vector<double> resampled(std::vector<double> const& times, std::vector<double> const& values,
+                              std::vector<double> const& at)
 {
     std::vector<double> result;
     for (double const time : at) {
@@ -19,7 +20,8 @@ std::vector<double> resampled(std::vector<double> const& times, std::vector<doub
         else if (after == 0 || after == times.size())
             result.push_back(std::numeric_limits<double>::quiet_NaN());
         else
-            result.push_back(std::lerp(values[after - 1], values[after], (time - times[after - 1]) / (times[after] - times[after - 1])));
+            result.push_back(
+                std::lerp(values[after - 1], values[after], (time - times[after - 1]) / (times[after] - times[after - 1])));
     }
     return result;
 }

@@ -9,7 +9,7 @@ namespace Zelvan::play {
 /// Samples of the elements of a block: of a large one every n-th element, of a long one every n-th sample.
 struct Elements {
     std::size_t count = 0, stride = 1;
-    unsigned width = 0;         ///< numbers of an element
+    unsigned width = 0; ///< numbers of an element
     std::vector<double> times;
     std::vector<float> numbers; ///< sample by sample, element by element; NaN where a block is shorter
 };
@@ -28,8 +28,8 @@ Shape shapeOf(NodePartDataType type, Drawing const& drawing, Elements const& ele
 
 /// Appends a JSON object with the curves, the marks and the elements of a drawing.
 /// `sharedTimes` are those that the page has once for all: lines over the same ones leave them out.
-void appendPageData(std::string& json, Drawing const& drawing, std::vector<double> const& sharedTimes,
-                    Elements const& elements, Shape shape, double pathSize);
+void appendPageData(std::string& json, Drawing const& drawing, std::vector<double> const& sharedTimes, Elements const& elements,
+                    Shape shape, double pathSize);
 /// The place of the scene in the page with what its script reads, and the notice of who draws it.
 void appendScene(std::string& html, SceneInPage const& scene);
 /// Floats as a page reads them: the bytes of each, least first.

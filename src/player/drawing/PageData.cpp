@@ -20,8 +20,8 @@ constexpr char const* shapeNames[] = {"none", "path", "cloud", "outline", "turne
 /// Only titles, units and component names become JSON strings: the scene's own names never do.
 void appendPanelData(std::string& json, Panel const& panel, Panel const& first, std::vector<double> const& sharedTimes)
 {
-    json += (&panel == &first ? "" : ",") + ("\n{\"title\":" + jsonString(panel.title)) + ",\"unit\":"
-            + jsonString(panel.unit) + ",\"scale\":";
+    json += (&panel == &first ? "" : ",") + ("\n{\"title\":" + jsonString(panel.title)) + ",\"unit\":" + jsonString(panel.unit)
+        + ",\"scale\":";
     int const digits = panel.unit == "s" ? 17 : 10; // times are doubles
     appendNumbers(json, {panel.scale.low, panel.scale.high}, digits);
     if (panel.times == sharedTimes) {
@@ -32,8 +32,8 @@ void appendPanelData(std::string& json, Panel const& panel, Panel const& first, 
     }
     json += ",\"lines\":[";
     for (Line const& line : panel.lines) {
-        json += (&line == &panel.lines.front() ? "" : ",") + ("{\"name\":" + jsonString(line.name)) + ",\"colour\":"
-                + std::to_string(line.colour) + ",\"values\":";
+        json += (&line == &panel.lines.front() ? "" : ",") + ("{\"name\":" + jsonString(line.name))
+            + ",\"colour\":" + std::to_string(line.colour) + ",\"values\":";
         appendNumbers(json, line.values, digits);
         if (!line.low.empty()) {
             json += ",\"low\":";
@@ -71,8 +71,8 @@ void appendNumbers(std::string& json, std::vector<double> const& numbers, int di
     json += ']';
 }
 
-void appendPageData(std::string& json, Drawing const& drawing, std::vector<double> const& sharedTimes,
-                    Elements const& elements, Shape shape, double pathSize)
+void appendPageData(std::string& json, Drawing const& drawing, std::vector<double> const& sharedTimes, Elements const& elements,
+                    Shape shape, double pathSize)
 {
     json += "{\"axis\":";
     appendNumbers(json, {drawing.axis.low, drawing.axis.high});
@@ -103,16 +103,16 @@ void appendPageData(std::string& json, Drawing const& drawing, std::vector<doubl
     if (drawing.path.kind != PlanePath::absent) {
         PathPlot const plot(drawing.path, pathSize);
         json += ",\"path\":{\"wheel\":" + std::string(drawing.path.kind == PlanePath::hueWheel ? "true" : "false")
-                + ",\"axes\":[" + std::to_string(drawing.path.axes[0]) + ',' + std::to_string(drawing.path.axes[1])
-                + "],\"signs\":";
+            + ",\"axes\":[" + std::to_string(drawing.path.axes[0]) + ',' + std::to_string(drawing.path.axes[1])
+            + "],\"signs\":";
         appendNumbers(json, {drawing.path.signs[0], drawing.path.signs[1]});
         json += ",\"plot\":";
         appendNumbers(json, {plot.size, plot.unit, plot.middle[0], plot.middle[1]});
         json += '}';
     }
     if (elements.count != 0) {
-        json += ",\"elements\":{\"count\":" + std::to_string(elements.count) + ",\"stride\":"
-                + std::to_string(elements.stride) + ",\"width\":" + std::to_string(elements.width) + ",\"times\":";
+        json += ",\"elements\":{\"count\":" + std::to_string(elements.count) + ",\"stride\":" + std::to_string(elements.stride)
+            + ",\"width\":" + std::to_string(elements.width) + ",\"times\":";
         appendNumbers(json, elements.times);
         json += ",\"numbers\":\"";
         json += packed(elements.numbers);

@@ -26,10 +26,10 @@ std::string place(std::uint32_t at)
 void appendNode(std::string& json, Staging::Drawn const& node)
 {
     json += '[' + jsonStringInPage(node.type) + ',' + (node.parent == Staging::nowhere ? "-2" : place(node.parent)) + ','
-            + jsonStringInPage(node.field) + ',' + (node.use == Staging::nowhere ? "-1" : place(node.use));
+        + jsonStringInPage(node.field) + ',' + (node.use == Staging::nowhere ? "-1" : place(node.use));
     for (Staging::Attribute const& attribute : node.attributes)
         json += ',' + jsonStringInPage(attribute.name) + ','
-                + (attribute.picture == Staging::nowhere ? jsonStringInPage(attribute.value) : std::to_string(attribute.picture));
+            + (attribute.picture == Staging::nowhere ? jsonStringInPage(attribute.value) : std::to_string(attribute.picture));
     json += ']';
 }
 
@@ -44,8 +44,9 @@ void appendMoved(std::string& json, Track const& track, std::uint32_t node, std:
         for (double const number : track.sample(s))
             numbers.push_back(float(number));
     }
-    json += "{\"node\":" + std::to_string(node) + ",\"name\":" + jsonStringInPage(track.name()) + ",\"field\":" + jsonStringInPage(baseName(track.field)) + ",\"type\":\""
-            + dataTypeName(track.type) + "\",\"width\":" + std::to_string(track.ranges.size());
+    json += "{\"node\":" + std::to_string(node) + ",\"name\":" + jsonStringInPage(track.name())
+        + ",\"field\":" + jsonStringInPage(baseName(track.field)) + ",\"type\":\"" + dataTypeName(track.type)
+        + "\",\"width\":" + std::to_string(track.ranges.size());
     if (times != lastTimes) { // else those of the one before
         json += ",\"times\":";
         appendNumbers(json, times, 17);
@@ -84,8 +85,9 @@ std::string sceneEngine()
         if (file.bad() || script.empty())
             continue;
         if (script.size() != asset::engineSize)
-            throw Failure(exitMachine, "error: --scene: " + (bin / folder).lexically_normal().string() + "/x3dom.js is not the X3DOM "
-                                           + std::string(asset::engineVersion) + " that scripts/scene-engine fetches");
+            throw Failure(exitMachine,
+                          "error: --scene: " + (bin / folder).lexically_normal().string() + "/x3dom.js is not the X3DOM "
+                              + std::string(asset::engineVersion) + " that scripts/scene-engine fetches");
         return script;
     }
     throw Failure(exitMachine, "error: --scene: X3DOM, which draws the scene, is not here; scripts/scene-engine fetches it");
@@ -104,14 +106,15 @@ void appendScene(std::string& html, SceneInPage const& scene)
         numbers += track.numbers.size();
     }
     std::size_t const step = 1 + numbers / mostNumbers;
-    html += "<section id=\"scene\" aria-labelledby=\"sceneName\">\n<h2 id=\"sceneName\">The scene</h2>\n<div id=\"stage\"></div>\n"
-            "<ul id=\"left\">";
+    html +=
+        "<section id=\"scene\" aria-labelledby=\"sceneName\">\n<h2 id=\"sceneName\">The scene</h2>\n<div id=\"stage\"></div>\n"
+        "<ul id=\"left\">";
     if (step > 1)
         html += "<li>It moves at every " + std::to_string(step) + "th event only: the values take too much room.</li>";
     for (std::string const& sentence : staging.left)
         html += "<li><bdi>" + escapedMarkup(sentence) + "</bdi></li>";
     html += "</ul>\n<p class=\"help\">Drawn by X3DOM " + std::string(asset::engineVersion)
-            + " (MIT licence), moved by the values of the curves.</p>\n<script type=\"application/json\" id=\"staged\">{\"nodes\":";
+        + " (MIT licence), moved by the values of the curves.</p>\n<script type=\"application/json\" id=\"staged\">{\"nodes\":";
     appendList(html, staging.nodes, [&](Staging::Drawn const& node) { appendNode(html, node); });
     html += ",\"pictures\":";
     appendList(html, staging.pictures, [&](std::string const& picture) { html += jsonStringInPage(picture); });

@@ -25,7 +25,7 @@ void add(Range& range, std::vector<double> const& values)
 struct PanelPlan {
     std::string title, unit;
     std::vector<std::string> names;
-    unsigned colour = 0;             ///< of the first line
+    unsigned colour = 0;              ///< of the first line
     std::optional<Span> atLeast = {}; ///< what the scale holds in any case
 };
 
@@ -55,7 +55,10 @@ std::vector<PanelPlan> plansOf(NodePartDataType type, bool block)
     // Bands over each other cannot be told apart.
     std::vector<PanelPlan> plans;
     for (std::string const& name : names)
-        plans.push_back({name, "", {name}, unsigned(plans.size()),
+        plans.push_back({name,
+                         "",
+                         {name},
+                         unsigned(plans.size()),
                          kindOf(type) == Kind::colour ? std::optional(Span{0, 1}) : std::nullopt});
     return plans;
 }
@@ -198,7 +201,8 @@ std::vector<Panel> plannedPanels(Samples const& samples, std::vector<double> con
     for (std::size_t p = 0; p < plans.size(); ++p) {
         panels[p] = {plans[p].title, plans[p].unit, samples.times(), {}, {}};
         // Of blocks every panel shows one of the numbers that an element has.
-        panels[p].component = samples.block() && samples.kind() != Kind::rotation && samples.kind() != Kind::matrix ? int(p) : -1;
+        panels[p].component =
+            samples.block() && samples.kind() != Kind::rotation && samples.kind() != Kind::matrix ? int(p) : -1;
         for (unsigned i = 0; i < plans[p].names.size(); ++i)
             panels[p].lines.push_back({plans[p].names[i], std::min(plans[p].colour + i, 3u), {}, {}, {}});
         for (Line& line : panels[p].lines) {
@@ -233,8 +237,8 @@ void addSizes(Samples const& samples, std::vector<Panel>& panels, std::vector<st
 Panel speedOf(Samples const& samples, std::vector<double> const& seams, std::string const& axisTitle)
 {
     std::size_t const open = axisTitle.find('('), close = axisTitle.find(')');
-    std::string const per = open < close && close != std::string::npos ? axisTitle.substr(open + 1, close - open - 1)
-                                                                       : axisTitle;
+    std::string const per =
+        open < close && close != std::string::npos ? axisTitle.substr(open + 1, close - open - 1) : axisTitle;
     Panel panel{"angular speed", "° per " + per, {}, {{"speed", 3, {}, {}, {}}}, {}};
     reserve(panel.lines[0], samples.size() - 1, samples.block());
     for (std::size_t s = 1; s < samples.size(); ++s) {
@@ -245,7 +249,8 @@ Panel speedOf(Samples const& samples, std::vector<double> const& seams, std::str
         Gather gather;
         for (std::size_t i = 0; i < std::min(samples.elements(s - 1), samples.elements(s)); ++i)
             gather.add(angleBetween(UnitQuaternion::ofAxisAngle(samples.element(s - 1, i)),
-                                    UnitQuaternion::ofAxisAngle(samples.element(s, i))) / (to - from));
+                                    UnitQuaternion::ofAxisAngle(samples.element(s, i)))
+                       / (to - from));
         gather.into(panel.lines[0], s - 1);
     }
     panel.scale = scaleOf(panel, Span{0, 1e-3}, false);
@@ -285,8 +290,8 @@ void addRanges(Panel const& panel, std::vector<std::string>& facts)
             continue;
         // Lines called x, y, z are told apart by their panel where there are several.
         std::string const name = panel.title == "scale factors" ? "scale " + line.name
-                                 : axis                         ? "axis " + line.name
-                                 : line.name == "speed"         ? panel.title
+            : axis                                              ? "axis " + line.name
+            : line.name == "speed"                              ? panel.title
                                                                 : line.name;
         std::string const unit = panel.unit.starts_with("°") || panel.unit.empty() ? panel.unit : ' ' + panel.unit;
         facts.push_back(name + ' ' + rangeText(range, 4) + unit);

@@ -121,8 +121,8 @@ void appendStrip(std::string& svg, Plot const& plot, Strip const& strip)
             double const right = double(next) / double(columns) * plot.width;
             // Absolute places: neighbours share their edge to the digit.
             std::string const from = coordinate(plot.x + left), to = coordinate(plot.x + right);
-            svg += "<path class=\"colour\" fill=\"" + hex(colour) + "\" d=\"M" + from + ' ' + coordinate(top) + 'H' + to
-                   + 'V' + coordinate(top + plot.height / double(rows)) + 'H' + from + "z\"/>\n";
+            svg += "<path class=\"colour\" fill=\"" + hex(colour) + "\" d=\"M" + from + ' ' + coordinate(top) + 'H' + to + 'V'
+                + coordinate(top + plot.height / double(rows)) + 'H' + from + "z\"/>\n";
         }
     }
     appendRect(svg, "frame", plot.x, plot.y, plot.width, plot.height);

@@ -29,8 +29,8 @@ void appendWheel(std::string& svg, double x, double y, double radius)
             packed = packed << 8 | std::uint32_t(std::lround(colour[c] * 255));
         // A little longer than its share, or hairlines show between the pieces.
         double const from = (i - 0.5) * piece, to = (i + 0.55) * piece;
-        svg += "<path fill=\"" + hex(packed) + "\" d=\"M" + at(from, radius + 1) + 'L' + at(from, outer) + 'L'
-               + at(to, outer) + 'L' + at(to, radius + 1) + "z\"/>\n";
+        svg += "<path fill=\"" + hex(packed) + "\" d=\"M" + at(from, radius + 1) + 'L' + at(from, outer) + 'L' + at(to, outer)
+            + 'L' + at(to, radius + 1) + "z\"/>\n";
     }
     std::string spokes;
     for (int i = 0; i < 6; ++i)
@@ -44,11 +44,10 @@ PathPlot::PathPlot(PlanePath const& path, double frameSize) : size(frameSize)
 {
     // The same scale both ways, or angles and distances would not show.
     double const widest = std::max(path.horizontal.width(), path.vertical.width());
-    double const largest = std::max({std::abs(path.horizontal.low), std::abs(path.horizontal.high),
-                                     std::abs(path.vertical.low), std::abs(path.vertical.high)});
+    double const largest = std::max({std::abs(path.horizontal.low), std::abs(path.horizontal.high), std::abs(path.vertical.low),
+                                     std::abs(path.vertical.high)});
     unit = (size - 2 * margin) / (widest > largest * 1e-5 ? widest : 1);
-    middle = {std::midpoint(path.horizontal.low, path.horizontal.high),
-              std::midpoint(path.vertical.low, path.vertical.high)};
+    middle = {std::midpoint(path.horizontal.low, path.horizontal.high), std::midpoint(path.vertical.low, path.vertical.high)};
 }
 
 void appendPath(std::string& svg, Drawing const& drawing, double size)

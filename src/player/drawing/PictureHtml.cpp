@@ -69,8 +69,8 @@ void appendRemarks(std::string& html, std::vector<CurveRemark> const& remarks)
     html += "<ul class=\"remarks\">\n";
     for (CurveRemark const& remark : remarks)
         html += "<li class=\"" + escapedMarkup(remark.severity) + "\"><b>" + escapedMarkup(remark.severity) + " <code>"
-                + escapedMarkup(remark.code) + "</code></b> " + own(remark.message)
-                + (remark.advice.empty() ? "" : " <i>" + escapedMarkup(remark.advice) + "</i>") + "</li>\n";
+            + escapedMarkup(remark.code) + "</code></b> " + own(remark.message)
+            + (remark.advice.empty() ? "" : " <i>" + escapedMarkup(remark.advice) + "</i>") + "</li>\n";
     html += "</ul>\n";
 }
 
@@ -83,7 +83,7 @@ void appendTrack(std::string& html, Curve const& curve, Drawing const& drawing, 
     Shape const shape = shapeOf(curve.track->type, drawing, elements);
     std::string const summary = escapedMarkup("Curves: " + joined(drawing.facts, ", ")), id = std::to_string(number);
     html += "<section class=\"track\" id=\"track" + id + "\" aria-labelledby=\"name" + id + "\">\n<h2 id=\"name" + id + "\">"
-            + own(drawing.name) + "</h2>\n<p class=\"type\">" + own(drawing.type) + "</p>\n";
+        + own(drawing.name) + "</h2>\n<p class=\"type\">" + own(drawing.type) + "</p>\n";
     appendContext(html, curve);
     html += "<ul class=\"facts\">";
     for (std::string const& fact : drawing.facts)
@@ -91,15 +91,15 @@ void appendTrack(std::string& html, Curve const& curve, Drawing const& drawing, 
     html += "</ul>\n";
     appendRemarks(html, curve.remarks);
     html += "<div class=\"picture\">\n<div class=\"curves\">\n<svg class=\"still\" viewBox=\"0 0 600 "
-            + std::to_string(int(height)) + "\" role=\"img\" aria-label=\"" + summary + "\">\n";
+        + std::to_string(int(height)) + "\" role=\"img\" aria-label=\"" + summary + "\">\n";
     appendPanels(html, drawing, {stillWidth, height}, axis);
     html += "</svg>\n<div class=\"live\" tabindex=\"0\" role=\"group\" aria-label=\"" + summary
-            + "\"></div>\n</div>\n<div class=\"side\">\n<dl class=\"values\"></dl>\n<div class=\"element\" hidden></div>\n";
+        + "\"></div>\n</div>\n<div class=\"side\">\n<dl class=\"values\"></dl>\n<div class=\"element\" hidden></div>\n";
     if (shape != Shape::none)
         html += "<div class=\"turntable\"></div>\n";
     if (drawing.path.kind != PlanePath::absent) {
         html += "<svg class=\"path\" viewBox=\"-3 -3 206 248\" role=\"img\" aria-label=\"Path: "
-                + escapedMarkup(joined(drawing.path.notes, ", ")) + "\">\n";
+            + escapedMarkup(joined(drawing.path.notes, ", ")) + "\">\n";
         appendPath(html, drawing, pathSize);
         html += "<path class=\"headDot\" d=\"M0 -7L7 0L0 7L-7 0z\"/></svg>\n";
     }
@@ -115,10 +115,12 @@ void appendPlayer(std::string& html, Span axis, double frame)
             "<button type=\"button\" id=\"play\">Play</button>\n"
             "<button type=\"button\" id=\"back\" aria-label=\"one frame back\">&#8249;</button>\n"
             "<button type=\"button\" id=\"forward\" aria-label=\"one frame on\">&#8250;</button>\n"
-            "<input type=\"range\" id=\"head\" aria-label=\"play head\" min=\"" + shortNumber(axis.low) + "\" max=\""
-            + shortNumber(axis.high) + "\" step=\"" + shortNumber(frame) + "\" value=\"" + shortNumber(axis.low) + "\">\n"
-            "<output id=\"now\" for=\"head\"></output>\n"
-            "<label>speed <select id=\"speed\">";
+            "<input type=\"range\" id=\"head\" aria-label=\"play head\" min=\""
+        + shortNumber(axis.low) + "\" max=\"" + shortNumber(axis.high) + "\" step=\"" + shortNumber(frame) + "\" value=\""
+        + shortNumber(axis.low)
+        + "\">\n"
+          "<output id=\"now\" for=\"head\"></output>\n"
+          "<label>speed <select id=\"speed\">";
     for (char const* const speed : {"0.1", "0.25", "0.5", "1", "2", "4"})
         html += "<option" + std::string(speed == std::string_view("1") ? " selected" : "") + '>' + speed + "</option>";
     html += "</select></label>\n<label><input type=\"checkbox\" id=\"loop\" checked> loop</label>\n"
@@ -136,9 +138,10 @@ void appendHeader(std::string& html, std::vector<Curve> const& curves, std::size
         summary += " The first " + std::to_string(count) + " are drawn.";
     if (!options.shown.empty())
         summary += ' ' + own(options.shown);
-    html += "<header>\n<h1>" + own(options.title) + "</h1>\n<p>" + summary + "</p>\n"
-            "<svg class=\"marks\" viewBox=\"0 0 350 16\" role=\"img\" aria-label=\"marks: key, loop seam, start and end "
-            "of a path, finding\">";
+    html += "<header>\n<h1>" + own(options.title) + "</h1>\n<p>" + summary
+        + "</p>\n"
+          "<svg class=\"marks\" viewBox=\"0 0 350 16\" role=\"img\" aria-label=\"marks: key, loop seam, start and end "
+          "of a path, finding\">";
     appendMarks(html);
     // The charts take their colours from these.
     html += "</svg>\n<svg id=\"palette\" aria-hidden=\"true\">";
@@ -168,7 +171,7 @@ void appendContents(std::string& html, std::vector<Curve> const& curves, std::si
     for (std::size_t i = 0; i < count; ++i) {
         Track const& track = *curves[i].track;
         html += "<li><a href=\"#track" + std::to_string(i + 1) + "\">" + own(track.name()) + "</a> <span>"
-                + escapedMarkup(track.node->typeName) + "</span></li>\n";
+            + escapedMarkup(track.node->typeName) + "</span></li>\n";
     }
     html += "</ol>\n</nav>\n";
 }
@@ -179,8 +182,8 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
 {
     std::size_t const count = std::min(curves.size(), mostTracks);
     std::size_t const samples = std::min(mostSamplesPerTrack, mostSamples / std::max<std::size_t>(count, 1));
-    std::size_t const blocks = std::size_t(std::count_if(curves.begin(), curves.begin() + long(count),
-                                                         [](Curve const& c) { return isList(c.track->type); }));
+    std::size_t const blocks = std::size_t(
+        std::count_if(curves.begin(), curves.begin() + long(count), [](Curve const& c) { return isList(c.track->type); }));
     Span const axis = axisOf(curves);
     std::string const title = escapedMarkup(options.title);
 
@@ -188,14 +191,17 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
         << "</title>\n<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
            "<meta name=\"color-scheme\" content=\"light dark\">\n"
            // Nothing is loaded from anywhere, whatever the scene's names hold.
-           "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src 'unsafe-inline'; script-src 'sha256-" << asset::chartScriptHash << "' 'sha256-" << asset::pageScriptHash
-        << "'" << (options.scene ? " 'sha256-" + std::string(asset::engineHash) + "'; connect-src data:; img-src data: blob:" : "; img-src data:") << "\">\n<link rel=\"icon\" href=\"data:,\">\n<style>\n"
-        << asset::chartStyle << '\n' << asset::pictureStyle << asset::pageStyle
-        << "</style>\n</head>\n<body data-axis=\"" << escapedMarkup(options.axis);
+           "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src 'unsafe-inline'; script-src 'sha256-"
+        << asset::chartScriptHash << "' 'sha256-" << asset::pageScriptHash << "'"
+        << (options.scene ? " 'sha256-" + std::string(asset::engineHash) + "'; connect-src data:; img-src data: blob:"
+                          : "; img-src data:")
+        << "\">\n<link rel=\"icon\" href=\"data:,\">\n<style>\n"
+        << asset::chartStyle << '\n'
+        << asset::pictureStyle << asset::pageStyle << "</style>\n</head>\n<body data-axis=\"" << escapedMarkup(options.axis);
     double const frame = options.frame > 0 ? options.frame : axis.width() / 100;
     // Fractions have no pace of their own: five seconds for all of them.
     std::string html = "\" data-frame=\"" + shortNumber(frame) + "\" data-per-second=\""
-                       + shortNumber(options.sharedAxis ? 1 : axis.width() / 5) + "\">\n";
+        + shortNumber(options.sharedAxis ? 1 : axis.width() / 5) + "\">\n";
     appendHeader(html, curves, count, options);
     appendPlayer(html, axis, frame);
     if (options.scene != nullptr)
@@ -206,8 +212,9 @@ void writeHtml(std::ostream& out, std::vector<Curve> const& curves, PictureOptio
     for (std::size_t i = 0; i < count; ++i) {
         html.clear();
         Drawing const drawing = drawingOf(curves[i], options, options.sharedAxis ? axis : axisOf(curves[i]), samples / 2);
-        Elements const elements = elementsOf(Samples(*curves[i].track),
-                                             std::min(mostElementNumbers, mostElementNumbersOfAll / std::max<std::size_t>(blocks, 1)));
+        Elements const elements =
+            elementsOf(Samples(*curves[i].track),
+                       std::min(mostElementNumbers, mostElementNumbersOfAll / std::max<std::size_t>(blocks, 1)));
         if (i == 0) {
             sharedTimes = drawing.panels.empty() ? std::vector<double>() : drawing.panels.front().times;
             html += "<script type=\"application/json\" id=\"times\">";

@@ -112,9 +112,9 @@ void writeSvg(std::ostream& out, std::vector<Curve> const& curves, PictureOption
     double const height = 2 * border + titleHeight + rowHeight * double(rows) - (rows != 0 ? cellGap : 0);
 
     std::string svg = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" width=\""
-                      + coordinate(width) + "\" height=\"" + coordinate(height) + "\" viewBox=\"0 0 "
-                      + point(width, height) + "\" role=\"img\">\n<title>" + escapedMarkup(options.title)
-                      + "</title>\n<style>\n" + std::string(asset::pictureStyle) + "</style>\n";
+        + coordinate(width) + "\" height=\"" + coordinate(height) + "\" viewBox=\"0 0 " + point(width, height)
+        + "\" role=\"img\">\n<title>" + escapedMarkup(options.title) + "</title>\n<style>\n" + std::string(asset::pictureStyle)
+        + "</style>\n";
     appendRect(svg, "paper", 0, 0, width, height);
     svg += "<g transform=\"translate(" + point(border, border) + ")\">\n";
     // Its letters are twice as wide as the others'.
@@ -143,8 +143,9 @@ void writeSvg(std::ostream& out, std::vector<Curve> const& curves, PictureOption
         double const x = border + double(i % columns) * (cell + cellGap);
         double const y = border + titleHeight + double(i / columns) * rowHeight;
         svg = "<g class=\"track\" transform=\"translate(" + point(x, y) + ")\">\n";
-        appendCell(svg, curves[i], drawingOf(curves[i], options, options.sharedAxis ? shared : axisOf(curves[i]),
-                                  std::size_t(cell)), cell, options.axis);
+        appendCell(svg, curves[i],
+                   drawingOf(curves[i], options, options.sharedAxis ? shared : axisOf(curves[i]), std::size_t(cell)), cell,
+                   options.axis);
         out << svg << "</g>\n";
     }
     out << "</svg>\n";

@@ -19,9 +19,9 @@ struct CurveRemark {
 
 /// One track to draw, with what is marked on its axis and told beside it. Texts may hold anything.
 struct Curve {
-    Track const* track;          ///< with its samples
-    std::vector<double> keys;    ///< places of the interpolator's keys on the axis, within what was recorded
-    std::vector<double> seams;   ///< places where the sensor that drives it loops
+    Track const* track;                    ///< with its samples
+    std::vector<double> keys;              ///< places of the interpolator's keys on the axis, within what was recorded
+    std::vector<double> seams;             ///< places where the sensor that drives it loops
     std::vector<std::string> drivers = {}; ///< what drives it, back to the sensor: "Ease (EaseInEaseOut)", "Clock ..."
     std::vector<std::string> moves = {};   ///< what it moves: "Ball.translation (Transform)"
     std::string place = {};                ///< in the file: "door.x3d:12:3"
@@ -42,11 +42,11 @@ struct SceneInPage {
 std::string sceneEngine();
 
 struct PictureOptions {
-    std::string title;           ///< usually the file's name
-    std::string axis;            ///< "time (s)" for a run, "fraction" for a sweep
-    bool sharedAxis = true;      ///< all tracks over the same stretch of the axis; false: each over its own
-    double frame = 0;            ///< step of the play head; 0: a hundredth of the axis
-    std::string shown = {};      ///< what part of a cycle the axis is
+    std::string title;                     ///< usually the file's name
+    std::string axis;                      ///< "time (s)" for a run, "fraction" for a sweep
+    bool sharedAxis = true;                ///< all tracks over the same stretch of the axis; false: each over its own
+    double frame = 0;                      ///< step of the play head; 0: a hundredth of the axis
+    std::string shown = {};                ///< what part of a cycle the axis is
     std::vector<std::string> waiting = {}; ///< what does not move: which sensor waits for what, and what starts it
     SceneInPage const* scene = nullptr;
 };

@@ -9,9 +9,12 @@ namespace Zelvan::play {
 Kind kindOf(NodePartDataType type)
 {
     switch (type) {
-    case SFColorType: case MFColorType: return Kind::colour;
-    case SFRotationType: case MFRotationType: return Kind::rotation;
-    case SFMatrix4fType: case MFMatrix4fType: return Kind::matrix;
+    case SFColorType:
+    case MFColorType: return Kind::colour;
+    case SFRotationType:
+    case MFRotationType: return Kind::rotation;
+    case SFMatrix4fType:
+    case MFMatrix4fType: return Kind::matrix;
     default: return Kind::numbers;
     }
 }

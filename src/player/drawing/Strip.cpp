@@ -36,8 +36,9 @@ std::uint32_t Strip::at(std::size_t row, double time) const
     double const part = (time - times[after - 1]) / (times[after] - times[after - 1]);
     std::uint32_t mixed = 0;
     for (unsigned const shift : {16u, 8u, 0u})
-        mixed |= std::uint32_t(std::lround(std::lerp(double(colours[after - 1] >> shift & 255),
-                                                     double(colours[after] >> shift & 255), part))) << shift;
+        mixed |= std::uint32_t(std::lround(
+                     std::lerp(double(colours[after - 1] >> shift & 255), double(colours[after] >> shift & 255), part)))
+            << shift;
     return mixed;
 }
 

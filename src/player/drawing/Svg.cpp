@@ -28,13 +28,13 @@ std::string point(double x, double y)
 void appendText(std::string& svg, double x, double y, char const* classes, std::string const& text)
 {
     svg += "<text x=\"" + coordinate(x) + "\" y=\"" + coordinate(y) + "\" class=\"" + classes + "\">" + escapedMarkup(text)
-           + "</text>\n";
+        + "</text>\n";
 }
 
 void appendRect(std::string& svg, char const* classes, double x, double y, double width, double height)
 {
-    svg += "<rect class=\"" + std::string(classes) + "\" x=\"" + coordinate(x) + "\" y=\"" + coordinate(y)
-           + "\" width=\"" + coordinate(width) + "\" height=\"" + coordinate(height) + "\"/>\n";
+    svg += "<rect class=\"" + std::string(classes) + "\" x=\"" + coordinate(x) + "\" y=\"" + coordinate(y) + "\" width=\""
+        + coordinate(width) + "\" height=\"" + coordinate(height) + "\"/>\n";
 }
 
 void appendCurve(std::string& svg, std::string const& classes, std::string const& d)

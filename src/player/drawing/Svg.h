@@ -37,7 +37,7 @@ private:
 
     std::string _d;
     bool _down = false;
-    Point _from{}, _last{};             ///< the corner before, and the point before
+    Point _from{}, _last{};                 ///< the corner before, and the point before
     double _reach = 0, _low = 0, _high = 0; ///< how far from the corner, and between which directions, all points since lie
 };
 

@@ -26,10 +26,10 @@ void thinColumn(Panel const& panel, std::size_t from, std::size_t to, Panel& thi
         if (least == to)
             return std::pair(std::array{gap, gap, gap}, false);
         double const first = values[std::min(least, most)], second = values[std::max(least, most)];
-        return hole == to                     ? std::pair(std::array{first, second, second}, false)
-               : hole < std::min(least, most) ? std::pair(std::array{gap, first, second}, true)
-               : hole < std::max(least, most) ? std::pair(std::array{first, gap, second}, true)
-                                              : std::pair(std::array{first, second, gap}, true);
+        return hole == to                  ? std::pair(std::array{first, second, second}, false)
+            : hole < std::min(least, most) ? std::pair(std::array{gap, first, second}, true)
+            : hole < std::max(least, most) ? std::pair(std::array{first, gap, second}, true)
+                                           : std::pair(std::array{first, second, gap}, true);
     };
     bool const asTheyAre = to - from <= 2;
     std::size_t count = asTheyAre ? to - from : 2;

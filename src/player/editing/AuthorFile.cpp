@@ -218,7 +218,8 @@ void AuthorFile::writeDiff(std::ostream& out) const
             writeLine(hunk, ' ', lines[line]);
         auto const newFirst = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(first) + moved);
         out << "@@ -" << first + (last > first) << ',' << last - first << " +" << newFirst + (newCount > 0) << ',' << newCount
-            << " @@\n" << hunk.str();
+            << " @@\n"
+            << hunk.str();
         moved += static_cast<std::ptrdiff_t>(newCount) - static_cast<std::ptrdiff_t>(last - first);
     }
 }

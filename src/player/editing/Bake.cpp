@@ -15,7 +15,8 @@ namespace {
 /// Bakes one scene.
 class Baker {
 public:
-    Baker(Scene const& scene, SceneEdits& edits, BakeOptions const& options) : _scene(scene), _edits(edits), _options(options) {}
+    Baker(Scene const& scene, SceneEdits& edits, BakeOptions const& options) : _scene(scene), _edits(edits), _options(options)
+    {}
 
     BakeResult run()
     {
@@ -155,7 +156,8 @@ private:
             driver = driverOf(*driver->from);
         if (driver != nullptr && driver->from->known && TimeSensor::isType(driver->from->node))
             cycle = static_cast<TimeSensor const*>(driver->from->node)->_cycleInterval._value;
-        double const length = double(breaks.back()) - breaks.front(), count = std::clamp(std::ceil(*_options.rate * cycle * length), 1.0, most);
+        double const length = double(breaks.back()) - breaks.front(),
+                     count = std::clamp(std::ceil(*_options.rate * cycle * length), 1.0, most);
         std::vector<float> fractions = {breaks.front()};
         for (double k = 1; k < count; ++k)
             fractions.push_back(static_cast<float>(breaks.front() + length * k / count));
@@ -163,7 +165,8 @@ private:
         return fractions;
     }
 
-    void write(SceneNode const& node, KeyTrack const& baked, std::vector<SceneRoute const*> const& eases, SceneRoute const* source)
+    void write(SceneNode const& node, KeyTrack const& baked, std::vector<SceneRoute const*> const& eases,
+               SceneRoute const* source)
     {
         ListPlaces const places = *_edits.placesOf(node);
         // All that may fail comes before the first edit.
@@ -200,7 +203,8 @@ private:
         if (source != nullptr) {
             AuthorFile& routes = _edits.file(source->where.file);
             std::string const all(routes.text());
-            routes.replace(to->fromNode.begin, to->fromNode.end, all.substr(from->fromNode.begin, from->fromNode.end - from->fromNode.begin));
+            routes.replace(to->fromNode.begin, to->fromNode.end,
+                           all.substr(from->fromNode.begin, from->fromNode.end - from->fromNode.begin));
             routes.replace(to->fromField.begin, to->fromField.end,
                            all.substr(from->fromField.begin, from->fromField.end - from->fromField.begin));
             _rerouted.insert(eases.front());

@@ -29,9 +29,10 @@ double differenceOf(NodePartDataType type, std::span<double const> a, std::span<
     for (std::size_t i = 0; i < a.size(); i += width) {
         if (std::isnan(a[i]) && std::isnan(b[i]))
             continue;
-        double const d = rotations ? angleBetween(UnitQuaternion::ofAxisAngle(&a[i]), UnitQuaternion::ofAxisAngle(&b[i])) * std::numbers::pi / 180
-            : a[i] == b[i]         ? 0
-                                   : std::abs(a[i] - b[i]);
+        double const d = rotations
+            ? angleBetween(UnitQuaternion::ofAxisAngle(&a[i]), UnitQuaternion::ofAxisAngle(&b[i])) * std::numbers::pi / 180
+            : a[i] == b[i] ? 0
+                           : std::abs(a[i] - b[i]);
         largest = std::isnan(d) ? infinite : std::max(largest, d);
     }
     return largest;
@@ -42,8 +43,7 @@ class FedNode : public Playable {
 public:
     explicit FedNode(SceneNode const& node)
         : _node(*node.node), _fraction(static_cast<SFFloat&>(*fieldOf(node, "set_fraction"))), _output(*outputOf(node))
-    {
-    }
+    {}
     Field const& play(float fraction) override
     {
         _fraction._value = fraction;

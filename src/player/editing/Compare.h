@@ -14,20 +14,20 @@ struct PlayedScene {
 /// How one track of two scenes differs.
 struct TrackDifference {
     enum Kind : unsigned char {
-        onlyFirst,  ///< there is no such track in the second scene
+        onlyFirst, ///< there is no such track in the second scene
         onlySecond,
-        played,     ///< compared over the time of the scene
-        swept       ///< nothing drives it in either: compared over its fractions
+        played, ///< compared over the time of the scene
+        swept   ///< nothing drives it in either: compared over its fractions
     };
-    std::string track;              ///< "Ball.value_changed"
+    std::string track; ///< "Ball.value_changed"
     Kind kind;
-    Track const* first = nullptr;   ///< null where there is none
+    Track const* first = nullptr; ///< null where there is none
     Track const* second = nullptr;
     bool differs = false;
-    double from = 0;                ///< where it first differs: a time, or a fraction
-    double largest = 0, at = 0;     ///< infinite where one of them has no value, or another number of values
+    double from = 0;            ///< where it first differs: a time, or a fraction
+    double largest = 0, at = 0; ///< infinite where one of them has no value, or another number of values
     double allowed = 0;
-    bool angle = false;             ///< these are radians
+    bool angle = false; ///< these are radians
     std::size_t keysBefore = 0, keysAfter = 0;
 };
 

@@ -25,10 +25,13 @@ class SlopeCone {
 public:
     static constexpr std::size_t followed = std::numeric_limits<std::size_t>::max(); ///< keys of a layer
     SlopeCone(KeyTrack const& track, double tolerance)
-        : _keys(track.keys.data()), _values(track.values.data()), _width(track.width), _tolerance(tolerance),
-          _bounds(track.width), _reach(track.size() / stride + 2)
-    {
-    }
+        : _keys(track.keys.data()),
+          _values(track.values.data()),
+          _width(track.width),
+          _tolerance(tolerance),
+          _bounds(track.width),
+          _reach(track.size() / stride + 2)
+    {}
     void start(std::size_t key)
     {
         _key = key;
@@ -117,7 +120,7 @@ private:
     std::size_t _key = 0;
     std::vector<Bounds> _bounds;
     std::vector<std::size_t> _reach; ///< of every stride-th key; 0 before it is asked for
-    Bounds _closing; ///< of the number that closed the last cone
+    Bounds _closing;                 ///< of the number that closed the last cone
     std::size_t _component = 0;
 };
 
@@ -216,7 +219,8 @@ private:
         if (_balls.size() % groupSize == 0)
             _groups.push_back(ball);
         Ball& group = _groups.back();
-        group.radius = std::min(group.radius, (ball.radius - distance(ball, group.centre)) / _speeds.stretch(group.key, ball.key));
+        group.radius =
+            std::min(group.radius, (ball.radius - distance(ball, group.centre)) / _speeds.stretch(group.key, ball.key));
         _balls.push_back(ball);
     }
     bool isIn(std::size_t group, Speed const& speed) const
@@ -244,7 +248,7 @@ private:
     std::size_t _key = 0;
     std::vector<Ball> _balls, _groups;
     std::size_t _firstGroup = 0; ///< that may still be a limit
-    Speed _low{}, _high{};    ///< a box around what is left
+    Speed _low{}, _high{};       ///< a box around what is left
 };
 
 } // namespace Zelvan::play

@@ -19,11 +19,12 @@ namespace {
 std::string otherTrack(ScenePlay const& a, ScenePlay const& b)
 {
     auto const same = [](auto const& first, auto const& second) {
-        return first.size() == second.size() && (first.empty() || std::memcmp(first.data(), second.data(), first.size() * sizeof first[0]) == 0);
+        return first.size() == second.size()
+            && (first.empty() || std::memcmp(first.data(), second.data(), first.size() * sizeof first[0]) == 0);
     };
     for (std::size_t i = 0; i < std::min(a.tracks.size(), b.tracks.size()); ++i)
-        if (Track const &first = a.tracks[i], &second = b.tracks[i]; first.type != second.type || !same(first.times, second.times)
-            || !same(first.starts, second.starts) || !same(first.numbers, second.numbers))
+        if (Track const& first = a.tracks[i], &second = b.tracks[i]; first.type != second.type
+            || !same(first.times, second.times) || !same(first.starts, second.starts) || !same(first.numbers, second.numbers))
             return first.name();
     return a.tracks.size() == b.tracks.size() ? "" : "its interpolators";
 }
@@ -59,7 +60,8 @@ public:
     }
 
     /// What each code that can be fixed at a node changes by itself, and whether that is safe. Nothing stays changed.
-    using Proposals = std::map<std::pair<std::string, std::string>, std::pair<Fix, std::vector<TextChange>>>; // by node and code
+    using Proposals =
+        std::map<std::pair<std::string, std::string>, std::pair<Fix, std::vector<TextChange>>>; // by node and code
     Proposals proposals(std::vector<Finding> const& findings)
     {
         Proposals all;

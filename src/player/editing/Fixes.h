@@ -13,7 +13,7 @@ namespace Zelvan::play {
 struct FixOutcome {
     std::string code, node;
     bool done = false;
-    std::string why; ///< it was not done
+    std::string why;        ///< it was not done
     std::uint32_t file = 0; ///< of the scene, that its keys stand in
 };
 

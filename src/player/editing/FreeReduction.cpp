@@ -79,8 +79,7 @@ class FreeSearch {
 public:
     FreeSearch(KeyTrack const& track, double tolerance)
         : _track(track), _tolerance(tolerance), _lines(track.width), _at(track.size(), none)
-    {
-    }
+    {}
 
     /// Appends the keys after `first`, up to `last`, with their values; `first` itself is there.
     void run(std::size_t first, std::size_t last, KeyTrack& result)
@@ -218,7 +217,7 @@ private:
     double _tolerance;
     std::size_t _last = 0;
     std::vector<Node> _nodes;
-    std::vector<Lines> _lines;    ///< of each number
+    std::vector<Lines> _lines; ///< of each number
     std::vector<Interval> _scratch;
     std::vector<Reached> _reached; ///< in this layer
     std::vector<Interval> _bounds;

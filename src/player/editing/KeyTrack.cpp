@@ -67,10 +67,10 @@ double difference(std::vector<Value> const& a, std::vector<Value> const& b)
 
 Motion motionOf(std::string const& type)
 {
-    return type == "NormalInterpolator" ? Motion::normals
+    return type == "NormalInterpolator"                                               ? Motion::normals
         : type == "OrientationInterpolator" || type == "SquadOrientationInterpolator" ? Motion::rotation
-        : type == "ColorInterpolator" ? Motion::color
-                                      : Motion::linear;
+        : type == "ColorInterpolator"                                                 ? Motion::color
+                                                                                      : Motion::linear;
 }
 
 } // namespace
@@ -189,8 +189,7 @@ double differenceOf(Field const& a, Field const& b)
             static_cast<FieldClass const&>(a)._value, static_cast<FieldClass const&>(b)._value);
     };
     auto const fixed = [](auto const& values, std::size_t width) {
-        return difference(reinterpret_cast<float const*>(&values.first),
-                          reinterpret_cast<float const*>(&values.second), width);
+        return difference(reinterpret_cast<float const*>(&values.first), reinterpret_cast<float const*>(&values.second), width);
     };
     auto const lists = [](auto const& values) { return difference(values.first, values.second); };
     switch (a.dataType()) {

@@ -46,11 +46,14 @@ void divide(NumberList::Number& number, float by)
 } // namespace
 
 Mending::Mending(SceneNode const& node, NumberList const& keys, NumberList const& values)
-    : _oldKeys(copyOf(*fieldOf(node, "key"))), _oldValues(copyOf(valuesOf(node))), _keys(numbersOf(keys)), _values(numbersOf(values)),
-      _components(componentsOf(valuesOf(node).dataType()).count), _blocks(isList(outputOf(node)->dataType())),
+    : _oldKeys(copyOf(*fieldOf(node, "key"))),
+      _oldValues(copyOf(valuesOf(node))),
+      _keys(numbersOf(keys)),
+      _values(numbersOf(values)),
+      _components(componentsOf(valuesOf(node).dataType()).count),
+      _blocks(isList(outputOf(node)->dataType())),
       _eases(fieldOf(node, "easeInEaseOut") != nullptr)
-{
-}
+{}
 
 void Mending::give(SceneNode const& node) const
 {
@@ -137,7 +140,8 @@ bool Mending::sortKeys()
     Numbers keys = _keys, values = _values;
     for (std::size_t i = 0; i < count; ++i) {
         keys[i] = _keys[order[i]];
-        std::copy_n(_values.begin() + static_cast<std::ptrdiff_t>(order[i] * wide), wide, values.begin() + static_cast<std::ptrdiff_t>(i * wide));
+        std::copy_n(_values.begin() + static_cast<std::ptrdiff_t>(order[i] * wide), wide,
+                    values.begin() + static_cast<std::ptrdiff_t>(i * wide));
     }
     _keys = std::move(keys);
     _values = std::move(values);
@@ -174,7 +178,8 @@ bool Mending::divideTurns(std::set<std::size_t> const& keys)
         std::size_t const i = *at;
         if (i + 1 >= _keys.size() || (i + 2) * 4 > _values.size())
             continue;
-        double const from = number(i, 3), turn = number(i + 1, 3) - from, begin = _keys[i].value, time = _keys[i + 1].value - begin;
+        double const from = number(i, 3), turn = number(i + 1, 3) - from, begin = _keys[i].value,
+                     time = _keys[i + 1].value - begin;
         auto const parts = static_cast<int>(std::min(std::ceil(std::abs(turn) / step), 1000.0));
         std::vector<float> const axis = {number(i, 0), number(i, 1), number(i, 2)};
         for (int part = parts - 1; part > 0; --part)
@@ -200,7 +205,8 @@ bool Mending::crossRed(std::set<std::size_t> const& keys)
         float const t = before + after > 0 ? before / (before + after) : 0;
         float const key = _keys[i].value + t * (_keys[i + 1].value - _keys[i].value);
         float const saturation = s[0] + t * (s[1] - s[0]), value = v[0] + t * (v[1] - v[0]), grey = value * (1 - saturation);
-        std::vector<float> const red = {value, grey, grey}, trace = {value, grey, grey + 0.001f * (value - grey)}; // hues 0 and 360
+        std::vector<float> const red = {value, grey, grey},
+                                 trace = {value, grey, grey + 0.001f * (value - grey)}; // hues 0 and 360
         // Where an end is red itself, it is one of the two.
         bool const atEnd = after == 0, atBegin = before == 0;
         if (!atEnd)
@@ -226,7 +232,9 @@ bool samePlayed(KeyTrack const& a, KeyTrack const& b)
 {
     PlayedTrack first(a), second(b);
     bool same = true;
-    auto const compare = [&](float fraction) { same = same && first.play(fraction).getValueAsStr() == second.play(fraction).getValueAsStr(); };
+    auto const compare = [&](float fraction) {
+        same = same && first.play(fraction).getValueAsStr() == second.play(fraction).getValueAsStr();
+    };
     for (float const outside : {-INFINITY, -1.f, 0.f, 1.f, 2.f, INFINITY, NAN})
         compare(outside);
     eachFraction(merged(a.keys, b.keys), 12, compare);

@@ -124,13 +124,12 @@ std::string NumberList::written(std::vector<Number> const& numbers, unsigned com
                     if (gap(old).find('#') != std::string_view::npos)
                         comments += gap(old);
             bool const breaks = habits.perLine > 0 && i % habits.perLine == 0;
-            text += !comments.empty() ? comments
-                : breaks              ? habits.line
-                                      : i % components == 0 ? habits.outer : habits.inner;
+            text += !comments.empty() ? comments : breaks ? habits.line : i % components == 0 ? habits.outer : habits.inner;
         }
         std::string const shortest = shortNumber(number.value);
-        std::string_view const own = number.old ? _text.substr(_tokens[*number.old].begin, _tokens[*number.old].end - _tokens[*number.old].begin)
-                                                : std::string_view();
+        std::string_view const own = number.old
+            ? _text.substr(_tokens[*number.old].begin, _tokens[*number.old].end - _tokens[*number.old].begin)
+            : std::string_view();
         text += number.old && own.size() <= shortest.size() ? own : std::string_view(shortest);
     }
     return text;

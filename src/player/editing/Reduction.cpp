@@ -80,8 +80,8 @@ private:
 
     Cone& _cone;
     std::size_t _first, _last;
-    std::vector<std::uint32_t> _from;  ///< of the keys reached so far: the key before
-    std::vector<std::uint32_t> _next;  ///< a key not reached yet, or towards the next such key
+    std::vector<std::uint32_t> _from; ///< of the keys reached so far: the key before
+    std::vector<std::uint32_t> _next; ///< a key not reached yet, or towards the next such key
 };
 
 // `search(first, last, kept)` for each part between steps, where both ends stay.
@@ -139,8 +139,7 @@ std::vector<std::size_t> unequalKeys(KeyTrack const& track)
     std::vector<std::size_t> kept = {0};
     for (std::size_t key = 1; key < track.size(); ++key)
         if (key + 1 == track.size() || track.jumps(key - 1) || track.jumps(key)
-            || !std::ranges::equal(track.at(key), track.at(key - 1))
-            || !std::ranges::equal(track.at(key), track.at(key + 1)))
+            || !std::ranges::equal(track.at(key), track.at(key - 1)) || !std::ranges::equal(track.at(key), track.at(key + 1)))
             kept.push_back(key);
     return kept;
 }

@@ -53,8 +53,9 @@ NumberList SceneEdits::list(Location where, Field const& field)
     for (std::size_t i = 0; same && i < read.size(); ++i)
         same = std::bit_cast<std::uint32_t>(static_cast<float>(read[i])) == std::bit_cast<std::uint32_t>(list.numbers()[i]);
     if (!same)
-        throw Failure(exitScene, text.path() + " is not edited: at byte " + std::to_string(where.offset)
-                                     + " stand other numbers than were read");
+        throw Failure(exitScene,
+                      text.path() + " is not edited: at byte " + std::to_string(where.offset)
+                          + " stand other numbers than were read");
     return list;
 }
 

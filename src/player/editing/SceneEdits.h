@@ -56,7 +56,8 @@ private:
     bool _inlined;
     std::size_t _mostBytes;
     std::map<std::uint32_t, AuthorFile> _files;
-    std::multimap<Location, std::pair<Location, SceneNode const*>> _partners; ///< of each list: the other one, and whose they are
+    std::multimap<Location, std::pair<Location, SceneNode const*>>
+        _partners; ///< of each list: the other one, and whose they are
 };
 
 } // namespace Zelvan::play

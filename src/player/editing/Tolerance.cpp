@@ -17,10 +17,14 @@ Tolerance::Tolerance(std::vector<std::string> const& texts)
         auto const [end, error] = std::from_chars(amount.data(), amount.data() + amount.size(), number);
         std::string_view const unit(end, static_cast<std::size_t>(amount.data() + amount.size() - end));
         if (error != std::errc() || !(unit.empty() || unit == "%" || unit == "deg") || !std::isfinite(number) || number < 0)
-            throw Failure(exitUsage, "--max-error " + text + ": expected a number that is not negative, such as 0.01, 0.1% or "
-                                         "1deg, for one node Ball=0.01");
+            throw Failure(exitUsage,
+                          "--max-error " + text
+                              + ": expected a number that is not negative, such as 0.01, 0.1% or "
+                                "1deg, for one node Ball=0.01");
         _amounts.push_back({equal == std::string::npos ? "" : text.substr(0, equal), number,
-                            unit == "%" ? Unit::percent : unit == "deg" ? Unit::degrees : Unit::value});
+                            unit == "%"         ? Unit::percent
+                                : unit == "deg" ? Unit::degrees
+                                                : Unit::value});
     }
 }
 

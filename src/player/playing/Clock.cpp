@@ -81,9 +81,8 @@ Clock::~Clock()
 void Clock::limitTo(std::size_t frames, std::size_t most)
 {
     _mostLooks = most;
-    auto const running = static_cast<std::size_t>(std::ranges::count_if(_sensors, [](Sensor const& sensor) {
-        return timeSensor(sensor).sensorProc().isDue(0);
-    }));
+    auto const running = static_cast<std::size_t>(
+        std::ranges::count_if(_sensors, [](Sensor const& sensor) { return timeSensor(sensor).sensorProc().isDue(0); }));
     if (running > 0 && frames > most / running)
         refuseSensors(most);
 }
@@ -91,9 +90,10 @@ void Clock::limitTo(std::size_t frames, std::size_t most)
 void Clock::refuseSensors(std::size_t most) const
 {
     char const* const what = _sensors.size() == 1 ? " TimeSensor" : " TimeSensors";
-    throw Failure(exitScene, "error: " + std::to_string(_sensors.size()) + what + " would be asked more than "
-                                 + std::to_string(most) + " times: fewer frames or a shorter time are less (--max-values "
-                                 "raises the limit)");
+    throw Failure(exitScene,
+                  "error: " + std::to_string(_sensors.size()) + what + " would be asked more than " + std::to_string(most)
+                      + " times: fewer frames or a shorter time are less (--max-values "
+                        "raises the limit)");
 }
 
 // In the order of the file, those included that an earlier one wakes.
@@ -120,10 +120,11 @@ void Clock::startSensor(std::string const& name, double time)
             meant.offer(sensor.node->name);
             known += (known.empty() ? "" : ", ") + sensor.node->name;
         }
-        throw Failure(exitUsage, "--start: no TimeSensor is named \"" + name + '"'
-                                     + (known.empty()             ? "; there are none"
-                                        : meant.nearest().empty() ? "; there are: " + known
-                                                                  : meant.text()));
+        throw Failure(exitUsage,
+                      "--start: no TimeSensor is named \"" + name + '"'
+                          + (known.empty()                 ? "; there are none"
+                                 : meant.nearest().empty() ? "; there are: " + known
+                                                           : meant.text()));
     }
     start(*node, time);
 }
@@ -161,8 +162,10 @@ void Clock::inject(Injection const& injection)
     }
     Field* const field = _scene.field(*node, injection.field, Node::asInput);
     if (field == nullptr)
-        throw Failure(exitUsage, what + (node->known ? "a " + node->typeName + " has no such field"
-                                                     : "no route starts there, so nothing would happen"));
+        throw Failure(exitUsage,
+                      what
+                          + (node->known ? "a " + node->typeName + " has no such field"
+                                         : "no route starts there, so nothing would happen"));
     if ((field->type() & inputOnly) == 0)
         throw Failure(exitUsage, what + "expected a field that takes events, this one is " + accessName(field->type()));
     // Tried on a field of its own now, so that a bad value is refused before the run.

@@ -73,10 +73,9 @@ private:
 // Sends events of its own; all others pass on what they get.
 bool acts(SceneNode const& node)
 {
-    constexpr std::string_view kinds[] = {"Sensor", "Filter",  "Trigger",  "Sequencer",   "Toggle",
+    constexpr std::string_view kinds[] = {"Sensor", "Filter", "Trigger",  "Sequencer",   "Toggle",
                                           "Damper", "Chaser", "Follower", "Interpolator"};
-    return node.decides
-        || std::ranges::any_of(kinds, [&](std::string_view kind) { return node.typeName.ends_with(kind); });
+    return node.decides || std::ranges::any_of(kinds, [&](std::string_view kind) { return node.typeName.ends_with(kind); });
 }
 
 } // namespace

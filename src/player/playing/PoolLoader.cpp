@@ -202,8 +202,9 @@ std::vector<PoolCandidate> loadPool(std::string const& explicitFile)
             files.push_back((folder / poolFile).lexically_normal());
     constexpr std::size_t mostFiles = 100;
     if (files.size() > mostFiles)
-        throw Failure(exitMachine, "the node pool cannot be loaded: ZELVAN_PLUGIN_PATH has more than " + std::to_string(mostFiles)
-                                       + " folders");
+        throw Failure(exitMachine,
+                      "the node pool cannot be loaded: ZELVAN_PLUGIN_PATH has more than " + std::to_string(mostFiles)
+                          + " folders");
 
     std::vector<PoolCandidate> candidates;
     for (fs::path const& file : files) {

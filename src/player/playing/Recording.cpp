@@ -55,14 +55,13 @@ void addDerived(Track& track, std::vector<double> const& n)
 
 } // namespace
 
-Recorder::Recorder(Scene& scene, Options options)
-    : _options(options), _mostInFrame(1000 + 10 * scene.routes.size())
+Recorder::Recorder(Scene& scene, Options options) : _options(options), _mostInFrame(1000 + 10 * scene.routes.size())
 {
     unsigned leaves = 0, arrivals = 0;
     auto const wanted = [&](SceneNode const& node) {
-        return options.nodes.empty() || std::any_of(options.nodes.begin(), options.nodes.end(), [&](std::string const& pattern) {
-                   return ::fnmatch(pattern.c_str(), node.name.c_str(), 0) == 0;
-               });
+        return options.nodes.empty()
+            || std::any_of(options.nodes.begin(), options.nodes.end(),
+                           [&](std::string const& pattern) { return ::fnmatch(pattern.c_str(), node.name.c_str(), 0) == 0; });
     };
     for (SceneNode const& node : scene.sceneNodes)
         if (Field* const output = wanted(node) ? outputOf(node) : nullptr)
@@ -140,8 +139,10 @@ void Recorder::finish()
 void Recorder::sent(Field& field, TimeStamp const& timeStamp)
 {
     if (++_sentInFrame > _mostInFrame)
-        throw Failure(exitScene, "error: more than " + std::to_string(_mostInFrame) + " events in one frame: routes fan "
-                                     "out and in again too often");
+        throw Failure(exitScene,
+                      "error: more than " + std::to_string(_mostInFrame)
+                          + " events in one frame: routes fan "
+                            "out and in again too often");
     constexpr std::size_t large = 64;
     if (std::size_t const size = field.size(); size > large) [[unlikely]]
         countMoved(field, size);
@@ -170,10 +171,10 @@ void Recorder::sent(Field& field, TimeStamp const& timeStamp)
             if (!track.outline.empty()) {
                 double const length = _options.axisEnd - _options.axisBegin;
                 double const share = length > 0 ? (timeStamp - _options.axisBegin) / length : 0;
-                auto const step = static_cast<std::size_t>(
-                    std::clamp(share * _options.outlineSteps, 0.0, _options.outlineSteps - 1.0));
-                auto const outline = std::copy_n(_scratch.begin(), width,
-                                                 track.outline.begin() + static_cast<std::ptrdiff_t>(step * width));
+                auto const step =
+                    static_cast<std::size_t>(std::clamp(share * _options.outlineSteps, 0.0, _options.outlineSteps - 1.0));
+                auto const outline =
+                    std::copy_n(_scratch.begin(), width, track.outline.begin() + static_cast<std::ptrdiff_t>(step * width));
                 if (track.type == SFRotationType)
                     outline[-1] = static_cast<float>(track.turning->degrees());
             }
@@ -196,8 +197,10 @@ void Recorder::requireRoomFor(std::size_t numbers)
 {
     _kept += numbers;
     if (_kept > _options.mostKept)
-        throw Failure(exitScene, "error: more than " + std::to_string(_options.mostKept) + " values recorded: fewer frames or "
-                                     "a shorter time are less (--max-values raises the limit)");
+        throw Failure(exitScene,
+                      "error: more than " + std::to_string(_options.mostKept)
+                          + " values recorded: fewer frames or "
+                            "a shorter time are less (--max-values raises the limit)");
 }
 
 // Every route copies a block to where it leads.
@@ -209,8 +212,9 @@ void Recorder::countMoved(Field const& field, std::size_t size)
         moved += size;
     _moved += moved;
     if (moved / 2 > _options.mostKept || _moved / perValue > _options.mostKept)
-        throw Failure(exitScene, "error: routes move more elements of blocks than a run has time for: fewer frames, routes or "
-                                     "blocks are less (--max-values raises the limit)");
+        throw Failure(exitScene,
+                      "error: routes move more elements of blocks than a run has time for: fewer frames, routes or "
+                      "blocks are less (--max-values raises the limit)");
 }
 
 } // namespace Zelvan::play

@@ -23,14 +23,14 @@ struct Range {
 /// One recorded field: the output of an interpolator, or a field of a node without a class that events reach.
 struct Track {
     SceneNode const* node;
-    std::string field;       ///< "value_changed", "translation"
+    std::string field; ///< "value_changed", "translation"
     NodePartDataType type;
-    bool leaves;             ///< an interpolator's output (else: arrives at a node without a class)
-    Field* source;           ///< the field itself
-    bool detailed = true;    ///< ranges and outlines are kept
+    bool leaves;          ///< an interpolator's output (else: arrives at a node without a class)
+    Field* source;        ///< the field itself
+    bool detailed = true; ///< ranges and outlines are kept
 
     std::size_t events = 0;
-    std::vector<Range> ranges; ///< per component, over all events (and all elements of a block)
+    std::vector<Range> ranges;    ///< per component, over all events (and all elements of a block)
     std::size_t largestBlock = 0; ///< elements of the largest value
     /// Colours: hue. Rotations and matrices: degrees, as they turn, and the axis; matrices also all scale factors.
     std::vector<Range> derived;
@@ -62,13 +62,13 @@ using TrackListener = std::function<void(Track const& track, double time, Field 
 class Recorder : private SendObserver {
 public:
     struct Options {
-        bool arrivals = true;    ///< also what reaches nodes without a class
+        bool arrivals = true;                ///< also what reaches nodes without a class
         std::vector<std::string> nodes = {}; ///< patterns of names (*, ?): these nodes only; none takes all
         enum Beside : unsigned char { nothing, fractions, all } beside = nothing; ///< what else is kept, to be asked for
-        bool keepSamples = false;///< keep all numbers, for curves and exports
+        bool keepSamples = false;                                                 ///< keep all numbers, for curves and exports
         std::size_t mostKept = ~std::size_t(0); ///< numbers kept or written, times included; Failure(exitScene) beyond
-        unsigned statistics = ~0u; ///< ranges and outlines for this many tracks of each kind, the first ones
-        unsigned outlineSteps = 0; ///< steps of the coarse curves
+        unsigned statistics = ~0u;              ///< ranges and outlines for this many tracks of each kind, the first ones
+        unsigned outlineSteps = 0;              ///< steps of the coarse curves
         double axisBegin = 0, axisEnd = 1;
     };
     Recorder(Scene& scene, Options options);
@@ -102,8 +102,8 @@ private:
     void addBeside(Scene const& scene);
 
     Options _options;
-    std::vector<Track> _tracks;     ///< a field's tag is its track's number, from 1
-    std::size_t _wanted = 0;        ///< the first ones
+    std::vector<Track> _tracks; ///< a field's tag is its track's number, from 1
+    std::size_t _wanted = 0;    ///< the first ones
     /// What most events of a large scene need of their track, kept dense.
     struct Count {
         std::size_t events = 0;

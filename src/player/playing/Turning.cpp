@@ -60,9 +60,7 @@ UnitQuaternion UnitQuaternion::ofMatrix(double const* columns)
 
 double angleBetween(UnitQuaternion const& a, UnitQuaternion const& b)
 {
-    auto const across = [&](int i, int j, int k) {
-        return a.w * b.v[i] - b.w * a.v[i] - (a.v[j] * b.v[k] - a.v[k] * b.v[j]);
-    };
+    auto const across = [&](int i, int j, int k) { return a.w * b.v[i] - b.w * a.v[i] - (a.v[j] * b.v[k] - a.v[k] * b.v[j]); };
     double const sine = std::hypot(across(0, 1, 2), across(1, 2, 0), across(2, 0, 1));
     double const cosine = std::abs(a.w * b.w + dot(a.v, b.v));
     return 2 * std::atan2(sine, cosine) * degreesPerRadian;

@@ -12,8 +12,9 @@ void Budget::exceeded(std::string const& place, std::size_t most, char const* wh
 void Budget::requireRoomForFile(std::string const& name) const
 {
     if (_scene.fileNames.size() >= _limits.files)
-        throw Failure(exitScene, name + ": more than " + std::to_string(_limits.files)
-                                     + " files in one scene (--max-files raises the limit)");
+        throw Failure(exitScene,
+                      name + ": more than " + std::to_string(_limits.files)
+                          + " files in one scene (--max-files raises the limit)");
 }
 
 // One file may be inlined many times; each counts.

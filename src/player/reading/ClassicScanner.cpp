@@ -44,7 +44,8 @@ char* endOfWord(char* at)
 
 bool equals(std::string_view word, std::string_view lower)
 {
-    return std::ranges::equal(word, lower, [](char a, char b) { return a == b || (a >= 'A' && a <= 'Z' && a + ('a' - 'A') == b); });
+    return std::ranges::equal(word, lower,
+                              [](char a, char b) { return a == b || (a >= 'A' && a <= 'Z' && a + ('a' - 'A') == b); });
 }
 
 // Also words that are meant as one and are none: whoever reads the value says so.
@@ -89,8 +90,13 @@ std::string_view ClassicScanner::wordAhead()
 
 std::string_view ClassicScanner::keyword(std::string_view word)
 {
-    constexpr std::string_view keywords[][2] = {{"def", "DEF"}, {"use", "USE"}, {"null", "NULL"}, {"route", "ROUTE"}, {"to", "TO"},
-                                                {"proto", "PROTO"}, {"externproto", "EXTERNPROTO"}};
+    constexpr std::string_view keywords[][2] = {{"def", "DEF"},
+                                                {"use", "USE"},
+                                                {"null", "NULL"},
+                                                {"route", "ROUTE"},
+                                                {"to", "TO"},
+                                                {"proto", "PROTO"},
+                                                {"externproto", "EXTERNPROTO"}};
     if (peek() == '{')
         return word;
     for (auto const& [lower, upper] : keywords)

@@ -14,10 +14,7 @@ namespace Zelvan::play {
 class ClassicScanner {
 public:
     /// `text[size]` is a zero byte. Comments go to `tree`.
-    ClassicScanner(char* text, std::size_t size, ElementTree& tree)
-        : _begin(text), _at(text), _end(text + size), _tree(tree)
-    {
-    }
+    ClassicScanner(char* text, std::size_t size, ElementTree& tree) : _begin(text), _at(text), _end(text + size), _tree(tree) {}
 
     /// Passes over white space and comments. The byte behind them; zero at the end, and for a zero byte.
     char peek()

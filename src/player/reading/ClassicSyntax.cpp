@@ -25,14 +25,16 @@ constexpr Access accesses[] = {{"initializeOnly", "field", true},
 
 Access const* findAccess(Word word)
 {
-    auto const* const found = std::ranges::find_if(accesses, [word](Access const& a) { return word == a.x3d || word == a.vrml97; });
+    auto const* const found =
+        std::ranges::find_if(accesses, [word](Access const& a) { return word == a.x3d || word == a.vrml97; });
     return found == std::end(accesses) ? nullptr : found;
 }
 
 /// X3D's name of a field that VRML97 called otherwise.
 Word fieldName(Word type, Word field)
 {
-    constexpr Word renamed[][3] = {{"LOD", "level", "children"}, {"Switch", "choice", "children"}, {"Collision", "collide", "enabled"}};
+    constexpr Word renamed[][3] = {
+        {"LOD", "level", "children"}, {"Switch", "choice", "children"}, {"Collision", "collide", "enabled"}};
     for (auto const& [ofType, vrml97, x3d] : renamed)
         if (type == ofType && field == vrml97)
             return x3d;
@@ -66,7 +68,7 @@ private:
         std::size_t begin = 0;   ///< of its bracket
         unsigned elements = 0;   ///< that end with it
         Name name{};             ///< of the PROTO, or a body's node type
-        Slot field{};           ///< of nodes; in a body the last one that a node was given to without brackets
+        Slot field{};            ///< of nodes; in a body the last one that a node was given to without brackets
         bool isSpecial = false;  ///< interface of an EXTERNPROTO, body of an instance
         std::size_t outside = 0; ///< how many of _declared or _connects are older
     };
@@ -107,8 +109,8 @@ private:
     ElementTree& _tree;
     ClassicStatements _statements{_scanner, _tree};
     std::vector<Frame> _frames;
-    std::vector<Connect> _connects; ///< of the open bodies
-    std::vector<Word> _declared;    ///< PROTOs, as far as they can be seen
+    std::vector<Connect> _connects;             ///< of the open bodies
+    std::vector<Word> _declared;                ///< PROTOs, as far as they can be seen
     std::unordered_map<Word, unsigned> _protos; ///< how often each stands in _declared
     Name _profile;
     bool _inHead = false, _inScene = false;
@@ -167,10 +169,8 @@ void ClassicReader::step()
                 _protos.erase(inner);
         declare(frame.name);
         return leave(frame.elements);
-    case In::body:
-        return _scanner.take('}') ? leaveBody(frame) : readBodyItem(frame);
-    case In::nodes:
-        return _scanner.take(']') ? leave(frame.elements) : readStatement(frame);
+    case In::body: return _scanner.take('}') ? leaveBody(frame) : readBodyItem(frame);
+    case In::nodes: return _scanner.take(']') ? leave(frame.elements) : readStatement(frame);
     }
 }
 
@@ -274,8 +274,9 @@ void ClassicReader::openNode(Word word, std::size_t at, Slot const& field, unsig
     }
     std::size_t const begin = ahead();
     if (!_scanner.take('{'))
-        throw SyntaxError(type.offset, "expected " + (field.name.text.empty() ? "a node" : "a value of " + shown(field.name))
-                                           + ", found " + shown(type) + " without a \"{\"");
+        throw SyntaxError(type.offset,
+                          "expected " + (field.name.text.empty() ? "a node" : "a value of " + shown(field.name)) + ", found "
+                              + shown(type) + " without a \"{\"");
     bool const isInstance = _protos.contains(type.text);
     _scanner.open(isInstance ? "ProtoInstance" : type.text, at);
     if (isInstance)
@@ -322,8 +323,9 @@ void ClassicReader::readNextNode(Word word, std::size_t at, Frame const& frame)
     if (frame.isSpecial && field.name.text.empty())
         _scanner.refuse("a field or \"}\"", frame.begin);
     _scanner.excuse("expected a field, found " + ClassicScanner::shown(word)
-                        + (field.name.text.empty() ? ": read as one of the children"
-                                                   : ": read as one more value of " + shown(field.name) + ", which has no brackets"),
+                        + (field.name.text.empty()
+                               ? ": read as one of the children"
+                               : ": read as one more value of " + shown(field.name) + ", which has no brackets"),
                     at);
     if (frame.isSpecial)
         openFieldValue(field.name);
@@ -414,7 +416,8 @@ void ClassicReader::readDeclaration(Access const& access, std::size_t at, Frame 
     _tree.attribute("accessType", access.x3d, at); // a literal: a zero byte follows
     bool const isConnected = frame.in == In::body && readConnection(fieldName);
     // An EXTERNPROTO repeats the interface without values, but some have them.
-    bool const isBare = _scanner.peek() == (frame.in == In::interface ? ']' : '}') || findAccess(_scanner.wordAhead()) != nullptr;
+    bool const isBare =
+        _scanner.peek() == (frame.in == In::interface ? ']' : '}') || findAccess(_scanner.wordAhead()) != nullptr;
     if (access.hasValue && !isConnected && isBare && !(frame.in == In::interface && frame.isSpecial))
         _scanner.excuse("the field " + shown(fieldName) + " has no value", fieldName.offset);
     if (access.hasValue && !isConnected && !isBare)

@@ -28,8 +28,7 @@ class Attribute {
 public:
     Attribute(char const* name, std::string_view value, std::uint32_t at)
         : offset(at), _size(static_cast<std::uint32_t>(value.size())), _name(name), _value(value.data())
-    {
-    }
+    {}
     std::string_view name() const { return _name; }
     bool isNamed(std::string_view name) const { return name.compare(_name) == 0; }
     /// Decoded; of lists without their brackets, comments as blanks; a zero byte follows. Strings of the classic syntaxes
@@ -49,12 +48,12 @@ struct Element {
     std::string_view name() const { return text; }
     bool isNamed(std::string_view name) const { return name.compare(text) == 0; }
 
-    char const* text = "";        ///< the name
-    std::uint32_t offset = 0;     ///< of its first byte in the file's text
+    char const* text = "";    ///< the name
+    std::uint32_t offset = 0; ///< of its first byte in the file's text
     std::uint32_t attributeCount = 0;
     Attribute* attributes = nullptr; ///< in the order of the file
     Element* firstChild = nullptr;
-    Element* next = nullptr;      ///< the next child of the same parent
+    Element* next = nullptr; ///< the next child of the same parent
 };
 
 } // namespace Zelvan::play

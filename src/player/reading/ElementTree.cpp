@@ -12,11 +12,11 @@ static_assert(std::is_trivially_destructible_v<Element> && std::is_trivially_des
 Element& ElementTree::open(char const* name, std::size_t offset)
 {
     if (_open.size() >= _limits.depth)
-        throw SyntaxError(offset, "nested deeper than " + std::to_string(_limits.depth)
-                                      + " elements (--max-depth raises the limit)");
+        throw SyntaxError(offset,
+                          "nested deeper than " + std::to_string(_limits.depth) + " elements (--max-depth raises the limit)");
     if (++_elementCount > _limits.elements)
-        throw SyntaxError(offset, "more than " + std::to_string(_limits.elements)
-                                      + " elements (--max-elements raises the limit)");
+        throw SyntaxError(offset,
+                          "more than " + std::to_string(_limits.elements) + " elements (--max-elements raises the limit)");
     auto* const element = new (_memory.allocate(sizeof(Element), alignof(Element))) Element;
     element->text = name;
     element->offset = static_cast<std::uint32_t>(offset);
@@ -75,8 +75,8 @@ void ElementTree::comment(std::string_view text, std::size_t offset)
     std::size_t const begin = text.find_first_not_of(blanks);
     if (begin == text.npos || !text.substr(begin).starts_with("zelvan:"))
         return;
-    _comments.push_back({keep(text.substr(begin, text.find_last_not_of(blanks) + 1 - begin)),
-                         static_cast<std::uint32_t>(offset + begin)});
+    _comments.push_back(
+        {keep(text.substr(begin, text.find_last_not_of(blanks) + 1 - begin)), static_cast<std::uint32_t>(offset + begin)});
 }
 
 } // namespace Zelvan::play

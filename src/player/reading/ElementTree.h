@@ -19,8 +19,7 @@ struct SyntaxError : std::runtime_error {
     static constexpr std::uint32_t none = UINT32_MAX;
     SyntaxError(std::size_t at, std::string const& message, std::size_t begin = none)
         : std::runtime_error(message), offset(static_cast<std::uint32_t>(at)), beginning(static_cast<std::uint32_t>(begin))
-    {
-    }
+    {}
     std::uint32_t offset;    ///< of the byte that does not fit
     std::uint32_t beginning; ///< of what was not closed: a list, a string, a body; or none
 };

@@ -88,7 +88,7 @@ std::string declaredEncoding(std::string_view xml)
                            [](unsigned char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c - 32 : c); });
     // After a byte order mark the text is UTF-8 by now, whatever the declaration says.
     bool const same = encoding == "UTF-8" || encoding == "UTF8" || encoding == "US-ASCII" || encoding == "ASCII"
-                      || encoding.starts_with("UTF-16");
+        || encoding.starts_with("UTF-16");
     return same ? "" : encoding;
 }
 
@@ -96,7 +96,8 @@ std::size_t firstNoUtf8(std::string_view text)
 {
     for (std::size_t at = 0; at < text.size();) {
         std::uint64_t word;
-        if (text.size() - at >= sizeof word && (std::memcpy(&word, text.data() + at, sizeof word), (word & 0x8080808080808080u) == 0)
+        if (text.size() - at >= sizeof word
+            && (std::memcpy(&word, text.data() + at, sizeof word), (word & 0x8080808080808080u) == 0)
             && ((word - 0x0101010101010101u) & ~word & 0x8080808080808080u) == 0) {
             at += sizeof word;
             continue;

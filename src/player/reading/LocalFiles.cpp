@@ -30,7 +30,7 @@ FileIdentity identityOf(struct stat const& status)
 
 FileIdentity identityOf(Descriptor const& file)
 {
-    struct stat status{};
+    struct stat status {};
     ::fstat(file.number(), &status);
     return identityOf(status);
 }
@@ -162,7 +162,7 @@ Descriptor LocalFiles::openFile(std::string const& url, fs::path path, std::stri
             throw Failure(exitScene, '"' + url + "\" lies outside " + _outside);
         if (error != 0)
             cannotOpen(name, error);
-        struct stat status{};
+        struct stat status {};
         if (!isFolder && ::fstatat(folder.number(), last.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
             cannotOpen(name, errno);
         if (!isFolder && S_ISLNK(status.st_mode)) {
@@ -173,7 +173,8 @@ Descriptor LocalFiles::openFile(std::string const& url, fs::path path, std::stri
         // Reading from a pipe would wait for a writer.
         Descriptor file;
         if (!isFolder && S_ISREG(status.st_mode)) {
-            file = Descriptor(::openat(folder.number(), last.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+            file =
+                Descriptor(::openat(folder.number(), last.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
             if (!file)
                 cannotOpen(name, errno);
         }

@@ -100,7 +100,8 @@ SceneNode* Nodes::read(Element const& element, Scope& scope)
     NodeType* const type = NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), std::string(element.name()), searchExact);
     NodeType* const creatable = type ? type->creatableType() : nullptr;
     // A node that nothing can be routed to needs no memory.
-    if (creatable == nullptr && findAttribute(element, "DEF") == nullptr && findChild(element, "IS") == nullptr && !holdsNodes(element))
+    if (creatable == nullptr && findAttribute(element, "DEF") == nullptr && findChild(element, "IS") == nullptr
+        && !holdsNodes(element))
         return nullptr;
     SceneNode& node = add(element, scope);
     if (creatable != nullptr)
@@ -172,14 +173,15 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
 {
     for (Attribute const& attribute : attributes(element)) {
         std::string_view const name = attribute.name();
-        if (name == "DEF" || name == "USE" || name == "containerField" || name == "class" || name == "id"
-            || name == "style" || name.starts_with("xml") || name.starts_with("xsi"))
+        if (name == "DEF" || name == "USE" || name == "containerField" || name == "class" || name == "id" || name == "style"
+            || name.starts_with("xml") || name.starts_with("xsi"))
             continue;
         Field* const field = node.node->findField(std::string(name));
         Location const where = locate(attribute, *scope.file);
         if (field == nullptr && name == "keyVelocity" && node.typeName.starts_with("Spline")) {
-            _reading.diagnostics.report(Severity::note, _reading.scene.place(where), kinds::noEffect,
-                                        node.name + ".keyVelocity: X3D has it, it changes nothing here, other players bend the curve by it");
+            _reading.diagnostics.report(
+                Severity::note, _reading.scene.place(where), kinds::noEffect,
+                node.name + ".keyVelocity: X3D has it, it changes nothing here, other players bend the curve by it");
         } else if (field == nullptr) {
             // What is like no field here was hardly misspelled.
             bool const misspelled = !meantField(*node.node, name, initializeOnly).nearest().empty();
@@ -187,14 +189,14 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
                                         kinds::unknownAttribute,
                                         node.name + ": a " + node.typeName + " has no field \"" + std::string(name) + '"'
                                             + otherFields(*node.node, name, initializeOnly));
-        }
-        else if ((field->type() & initializeOnly) == 0)
+        } else if ((field->type() & initializeOnly) == 0)
             _reading.warn(where, kinds::unknownAttribute,
                           node.name + '.' + std::string(name) + " is " + accessName(field->type())
                               + " and cannot be set in a file");
         else {
             if (_reading.scene.isSet(node, *field))
-                _reading.warn(where, kinds::looseSyntax, node.name + '.' + std::string(name) + " is given twice; the last one counts");
+                _reading.warn(where, kinds::looseSyntax,
+                              node.name + '.' + std::string(name) + " is given twice; the last one counts");
             setField(node, *field, attribute, *scope.file);
         }
     }

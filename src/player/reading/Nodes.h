@@ -6,7 +6,7 @@ namespace Zelvan {
 class Field;
 class NodePartDesc;
 class NodeType;
-}
+} // namespace Zelvan
 
 namespace Zelvan::play {
 

@@ -117,8 +117,8 @@ Instance& Protos::instantiate(Element const& element, Proto const& proto, Scope&
         std::string const name = _reading.nameIn(given, "name", scope);
         auto const found = instance.fields.find(name);
         if (found == instance.fields.end())
-            _reading.warn(locate(given, scope), kinds::badProto, "PROTO \"" + protoName + "\" has no field \"" + name + '"'
-                                                                  + _reading.meant(name, instance.fields));
+            _reading.warn(locate(given, scope), kinds::badProto,
+                          "PROTO \"" + protoName + "\" has no field \"" + name + '"' + _reading.meant(name, instance.fields));
         else if (Attribute const* const value = findAttribute(given, "value")) {
             found->second.value = value;
             found->second.file = scope.file;
@@ -156,13 +156,14 @@ void Protos::connect(Element const& element, Target target, Scope& scope)
         }
         auto const found = scope.instance->fields.find(protoField);
         if (found == scope.instance->fields.end()) {
-            _reading.warn(where, kinds::badProto, "IS: the PROTO has no field \"" + protoField + '"'
-                                                   + _reading.meant(protoField, scope.instance->fields));
+            _reading.warn(where, kinds::badProto,
+                          "IS: the PROTO has no field \"" + protoField + '"'
+                              + _reading.meant(protoField, scope.instance->fields));
             continue;
         }
         InterfaceField& field = found->second;
         bool const exists = target.instance != nullptr ? connectInstance(field, *target.instance, nodeField, where)
-                            : target.node->known       ? connectNode(field, *target.node, nodeField, where)
+            : target.node->known                       ? connectNode(field, *target.node, nodeField, where)
                                                        : true;
         if (!exists)
             continue;
@@ -201,7 +202,8 @@ bool Protos::connectInstance(InterfaceField const& outer, Instance& inner, std::
     auto const found = inner.fields.find(field);
     bool const exists = found != inner.fields.end();
     if (!exists)
-        _reading.warn(where, kinds::badProto, "IS: the instance has no field \"" + field + '"' + _reading.meant(field, inner.fields));
+        _reading.warn(where, kinds::badProto,
+                      "IS: the instance has no field \"" + field + '"' + _reading.meant(field, inner.fields));
     else if (outer.value != nullptr) {
         found->second.value = outer.value;
         found->second.file = outer.file;

@@ -56,7 +56,8 @@ void Routes::import(Element const& element, Scope& scope)
         if (node != inner.names.end())
             target = node->second;
         else
-            _reading.warn(locate(element, scope), kinds::badInline, "IMPORT: \"" + from + "\" has no node \"" + name + '"' + _reading.meant(name, inner.names));
+            _reading.warn(locate(element, scope), kinds::badInline,
+                          "IMPORT: \"" + from + "\" has no node \"" + name + '"' + _reading.meant(name, inner.names));
     }
     // What was not read is kept as a node that takes any event.
     if (!target) {
@@ -89,15 +90,18 @@ void Routes::route(Element const& element, Scope const& scope)
     bool first = true;
     for (auto const& [from, fromField] : found[0])
         for (auto const& [to, toField] : found[1]) {
-            _reading.budget.spend(std::exchange(first, false) ? 0 : 10 + (fromField.size() + toField.size()) / Budget::bytesForATenth, where);
-            connect(_reading.scene.routes.emplace_back(SceneRoute{from, _reading.scene.shared(fromField), to, _reading.scene.shared(toField), where}));
+            _reading.budget.spend(
+                std::exchange(first, false) ? 0 : 10 + (fromField.size() + toField.size()) / Budget::bytesForATenth, where);
+            connect(_reading.scene.routes.emplace_back(
+                SceneRoute{from, _reading.scene.shared(fromField), to, _reading.scene.shared(toField), where}));
         }
 }
 
 void Routes::warn(SceneRoute const& route, std::string const& why) const
 {
     _reading.warn(route.where, kinds::badRoute,
-                  "ROUTE " + route.from->name + '.' + route.fromField + " TO " + route.to->name + '.' + route.toField + ": " + why);
+                  "ROUTE " + route.from->name + '.' + route.fromField + " TO " + route.to->name + '.' + route.toField + ": "
+                      + why);
 }
 
 void Routes::connect(SceneRoute& route)
@@ -106,8 +110,9 @@ void Routes::connect(SceneRoute& route)
     auto const known = [&](SceneNode& node, std::string const& name, Node::FieldSearchOrder order) {
         Field* const field = scene.field(node, name, order);
         if (field == nullptr)
-            warn(route, "a " + node.typeName + " has no field \"" + name + '"'
-                            + otherFields(*node.node, name, order == Node::asInput ? inputOnly : outputOnly));
+            warn(route,
+                 "a " + node.typeName + " has no field \"" + name + '"'
+                     + otherFields(*node.node, name, order == Node::asInput ? inputOnly : outputOnly));
         return field;
     };
     Field* from = nullptr;

@@ -33,10 +33,13 @@ namespace {
 /// What an Inline may lead to that is no scene in X3D's sense; empty for all else.
 std::string_view foreignFormat(std::string_view url)
 {
-    constexpr std::string_view formats[][2] = {{".gltf", "glTF"}, {".glb", "glTF"}, {".obj", "Wavefront OBJ"}, {".stl", "STL"},
-                                               {".ply", "PLY"}, {".dae", "COLLADA"}, {".fbx", "FBX"}};
+    constexpr std::string_view formats[][2] = {{".gltf", "glTF"}, {".glb", "glTF"}, {".obj", "Wavefront OBJ"},
+                                               {".stl", "STL"},   {".ply", "PLY"},  {".dae", "COLLADA"},
+                                               {".fbx", "FBX"}};
     for (auto const& [suffix, format] : formats)
-        if (url.size() > suffix.size() && std::ranges::equal(url.substr(url.size() - suffix.size()), suffix, {}, [](unsigned char c) { return std::tolower(c); }))
+        if (url.size() > suffix.size()
+            && std::ranges::equal(url.substr(url.size() - suffix.size()), suffix, {},
+                                  [](unsigned char c) { return std::tolower(c); }))
             return format;
     return {};
 }
@@ -50,16 +53,18 @@ ReadLimits forTree(ReadLimits limits)
 /// By its first bytes; "" when browsers do not show it.
 std::string_view pictureKind(std::string_view bytes)
 {
-    return bytes.starts_with("\x89PNG") ? "png" : bytes.starts_with("\xff\xd8\xff") ? "jpeg" : bytes.starts_with("GIF8") ? "gif"
-           : bytes.starts_with("RIFF") && bytes.substr(0, 12).ends_with("WEBP") ? "webp" : "";
+    return bytes.starts_with("\x89PNG")                                      ? "png"
+        : bytes.starts_with("\xff\xd8\xff")                                  ? "jpeg"
+        : bytes.starts_with("GIF8")                                          ? "gif"
+        : bytes.starts_with("RIFF") && bytes.substr(0, 12).ends_with("WEBP") ? "webp"
+                                                                             : "";
 }
 
 } // namespace
 
 SceneFile::SceneFile(OpenedFile const& opened, ReadLimits const& limits)
     : source(opened, limits), tree(forTree(limits)), name(opened.name), folder(opened.folder)
-{
-}
+{}
 
 SceneFile& SceneFiles::openScene(std::string const& path)
 {
@@ -76,8 +81,8 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
     auto file = std::make_unique<SceneFile>(opened, limits);
     Scene::Layout layout = file->source.layout();
     if (std::size_t const most = 8 * std::size_t(limits.elements); layout.starts.size() - 1 > most)
-        throw Failure(exitScene, file->name + ": error: more than " + std::to_string(most)
-                                     + " lines (--max-elements raises the limit)");
+        throw Failure(exitScene,
+                      file->name + ": error: more than " + std::to_string(most) + " lines (--max-elements raises the limit)");
     file->number = _scene.addFile(file->name, std::move(layout));
     if (auto const offset = file->source.firstLatin1())
         _diagnostics.warning(_scene.place(Location{file->number, *offset}), kinds::notUtf8,
@@ -109,7 +114,8 @@ void SceneFiles::giveTexts()
 void SceneFiles::refuse(SceneFile const& file, SyntaxError const& error) const
 {
     auto const place = [&](std::uint32_t offset) { return _scene.place(Location{file.number, offset}); };
-    std::string text = (error.offset == SyntaxError::none ? file.name : place(error.offset).text()) + ": error: " + error.what();
+    std::string text =
+        (error.offset == SyntaxError::none ? file.name : place(error.offset).text()) + ": error: " + error.what();
     if (error.beginning != SyntaxError::none) {
         Place const begin = place(error.beginning);
         text += " (opened at " + std::to_string(begin.line) + ':' + std::to_string(begin.column) + ')';

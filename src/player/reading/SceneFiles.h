@@ -33,8 +33,8 @@ struct SceneFile {
     std::filesystem::path folder; ///< that its urls begin in
     std::uint32_t number = 0;     ///< in the scene
     Units units;
-    bool wasRead = false;         ///< as a part of the scene
-    Scope* declared = nullptr;    ///< its PROTOs, for those who know the file as an EXTERNPROTO
+    bool wasRead = false;      ///< as a part of the scene
+    Scope* declared = nullptr; ///< its PROTOs, for those who know the file as an EXTERNPROTO
     Element const* firstProto = nullptr;
 };
 
@@ -43,8 +43,7 @@ class SceneFiles {
 public:
     SceneFiles(Scene& scene, Budget& budget, Diagnostics& diagnostics)
         : _scene(scene), _budget(budget), _diagnostics(diagnostics)
-    {
-    }
+    {}
 
     /// The file that the command line names. Throws Failure.
     SceneFile& openScene(std::string const& path);

@@ -15,9 +15,11 @@ namespace {
 class SceneReader {
 public:
     SceneReader(Scene& scene, ReadLimits const& limits, Diagnostics& diagnostics, Staging* staging)
-        : _budget(limits, scene), _reading{scene, _budget, diagnostics}, _files(scene, _budget, diagnostics), _stager(staging, _files)
-    {
-    }
+        : _budget(limits, scene),
+          _reading{scene, _budget, diagnostics},
+          _files(scene, _budget, diagnostics),
+          _stager(staging, _files)
+    {}
     void read(std::string const& path);
 
 private:
@@ -28,14 +30,14 @@ private:
         Scope* scope = nullptr;
         unsigned depth = 0;
         enum End { no, ofFile, ofArguments, ofBody } end = no;
-        Element const* from = nullptr; ///< of a file: the Inline; of arguments: the ProtoInstance
-        Scope* around = nullptr;       ///< of an Inline
-        bool again = false;            ///< of a file: it was read before
-        Proto proto{};                 ///< of arguments
-        Instance* instance = nullptr;  ///< of arguments
-        SceneNode* holder = nullptr;   ///< of nodes in a field: the node with the field, which is not run
+        Element const* from = nullptr;   ///< of a file: the Inline; of arguments: the ProtoInstance
+        Scope* around = nullptr;         ///< of an Inline
+        bool again = false;              ///< of a file: it was read before
+        Proto proto{};                   ///< of arguments
+        Instance* instance = nullptr;    ///< of arguments
+        SceneNode* holder = nullptr;     ///< of nodes in a field: the node with the field, which is not run
         InterfaceField* given = nullptr; ///< of nodes in a field of a PROTO instance
-        StagePlace place{};            ///< of its nodes; of a body, of its first one
+        StagePlace place{};              ///< of its nodes; of a body, of its first one
         Element const* parent = nullptr; ///< of what is gone through
     };
     static Step into(Element const& parent, Scope& scope, unsigned depth)
@@ -75,7 +77,7 @@ private:
     Instance* _arguments = nullptr;
     SceneNode* _holder = nullptr;
     InterfaceField* _given = nullptr;
-    std::deque<Scope> _bodies; ///< of the PROTO instances that are being expanded
+    std::deque<Scope> _bodies;              ///< of the PROTO instances that are being expanded
     std::vector<Element const*> _expanding; ///< their declarations
     std::vector<SceneFile*> _inlining;
 };
@@ -85,8 +87,9 @@ void SceneReader::read(std::string const& path)
     SceneFile& file = _files.openScene(path);
     Element const* const root = file.tree.root();
     if (root == nullptr || (!root->isNamed("X3D") && !root->isNamed("Scene")))
-        throw Failure(exitScene, _reading.scene.place(Location{file.number, root ? root->offset : 0}).text()
-                                     + ": error: expected an X3D scene, found <" + std::string(root ? root->name() : "") + '>');
+        throw Failure(exitScene,
+                      _reading.scene.place(Location{file.number, root ? root->offset : 0}).text()
+                          + ": error: expected an X3D scene, found <" + std::string(root ? root->name() : "") + '>');
     Step whole{};
     whole.place.parent = Staging::root;
     enterFile(file, _reading.scopes.emplace_back(), whole);
@@ -183,7 +186,8 @@ void SceneReader::enterField(Element const& element, Scope& scope)
     Step step = into(element, scope, _depth + 1);
     step.holder = _holder;
     if (_arguments != nullptr)
-        if (auto const found = _arguments->fields.find(_reading.nameIn(element, "name", scope)); found != _arguments->fields.end())
+        if (auto const found = _arguments->fields.find(_reading.nameIn(element, "name", scope));
+            found != _arguments->fields.end())
             step.place.given = step.given = &found->second;
     enter(step);
 }
@@ -222,7 +226,8 @@ void SceneReader::readNode(Element const& element, Scope& scope)
             _stager.use(element, used->second, place);
         } else
             _reading.warn(locate(element, scope), kinds::unknownUse,
-                          "USE \"" + wanted + "\": no node before this one has that DEF name" + _reading.meant(wanted, scope.names));
+                          "USE \"" + wanted + "\": no node before this one has that DEF name"
+                              + _reading.meant(wanted, scope.names));
         return;
     }
     if (element.isNamed("ProtoInstance"))

@@ -6,8 +6,9 @@ void Reading::requireShort(std::string_view name, std::string_view what, Locatio
 {
     constexpr std::size_t longest = 1000;
     if (name.size() > longest)
-        throw Failure(exitScene, scene.place(where).text() + ": error: " + std::string(what) + " is longer than "
-                                     + std::to_string(longest) + " characters");
+        throw Failure(exitScene,
+                      scene.place(where).text() + ": error: " + std::string(what) + " is longer than " + std::to_string(longest)
+                          + " characters");
 }
 
 std::string Reading::nameIn(Element const& element, std::string_view attribute, Scope const& scope) const

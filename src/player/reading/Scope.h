@@ -23,20 +23,20 @@ struct Target {
 /// A field of a PROTO instance.
 struct InterfaceField {
     std::string_view type;
-    Attribute const* value = nullptr; ///< null when neither the instance nor the declaration has one
-    SceneFile const* file = nullptr;  ///< that the value stands in
+    Attribute const* value = nullptr;                        ///< null when neither the instance nor the declaration has one
+    SceneFile const* file = nullptr;                         ///< that the value stands in
     std::vector<std::pair<Target, std::string>> connections; ///< the fields it IS, in the body
-    std::vector<Target> nodes;        ///< given to it, as far as they are run
-    std::vector<std::uint32_t> staged{}; ///< given to it, as far as they are drawn
+    std::vector<Target> nodes;                               ///< given to it, as far as they are run
+    std::vector<std::uint32_t> staged{};                     ///< given to it, as far as they are drawn
 };
 
 struct Instance {
     std::string name;
     std::string protoName;
     Location where;
-    bool named = false;         ///< has a DEF name
-    SceneNode* holder = nullptr; ///< a node that is not run and has it in a field: it may drive what the fields stand for
-    SceneNode* store = nullptr; ///< has the fields that IS nothing, once a route has touched one
+    bool named = false;              ///< has a DEF name
+    SceneNode* holder = nullptr;     ///< a node that is not run and has it in a field: it may drive what the fields stand for
+    SceneNode* store = nullptr;      ///< has the fields that IS nothing, once a route has touched one
     Instance const* first = nullptr; ///< of whose body it is the first node, which is what is drawn
     std::unordered_map<std::string, InterfaceField> fields;
 };

@@ -25,16 +25,15 @@ SourceFile::SourceFile(OpenedFile const& file, ReadLimits const& limits)
     if (std::size_t const bad = firstNoUtf8(text()); bad != std::string_view::npos) {
         auto const starts = lineStarts();
         auto const line = std::ranges::upper_bound(starts, bad) - starts.begin();
-        throw Failure(exitScene, file.name + ':' + std::to_string(line) + ": error: expected UTF-8 text, found "
-                                     + (text()[bad] == '\0' ? "a zero byte" : "a byte that does not fit in"));
+        throw Failure(exitScene,
+                      file.name + ':' + std::to_string(line) + ": error: expected UTF-8 text, found "
+                          + (text()[bad] == '\0' ? "a zero byte" : "a byte that does not fit in"));
     }
 }
 
 void SourceFile::read(Descriptor const& file)
 {
-    auto const cannot = [](int error) {
-        throw Failure(exitMachine, std::string("cannot read: ") + std::strerror(error));
-    };
+    auto const cannot = [](int error) { throw Failure(exitMachine, std::string("cannot read: ") + std::strerror(error)); };
     struct stat status;
     if (::fstat(file.number(), &status) == 0 && S_ISDIR(status.st_mode))
         cannot(EISDIR);
@@ -82,7 +81,8 @@ void SourceFile::decode()
     else if (body().front() == '{' || body().front() == '[')
         throw Failure(exitScene, "X3D JSON is not read; convert it to X3D XML first");
     else if (body().front() != '<')
-        throw Failure(exitScene, "expected X3D XML or VRML, found text that begins with neither \"<\" nor \"#VRML\" nor \"#X3D\"");
+        throw Failure(exitScene,
+                      "expected X3D XML or VRML, found text that begins with neither \"<\" nor \"#VRML\" nor \"#X3D\"");
     else if (std::string const encoding = declaredEncoding(body()); !encoding.empty())
         _text = convertedFrom(encoding.c_str(), std::move(_text));
 }

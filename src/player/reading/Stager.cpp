@@ -41,7 +41,8 @@ StagePlace Stager::add(Element const& element, SceneNode const* node, StagePlace
     std::uint32_t const index = _staging->add(type, place.parent, fieldOf(element, place));
     for (Attribute const& attribute : attributes(element))
         if (!attribute.isNamed("DEF") && !attribute.isNamed("containerField"))
-            set(index, attribute.name(), attribute, scope.file->quotes(attribute) && holdsOneString(type, attribute.name()), *scope.file);
+            set(index, attribute.name(), attribute, scope.file->quotes(attribute) && holdsOneString(type, attribute.name()),
+                *scope.file);
     connect(index, element, scope);
     settle(index, place);
     StagePlace const children{index};

@@ -13,9 +13,9 @@ struct Target;
 /// Where a node goes in what is drawn.
 struct StagePlace {
     std::uint32_t parent = Staging::nowhere;
-    std::string_view field{};          ///< "" leaves it to the node's element
-    InterfaceField* given = nullptr;   ///< the field of a PROTO instance that gets it: the place is where that IS
-    Instance* instance = nullptr;      ///< that it stands for
+    std::string_view field{};        ///< "" leaves it to the node's element
+    InterfaceField* given = nullptr; ///< the field of a PROTO instance that gets it: the place is where that IS
+    Instance* instance = nullptr;    ///< that it stands for
 };
 
 /// Puts what is read where it is drawn. Without a staging it does nothing.

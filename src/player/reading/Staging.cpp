@@ -62,27 +62,28 @@ std::uint32_t Staging::of(void const* what) const
 void Staging::spend(std::size_t bytes)
 {
     if ((_bytes += bytes) > mostBytes)
-        throw Failure(exitScene, "error: --scene: the scene with all that is inlined and all PROTO instances is larger than "
-                                     + std::to_string(mostBytes >> 20) + " MB");
+        throw Failure(exitScene,
+                      "error: --scene: the scene with all that is inlined and all PROTO instances is larger than "
+                          + std::to_string(mostBytes >> 20) + " MB");
 }
 
 bool Staging::isLeftOut(std::string_view type)
 {
-    static constexpr std::array types = std::to_array<std::string_view>({
-        "Script", "Sound", "AudioClip", "MovieTexture", "Param",
-        // Lights and geometry that come from elsewhere.
-        "PhysicalEnvironmentLight", "BinaryGeometry", "BufferGeometry", "BufferView", "BufferAccessor", "PopGeometry",
-        "ComposedShader", "ProgramShader", "PackagedShader", "ShaderPart", "ShaderProgram"});
+    static constexpr std::array types = std::to_array<std::string_view>(
+        {"Script", "Sound", "AudioClip", "MovieTexture", "Param",
+         // Lights and geometry that come from elsewhere.
+         "PhysicalEnvironmentLight", "BinaryGeometry", "BufferGeometry", "BufferView", "BufferAccessor", "PopGeometry",
+         "ComposedShader", "ProgramShader", "PackagedShader", "ShaderPart", "ShaderProgram"});
     return std::ranges::find(types, type) != types.end() || type.ends_with("Sensor") || type.ends_with("Chaser")
-           || type.ends_with("Damper") || type.ends_with("Damper2D") || type.ends_with("Chaser2D") || type.ends_with("Sequencer")
-           || type.ends_with("Trigger") || type.ends_with("Interpolator") || type.starts_with("Boolean")
-           || type.starts_with("Metadata");
+        || type.ends_with("Damper") || type.ends_with("Damper2D") || type.ends_with("Chaser2D") || type.ends_with("Sequencer")
+        || type.ends_with("Trigger") || type.ends_with("Interpolator") || type.starts_with("Boolean")
+        || type.starts_with("Metadata");
 }
 
 bool Staging::isPicture(std::string_view type, std::string_view field)
 {
     return (field == "url" && (type == "ImageTexture" || type == "ImageTexture3D" || type == "ImageTextureAtlas"))
-           || (field.ends_with("Url") && type.ends_with("Background"));
+        || (field.ends_with("Url") && type.ends_with("Background"));
 }
 
 } // namespace Zelvan::play

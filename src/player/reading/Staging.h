@@ -27,15 +27,15 @@ public:
         std::uint32_t picture = nowhere; ///< in `pictures`, in place of the value
     };
     struct Drawn {
-        std::string type;                ///< "" for one more use of another
+        std::string type; ///< "" for one more use of another
         std::uint32_t parent = nowhere;
-        std::string field;               ///< of the parent; "" is the usual one
-        std::uint32_t use = nowhere;     ///< which one is used
+        std::string field;           ///< of the parent; "" is the usual one
+        std::uint32_t use = nowhere; ///< which one is used
         std::vector<Attribute> attributes = {};
     };
-    std::vector<Drawn> nodes;            ///< children in the order of their parent
-    std::vector<std::string> pictures;   ///< data: URLs
-    std::vector<std::string> left;       ///< sentences about what was not taken along
+    std::vector<Drawn> nodes;          ///< children in the order of their parent
+    std::vector<std::string> pictures; ///< data: URLs
+    std::vector<std::string> left;     ///< sentences about what was not taken along
 
     std::uint32_t add(std::string_view type, std::uint32_t parent, std::string_view field);
     std::uint32_t addUse(std::uint32_t used, std::uint32_t parent, std::string_view field);

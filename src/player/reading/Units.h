@@ -5,7 +5,7 @@
 namespace Zelvan {
 class Field;
 class Node;
-}
+} // namespace Zelvan
 
 namespace Zelvan::play {
 

@@ -12,8 +12,8 @@ void requireElements(std::string_view text, ReadLimits const& limits)
 {
     std::size_t const most = 2 * std::size_t(limits.elements); // each begins and ends
     if (std::size_t(std::ranges::count(text, '<')) > most)
-        throw SyntaxError(SyntaxError::none, "more than " + std::to_string(limits.elements)
-                                                 + " elements (--max-elements raises the limit)");
+        throw SyntaxError(SyntaxError::none,
+                          "more than " + std::to_string(limits.elements) + " elements (--max-elements raises the limit)");
 }
 
 // Hands the comments on the way to the tree.
@@ -31,10 +31,10 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
 {
     requireElements({text, size}, limits);
     // What takes bytes out of the values would move the places of those behind.
-    constexpr unsigned options = (pugi::parse_default | pugi::parse_comments) & ~(pugi::parse_wconv_attribute | pugi::parse_eol);
+    constexpr unsigned options =
+        (pugi::parse_default | pugi::parse_comments) & ~(pugi::parse_wconv_attribute | pugi::parse_eol);
     pugi::xml_document document;
-    pugi::xml_parse_result const result =
-        document.load_buffer_inplace(text, size, options, pugi::encoding_utf8);
+    pugi::xml_parse_result const result = document.load_buffer_inplace(text, size, options, pugi::encoding_utf8);
     if (result.status == pugi::status_out_of_memory)
         throw std::bad_alloc();
     if (!result)
@@ -51,7 +51,8 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
             bool const kept = place > 0 && place < std::ptrdiff_t(size);
             std::string_view const value = attribute.value();
             if (kept) // line breaks are blanks there
-                std::replace_if(text + place, text + place + value.size(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
+                std::replace_if(
+                    text + place, text + place + value.size(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
             tree.attribute(attribute.name(), value, kept ? std::size_t(place) : offset);
         }
         if (pugi::xml_node const child = nextElement(at.first_child(), tree, text)) {

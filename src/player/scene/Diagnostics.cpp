@@ -41,7 +41,8 @@ void Diagnostics::report(Severity severity, Place const& place, std::string_view
     if (found == _kinds.end())
         found = _kinds.insert(_kinds.end(), {std::string(kind), 0});
     if (++found->_count <= shownPerKind)
-        _out << printable(place.text()) << ": " << severityName(severity) << ": " << printable(message) << " [" << kind << "]\n";
+        _out << printable(place.text()) << ": " << severityName(severity) << ": " << printable(message) << " [" << kind
+             << "]\n";
 }
 
 void Diagnostics::warning(Place const& place, std::string_view kind, std::string const& message)

@@ -20,8 +20,7 @@ class Failure : public std::runtime_error {
 public:
     Failure(ExitStatus status, std::string const& message, std::vector<std::string> reasons = {})
         : std::runtime_error(message), _status(status), _reasons(std::move(reasons))
-    {
-    }
+    {}
     ExitStatus status() const { return _status; }
     std::vector<std::string> const& reasons() const { return _reasons; }
 

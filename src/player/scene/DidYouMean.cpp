@@ -48,8 +48,7 @@ std::size_t distance(std::string_view a, std::string_view b, std::size_t most)
 
 DidYouMean::DidYouMean(std::string_view name)
     : _name(name), _least(name.size() > longest ? 0 : std::min<std::size_t>(name.size() / 3, 3))
-{
-}
+{}
 
 void DidYouMean::offer(std::string_view candidate)
 {

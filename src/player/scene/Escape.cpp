@@ -13,8 +13,8 @@ namespace {
 bool shows(CodePoint const& c)
 {
     bool const turns = (c.value >= 0x202A && c.value <= 0x202E) || (c.value >= 0x2066 && c.value <= 0x2069);
-    return c.valid && !turns && c.value != 0xFFFE && c.value != 0xFFFF && (c.value >= 0x20 || c.value == '\t' || c.value == '\n')
-           && (c.value < 0x7F || c.value > 0x9F);
+    return c.valid && !turns && c.value != 0xFFFE && c.value != 0xFFFF
+        && (c.value >= 0x20 || c.value == '\t' || c.value == '\n') && (c.value < 0x7F || c.value > 0x9F);
 }
 
 } // namespace

@@ -16,8 +16,8 @@ namespace {
 NodeType& unknownType()
 {
     static NodeTypeNameSpace own;
-    static NodeType type(own, "Unknown", "zelvan-play", nullptr, nullptr, nullptr, "", nullptr, "", "", "", false,
-                         false, nullptr, nullptr, nullptr, nullptr, 0);
+    static NodeType type(own, "Unknown", "zelvan-play", nullptr, nullptr, nullptr, "", nullptr, "", "", "", false, false,
+                         nullptr, nullptr, nullptr, nullptr, 0);
     return type;
 }
 
@@ -283,8 +283,7 @@ void Scene::declareField(SceneNode& node, std::string const& name, NodePartDataT
 
 std::vector<Field*> Scene::inputsOf(SceneNode const& node)
 {
-    return node.known || node.node == nullptr ? std::vector<Field*>()
-                                              : static_cast<UnknownNode*>(node.node)->inputs();
+    return node.known || node.node == nullptr ? std::vector<Field*>() : static_cast<UnknownNode*>(node.node)->inputs();
 }
 
 void Scene::goLive()

@@ -27,7 +27,7 @@ struct Location {
 /// A node of the scene. Types without a node class (a Transform, a Script, ...) have a stand-in that takes any
 /// event, made when the first route touches it.
 struct SceneNode {
-    std::string name;     ///< DEF name, with those of the PROTO instances around it ("Door/Swing"); else "Type#3"
+    std::string name;            ///< DEF name, with those of the PROTO instances around it ("Door/Swing"); else "Type#3"
     std::string const& typeName; ///< as the file has it; the scene keeps it
     Location where{};
     Node* node = nullptr; ///< null for a node without a class that no route touches
@@ -38,8 +38,8 @@ struct SceneNode {
     SceneNode const* holder = nullptr;
 
     struct AttributePlace {
-        unsigned index; ///< of the field
-        Location where; ///< of the value's first character
+        unsigned index;         ///< of the field
+        Location where;         ///< of the value's first character
         bool converted = false; ///< from other units, which the file states
     };
     std::vector<AttributePlace> attributes{}; ///< of known nodes: the fields that the file sets
@@ -131,7 +131,7 @@ private:
     std::set<std::string, std::less<>> _shared; ///< goes after the nodes
     std::unique_ptr<NodeNameSpace> _nameSpace;
     std::vector<std::unique_ptr<Lines>> _lines; ///< one for each of fileNames
-    std::vector<SceneNode*> _byName; ///< sorted, those of one name in the order of the file; built when asked
+    std::vector<SceneNode*> _byName;            ///< sorted, those of one name in the order of the file; built when asked
     std::vector<std::pair<Node const*, SceneNode*>> mutable _byNode; ///< sorted by address, built when asked
 };
 

@@ -67,11 +67,16 @@ Components componentsOf(NodePartDataType type)
 {
     switch (type) {
     case SFStringType: return {0, nullptr};
-    case SFColorType: case MFColorType: return {3, rgb};
-    case SFRotationType: case MFRotationType: return {4, rotation};
-    case SFVec2fType: case MFVec2fType: return {2, xyz};
-    case SFVec3fType: case MFVec3fType: return {3, xyz};
-    case SFMatrix4fType: case MFMatrix4fType: return {16, matrix};
+    case SFColorType:
+    case MFColorType: return {3, rgb};
+    case SFRotationType:
+    case MFRotationType: return {4, rotation};
+    case SFVec2fType:
+    case MFVec2fType: return {2, xyz};
+    case SFVec3fType:
+    case MFVec3fType: return {3, xyz};
+    case SFMatrix4fType:
+    case MFMatrix4fType: return {16, matrix};
     default: return {1, value};
     }
 }
@@ -83,9 +88,7 @@ bool isList(NodePartDataType type)
 
 void appendNumbers(Field const& field, std::vector<double>& numbers)
 {
-    auto const as = [&]<class FieldClass>(FieldClass const*) {
-        append(static_cast<FieldClass const&>(field)._value, numbers);
-    };
+    auto const as = [&]<class FieldClass>(FieldClass const*) { append(static_cast<FieldClass const&>(field)._value, numbers); };
     switch (field.dataType()) {
     case SFBoolType: return as(static_cast<SFBool*>(nullptr));
     case SFColorType: return as(static_cast<SFColor*>(nullptr));

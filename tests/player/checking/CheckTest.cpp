@@ -1,5 +1,5 @@
-#include "player/commands/Application.h"
 #include "player/checking/Check.h"
+#include "player/commands/Application.h"
 #include "tests/player/Files.h"
 
 #include <gmock/gmock.h>
@@ -32,17 +32,15 @@ Checked checkFile(std::string const& text, std::vector<char const*> const& optio
 {
     Folder const folder;
     std::regex const route(R"((\w+)\.(\w+)>(\w+)\.(\w+))");
-    std::string const file = folder.add("s.x3d", std::regex_replace(text, route,
-        "<ROUTE fromNode='$1' fromField='$2' toNode='$3' toField='$4'/>"));
+    std::string const file =
+        folder.add("s.x3d", std::regex_replace(text, route, "<ROUTE fromNode='$1' fromField='$2' toNode='$3' toField='$4'/>"));
     std::vector<char const*> arguments = {"zelvan-play", "check"};
     arguments.insert(arguments.end(), options.begin(), options.end());
     arguments.push_back(file.c_str());
     testing::internal::CaptureStdout();
     testing::internal::CaptureStderr();
     int const status = runApplication(static_cast<int>(arguments.size()), arguments.data());
-    auto const shown = [&](std::string captured) {
-        return std::regex_replace(captured, std::regex(folder.path("")), "");
-    };
+    auto const shown = [&](std::string captured) { return std::regex_replace(captured, std::regex(folder.path("")), ""); };
     std::string const out = shown(testing::internal::GetCapturedStdout());
     return {status, out, shown(testing::internal::GetCapturedStderr())};
 }
@@ -118,8 +116,10 @@ TEST(Check, LeavesAlone)
         {"matrix-mirrored", byComponents + "key='0 1' keyValue='-" + identity + '-' + identity + "'/>"},
         {"matrix-no-log", node("Transformation", "S", "0 1", identity + "-1 0 0 0 0 -1 0 0 0 0 1 0 0 0 0 1")},
         {"matrix-projective", node("Transformation", "S", "0", "1 0 0 0 0 1 0 0 0 0 1 0 5 6 7 1")},
-        {"matrix-long-turn", node("Transformation", "S", "0 1", "0 1 0 0 -1 0 0 0 0 0 1 0 0 0 0 1 "
-                                                                "0.17 -0.98 0 0 0.98 0.17 0 0 0 0 1 0 0 0 0 1")},
+        {"matrix-long-turn",
+         node("Transformation", "S", "0 1",
+              "0 1 0 0 -1 0 0 0 0 0 1 0 0 0 0 1 "
+              "0.17 -0.98 0 0 0.98 0.17 0 0 0 0 1 0 0 0 0 1")},
         {"matrix-rough", byComponents + "key='0 1' keyValue='" + identity + "1.02 0.3 0 0 0.3 1.11 0 0 0 0 1 0 0 0 0 1'/>"},
         {"ease-range", "<EaseInEaseOut key='0 1' easeInEaseOut='0 1 1 0'/>"},
         {"no-effect", "<SplineScalarInterpolator closed='false' key='0 1' keyValue='0 0'/>"},
@@ -127,14 +127,16 @@ TEST(Check, LeavesAlone)
         {"loop-kink", loop + node("Scalar", "S", "0 0.2 0.4 0.6 0.8 1", "0 9 1 9 3 0")},
         {"undriven", brain + plain},
         {"unrouted", loop + plain},
-        {"route-loop", node("Scalar", "X", "0 1", "0 1") + node("Scalar", "Y", "0 1", "0 1") + plain
-                           + "X.value>Y.set_fraction X.value>S.set_fraction Y.value>S.set_fraction "},
+        {"route-loop",
+         node("Scalar", "X", "0 1", "0 1") + node("Scalar", "Y", "0 1", "0 1") + plain
+             + "X.value>Y.set_fraction X.value>S.set_fraction Y.value>S.set_fraction "},
         {"route-loop", brain + plain + "S.value>B.f "}, // a Script passes nothing on
         {"foreign-driver", loop + plain},
         {"foreign-driver", loop + plain + "<TouchSensor DEF='P'/>P.touchTime>C.startTime "}, // that is what C waits for
         {"cycle-interval", "<TimeSensor cycleInterval='1e-3'/>"},
-        {"cycle-interval", "<Script DEF='B'><field type='SFTime' name='f'/></Script><TimeSensor DEF='C' cycleInterval='0'/>"
-                           "B.f>C.cycleInterval "},
+        {"cycle-interval",
+         "<Script DEF='B'><field type='SFTime' name='f'/></Script><TimeSensor DEF='C' cycleInterval='0'/>"
+         "B.f>C.cycleInterval "},
         {"idle-sensor", loop + plain}};
     for (auto const& [code, scene] : cases)
         EXPECT_THAT(check(scene).codes(), testing::Each(testing::Not(testing::EndsWith(std::string(" ") + code)))) << scene;
@@ -151,39 +153,53 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
     std::string const used = "<Transform DEF='T'/>S.value>T.x ";
     Case const cases[] = {
         // A spin whose half turns are just too long, angles that wrap, an axis that a program turned over.
-        {loop + rotations("0 0.5 1", "0 1 0 0 0 1 0 3.1416 0 1 0 6.2832"),
-         {"warning long-turn", "warning long-turn"}},
+        {loop + rotations("0 0.5 1", "0 1 0 0 0 1 0 3.1416 0 1 0 6.2832"), {"warning long-turn", "warning long-turn"}},
         {loop + rotations("0 0.3 0.6 1", "0 1 0 5.2 0 1 0 6 0 1 0 0.5 0 1 0 1.3"), {"note loop-jump"}},
         {loop + rotations("0 0.3 0.6 1", "0 0 1 0 0 1 0 3 0 -1 0 3.1 0 0 1 0"), {}},
-        {loop + rotations("0 0.3 0.6 1", "0 1 0 0 0 1 0 4.7 0 1 0 0.1 0 1 0 0"),
-         {"warning long-turn", "warning long-turn"}},
+        {loop + rotations("0 0.3 0.6 1", "0 1 0 0 0 1 0 4.7 0 1 0 0.1 0 1 0 0"), {"warning long-turn", "warning long-turn"}},
         {loop + rotations("0 1", "0 0 0 0 0 0 1 0"), {"hint zero-axis"}},
         // Where keys are equal nothing is blended.
         {loop + rotations("0 0.5 0.5 1", "0 1 0 0 0 1 0 3 0 1 0 -3 0 1 0 0"), {"hint key-equal"}},
         {loop + node("Scalar", "S", "0 0.5 0.5 0.5 1", "0 1 2 3 0"), {"hint key-equal", "note key-equal"}},
-        {loop + node("Color", "S", "0 0.5 0.5 1", "0 0 1 1 0 0.001 1 0 0 0 0 1"),
-         {"hint key-equal", "note hue-long-way"}},
+        {loop + node("Color", "S", "0 0.5 0.5 1", "0 0 1 1 0 0.001 1 0 0 0 0 1"), {"hint key-equal", "note hue-long-way"}},
         // Through an ease, a loop stays a loop; what drives fractions may begin again.
-        {clock + "<EaseInEaseOut DEF='E' key='0 1' easeInEaseOut='0 1 1 0'/>C.fraction>E.fraction "
-                 "E.modifiedFraction>S.fraction " + node("Scalar", "S", "0 1", "0 9"), {"note loop-jump"}},
+        {clock
+             + "<EaseInEaseOut DEF='E' key='0 1' easeInEaseOut='0 1 1 0'/>C.fraction>E.fraction "
+               "E.modifiedFraction>S.fraction "
+             + node("Scalar", "S", "0 1", "0 9"),
+         {"note loop-jump"}},
         {loop + node("Scalar", "S", "0 0.5 0.5 1.001", "0 1 2 3"), {"note key-range", "hint key-equal", "hint loop-jump"}},
         {clock + node("Scalar", "A", "0 1", "0 9") + "C.fraction>A.fraction A.value>S.fraction "
-             + node("Scalar", "S", "0 9", "0 9"), {}},
+             + node("Scalar", "S", "0 9", "0 9"),
+         {}},
         {loop + node("Scalar", "S", "0 0.1 0.2 0.3 0.4 0.9 1", "0 8 14 18 20 20 0"), {}},
         // In mode component mirrors are only a matter of neighbours.
         {loop + byComponents + "key='0 0.5 1' keyValue='" + identity + '-' + identity + identity + "'/>",
          {"warning matrix-mirrored", "warning matrix-mirrored"}},
         // 179.99 degrees with four decimals are no long turn and not rough; 175 with two are, and of a half turn with
         // two there is no logarithm.
-        {loop + node("Transformation", "S", "0 1", identity + "-0.8571 0.2859 0.4285 0 0.2856 -0.4286 0.8572 0 0.4287 "
-                                                              "0.8571 0.2857 0 0 0 0 1"), {"note loop-jump"}},
-        {loop + node("Transformation", "S", "0 1", identity + "-0.85 0.36 0.38 0 0.22 -0.43 0.88 0 0.47 0.83 0.29 0 "
-                                                              "0 0 0 1"), {"warning matrix-rough", "note loop-jump"}},
-        {loop + node("Transformation", "S", "0 1", identity + "-0.86 0.29 0.43 0 0.29 -0.43 0.86 0 0.43 0.86 0.29 0 "
-                                                              "0 0 0 1"), {"error matrix-no-log", "note loop-jump"}},
+        {loop
+             + node("Transformation", "S", "0 1",
+                    identity
+                        + "-0.8571 0.2859 0.4285 0 0.2856 -0.4286 0.8572 0 0.4287 "
+                          "0.8571 0.2857 0 0 0 0 1"),
+         {"note loop-jump"}},
+        {loop
+             + node("Transformation", "S", "0 1",
+                    identity
+                        + "-0.85 0.36 0.38 0 0.22 -0.43 0.88 0 0.47 0.83 0.29 0 "
+                          "0 0 0 1"),
+         {"warning matrix-rough", "note loop-jump"}},
+        {loop
+             + node("Transformation", "S", "0 1",
+                    identity
+                        + "-0.86 0.29 0.43 0 0.29 -0.43 0.86 0 0.43 0.86 0.29 0 "
+                          "0 0 0 1"),
+         {"error matrix-no-log", "note loop-jump"}},
         // Instances of a PROTO have one place in the file; a node that only passes events on is no driver.
         {"<ProtoDeclare name='P'><ProtoBody><ScalarInterpolator key='0'/></ProtoBody></ProtoDeclare>"
-         "<ProtoInstance name='P'/><ProtoInstance name='P'/>", {"note undriven", "note no-values"}},
+         "<ProtoInstance name='P'/><ProtoInstance name='P'/>",
+         {"note undriven", "note no-values"}},
         {plain + "<Transform DEF='T'/>S.value>T.x T.x>S.fraction ", {"note route-loop"}},
         // What is harmless, or may be meant, is a note.
         {used + plain, {"warning undriven"}},
@@ -194,17 +210,23 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
         // What a Script holds, also by way of a PROTO, it may fill and drive.
         {"<Script DEF='B'><field name='f' type='SFNode'><ScalarInterpolator DEF='S'/></field></Script>",
          {"note foreign-driver", "note foreign-driver"}},
-        {clock + plain + "<TimeSensor DEF='D' cycleInterval='0'/><Script><field name='f' type='MFNode'><TimeSensor USE='D'/>"
-         "<ScalarInterpolator USE='S'/></field></Script>", {"note foreign-driver", "note foreign-driver"}},
+        {clock + plain
+             + "<TimeSensor DEF='D' cycleInterval='0'/><Script><field name='f' type='MFNode'><TimeSensor USE='D'/>"
+               "<ScalarInterpolator USE='S'/></field></Script>",
+         {"note foreign-driver", "note foreign-driver"}},
         {"<ProtoDeclare name='P'><ProtoInterface><field name='n' type='SFNode' accessType='initializeOnly'/></ProtoInterface>"
          "<ProtoBody><Script DEF='B'><field name='f' type='SFNode' accessType='initializeOnly'/><IS><connect nodeField='f' "
-         "protoField='n'/></IS></Script></ProtoBody></ProtoDeclare>" + plain + "<ProtoInstance name='P'><fieldValue name='n'>"
-         "<ScalarInterpolator USE='S'/></fieldValue></ProtoInstance>", {"note foreign-driver", "note foreign-driver"}},
+         "protoField='n'/></IS></Script></ProtoBody></ProtoDeclare>"
+             + plain
+             + "<ProtoInstance name='P'><fieldValue name='n'>"
+               "<ScalarInterpolator USE='S'/></fieldValue></ProtoInstance>",
+         {"note foreign-driver", "note foreign-driver"}},
         // What is not run is said at its own place, once, with what it would have moved.
         {loop + plain + "<Script DEF='B'/><PositionDamper DEF='D'/>S.value>B.x B.y>T.y B.z>D.destination D.value>T.z ",
          {"note foreign-driver", "note foreign-driver", "note loop-jump"}},
         {"<TouchSensor DEF='P'/><TimeTrigger DEF='Q'/><TimeSensor DEF='C'/><Transform DEF='T'/>P.isActive>Q.set_boolean "
-         "Q.triggerTime>C.startTime C.fraction>T.x ", {"note foreign-driver", "hint idle-sensor"}},
+         "Q.triggerTime>C.startTime C.fraction>T.x ",
+         {"note foreign-driver", "hint idle-sensor"}},
         {clock + "<ScalarInterpolator DEF='S'/>C.time>S.fraction ", {"note no-keys", "warning bad-route"}}};
     for (Case const& c : cases)
         EXPECT_THAT(check(c.scene).codes(), testing::UnorderedElementsAreArray(c.codes)) << c.scene;

@@ -113,21 +113,22 @@ protected:
     template <class Work>
     Outcome outcomeOf(Work work, long k, bool thenAll)
     {
-        static auto* const outcome = static_cast<Outcome*>(
-            ::mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+        static auto* const outcome =
+            static_cast<Outcome*>(::mmap(nullptr, sizeof(Outcome), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
         pid_t const child = ::fork();
-        if (child == 0) [&]() noexcept {
-            ::alarm(20);
-            ::dup2(::open(".out", O_CREAT | O_TRUNC | O_WRONLY, 0600), STDOUT_FILENO);
-            ::dup2(::open(".err", O_CREAT | O_TRUNC | O_WRONLY, 0600), STDERR_FILENO);
-            long const before = blocks, first = tries;
-            untilFailure = k;
-            lasting = thenAll;
-            int const status = work();
-            untilFailure = 0;
-            *outcome = {status, blocks - before, tries - first};
-            ::_exit(0);
-        }();
+        if (child == 0)
+            [&]() noexcept {
+                ::alarm(20);
+                ::dup2(::open(".out", O_CREAT | O_TRUNC | O_WRONLY, 0600), STDOUT_FILENO);
+                ::dup2(::open(".err", O_CREAT | O_TRUNC | O_WRONLY, 0600), STDERR_FILENO);
+                long const before = blocks, first = tries;
+                untilFailure = k;
+                lasting = thenAll;
+                int const status = work();
+                untilFailure = 0;
+                *outcome = {status, blocks - before, tries - first};
+                ::_exit(0);
+            }();
         int state = 0;
         ::waitpid(child, &state, 0);
         if (state != 0)
@@ -222,7 +223,8 @@ TEST_F(AllocationFailure, WhileASceneIsRead)
 TEST_F(AllocationFailure, WhileASceneIsPlayed)
 {
     tryCommand({"zelvan-play", "run", "scene.x3d.gz", "--to", "1", "--fps", "2", "--csv", "a.csv", "--jsonl", "a.jsonl",
-                "--html", "a.html"}, {"a.csv", "a.jsonl", "a.html"});
+                "--html", "a.html"},
+               {"a.csv", "a.jsonl", "a.html"});
 }
 
 TEST_F(AllocationFailure, WhileValuesAreExported)

@@ -45,11 +45,13 @@ std::string everywhere(std::string const& numbers)
     std::string scene = clock;
     std::string const values = " key='" + numbers + "' keyValue='" + times(48, numbers + ' ') + "'/>";
     for (std::string const type :
-         {"ColorInterpolator", "CoordinateInterpolator", "CoordinateInterpolator2D", "NormalInterpolator", "OrientationInterpolator",
-          "PositionInterpolator", "PositionInterpolator2D", "ScalarInterpolator", "SplinePositionInterpolator",
-          "SplinePositionInterpolator2D", "SplineScalarInterpolator", "SquadOrientationInterpolator", "TransformationInterpolator"})
+         {"ColorInterpolator", "CoordinateInterpolator", "CoordinateInterpolator2D", "NormalInterpolator",
+          "OrientationInterpolator", "PositionInterpolator", "PositionInterpolator2D", "ScalarInterpolator",
+          "SplinePositionInterpolator", "SplinePositionInterpolator2D", "SplineScalarInterpolator",
+          "SquadOrientationInterpolator", "TransformationInterpolator"})
         scene += '<' + type + " DEF='" + type + '\'' + values + route("T", type);
-    return scene + "<EaseInEaseOut DEF='E' easeInEaseOut='" + numbers + ' ' + numbers + "' key='" + numbers + "'/>" + route("T", "E");
+    return scene + "<EaseInEaseOut DEF='E' easeInEaseOut='" + numbers + ' ' + numbers + "' key='" + numbers + "'/>"
+        + route("T", "E");
 }
 
 std::vector<std::string> hostileFiles(Folder const& folder)
@@ -66,16 +68,20 @@ std::vector<std::string> hostileFiles(Folder const& folder)
         return folder.read("part.gz");
     };
     auto const proto = [](std::string const& name, std::string const& body) {
-        return "<ProtoDeclare name='" + name + "'><ProtoInterface><field name='f' type='SFFloat' accessType='inputOnly'/>"
-               "</ProtoInterface><ProtoBody>" + body + "</ProtoBody></ProtoDeclare>";
+        return "<ProtoDeclare name='" + name
+            + "'><ProtoInterface><field name='f' type='SFFloat' accessType='inputOnly'/>"
+              "</ProtoInterface><ProtoBody>"
+            + body + "</ProtoBody></ProtoDeclare>";
     };
     auto const instance = [](std::string const& name) { return "<ProtoInstance name='" + name + "' DEF='I'/>"; };
     auto const at = [](int i) { return std::to_string(i); };
     std::string const list = times(million / 2, "1 ");
 
-    file("entity-bomb", "<!DOCTYPE X3D [<!ENTITY a0 'ha'>" + numbered(9, "<!ENTITY b# '&a#;&a#;&a#;&a#;&a#;&a#;&a#;&a#;'>")
-                            + "]><X3D><Scene><Group DEF='&b8;'/></Scene></X3D>");
-    file("entity-outside", "<!DOCTYPE X3D [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><X3D><Scene><Group DEF='&e;'/></Scene></X3D>");
+    file("entity-bomb",
+         "<!DOCTYPE X3D [<!ENTITY a0 'ha'>" + numbered(9, "<!ENTITY b# '&a#;&a#;&a#;&a#;&a#;&a#;&a#;&a#;'>")
+             + "]><X3D><Scene><Group DEF='&b8;'/></Scene></X3D>");
+    file("entity-outside",
+         "<!DOCTYPE X3D [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><X3D><Scene><Group DEF='&e;'/></Scene></X3D>");
     scene("deep", times(million, "<Group>") + times(million, "</Group>"));
     file("deep-unclosed", "<X3D><Scene>" + times(million, "<Group>"));
     file("gzip-bomb", packed("<X3D>") + times(limited ? 500 : 5, packed(times(million, " "))));
@@ -90,8 +96,10 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     scene("overflow", everywhere("1e38 -3e38 3.4e38"));
     scene("beyond-float", everywhere("1e999 -1e999 1e-999"));
     scene("unsorted", everywhere("1 0 -1 0.5"));
-    scene("bad-times", numbered(9, "<TimeSensor loop='true' cycleInterval='1e-30#' startTime='-1e30#' stopTime='nan' "
-                                   "pauseTime='-inf' resumeTime='inf'/><TimeSensor cycleInterval='-#' loop='true'/>"));
+    scene("bad-times",
+          numbered(9,
+                   "<TimeSensor loop='true' cycleInterval='1e-30#' startTime='-1e30#' stopTime='nan' "
+                   "pauseTime='-inf' resumeTime='inf'/><TimeSensor cycleInterval='-#' loop='true'/>"));
     scene("use-cycle", "<Group DEF='A'><Group DEF='B'><Group USE='A'/><Group USE='B'/></Group></Group>");
     scene("route-loop", clock + numbered(2, scalars) + route("T", "S0") + route("S0", "S1") + route("S1", "S0"));
     std::string fans, chain, bomb = proto("P0", "<Group/>");
@@ -107,13 +115,15 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     for (int i = 1; i < 20; ++i)
         bomb += proto("P" + at(i), "<ScalarInterpolator/>" + times(9, instance("P" + at(i - 1))));
     scene("proto-bomb", bomb + instance("P19"));
-    std::string const part = "<ScalarInterpolator><IS><connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator>";
+    std::string const part =
+        "<ScalarInterpolator><IS><connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator>";
     std::string const in = "<ROUTE fromNode='T' fromField='fraction_changed' toNode='I' toField='f'/>";
     scene("proto-fans", proto("P", times(3000, part)) + clock + instance("P") + times(3000, in));
     scene("proto-routes", proto("P", times(2000, route("A", "B"))) + times(30'000, instance("P")));
     scene("proto-lists", proto("P", "<ScalarInterpolator key='" + list + "'/>") + times(9999, instance("P")));
-    scene("proto-fields", "<ProtoDeclare name='P'><ProtoInterface>" + numbered(2000, "<field name='f#' type='SFFloat'/>")
-                              + "</ProtoInterface><ProtoBody/></ProtoDeclare>" + times(30'000, instance("P")));
+    scene("proto-fields",
+          "<ProtoDeclare name='P'><ProtoInterface>" + numbered(2000, "<field name='f#' type='SFFloat'/>")
+              + "</ProtoInterface><ProtoBody/></ProtoDeclare>" + times(30'000, instance("P")));
     std::string const both = "<IS>" + times(2, "<connect nodeField='f' protoField='f'/>") + "</IS></ProtoInstance>";
     std::string doubling = proto("P0", part);
     for (int i = 1; i < 50; ++i)
@@ -134,7 +144,9 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     std::filesystem::create_symlink("/dev/zero", folder.path("zero"));
     scene("inline-devices", "<Inline url='\"pipe\" \"zero\" \"/dev/zero\" \"../../../../dev/zero\" \".\"'/>");
     std::filesystem::create_symlink("/dev", folder.path("devices"));
-    scene("inline-links", "<Inline url='\"devices/../dev/zero\" \"devices/zero\" \"-\" \"./-\"'/><ExternProtoDeclare name='E' url='\"-#E\"'/>" + instance("E"));
+    scene("inline-links",
+          "<Inline url='\"devices/../dev/zero\" \"devices/zero\" \"-\" \"./-\"'/><ExternProtoDeclare name='E' url='\"-#E\"'/>"
+              + instance("E"));
     auto const classic = [&](std::string const& name, std::string const& body) { file(name, "#VRML V2.0 utf8\n" + body); };
     classic("vrml-deep", times(million, "Group { children [ "));
     classic("vrml-brackets", "Group { children " + times(million, "["));
@@ -161,13 +173,16 @@ std::vector<std::string> hostileFiles(Folder const& folder)
     std::string waiting;
     for (int i = static_cast<int>(million / 200); i > 0; --i)
         waiting += "<ROUTE fromNode='U" + at(i - 1) + "' fromField='a' toNode='U" + at(i) + "' toField='a'/>";
-    scene("many-unknown", clock + numbered(million / 200 + 1, "<Foo DEF='U#'/>") + waiting
-                              + "<ROUTE fromNode='T' fromField='fraction_changed' toNode='U0' toField='a'/>");
+    scene("many-unknown",
+          clock + numbered(million / 200 + 1, "<Foo DEF='U#'/>") + waiting
+              + "<ROUTE fromNode='T' fromField='fraction_changed' toNode='U0' toField='a'/>");
     std::string layers = clock, loops;
     for (int i = 0; i < 128; ++i) {
         layers += "<EaseInEaseOut DEF='S" + at(i) + "' key='0 1' easeInEaseOut='0 0 0 0'/>";
         for (int j = 0; j < 16; ++j)
-            layers += "<ROUTE fromNode='" + (i < 16 ? "T' fromField='fraction_changed" : "S" + at(i / 16 * 16 - 16 + j) + "' fromField='modifiedFraction_changed")
+            layers += "<ROUTE fromNode='"
+                + (i < 16 ? "T' fromField='fraction_changed"
+                          : "S" + at(i / 16 * 16 - 16 + j) + "' fromField='modifiedFraction_changed")
                 + "' toNode='S" + at(i) + "' toField='set_fraction'/>";
     }
     scene("ease-layers", layers);
@@ -175,10 +190,15 @@ std::vector<std::string> hostileFiles(Folder const& folder)
         loops += route("S" + at(2499 - i % 20), "S" + at(i / 20));
     scene("many-loops", clock + numbered(2500, scalars) + chain + loops + route("T", "S0"));
     std::string const fast = "<TimeSensor DEF='T' loop='true' cycleInterval='1e-9'/>";
-    scene("fast-keys", fast + numbered(500, scalars + route("T", "S#")) + "<ScalarInterpolator DEF='K' key='" + list + "'/>" + route("T", "K"));
-    scene("block-fans", clock + "<CoordinateInterpolator DEF='S' key='0' keyValue='" + list + "1'/>" + route("T", "S")
-                            + numbered(2000, "<Foo DEF='U#'/>" + route("S", "U#")));
-    scene("many-urls", "<Inline url='" + times(million / 8, "\"a\"") + "'/>" + numbered(999, "<Inline url='\"" + times(300, "./") + "#\"'/>"));
+    scene("fast-keys",
+          fast + numbered(500, scalars + route("T", "S#")) + "<ScalarInterpolator DEF='K' key='" + list + "'/>"
+              + route("T", "K"));
+    scene("block-fans",
+          clock + "<CoordinateInterpolator DEF='S' key='0' keyValue='" + list + "1'/>" + route("T", "S")
+              + numbered(2000, "<Foo DEF='U#'/>" + route("S", "U#")));
+    scene("many-urls",
+          "<Inline url='" + times(million / 8, "\"a\"") + "'/>"
+              + numbered(999, "<Inline url='\"" + times(300, "./") + "#\"'/>"));
     scene("long-type", "<" + std::string(million / 2, 'a') + " DEF='U'/>" + numbered(2000, scalars + route("U", "S#")));
     file("gzip-lines", packed(times(100 * million, "\n")));
     scene("many-defs", times(million / 20, "<Group DEF='N'/>"));
@@ -237,10 +257,13 @@ INSTANTIATE_TEST_SUITE_P(, Hostile, testing::Values("run", "check", "export"), [
 TEST(HostileScene, CutAnywhereIsReadOrRefused)
 {
     Folder const folder;
-    std::string const whole = x3d("<!-- c --><![CDATA[x]]>&amp;&#65;" + clock + "<ProtoDeclare name='P'><ProtoInterface><field name='f' type='MFFloat' "
-        "accessType='inputOutput' value='0 1'/></ProtoInterface><ProtoBody><ScalarInterpolator><IS><connect nodeField='key' protoField='f'/>"
-        "</IS></ScalarInterpolator></ProtoBody></ProtoDeclare><ProtoInstance name='P' DEF='I'><fieldValue name='f' value='.5,1e3'/>"
-        "</ProtoInstance><Inline url='\"x\"'/>" + route("T", "I"));
+    std::string const whole = x3d(
+        "<!-- c --><![CDATA[x]]>&amp;&#65;" + clock
+        + "<ProtoDeclare name='P'><ProtoInterface><field name='f' type='MFFloat' "
+          "accessType='inputOutput' value='0 1'/></ProtoInterface><ProtoBody><ScalarInterpolator><IS><connect nodeField='key' protoField='f'/>"
+          "</IS></ScalarInterpolator></ProtoBody></ProtoDeclare><ProtoInstance name='P' DEF='I'><fieldValue name='f' value='.5,1e3'/>"
+          "</ProtoInstance><Inline url='\"x\"'/>"
+        + route("T", "I"));
     loadPool("");
     for (std::string const root : {"", "<Scene>"})
         for (std::size_t length = 0; length <= whole.size(); ++length) {

@@ -14,9 +14,10 @@ using testing::Not;
 using testing::StartsWith;
 
 std::string const unsorted = "<ScalarInterpolator DEF='A' key='0 1 0.5' keyValue='0 1 2'/>";
-std::string const range = "<TimeSensor DEF='C' loop='true'/><ScalarInterpolator DEF='W' key='0 2' keyValue='0 0'/>"
-                          "<Transform DEF='T'/><ROUTE fromNode='C' fromField='fraction_changed' toNode='W' toField='set_fraction'/>"
-                          "<ROUTE fromNode='W' fromField='value_changed' toNode='T' toField='x'/>";
+std::string const range =
+    "<TimeSensor DEF='C' loop='true'/><ScalarInterpolator DEF='W' key='0 2' keyValue='0 0'/>"
+    "<Transform DEF='T'/><ROUTE fromNode='C' fromField='fraction_changed' toNode='W' toField='set_fraction'/>"
+    "<ROUTE fromNode='W' fromField='value_changed' toNode='T' toField='x'/>";
 
 // Folders with good, bad, broken and hidden scenes, and what is none.
 void addScenes(Folder const& folder)
@@ -59,13 +60,16 @@ TEST(Pipeline, ManyFilesGiveTheSameWhateverTheNumberOfProcesses)
 TEST(Pipeline, OneFindingInEveryFormat)
 {
     Folder const folder;
-    folder.add("a b,c.x3d", "<X3D><Scene>\n<Group/><!-- \u00e9 --> <ScalarInterpolator DEF='\u00e9%' key='0 1 0.5' keyValue='0 1 2'/></Scene></X3D>");
+    folder.add(
+        "a b,c.x3d",
+        "<X3D><Scene>\n<Group/><!-- \u00e9 --> <ScalarInterpolator DEF='\u00e9%' key='0 1 0.5' keyValue='0 1 2'/></Scene></X3D>");
     auto const write = [&](std::string const& format) {
         return play(folder, "check 'a b,c.x3d' --only key-order --format " + format);
     };
     EXPECT_THAT(write("text").out, StartsWith("a b,c.x3d:2:58: error: \u00e9%.key[2] is 0.5, after 1"));
     EXPECT_THAT(write("text").out, testing::EndsWith(" [key-order]\n"));
-    EXPECT_THAT(write("github").out, StartsWith("::error file=a b%2Cc.x3d,line=2,col=58,title=key-order::\u00e9%25.key[2] is 0.5"));
+    EXPECT_THAT(write("github").out,
+                StartsWith("::error file=a b%2Cc.x3d,line=2,col=58,title=key-order::\u00e9%25.key[2] is 0.5"));
     auto const sarif = nlohmann::json::parse(write("sarif").out)["runs"][0];
     auto const& result = sarif["results"][0];
     auto const& place = result["locations"][0]["physicalLocation"];
@@ -79,7 +83,8 @@ TEST(Pipeline, OneFindingInEveryFormat)
     EXPECT_EQ(folder.read("out.sarif"), write("sarif").out);
     EXPECT_EQ(play(folder, "check 'a b,c.x3d' -o './a b,c.x3d'").status, 2);
     // People see the line, and a mark under the place.
-    Result const seen = play(folder, "", "script -qec \"'" ZELVAN_PLAY "' check 'a b,c.x3d' --only key-order\" /dev/null; true ");
+    Result const seen =
+        play(folder, "", "script -qec \"'" ZELVAN_PLAY "' check 'a b,c.x3d' --only key-order\" /dev/null; true ");
     if (seen.out.find("key-order") != std::string::npos) {
         EXPECT_THAT(seen.out, HasSubstr("| " + std::string(39, ' ') + "^"));
     }
@@ -103,10 +108,12 @@ TEST(Pipeline, ManyScenesAreEditedWhateverTheNumberOfProcesses)
                 Result const result = play(folder, command + where + " --root in -j " + jobs);
                 EXPECT_EQ(result.status, 1) << command << where << ": the broken one\n" << result.err;
                 EXPECT_THAT(result.err, HasSubstr("in/broken.x3d:1:"));
-                EXPECT_EQ(folder.read("in/b.x3d") == before, !command.starts_with("check") || where == " --diff") << command << where;
+                EXPECT_EQ(folder.read("in/b.x3d") == before, !command.starts_with("check") || where == " --diff")
+                    << command << where;
                 EXPECT_EQ(folder.read("in/.h.x3d"), x3d(unsorted));
                 std::string all = result.out + '|' + result.err;
-                for (std::string const file : {"in/b.x3d", "in/a/v.wrl", "in/many/39.x3d", "in/r3.x3d", "in/part.x3d", "in/broken.x3d"})
+                for (std::string const file :
+                     {"in/b.x3d", "in/a/v.wrl", "in/many/39.x3d", "in/r3.x3d", "in/part.x3d", "in/broken.x3d"})
                     all += '|' + folder.read(file);
                 seen.push_back(all);
             }
@@ -136,12 +143,14 @@ TEST(Pipeline, ManyScenesAreEditedWhateverTheNumberOfProcesses)
     }
     EXPECT_EQ(folder.read("w.x3d"), x3d(reducible));
     // What comes through a pipe is read once.
-    EXPECT_THAT(play(folder, "check /dev/stdin", "cat in/b.x3d | ").err, StartsWith("/dev/stdin: 1 error, 0 warnings, 1 note\n"));
+    EXPECT_THAT(play(folder, "check /dev/stdin", "cat in/b.x3d | ").err,
+                StartsWith("/dev/stdin: 1 error, 0 warnings, 1 note\n"));
     // The same file twice is one.
     EXPECT_THAT(play(folder, "reduce w.x3d ./w.x3d --write").out, HasSubstr("w.x3d: 1 of 1 interpolators reduced"));
     // What is ignored stays, also when something else was fixed before.
-    folder.add("s.x3d", x3d("<!-- zelvan: ignore key-order - meant -->\n" + unsorted
-                            + "\n<PositionInterpolator DEF='P' key='0' keyValue='0 0 0 1 1 1'/>"));
+    folder.add("s.x3d",
+               x3d("<!-- zelvan: ignore key-order - meant -->\n" + unsorted
+                   + "\n<PositionInterpolator DEF='P' key='0' keyValue='0 0 0 1 1 1'/>"));
     EXPECT_THAT(play(folder, "check s.x3d --fix --unsafe-fixes --write").err, HasSubstr("s.x3d: 1 fixed"));
     EXPECT_THAT(folder.read("s.x3d"), HasSubstr("key='0 1 0.5'"));
 }
@@ -151,16 +160,19 @@ TEST(Pipeline, SettingsComeFromTheNearestFileUpToTheRepository)
     Folder const folder;
     folder.add("zelvan-play.toml", "strict = true\n"); // above the repository
     folder.add("r/.git/HEAD", "");
-    folder.add("r/zelvan-play.toml", "ignore = ['idle-sensor']\nmax-warnings = 7\n[severity]\nkey-range = 'error'\n[limits]\nmax-files = 9\n"
-                                     "[[overrides]]\nfiles = ['old/**', '**/?.wrl']\nseverity = {key-order = 'off', key-range = 'note'}\n");
+    folder.add("r/zelvan-play.toml",
+               "ignore = ['idle-sensor']\nmax-warnings = 7\n[severity]\nkey-range = 'error'\n[limits]\nmax-files = 9\n"
+               "[[overrides]]\nfiles = ['old/**', '**/?.wrl']\nseverity = {key-order = 'off', key-range = 'note'}\n");
     folder.add("r/a/b/s.x3d", x3d(range));
     folder.add("r/old/x/s.x3d", x3d(range + unsorted));
     Result const shown = play(folder, "settings r/a/b/s.x3d");
-    for (std::string const row : {"severity.idle-sensor +off +r/zelvan-play.toml:1:11", "severity.key-range +error +r/zelvan-play.toml:4:1",
-                                  "max-warnings +7 +r/zelvan-play.toml:2:1", "limits.max-files +9 +r/zelvan-play.toml:6:1",
-                                  "strict +false +default", "limits.max-depth +500 +default"})
+    for (std::string const row :
+         {"severity.idle-sensor +off +r/zelvan-play.toml:1:11", "severity.key-range +error +r/zelvan-play.toml:4:1",
+          "max-warnings +7 +r/zelvan-play.toml:2:1", "limits.max-files +9 +r/zelvan-play.toml:6:1", "strict +false +default",
+          "limits.max-depth +500 +default"})
         EXPECT_THAT(shown.out, testing::ContainsRegex(row)) << shown.err;
-    EXPECT_THAT(play(folder, "settings r/old/x/s.x3d").out, testing::ContainsRegex("severity.key-order +off +r/zelvan-play.toml:9"));
+    EXPECT_THAT(play(folder, "settings r/old/x/s.x3d").out,
+                testing::ContainsRegex("severity.key-order +off +r/zelvan-play.toml:9"));
     EXPECT_EQ(play(folder, "check r/a/b/s.x3d").status, 1);
     EXPECT_EQ(play(folder, "check r/a/b/s.x3d --no-config").status, 0);
     EXPECT_EQ(play(folder, "check r/a/b/s.x3d --severity key-range=note").status, 0);
@@ -214,20 +226,26 @@ TEST(Pipeline, CommentsIgnoreWhatIsMeant)
         {"<!-- zelvan: ignore key-order -->\n\n" + two, "unused-ignore key-order too-few-values "},
         {two + "\n<!-- zelvan: ignore-file key-order too-few-values -->", ""},
         {"<!-- zelvan: ignore-file zero-axis -->" + two, "key-order too-few-values "}, // which was not asked for
-        {"<!-- zelvan: ignore nonsense --><!-- zelvan: what -->" + two, "unused-ignore unused-ignore key-order too-few-values "},
+        {"<!-- zelvan: ignore nonsense --><!-- zelvan: what -->" + two,
+         "unused-ignore unused-ignore key-order too-few-values "},
         {"<!-- ignore key-order -->" + two, "key-order too-few-values "},
     };
     for (Case const& c : cases) {
         folder.add("s.x3d", x3d(c.scene));
-        auto const json = nlohmann::json::parse(play(folder, "check s.x3d --format json --only key-order,too-few-values,unused-ignore").out);
+        auto const json =
+            nlohmann::json::parse(play(folder, "check s.x3d --format json --only key-order,too-few-values,unused-ignore").out);
         std::string codes;
         for (auto const& finding : json["findings"])
             codes += finding["code"].get<std::string>() + ' ';
         EXPECT_EQ(codes, c.codes) << c.scene;
     }
-    folder.add("s.x3d", "<!-- zelvan: ignore-file key-order -->\n" + x3d(two).substr(39) + "<!-- zelvan: ignore-file too-few-values -->");
+    folder.add("s.x3d",
+               "<!-- zelvan: ignore-file key-order -->\n" + x3d(two).substr(39)
+                   + "<!-- zelvan: ignore-file too-few-values -->");
     EXPECT_EQ(play(folder, "check s.x3d --only key-order,too-few-values,unused-ignore").out, "");
-    folder.add("s.wrl", "#VRML V2.0 utf8\n# zelvan: ignore key-order - meant\nDEF A ScalarInterpolator { key [0 1 .5] keyValue [0 1 2] }\n");
+    folder.add(
+        "s.wrl",
+        "#VRML V2.0 utf8\n# zelvan: ignore key-order - meant\nDEF A ScalarInterpolator { key [0 1 .5] keyValue [0 1 2] }\n");
     EXPECT_EQ(play(folder, "check s.wrl --only key-order,unused-ignore").out, "");
 }
 
@@ -237,18 +255,34 @@ TEST(Pipeline, EndsWithTheStatusThatIsAskedFor)
     folder.add("w.x3d", x3d(range));
     folder.add("e.x3d", x3d(unsorted));
     std::pair<char const*, int> const cases[] = {
-        {"check w.x3d", 0}, {"check w.x3d --fail-on warning", 1}, {"check w.x3d --strict", 1}, {"check w.x3d --max-warnings 0", 1},
-        {"check w.x3d w.x3d --max-warnings 1", 1}, {"check w.x3d --max-warnings 1", 0}, {"check e.x3d --fail-on note", 1},
-        {"check w.x3d --only key-span --fail-on note", 0}, {"check w.x3d e.x3d", 1}, {"check w.x3d missing e.x3d", 3},
-        {"run e.x3d", 1}, {"sweep e.x3d", 1}, {"export e.x3d", 1}, {"run w.x3d", 0}, {"explain key-order", 0}, {"explain nonsense", 2},
-        {"settings", 2}, {"check", 2}, {"check e.x3d --severity key-order=bad", 2}, {"check e.x3d --severity key-order=off", 0},
+        {"check w.x3d", 0},
+        {"check w.x3d --fail-on warning", 1},
+        {"check w.x3d --strict", 1},
+        {"check w.x3d --max-warnings 0", 1},
+        {"check w.x3d w.x3d --max-warnings 1", 1},
+        {"check w.x3d --max-warnings 1", 0},
+        {"check e.x3d --fail-on note", 1},
+        {"check w.x3d --only key-span --fail-on note", 0},
+        {"check w.x3d e.x3d", 1},
+        {"check w.x3d missing e.x3d", 3},
+        {"run e.x3d", 1},
+        {"sweep e.x3d", 1},
+        {"export e.x3d", 1},
+        {"run w.x3d", 0},
+        {"explain key-order", 0},
+        {"explain nonsense", 2},
+        {"settings", 2},
+        {"check", 2},
+        {"check e.x3d --severity key-order=bad", 2},
+        {"check e.x3d --severity key-order=off", 0},
     };
     for (auto const& [arguments, status] : cases)
         EXPECT_EQ(play(folder, arguments).status, status) << arguments;
     EXPECT_THAT(play(folder, "run e.x3d").err, HasSubstr("e.x3d:3:38: error: A.key[2] is 0.5, after 1"));
     Result const explained = play(folder, "explain key-order");
-    EXPECT_THAT(explained.out, testing::AllOf(StartsWith("key-order (error): "), HasSubstr("\nBad:\n"), HasSubstr("\nGood:\n"),
-                                              HasSubstr("Curve"), HasSubstr("\u2588")));
+    EXPECT_THAT(explained.out,
+                testing::AllOf(StartsWith("key-order (error): "), HasSubstr("\nBad:\n"), HasSubstr("\nGood:\n"),
+                               HasSubstr("Curve"), HasSubstr("\u2588")));
 }
 
 TEST(Processes, GiveResultsInOrderAndTellHowTheyDied)
@@ -267,8 +301,9 @@ TEST(Processes, GiveResultsInOrderAndTellHowTheyDied)
         inProcesses(20, jobs, work, [&](std::size_t n, std::string const& result, std::string const& death) {
             all += std::to_string(n) + '=' + (result.size() > 9 ? std::to_string(result.size()) : result) + death + ' ';
         });
-        EXPECT_EQ(all, "0=0 1=1 2=2 3=by signal 9 (Killed) 4=4 5=5 6=6 7=with status 3 8=8 9=9 10=10 11=1048576 12=12 13=13 14=14 "
-                       "15=15 16=16 17=17 18=18 19=by signal 9 (Killed) ");
+        EXPECT_EQ(all,
+                  "0=0 1=1 2=2 3=by signal 9 (Killed) 4=4 5=5 6=6 7=with status 3 8=8 9=9 10=10 11=1048576 12=12 13=13 14=14 "
+                  "15=15 16=16 17=17 18=18 19=by signal 9 (Killed) ");
         EXPECT_LT(::waitpid(-1, nullptr, WNOHANG), 0) << "none is left behind";
         // So many that each process is given several at a time.
         std::size_t next = 0, dead = 0;

@@ -83,28 +83,41 @@ TEST(Program, RefusesOptionsBeyondTheirRangeAndWithoutSense)
         char const* option;
         std::vector<std::string> bad;
     };
-    std::vector<std::string> const counts = {"0", "-1", "1.5e300", "nan", "x", "1x", "inf"}, times = {"-1", "nan", "inf", "2e9", "1s"};
+    std::vector<std::string> const counts = {"0", "-1", "1.5e300", "nan", "x", "1x", "inf"},
+                                   times = {"-1", "nan", "inf", "2e9", "1s"};
     Range const ranges[] = {
-        {"run sweep check export", "--max-bytes", counts},   {"run check", "--max-depth", counts},
-        {"run check", "--max-elements", counts},             {"run check", "--max-nodes", counts},
-        {"run check", "--max-expanded", counts},             {"run check", "--max-files", counts},
-        {"run check", "--max-values", counts},               {"run", "--max-depth", {"1000000"}},
-        {"check", "--per-node", {"-1", "nan"}},              {"check", "--per-code", {"-1", "5000000000"}},
-        {"run export", "--from", times},                     {"run export", "--to", times},
-        {"run export", "--duration", times},                 {"run export", "--at", times},
-        {"run export", "--fps", {"0", "-5", "nan", "inf"}},  {"export", "--rate", {"0", "nan", "1e9"}},
-        {"sweep", "--at", {"nan", "inf", "1e30"}},           {"sweep", "--from", {"nan", "-1e30"}},
-        {"sweep", "--to", {"nan", "inf"}},                   {"sweep", "--steps", {"0", "-1", "1e8", "nan"}},
+        {"run sweep check export", "--max-bytes", counts},
+        {"run check", "--max-depth", counts},
+        {"run check", "--max-elements", counts},
+        {"run check", "--max-nodes", counts},
+        {"run check", "--max-expanded", counts},
+        {"run check", "--max-files", counts},
+        {"run check", "--max-values", counts},
+        {"run", "--max-depth", {"1000000"}},
+        {"check", "--per-node", {"-1", "nan"}},
+        {"check", "--per-code", {"-1", "5000000000"}},
+        {"run export", "--from", times},
+        {"run export", "--to", times},
+        {"run export", "--duration", times},
+        {"run export", "--at", times},
+        {"run export", "--fps", {"0", "-5", "nan", "inf"}},
+        {"export", "--rate", {"0", "nan", "1e9"}},
+        {"sweep", "--at", {"nan", "inf", "1e30"}},
+        {"sweep", "--from", {"nan", "-1e30"}},
+        {"sweep", "--to", {"nan", "inf"}},
+        {"sweep", "--steps", {"0", "-1", "1e8", "nan"}},
     };
     for (Range const& range : ranges) {
         std::istringstream commands(range.commands);
         for (std::string command; commands >> command;)
             for (std::string const& bad : range.bad)
-                refused(command + " s.x3d " + range.option + '=' + bad, std::string(range.option) + ": expected a number from ");
+                refused(command + " s.x3d " + range.option + '=' + bad,
+                        std::string(range.option) + ": expected a number from ");
     }
-    for (std::string const clash : {"export s.x3d --at 1 --at-keys", "export s.x3d --fps 5 --rate 5", "export s.x3d --at-keys --rate 5",
-                                    "run s.x3d --to 1 --duration 1", "sweep s.x3d --at 0 --at-keys", "sweep s.x3d --steps 5 --at 0",
-                                    "sweep s.x3d --at-keys --from 0"})
+    for (std::string const clash :
+         {"export s.x3d --at 1 --at-keys", "export s.x3d --fps 5 --rate 5", "export s.x3d --at-keys --rate 5",
+          "run s.x3d --to 1 --duration 1", "sweep s.x3d --at 0 --at-keys", "sweep s.x3d --steps 5 --at 0",
+          "sweep s.x3d --at-keys --from 0"})
         refused(clash, "excludes");
     refused("run s.x3d --start Clock@nan", "expected a time from 0 to 1000000000, found \"nan\"");
     refused("run s.x3d --inject A.set_fraction=1@1e10", "expected a time from 0 to 1000000000");
@@ -116,20 +129,34 @@ TEST(Program, ShowsNothingRawToTheTerminal)
     // As an attribute has them, where a line break is a blank, and as they are made visible.
     std::string const evil = "E&#27;[2J&#10;x.x3d:1:1: error: forged\u202E\u009B";
     std::string const shown = "E\\x1b[2J x.x3d:1:1: error: forged\\u202e\\u009b";
-    folder.add("s.x3d", x3d("<TimeSensor DEF='T" + evil + "' loop='true'/><TimeSensor DEF='I" + evil + "'/><Group DEF='G" + evil + "'/>"
-                            "<ScalarInterpolator DEF='" + evil + "' key='0 1' keyValue='0 1' k" + "='1'/>"
-                            "<ColorInterpolator DEF='C" + evil + "' key='0 1' keyValue='9 9 9 -9 0 4'/>"
-                            "<ScalarInterpolator DEF='" + evil + "' key='" + evil + "'/><Inline url='&quot;" + evil + "&quot;'/>"
-                            "<ROUTE fromNode='T" + evil + "' fromField='fraction_changed' toNode='" + evil + "' toField='set_fraction'/>"
-                            "<ROUTE fromNode='T" + evil + "' fromField='fraction_changed' toNode='C" + evil + "' toField='set_fraction'/>"
-                            "<ROUTE fromNode='C" + evil + "' fromField='value_changed' toNode='G" + evil + "' toField='c'/>"));
+    folder.add("s.x3d",
+               x3d("<TimeSensor DEF='T" + evil + "' loop='true'/><TimeSensor DEF='I" + evil + "'/><Group DEF='G" + evil
+                   + "'/>"
+                     "<ScalarInterpolator DEF='"
+                   + evil + "' key='0 1' keyValue='0 1' k"
+                   + "='1'/>"
+                     "<ColorInterpolator DEF='C"
+                   + evil
+                   + "' key='0 1' keyValue='9 9 9 -9 0 4'/>"
+                     "<ScalarInterpolator DEF='"
+                   + evil + "' key='" + evil + "'/><Inline url='&quot;" + evil
+                   + "&quot;'/>"
+                     "<ROUTE fromNode='T"
+                   + evil + "' fromField='fraction_changed' toNode='" + evil
+                   + "' toField='set_fraction'/>"
+                     "<ROUTE fromNode='T"
+                   + evil + "' fromField='fraction_changed' toNode='C" + evil
+                   + "' toField='set_fraction'/>"
+                     "<ROUTE fromNode='C"
+                   + evil + "' fromField='value_changed' toNode='G" + evil + "' toField='c'/>"));
     folder.add("encoding.x3d", "<?xml version='1.0' encoding='\x1b[2J\u202E'?><X3D/>");
     folder.add("root.x3d", "<X3\u202ED/>");
-    for (std::string const arguments : {"run s.x3d", "run s.x3d --log-level 5", "sweep s.x3d", "export s.x3d --to 0", "check s.x3d",
-                                        "run s.x3d --start x", "run s.x3d --start \"$(printf '\\033\\n')\"", "check encoding.x3d",
-                                        "run encoding.x3d", "run root.x3d", "run \"$(printf '\\033[2J\\302\\233')\"",
-                                        "types \"$(printf '\\033')\"", "run s.x3d --pool \"$(printf 'a\\033\\nb')\"",
-                                        "run s.x3d --inject \"$(printf '\\033')\"", "run s.x3d \"$(printf '\\033')\""}) {
+    for (std::string const arguments :
+         {"run s.x3d", "run s.x3d --log-level 5", "sweep s.x3d", "export s.x3d --to 0", "check s.x3d", "run s.x3d --start x",
+          "run s.x3d --start \"$(printf '\\033\\n')\"", "check encoding.x3d", "run encoding.x3d", "run root.x3d",
+          "run \"$(printf '\\033[2J\\302\\233')\"", "types \"$(printf '\\033')\"",
+          "run s.x3d --pool \"$(printf 'a\\033\\nb')\"", "run s.x3d --inject \"$(printf '\\033')\"",
+          "run s.x3d \"$(printf '\\033')\""}) {
         Result const result = play(folder, arguments);
         bool const csv = arguments.starts_with("export");
         std::string const seen = csv ? result.err : result.err + result.out;
@@ -146,16 +173,23 @@ TEST(Program, NeverWritesOverWhatItReads)
     Folder const folder;
     folder.add("part.x3d", x3d("<Group DEF='P'/>"));
     folder.add("proto.x3d", x3d("<ProtoDeclare name='E'><ProtoBody><Group/></ProtoBody></ProtoDeclare>"));
-    folder.add("s.x3d", x3d(chain + "<Inline url='\"part.x3d\"'/><ExternProtoDeclare name='E' url='\"proto.x3d#E\"'/><ProtoInstance name='E'/>"));
+    folder.add(
+        "s.x3d",
+        x3d(chain
+            + "<Inline url='\"part.x3d\"'/><ExternProtoDeclare name='E' url='\"proto.x3d#E\"'/><ProtoInstance name='E'/>"));
     std::filesystem::create_directory(folder.path("sub"));
     std::filesystem::create_symlink("../part.x3d", folder.path("sub/soft"));
     std::filesystem::create_symlink("sub", folder.path("way"));
     std::filesystem::create_hard_link(folder.path("proto.x3d"), folder.path("hard"));
     std::filesystem::create_symlink(loadPool("").back().file, folder.path("pool.so"));
-    auto const contents = [&] { return folder.read("s.x3d") + folder.read("part.x3d") + folder.read("proto.x3d") + folder.read("pool.so"); };
+    auto const contents = [&] {
+        return folder.read("s.x3d") + folder.read("part.x3d") + folder.read("proto.x3d") + folder.read("pool.so");
+    };
     std::string const before = contents();
-    for (std::string const output : {"s.x3d", "./s.x3d", "sub/../s.x3d", "part.x3d", "sub/soft", "way/soft", "proto.x3d", "hard", "pool.so"})
-        for (std::string const command : {"run s.x3d --csv ", "sweep s.x3d --svg ", "run s.x3d --jsonl new --html ", "export s.x3d -o ", "export - -o "}) {
+    for (std::string const output :
+         {"s.x3d", "./s.x3d", "sub/../s.x3d", "part.x3d", "sub/soft", "way/soft", "proto.x3d", "hard", "pool.so"})
+        for (std::string const command :
+             {"run s.x3d --csv ", "sweep s.x3d --svg ", "run s.x3d --jsonl new --html ", "export s.x3d -o ", "export - -o "}) {
             Result const result = play(folder, command + output + " <s.x3d");
             EXPECT_EQ(result.status, 2) << command << output;
             EXPECT_THAT(result.err, HasSubstr("and is not written over")) << command << output;
@@ -184,11 +218,12 @@ TEST(Program, WritesWhereAFileStands)
         // Each signal that ends a process, while it writes.
         {"export ASAN_OPTIONS=handle_segv=0; for s in HUP INT QUIT TERM ABRT USR1 USR2 ALRM VTALRM PROF SEGV; do ulimit -c 0; "
          "timeout -s $s 0.4 $P t --fps 1000000 --to 5 --format jsonl; ls -A | grep zelvan-play-; test -e t && echo finished; done; "
-         "echo end", "end\n"},
+         "echo end",
+         "end\n"},
     };
     for (Case const& c : cases) {
-        std::string const shell = "cd '" + folder.path("") + "'; P='" ZELVAN_PLAY " export s.x3d -o'; { " + std::string(c.command)
-            + "; } >.out 2>.err";
+        std::string const shell = "cd '" + folder.path("") + "'; P='" ZELVAN_PLAY " export s.x3d -o'; { "
+            + std::string(c.command) + "; } >.out 2>.err";
         std::ignore = std::system(shell.c_str());
         EXPECT_EQ(folder.read(".out"), c.says) << c.command << folder.read(".err");
     }
@@ -220,15 +255,17 @@ TEST(Program, NoticesWhatTheMachineRefuses)
         // The file grows to so many blocks, by a short write, and no further.
         {"for k in 1 2 5 80; do (ulimit -f $k; $P run s.x3d --html h; test $? = 3) || exit 1; done", 0, "File too large"},
         // What draws scenes is looked for beside the program, and only what has been tried is taken.
-        {"mkdir -p e/bin e/share/zelvan-play; cp $P e/bin/p; ln -s ${P%/bin/*}/lib e; e/bin/p run s.x3d --html h --scene", 3, "scripts/scene-engine fetches it"},
-        {"echo x >e/share/zelvan-play/x3dom.js; e/bin/p run s.x3d --html h --scene; s=$?; rm -r e; exit $s", 3, "is not the X3DOM"},
+        {"mkdir -p e/bin e/share/zelvan-play; cp $P e/bin/p; ln -s ${P%/bin/*}/lib e; e/bin/p run s.x3d --html h --scene", 3,
+         "scripts/scene-engine fetches it"},
+        {"echo x >e/share/zelvan-play/x3dom.js; e/bin/p run s.x3d --html h --scene; s=$?; rm -r e; exit $s", 3,
+         "is not the X3DOM"},
         {"test \"$(echo *)\" = 'a.csv b.csv d s.x3d status' || { ls; exit 1; }", 0, ""},
     };
     for (Case const& c : cases) {
         std::string const shell = "cd '" + folder.path("") + "'; P='" ZELVAN_PLAY "'; { " + c.command + "; } >.out 2>.err";
         int const status = std::system(shell.c_str());
-        EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), c.status)
-            << c.command << '\n' << folder.read(".out");
+        EXPECT_EQ(WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status), c.status) << c.command << '\n'
+                                                                                              << folder.read(".out");
         EXPECT_THAT(folder.read(".err"), HasSubstr(c.err)) << c.command;
     }
 }
@@ -236,12 +273,14 @@ TEST(Program, NoticesWhatTheMachineRefuses)
 TEST(Program, ReportsFitEightyColumns)
 {
     Folder const folder;
-    std::string const wide = "回転する大きな球の色と位置を決める補間器その一", combining = std::string(30, 'e') + "\u0301\u0301";
+    std::string const wide = "回転する大きな球の色と位置を決める補間器その一",
+                      combining = std::string(30, 'e') + "\u0301\u0301";
     std::string nodes = "<TimeSensor DEF='A clock with a name of its own' cycleInterval='3' loop='true'/>";
     for (std::string const& name : {wide, combining, std::string(70, 'n')})
-        nodes += "<OrientationInterpolator DEF='" + name + "' key='0 0.1 1' keyValue='0 1 0 0 0 1 0 3.1 0 1 0 6.2'/>"
-                 "<ROUTE fromNode='A clock with a name of its own' fromField='fraction_changed' toNode='" + name
-                 + "' toField='set_fraction'/>";
+        nodes += "<OrientationInterpolator DEF='" + name
+            + "' key='0 0.1 1' keyValue='0 1 0 0 0 1 0 3.1 0 1 0 6.2'/>"
+              "<ROUTE fromNode='A clock with a name of its own' fromField='fraction_changed' toNode='"
+            + name + "' toField='set_fraction'/>";
     folder.add("wide.x3d", x3d(nodes));
     for (std::string const command : {"run", "sweep", "sweep --at-keys"}) {
         std::istringstream out(play(folder, command + " wide.x3d").out);
@@ -265,8 +304,9 @@ TEST(Program, ShowsTheNodesAndFormatsItIsAskedFor)
 {
     Folder const folder;
     folder.add("s.x3d", x3d(chain));
-    EXPECT_EQ(play(folder, "run s.x3d --at 1 --nodes 'A,?' --csv -").out, "time,node,field,value\n1,A,value_changed,0.25\n"
-                                                                      "1,B,value_changed,1 1 0\n1,M,diffuseColor,1 1 0\n");
+    EXPECT_EQ(play(folder, "run s.x3d --at 1 --nodes 'A,?' --csv -").out,
+              "time,node,field,value\n1,A,value_changed,0.25\n"
+              "1,B,value_changed,1 1 0\n1,M,diffuseColor,1 1 0\n");
     EXPECT_EQ(play(folder, "run s.x3d --at 1 --nodes A --csv -").out, "time,node,field,value\n1,A,value_changed,0.25\n");
     EXPECT_THAT(play(folder, "export s.x3d --at 1 --nodes A").out, StartsWith("time,A.value_changed\n"));
     EXPECT_EQ(play(folder, "run s.x3d --nodes Nobody").status, 2);
@@ -279,17 +319,19 @@ TEST(Program, ShowsTheNodesAndFormatsItIsAskedFor)
 TEST(Program, TellsWhyNothingMovesAndWhatIsNotRun)
 {
     Folder const folder;
-    folder.add("still.x3d", x3d("<TouchSensor DEF='Touch'/><TimeSensor DEF='Clock' enabled='false'/><Script DEF='Brain'/>"
-                                "<ScalarInterpolator DEF='A' key='0 1' keyValue='0 1'/><Transform DEF='Box'/>"
-                                "<ROUTE fromNode='Touch' fromField='isOver' toNode='Clock' toField='enabled'/>"
-                                "<ROUTE fromNode='Touch' fromField='isOver' toNode='Clock' toField='nothing'/>"
-                                "<ROUTE fromNode='Clock' fromField='fraction_changed' toNode='A' toField='set_fraction'/>"
-                                "<ROUTE fromNode='A' fromField='value_changed' toNode='Brain' toField='x'/>"
-                                "<ROUTE fromNode='Brain' fromField='y' toNode='Box' toField='translation'/>"));
+    folder.add("still.x3d",
+               x3d("<TouchSensor DEF='Touch'/><TimeSensor DEF='Clock' enabled='false'/><Script DEF='Brain'/>"
+                   "<ScalarInterpolator DEF='A' key='0 1' keyValue='0 1'/><Transform DEF='Box'/>"
+                   "<ROUTE fromNode='Touch' fromField='isOver' toNode='Clock' toField='enabled'/>"
+                   "<ROUTE fromNode='Touch' fromField='isOver' toNode='Clock' toField='nothing'/>"
+                   "<ROUTE fromNode='Clock' fromField='fraction_changed' toNode='A' toField='set_fraction'/>"
+                   "<ROUTE fromNode='A' fromField='value_changed' toNode='Brain' toField='x'/>"
+                   "<ROUTE fromNode='Brain' fromField='y' toNode='Box' toField='translation'/>"));
     std::string const why = "TimeSensor Clock waits to be enabled by Touch.isOver (--start Clock)\n"
                             "Script Brain is not run (still.x3d:3:";
     std::string const moved = "): Box.translation would get events from it\n";
-    for (char const* const command : {"export still.x3d", "export still.x3d --format jsonl", "run still.x3d --csv -", "run still.x3d --svg a.svg"}) {
+    for (char const* const command :
+         {"export still.x3d", "export still.x3d --format jsonl", "run still.x3d --csv -", "run still.x3d --svg a.svg"}) {
         Result const result = play(folder, command);
         EXPECT_EQ(result.status, 0) << command;
         EXPECT_THAT(result.err, AllOf(HasSubstr("still.x3d: nothing moves\n" + why), HasSubstr(moved))) << command;
@@ -306,9 +348,9 @@ TEST(Program, TellsTheTurnOfAMatrixByTheShorterWay)
     struct Case {
         char const *columns, *turn;
     };
-    for (Case const& c :
-         {Case{"0 1 0 0 -1 0 0 0", "turns 90 deg about (0 0 1)"}, {"0 -1 0 0 1 0 0 0", "turns 90 deg about (0 0 -1)"},
-          {"-0.984808 -0.173648 0 0 0.173648 -0.984808 0 0", "turns 170 deg about (0 0 -1)"}})
+    for (Case const& c : {Case{"0 1 0 0 -1 0 0 0", "turns 90 deg about (0 0 1)"},
+                          {"0 -1 0 0 1 0 0 0", "turns 90 deg about (0 0 -1)"},
+                          {"-0.984808 -0.173648 0 0 0.173648 -0.984808 0 0", "turns 170 deg about (0 0 -1)"}})
         for (char const* const mode : {"matrix", "component"}) {
             folder.add("turn.x3d",
                        x3d("<TimeSensor DEF='C' loop='true'/><TransformationInterpolator DEF='S' mode='" + std::string(mode)

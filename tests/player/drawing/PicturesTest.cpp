@@ -75,8 +75,7 @@ std::vector<Recorded> oddTracks()
     odd.emplace_back("Holes", SFVec2fType, spread(9, 1), [](double t) { return Values{t > 0.5 ? none : t, infinity}; });
     odd.emplace_back("Text", SFStringType, spread(3, 1), [](double) { return Values{}; });
     odd.emplace_back("NoElements", MFColorType, spread(3, 1), [](double) { return Values{}; });
-    odd.emplace_back("Growing", MFRotationType, spread(9, 1),
-                     [](double t) { return Values(std::size_t(t * 4) * 4, t); });
+    odd.emplace_back("Growing", MFRotationType, spread(9, 1), [](double t) { return Values(std::size_t(t * 4) * 4, t); });
     odd.emplace_back("Huge", SFTimeType, spread(5, 1), [](double t) { return Values{(t - 0.5) * 3e307}; });
     odd.emplace_back("Tiny", SFFloatType, spread(5, 1), [](double t) { return Values{t * 1e-320}; });
     odd.emplace_back("Singular", SFMatrix4fType, spread(3, 1), [](double) { return Values(16, 0.); });
@@ -142,20 +141,25 @@ TEST(Pictures, OddTracksGiveTheSameCleanFilesInEveryLocale)
 
 TEST(Pictures, ShowWhatTheyAreToldAndNothingOfWhatIsFlat)
 {
-    Recorded const flat("Mover", SFMatrix4fType, spread(20, 1), [](double t) {
-        return Values{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, t, 2, -3, 1};
-    });
-    Curve curve{&flat.track, {0.5}, {}, {"Clock <TimeSensor>"}, {"Ball.translation"}, "door.x3d:3:4",
+    Recorded const flat("Mover", SFMatrix4fType, spread(20, 1),
+                        [](double t) { return Values{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, t, 2, -3, 1}; });
+    Curve curve{&flat.track,
+                {0.5},
+                {},
+                {"Clock <TimeSensor>"},
+                {"Ball.translation"},
+                "door.x3d:3:4",
                 {{"warning", "key-order", "keys & \"more\"", "sort them", {0.25}}}};
     PictureOptions options{"t", "time (s)"};
     options.waiting = {"TimeSensor Other waits for <x>"};
     for (auto const writer : {writeSvg, writeHtml}) {
         std::ostringstream out;
         writer(out, {curve}, options);
-        EXPECT_THAT(out.str(), testing::AllOf(HasSubstr("Clock &lt;TimeSensor&gt;"), HasSubstr("Ball.translation"),
-                                              HasSubstr("door.x3d:3:4"), HasSubstr("key-order"), HasSubstr("keys &amp; &quot;more"),
-                                              HasSubstr("waits for &lt;x&gt;"), HasSubstr("scale x 1"),
-                                              HasSubstr("class=\"found\""), Not(HasSubstr(">scale factors<"))));
+        EXPECT_THAT(out.str(),
+                    testing::AllOf(HasSubstr("Clock &lt;TimeSensor&gt;"), HasSubstr("Ball.translation"),
+                                   HasSubstr("door.x3d:3:4"), HasSubstr("key-order"), HasSubstr("keys &amp; &quot;more"),
+                                   HasSubstr("waits for &lt;x&gt;"), HasSubstr("scale x 1"), HasSubstr("class=\"found\""),
+                                   Not(HasSubstr(">scale factors<"))));
         std::ostringstream still;
         writer(still, {}, options);
         EXPECT_THAT(still.str(), testing::AllOf(HasSubstr("Nothing moves."), HasSubstr("waits for &lt;x&gt;")));

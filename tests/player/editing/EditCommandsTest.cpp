@@ -44,7 +44,7 @@ TEST(DiffCommand, ComparesWhatIsPlayed)
         {"the same, allowed", with(moving, ".5", ".51"), "--max-error 0.02", 0, ""},
         {"a key less that nobody misses", with(with(moving, " .5 ", " "), " 1 1 0,", ""), "--max-error 0.1%", 0, ""},
         {"as JSON", with(moving, ".5", ".51"), "--format json", 1, "\"equal\":false"},
-        {"a track less", with(moving, "DEF='Way'", "DEF='Path'") , "", 1, "only in a.x3d"},
+        {"a track less", with(moving, "DEF='Way'", "DEF='Path'"), "", 1, "only in a.x3d"},
         {"no such option", moving, "--sideways", 2, ""},
         {"a tolerance that is none", moving, "--max-error x", 2, ""},
         {"no XML", "<", "", 1, ""},
@@ -80,7 +80,8 @@ TEST(EditCommands, WriteOverTheSceneAsItStands)
         char const* command;
         char const* expected;
     };
-    for (Case const& c : {Case{"reduce link.x3d --write", "key='0 1'"}, Case{"check link.x3d --fix --write", "keyValue='0 0 0, 1 1 0, 2 2 0'"}}) {
+    for (Case const& c : {Case{"reduce link.x3d --write", "key='0 1'"},
+                          Case{"check link.x3d --fix --write", "keyValue='0 0 0, 1 1 0, 2 2 0'"}}) {
         SCOPED_TRACE(c.command);
         Folder const folder;
         folder.add("scene.x3d", x3d(*c.command == 'c' ? with(moving, "2 2 0'", "2 2 0, 9 9 9'") : moving));
@@ -119,8 +120,9 @@ TEST(EditCommands, EditOtherFilesOnlyWhenAsked)
 TEST(EditCommands, SayWhyUnitsAreNotEdited)
 {
     Folder const folder;
-    folder.add("scene.x3d", "<X3D version='3.3'><head><unit category='length' name='cm' conversionFactor='0.01'/></head><Scene>" + moving
-                                + "</Scene></X3D>");
+    folder.add("scene.x3d",
+               "<X3D version='3.3'><head><unit category='length' name='cm' conversionFactor='0.01'/></head><Scene>" + moving
+                   + "</Scene></X3D>");
     for (char const* const command : {"reduce scene.x3d --diff", "bake scene.x3d --diff"})
         EXPECT_EQ(play(folder, command).out, "");
     EXPECT_THAT(play(folder, "reduce scene.x3d --diff").err, HasSubstr("its file states units of its own"));
@@ -128,11 +130,12 @@ TEST(EditCommands, SayWhyUnitsAreNotEdited)
 
 TEST(BakeCommand, TakesKeysWhereItIsTold)
 {
-    std::string const eased = "<TimeSensor DEF='Clock' cycleInterval='2' loop='true'/>\n"
-                              "<EaseInEaseOut DEF='Ease' key='0 1' easeInEaseOut='0 .5 .5 0'/>\n"
-                              "<ScalarInterpolator DEF='Lift' key='0 .25 1' keyValue='0 4 1'/>\n"
-                              "<ROUTE fromNode='Clock' fromField='fraction_changed' toNode='Ease' toField='set_fraction'/>\n"
-                              "<ROUTE fromNode='Ease' fromField='modifiedFraction_changed' toNode='Lift' toField='set_fraction'/>";
+    std::string const eased =
+        "<TimeSensor DEF='Clock' cycleInterval='2' loop='true'/>\n"
+        "<EaseInEaseOut DEF='Ease' key='0 1' easeInEaseOut='0 .5 .5 0'/>\n"
+        "<ScalarInterpolator DEF='Lift' key='0 .25 1' keyValue='0 4 1'/>\n"
+        "<ROUTE fromNode='Clock' fromField='fraction_changed' toNode='Ease' toField='set_fraction'/>\n"
+        "<ROUTE fromNode='Ease' fromField='modifiedFraction_changed' toNode='Lift' toField='set_fraction'/>";
     struct Case {
         char const* options;
         char const* keys; ///< a pattern of the result's
@@ -166,14 +169,18 @@ Form const forms[] = {
     {"as it is", [](std::string const& text) { return text; }},
     {"CRLF", [](std::string const& text) { return std::regex_replace(text, std::regex("\n"), "\r\n"); }},
     {"tabs", [](std::string const& text) { return std::regex_replace(text, std::regex("  "), "\t"); }},
-    {"single quotes", [](std::string const& text) { return std::regex_replace(text, std::regex("=\"([^\"'<>]*)\""), "='$1'"); }},
+    {"single quotes",
+     [](std::string const& text) { return std::regex_replace(text, std::regex("=\"([^\"'<>]*)\""), "='$1'"); }},
     {"a byte order mark", [](std::string const& text) { return "\xef\xbb\xbf" + text; }},
     {"a DOCTYPE with an entity",
      [](std::string const& text) {
          std::string const type = "<!DOCTYPE X3D [ <!ENTITY half \"0.5\"> <!-- key=\"0 1\" --> ]>\n";
          return std::string(text).insert(text.find("<X3D"), type);
      }},
-    {"CDATA", [](std::string const& text) { return std::string(text).insert(text.rfind("</Scene>"), "<![CDATA[ <Scene key=\"0\"> ]]>\n"); }},
+    {"CDATA",
+     [](std::string const& text) {
+         return std::string(text).insert(text.rfind("</Scene>"), "<![CDATA[ <Scene key=\"0\"> ]]>\n");
+     }},
     {"gzip", gzipped},
 };
 
@@ -195,8 +202,9 @@ TEST(WholeScenes, NothingToDoLeavesEveryByteAndFormsDoNotMatter)
                 ReadScene read(bytes, {}, name.c_str());
                 SceneEdits edits(*read.scene, false, 10'000'000);
                 Tolerance const tolerance({std::string(command).ends_with('0') ? "0" : "0.1%", "1deg"});
-                auto const changes = *command == 'b' ? bakeScene(*read.scene, edits, {tolerance, false, false, {}, false}).changes
-                                                     : reduceScene(*read.scene, edits, tolerance, false);
+                auto const changes = *command == 'b'
+                    ? bakeScene(*read.scene, edits, {tolerance, false, false, {}, false}).changes
+                    : reduceScene(*read.scene, edits, tolerance, false);
                 std::vector<std::size_t> keys;
                 for (TrackChange const& change : changes)
                     keys.push_back(change.after);

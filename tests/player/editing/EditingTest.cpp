@@ -19,7 +19,7 @@ using testing::Not;
 
 struct HabitCase {
     char const* name;
-    char const* text;     ///< the whole file; the value begins at "@", which is taken out
+    char const* text; ///< the whole file; the value begins at "@", which is taken out
     unsigned components;
     std::vector<int> kept; ///< numbers, by their old places
     char const* expected;
@@ -31,11 +31,18 @@ TEST(NumberList, KeepsTheAuthorsHabit)
         {"blanks", "<a k='@0 0.5 1'/>", 1, {0, 2}, "<a k='0 1'/>"},
         {"commas between vectors", "<a k=\"@ 0 0 0, 1 1 1, 2 2 2 \"/>", 3, {0, 1, 2, 6, 7, 8}, "<a k=\" 0 0 0, 2 2 2 \"/>"},
         {"commas everywhere, one behind", "<a k='@0,1,2,'/>", 1, {0, 2}, "<a k='0,2,'/>"},
-        {"two numbers to a line", "<a k='@0 1\r\n\t2 3\r\n\t4 5\r\n\t6 7'/>", 1, {0, 3, 5, 6, 7}, "<a k='0 3\r\n\t5 6\r\n\t7'/>"},
+        {"two numbers to a line",
+         "<a k='@0 1\r\n\t2 3\r\n\t4 5\r\n\t6 7'/>",
+         1,
+         {0, 3, 5, 6, 7},
+         "<a k='0 3\r\n\t5 6\r\n\t7'/>"},
         {"references", "<a k='@0&#10;1&#10;2'/>", 1, {0, 2}, "<a k='0&#10;2'/>"},
         {"shorter where that reads back", "<a k='@0.50000 .25 1e0'/>", 1, {0, 1}, "<a k='0.5 .25'/>"},
         {"classic", "#X3D V3.0 utf8\nA { k [@0, 0.5, 1 ] }", 1, {0, 2}, "#X3D V3.0 utf8\nA { k [0, 1 ] }"},
-        {"comments stay", "#VRML V2.0 utf8\nA { k [ @0 # begin\n 1 2 # end\n 3 ] }", 1, {0, 2, 3},
+        {"comments stay",
+         "#VRML V2.0 utf8\nA { k [ @0 # begin\n 1 2 # end\n 3 ] }",
+         1,
+         {0, 2, 3},
          "#VRML V2.0 utf8\nA { k [ 0 # begin\n 2 # end\n 3 ] }"},
         {"nothing to do", "<a k='@0  0.50,, 1'/>", 1, {0, 1, 2}, "<a k='0  0.50,, 1'/>"},
     };
@@ -56,7 +63,8 @@ TEST(NumberList, KeepsTheAuthorsHabit)
 TEST(NumberList, RefusesWhatIsNoList)
 {
     Folder const folder;
-    for (char const* const text : {"<a k='@0 x'/>", "<a k='@0 &one;'/>", "<a k='@0", "<a>@0</a>", "#X3D V3.0 utf8\nA { k @IS b }"}) {
+    for (char const* const text :
+         {"<a k='@0 x'/>", "<a k='@0 &one;'/>", "<a k='@0", "<a>@0</a>", "#X3D V3.0 utf8\nA { k @IS b }"}) {
         std::string all = text;
         auto const offset = all.find('@');
         AuthorFile const file(folder.add("scene", all.erase(offset, 1)), 1000);
@@ -69,7 +77,8 @@ TEST(NumberList, RefusesWhatIsNoList)
 TEST(AuthorFile, KeepsItsForm)
 {
     Folder const folder;
-    for (std::string const& form : {std::string("<a>\r\nb\r\n</a>"), std::string("\xef\xbb\xbf<a>\n b </a>"), std::string("<?xml version='1.0' encoding='latin1'?><a>b</a>")})
+    for (std::string const& form : {std::string("<a>\r\nb\r\n</a>"), std::string("\xef\xbb\xbf<a>\n b </a>"),
+                                    std::string("<?xml version='1.0' encoding='latin1'?><a>b</a>")})
         for (bool const zipped : {false, true}) {
             std::string const bytes = zipped ? gzipped(form) : form;
             AuthorFile file(folder.add("scene", bytes), 1000);
@@ -83,7 +92,8 @@ TEST(AuthorFile, KeepsItsForm)
             EXPECT_EQ(file.editedBytes().starts_with("\x1f\x8b"), zipped);
             EXPECT_THROW(file.requireUnchangedOnDisk(), Failure);
         }
-    for (std::string const& refused : {std::string("\xff\xfe<\0", 4), std::string("<?xml version='1.0' encoding='latin1'?><a b='\xe4'/>")})
+    for (std::string const& refused :
+         {std::string("\xff\xfe<\0", 4), std::string("<?xml version='1.0' encoding='latin1'?><a b='\xe4'/>")})
         EXPECT_THROW(AuthorFile(folder.add("scene", refused), 1000), Failure);
 }
 
@@ -113,11 +123,14 @@ std::string const waves = [] {
         keys += std::to_string(i / 50.0) + ' ';
         values += std::to_string(std::sin(i / 8.0)) + " 0 1.000, ";
     }
-    return "<TimeSensor DEF='Clock' loop='true'/>\n<PositionInterpolator DEF='Wave' key='" + keys + "'  keyValue = \"" + values + "\" />";
+    return "<TimeSensor DEF='Clock' loop='true'/>\n<PositionInterpolator DEF='Wave' key='" + keys + "'  keyValue = \"" + values
+        + "\" />";
 }();
 
 struct Edited {
-    explicit Edited(std::string const& text, char const* name = "scene.x3d") : read(text, {}, name), edits(*read.scene, true, 1'000'000) {}
+    explicit Edited(std::string const& text, char const* name = "scene.x3d")
+        : read(text, {}, name), edits(*read.scene, true, 1'000'000)
+    {}
     std::string text() { return edits.file(0).editedText(); }
     ReadScene read;
     SceneEdits edits;
@@ -125,8 +138,11 @@ struct Edited {
 
 TEST(Reduce, ChangesTheListsAndNothingElse)
 {
-    auto const without = [](std::string const& text) { return std::regex_replace(text, std::regex("[-+0-9.e]+[ ,0-9.e+-]*"), "N"); };
-    for (std::string text : {x3d(waves), std::regex_replace(x3d(waves), std::regex("\n"), "\r\n"), "\xef\xbb\xbf" + x3d("\t<!-- key='0 1' -->" + waves)}) {
+    auto const without = [](std::string const& text) {
+        return std::regex_replace(text, std::regex("[-+0-9.e]+[ ,0-9.e+-]*"), "N");
+    };
+    for (std::string text : {x3d(waves), std::regex_replace(x3d(waves), std::regex("\n"), "\r\n"),
+                             "\xef\xbb\xbf" + x3d("\t<!-- key='0 1' -->" + waves)}) {
         Edited edited(text);
         auto const changes = reduceScene(*edited.read.scene, edited.edits, Tolerance({"1%"}), false);
         ASSERT_EQ(changes.size(), 1u);
@@ -152,7 +168,8 @@ TEST(Reduce, LeavesAloneWhatItCannotEdit)
         {"<ScalarInterpolator key='0 .5 1'/>", "has no keys or no values"},
         {"<ScalarInterpolator DEF='A' key='0 .5 1' keyValue='0 0 0'/>"
          "<VectorInterpolator DEF='B' key='0 1' keyValue='0 1'/>"
-         "<ROUTE fromNode='B' fromField='value_changed' toNode='A' toField='set_keyValue'/>", "a ROUTE sets its keys or values"},
+         "<ROUTE fromNode='B' fromField='value_changed' toNode='A' toField='set_keyValue'/>",
+         "a ROUTE sets its keys or values"},
     };
     for (Case const& c : cases) {
         Edited edited(x3d(c.scene));
@@ -163,8 +180,9 @@ TEST(Reduce, LeavesAloneWhatItCannotEdit)
 
 TEST(Reduce, EditsThePrototypesBytesOnce)
 {
-    Edited edited(x3d("<ProtoDeclare name='P'><ProtoBody><Group><ScalarInterpolator DEF='S' key='0 .5 1' keyValue='1 2 3'/></Group>"
-                      "</ProtoBody></ProtoDeclare><ProtoInstance name='P' DEF='A'/><ProtoInstance name='P' DEF='B'/>"));
+    Edited edited(
+        x3d("<ProtoDeclare name='P'><ProtoBody><Group><ScalarInterpolator DEF='S' key='0 .5 1' keyValue='1 2 3'/></Group>"
+            "</ProtoBody></ProtoDeclare><ProtoInstance name='P' DEF='A'/><ProtoInstance name='P' DEF='B'/>"));
     EXPECT_EQ(reduceScene(*edited.read.scene, edited.edits, Tolerance({"1%"}), false).size(), 1u);
     EXPECT_THAT(edited.text(), HasSubstr("key='0 1' keyValue='1 3'"));
 }
@@ -192,9 +210,12 @@ TEST(Bake, MakesLinearKeysOfCurves)
         char const* gone;
     };
     Case const cases[] = {
-        {"<SplinePositionInterpolator DEF='P' closed='true' key='0 .3 1' keyValue='0 0 0 1 2 3 0 0 0'/>", "<PositionInterpolator DEF='P' key=", "closed"},
-        {"<SplineScalarInterpolator DEF='P' key='0 .5 .5 1' keyValue='0 1 5 6'></SplineScalarInterpolator>", "</ScalarInterpolator>", "Spline"},
-        {"<SquadOrientationInterpolator DEF='P' key='0 .5 1' keyValue='0 1 0 0 1 0 0 1 0 0 1 2'/>", "<OrientationInterpolator DEF='P'", "Squad"},
+        {"<SplinePositionInterpolator DEF='P' closed='true' key='0 .3 1' keyValue='0 0 0 1 2 3 0 0 0'/>",
+         "<PositionInterpolator DEF='P' key=", "closed"},
+        {"<SplineScalarInterpolator DEF='P' key='0 .5 .5 1' keyValue='0 1 5 6'></SplineScalarInterpolator>",
+         "</ScalarInterpolator>", "Spline"},
+        {"<SquadOrientationInterpolator DEF='P' key='0 .5 1' keyValue='0 1 0 0 1 0 0 1 0 0 1 2'/>",
+         "<OrientationInterpolator DEF='P'", "Squad"},
         {"<TimeSensor DEF='C'/><EaseInEaseOut DEF='E' key='0 .5 1' easeInEaseOut='0 .3 .2 .2 .4 0'/>"
          "<ScalarInterpolator DEF='P' key='0 .2 1' keyValue='0 4 1'/>"
          "<ROUTE fromNode='C' fromField='fraction_changed' toNode='E' toField='set_fraction'/>\n"
@@ -205,7 +226,8 @@ TEST(Bake, MakesLinearKeysOfCurves)
         for (bool const free : {false, true}) {
             SCOPED_TRACE(c.scene);
             Edited edited(x3d(c.scene));
-            auto const result = bakeScene(*edited.read.scene, edited.edits, {Tolerance({"0.1%", "1deg"}), free, false, {}, true});
+            auto const result =
+                bakeScene(*edited.read.scene, edited.edits, {Tolerance({"0.1%", "1deg"}), free, false, {}, true});
             ASSERT_EQ(result.changes.size(), 1u);
             EXPECT_EQ(result.changes[0].left, "");
             EXPECT_LE(result.changes[0].measured.largest, result.changes[0].asked);
@@ -214,7 +236,8 @@ TEST(Bake, MakesLinearKeysOfCurves)
             // Read back: nothing is left to bake, and no message came.
             Edited again(edited.text());
             EXPECT_EQ(again.read.messages(), "");
-            EXPECT_TRUE(bakeScene(*again.read.scene, again.edits, {Tolerance({"1%", "1deg"}), free, false, {}, true}).changes.empty());
+            EXPECT_TRUE(
+                bakeScene(*again.read.scene, again.edits, {Tolerance({"1%", "1deg"}), free, false, {}, true}).changes.empty());
         }
 }
 
@@ -222,7 +245,8 @@ TEST(Bake, EditsTheClassicSyntaxToo)
 {
     Edited edited("#X3D V3.0 utf8\nDEF C TimeSensor { }\nDEF E EaseInEaseOut { key [0 1] easeInEaseOut [0 .5, .5 0] } # ease\n"
                   "DEF P SplineScalarInterpolator { closed TRUE key [ 0, 1 ] keyValue [ 0, 1 ] }\n"
-                  "ROUTE C.fraction_changed TO E.set_fraction\nROUTE E.modifiedFraction_changed TO P.set_fraction\n", "scene.x3dv");
+                  "ROUTE C.fraction_changed TO E.set_fraction\nROUTE E.modifiedFraction_changed TO P.set_fraction\n",
+                  "scene.x3dv");
     auto const result = bakeScene(*edited.read.scene, edited.edits, {Tolerance({"1%"}), false, false, {}, true});
     EXPECT_THAT(edited.text(), HasSubstr("DEF P ScalarInterpolator { key [ 0, "));
     EXPECT_THAT(edited.text(), HasSubstr("ROUTE C.fraction_changed TO P.set_fraction"));
@@ -262,7 +286,8 @@ TEST(Fixes, SilenceTheirCodesAndAreDoneOnce)
         all.perNode = 0;
         Edited edited(x3d(code.bad));
         auto findings = checkScene(*edited.read.scene, {}, all);
-        bool const safe = code.fix == Fix::safe && std::ranges::all_of(findings, [](Finding const& f) { return fixOf(f) != Fix::unsafe; });
+        bool const safe =
+            code.fix == Fix::safe && std::ranges::all_of(findings, [](Finding const& f) { return fixOf(f) != Fix::unsafe; });
         auto const outcomes = fixScene(*edited.read.scene, edited.edits, findings, all, !safe, playing(edited.read.file));
         if (std::string(code.code) == "zero-axis") // its example has an angle, and the last value is sent as it is written
             continue;
@@ -285,21 +310,27 @@ TEST(Fixes, DoWhatTheySay)
         char const* expected; ///< "" when nothing changes
     };
     Case const cases[] = {
-        {"values without keys", "<ScalarInterpolator DEF='S' key='0 1' keyValue='3, 4, 5'/>", false, "key='0 1' keyValue='3, 4'"},
-        {"a zero axis within", "<OrientationInterpolator DEF='S' key='0 .5 1' keyValue='0 1 0 1, 0 0 0 0, 0 1 0 2'/>", false, "0 1 0 1, 0 0 1 0, 0 1 0 2"},
+        {"values without keys", "<ScalarInterpolator DEF='S' key='0 1' keyValue='3, 4, 5'/>", false,
+         "key='0 1' keyValue='3, 4'"},
+        {"a zero axis within", "<OrientationInterpolator DEF='S' key='0 .5 1' keyValue='0 1 0 1, 0 0 0 0, 0 1 0 2'/>", false,
+         "0 1 0 1, 0 0 1 0, 0 1 0 2"},
         {"a zero axis at the end", "<OrientationInterpolator DEF='S' key='0 1' keyValue='0 1 0 1, 0 0 0 0'/>", false, ""},
-        {"with leave to change what is sent", "<OrientationInterpolator DEF='S' key='0 1' keyValue='0 1 0 1, 0 0 0 0'/>", true, "0 1 0 1, 0 0 1 0"},
-        {"keys out of order", "<ScalarInterpolator DEF='S' key='0 .8 .5 1' keyValue='0 1 2 3'/>", true, "key='0 .5 .8 1' keyValue='0 2 1 3'"},
+        {"with leave to change what is sent", "<OrientationInterpolator DEF='S' key='0 1' keyValue='0 1 0 1, 0 0 0 0'/>", true,
+         "0 1 0 1, 0 0 1 0"},
+        {"keys out of order", "<ScalarInterpolator DEF='S' key='0 .8 .5 1' keyValue='0 1 2 3'/>", true,
+         "key='0 .5 .8 1' keyValue='0 2 1 3'"},
         {"unsafe without leave", "<ScalarInterpolator DEF='S' key='0 .8 .5 1' keyValue='0 1 2 3'/>", false, ""},
         {"colours of bytes", "<ColorInterpolator DEF='S' key='0 1' keyValue='255 0 0 51 0 0'/>", true, "'1 0 0 0.2 0 0'"},
-        {"a full turn", "<OrientationInterpolator DEF='S' key='0 1' keyValue='0 1 0 0, 0 1 0 6'/>", true, "0 1 0 0, 0 1 0 2, 0 1 0 4, 0 1 0 6"},
+        {"a full turn", "<OrientationInterpolator DEF='S' key='0 1' keyValue='0 1 0 0, 0 1 0 6'/>", true,
+         "0 1 0 0, 0 1 0 2, 0 1 0 4, 0 1 0 6"},
     };
     for (Case const& c : cases) {
         Edited edited(x3d(c.scene));
         CheckOptions all;
         all.hints = true;
         all.perNode = 0;
-        fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, all), all, c.unsafe, playing(edited.read.file));
+        fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, all), all, c.unsafe,
+                 playing(edited.read.file));
         if (*c.expected == '\0')
             EXPECT_TRUE(edited.edits.changed().empty()) << c.code;
         else
@@ -321,7 +352,8 @@ TEST(Fixes, AreNotMadeWhenTheSceneWouldPlayOtherwise)
                 result.tracks[0].numbers[7] = std::nextafter(result.tracks[0].numbers[7], 9);
             return result;
         };
-        auto const outcomes = fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, {}), {}, false, play);
+        auto const outcomes =
+            fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, {}), {}, false, play);
         ASSERT_EQ(outcomes.size(), 1u);
         EXPECT_EQ(outcomes[0].done, !lies);
         EXPECT_EQ(outcomes[0].why, lies ? "the scene would play otherwise: S.value_changed" : "");

@@ -17,17 +17,21 @@ struct Kind {
     unsigned width, components;
 };
 constexpr Kind kinds[] = {
-    {"ScalarInterpolator", Motion::linear, 1, 1},      {"PositionInterpolator2D", Motion::linear, 2, 2},
-    {"PositionInterpolator3D", Motion::linear, 3, 3},  {"VectorInterpolator", Motion::linear, 5, 1},
+    {"ScalarInterpolator", Motion::linear, 1, 1},       {"PositionInterpolator2D", Motion::linear, 2, 2},
+    {"PositionInterpolator3D", Motion::linear, 3, 3},   {"VectorInterpolator", Motion::linear, 5, 1},
     {"CoordinateInterpolator2D", Motion::linear, 4, 2}, {"CoordinateInterpolator3D", Motion::linear, 6, 3},
-    {"NormalInterpolator", Motion::normals, 6, 3},     {"ColorInterpolator", Motion::color, 3, 3},
+    {"NormalInterpolator", Motion::normals, 6, 3},      {"ColorInterpolator", Motion::color, 3, 3},
     {"OrientationInterpolator", Motion::rotation, 4, 4}};
 
 KeyTrack emptyTrack(Kind const& kind)
 {
     loadPool("");
-    return {NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), kind.type, searchExact), kind.motion, kind.width,
-            kind.components, {}, {}};
+    return {NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), kind.type, searchExact),
+            kind.motion,
+            kind.width,
+            kind.components,
+            {},
+            {}};
 }
 
 // Smooth curves, noise, plateaus and steps, of any type.
@@ -48,10 +52,10 @@ KeyTrack randomTrack(Kind const& kind, unsigned seed, std::size_t count)
         for (unsigned c = 0; c < kind.width; ++c) {
             float const wave = std::sin(phase[c] + 5 * key) + noise * unit(random);
             bool const turns = kind.motion == Motion::rotation && c == 3;
-            track.values.push_back(turns                                ? 2 * wave
-                                   : kind.motion == Motion::color       ? std::abs(wave) / 1.3f
-                                   : unit(random) < 0.2f && i > 0       ? track.values[track.values.size() - kind.width]
-                                                                        : wave);
+            track.values.push_back(turns                              ? 2 * wave
+                                       : kind.motion == Motion::color ? std::abs(wave) / 1.3f
+                                       : unit(random) < 0.2f && i > 0 ? track.values[track.values.size() - kind.width]
+                                                                      : wave);
         }
     }
     return track;
@@ -144,7 +148,8 @@ TEST(Reduction, TakesNothingMoreWithoutAnErrorAndStaysWithinTwiceOfIt)
                 KeyTrack const equals = reduceTrack(track, 0, free).track;
                 EXPECT_EQ(reduceTrack(equals, 0, free).track.keys, equals.keys);
                 double const tolerance = std::pow(10.0, -3.0 + seed % 5 * 0.6);
-                KeyTrack const once = reduceTrack(track, tolerance, free).track, twice = reduceTrack(once, tolerance, free).track;
+                KeyTrack const once = reduceTrack(track, tolerance, free).track,
+                               twice = reduceTrack(once, tolerance, free).track;
                 EXPECT_LE(twice.size(), once.size());
                 EXPECT_LE(largestDifference(track, twice).largest, 2 * tolerance * (1 + 1e-6));
                 EXPECT_TRUE(std::ranges::equal(twice.at(0), track.at(0)));

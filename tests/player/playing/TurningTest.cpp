@@ -96,8 +96,8 @@ TEST(Turning, AMatrixTurnsLikeItsRotation)
                     for (int row = 0; row < 3; ++row) {
                         int const third = 3 - column - row;
                         double const across = row == column ? 0 : (row - column + 3) % 3 == 1 ? axis[third] : -axis[third];
-                        matrix[4 * column + row] = side * scale[column]
-                                                   * ((row == column) * c + axis[row] * axis[column] * (1 - c) + across * s);
+                        matrix[4 * column + row] =
+                            side * scale[column] * ((row == column) * c + axis[row] * axis[column] * (1 - c) + across * s);
                     }
                 matrix[12] = 7, matrix[13] = 8, matrix[14] = 9, matrix[15] = 1;
                 MatrixParts const parts = partsOf(matrix);

@@ -91,10 +91,8 @@ TEST(ClassicSyntax, IsATreeWithPlaces)
          "X3D@1 (Scene@1 (LOD@1 level_changed=1@39 (Box@15 containerField=children@7), Switch@43 (Box@59 containerField=children@52), Collision@69 enabled=false@89 (Box@101 containerField=proxy@95), Other@111 level=1@125))"},
         {"PROTO LOD [ field MFNode level [ ] ] { Group { children IS level } } LOD { level [ ] }",
          "X3D@1 (Scene@1 (ProtoDeclare@1 name=LOD@7 (ProtoInterface@11 (field@13 name=level@26 type=MFNode@19 accessType=initializeOnly@13 value=@34), ProtoBody@38 (Group@40 (IS@48 (connect@48 nodeField=children@48 protoField=level@60)))), ProtoInstance@70 name=LOD@70 (fieldValue@76 name=level@76 value=@84)))"},
-        {"DEF ä-b:c.d Gr'oup+ { } DEF 1st _X { } \x1a",
-         "X3D@1 (Scene@1 (Gr'oup+@1 DEF=ä-b:c.d@5, _X@26 DEF=1st@30))"},
-        {"\xef\xbb\xbf#X3D V3.3 utf8\r\nGroup { }\rGroup{}#end",
-         "X3D@1 version=3.3@10 (Scene@2:1 (Group@2:1, Group@2:11))"},
+        {"DEF ä-b:c.d Gr'oup+ { } DEF 1st _X { } \x1a", "X3D@1 (Scene@1 (Gr'oup+@1 DEF=ä-b:c.d@5, _X@26 DEF=1st@30))"},
+        {"\xef\xbb\xbf#X3D V3.3 utf8\r\nGroup { }\rGroup{}#end", "X3D@1 version=3.3@10 (Scene@2:1 (Group@2:1, Group@2:11))"},
         {"#VRML Draft #2 V2.0 utf8\nGroup{}", "X3D@1 version=2.0@17 (Scene@2:1 (Group@2:1))"},
         {"", "X3D@1 (Scene@1)"},
     });
@@ -105,8 +103,7 @@ TEST(ClassicSyntax, SaysWhereItEndsAndWhy)
     expectRows({
         {"Transform { translation 1 2", "28: expected a field or \"}\", found the end of the file; begun 11"},
         {"Group {\n children [\n Box { }\n }\n]", "4:2: expected a node or \"]\", found \"}\"; begun 2:11"},
-        {"Transform { translation [ 1 2\n rotation 0 0 1 0 }",
-         "2:2: expected a number or \"]\", found \"rotation\"; begun 25"},
+        {"Transform { translation [ 1 2\n rotation 0 0 1 0 }", "2:2: expected a number or \"]\", found \"rotation\"; begun 25"},
         {"X { url \"abc }\n", "2:1: expected the string's closing quote, found the end of the file; begun 9"},
         {"X { url \"abc\\", "14: expected the string's closing quote, found the end of the file; begun 9"},
         {"X { a [ \"x\" 1 ] }", "13: expected a string or \"]\", found \"1\"; begun 7"},
@@ -125,27 +122,22 @@ TEST(ClassicSyntax, SaysWhereItEndsAndWhy)
         {"DEF A USE B", "7: expected a node, found \"USE\" without a \"{\""},
         {"USE", "4: expected a name behind USE, found the end of the file"},
         {"PROTO P { }", "9: expected \"[\" before the interface of \"P\", found \"{\""},
-        {"PROTO P [ SFVec3f a 1 ] { }",
-         "11: expected the access of a field or \"]\", found \"SFVec3f\"; begun 9"},
+        {"PROTO P [ SFVec3f a 1 ] { }", "11: expected the access of a field or \"]\", found \"SFVec3f\"; begun 9"},
         {"PROTO P [ field SFBool ] { }", "24: expected a field's name, found \"]\""},
         {"PROTO P [ field SFBool a 1 2 eventIn ] { }", "38: expected a field's type, found \"]\""},
-        {"PROTO P [ eventIn SFBool a TRUE ] { }",
-         "28: expected the access of a field or \"]\", found \"TRUE\"; begun 9"},
+        {"PROTO P [ eventIn SFBool a TRUE ] { }", "28: expected the access of a field or \"]\", found \"TRUE\"; begun 9"},
         {"PROTO P [ ] Group { }", "13: expected \"{\" before the body of \"P\", found \"Group\""},
         {"PROTO P [ ] { Group { }", "24: expected a node or \"}\", found the end of the file; begun 13"},
         {"EXTERNPROTO E [ ] 1", "19: expected the urls of \"E\", found \"1\""},
         {"ROUTE A TO B.c", "9: expected a node and its field, as in \"Node.field\", found \"TO\""},
         {"ROUTE A.b B.c", "11: expected \"TO\" in a ROUTE, found \"B.c\""},
-        {"ROUTE A.b TO B.",
-         "16: expected a node and its field, as in \"Node.field\", found the end of the file"},
+        {"ROUTE A.b TO B.", "16: expected a node and its field, as in \"Node.field\", found the end of the file"},
         {"META \"a\" b", "10: expected a string, found \"b\""},
-        {"COMPONENT Core",
-         "15: expected a component and its level, as in \"Core:1\", found the end of the file"},
+        {"COMPONENT Core", "15: expected a component and its level, as in \"Core:1\", found the end of the file"},
         {"UNIT angle", "11: expected a category, a unit's name and its factor, found the end of the file"},
         {"PROFILE {", "9: expected the name of a profile, found \"{\""},
         {"IMPORT A AS B", "10: expected an Inline and its node, as in \"Inline.node\", found \"AS\""},
-        {"äääääääääääääääääääääääääääääää",
-         "1: expected a node, found \"ääääääääääääääääääää...\" without a \"{\""},
+        {"äääääääääääääääääääääääääääääää", "1: expected a node, found \"ääääääääääääääääääää...\" without a \"{\""},
     });
 }
 
@@ -168,7 +160,8 @@ TEST(ClassicSyntax, HasLimits)
         return all;
     };
     ReadLimits const limits{.depth = 10, .elements = 30};
-    EXPECT_TRUE(Read(repeated(7, "G { c ") + "USE A" + repeated(7, "}"), limits).result.ends_with("?@43 containerField=c@41 USE=A@47)))))))))"));
+    EXPECT_TRUE(Read(repeated(7, "G { c ") + "USE A" + repeated(7, "}"), limits)
+                    .result.ends_with("?@43 containerField=c@41 USE=A@47)))))))))"));
     for (auto const& [text, result] : std::vector<std::pair<std::string, std::string>>{
              {repeated(99'999, "G { c ["), "57: nested deeper than 10 elements (--max-depth raises the limit)"},
              {repeated(99'999, "PROTO P [ ] { "), "57: nested deeper"},
@@ -180,8 +173,9 @@ TEST(ClassicSyntax, HasLimits)
 // Whatever is left of a file, it is refused at its end or has lost nothing but what was cut off.
 TEST(ClassicSyntax, CutAnywhereItIsReadOrRefused)
 {
-    std::string const whole = "#X3D V3.0 utf8\nPROFILE A META \"a\" \"b\" PROTO P [ field MFString s [ \"x\" ] ] { Script { url IS s field SFNode n X { } } }"
-                              "\nDEF I P { s \"y\" } ROUTE I.a TO I.b G { c [ USE I, T { b TRUE n [ 0x1F 2 #\n 3 ] } ] } EXTERNPROTO E [ ] [ \"u\" ] ";
+    std::string const whole =
+        "#X3D V3.0 utf8\nPROFILE A META \"a\" \"b\" PROTO P [ field MFString s [ \"x\" ] ] { Script { url IS s field SFNode n X { } } }"
+        "\nDEF I P { s \"y\" } ROUTE I.a TO I.b G { c [ USE I, T { b TRUE n [ 0x1F 2 #\n 3 ] } ] } EXTERNPROTO E [ ] [ \"u\" ] ";
     std::string complete;
     for (std::size_t length = 0; length <= whole.size(); ++length) {
         if (length != whole.size() && whole[length] != ' ')
@@ -190,7 +184,8 @@ TEST(ClassicSyntax, CutAnywhereItIsReadOrRefused)
         if (result.starts_with("X3D"))
             complete += std::to_string(length) + ' ';
         else
-            EXPECT_TRUE(result.ends_with("without a \"{\"") || result.find("found the end of the file") != result.npos) << result;
+            EXPECT_TRUE(result.ends_with("without a \"{\"") || result.find("found the end of the file") != result.npos)
+                << result;
     }
     EXPECT_EQ(complete, "4 9 24 37 137 154 204 230 231 ");
 }

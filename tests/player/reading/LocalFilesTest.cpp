@@ -18,7 +18,9 @@ struct Links {
         for (char const* const file : {"in/main.x3d", "in/parts/a.x3d", "in/deep/sc/s.x3d", "in/deep/er/t.x3d", "secret.x3d"})
             folder.add(file, file);
         std::filesystem::create_directory(folder.path("elsewhere"));
-        auto const link = [&](std::string const& to, char const* from) { std::filesystem::create_symlink(to, folder.path(from)); };
+        auto const link = [&](std::string const& to, char const* from) {
+            std::filesystem::create_symlink(to, folder.path(from));
+        };
         link("../elsewhere", "in/sub");
         link("deep/er", "in/link");
         link(folder.path("in/parts/a.x3d"), "in/absolute");
@@ -35,7 +37,8 @@ struct Links {
 TEST(LocalFiles, OpenWhatIsInTheFolderWhateverLeadsThere)
 {
     Links const links;
-    std::string const outside = "lies outside the scene's folder", noFile = "is not a file", none = "cannot open: No such file or directory";
+    std::string const outside = "lies outside the scene's folder", noFile = "is not a file",
+                      none = "cannot open: No such file or directory";
     struct Case {
         std::string url;
         std::string found; ///< what the file holds, which is its path; or part of the message
@@ -132,7 +135,8 @@ TEST(LocalFiles, MayGrowWhileTheyAreReadUpToTheLimit)
             SourceFile const source(opened, limits);
             EXPECT_LE(source.text().size(), limits.bytes);
         } catch (Failure const& failure) {
-            EXPECT_THAT(failure.what(), testing::EndsWith("growing.x3d: larger than 1048576 bytes (--max-bytes raises the limit)"));
+            EXPECT_THAT(failure.what(),
+                        testing::EndsWith("growing.x3d: larger than 1048576 bytes (--max-bytes raises the limit)"));
             refused = true;
         }
         writer.join();

@@ -21,8 +21,9 @@ TEST(Reader, KeepsNodesFieldsAndRoutesOfAnOrdinaryFile)
         <ROUTE fromNode='Path' fromField='value_changed' toNode='Ball' toField='set_translation'/>
         <ROUTE fromNode='Ball' fromField='translation_changed' toNode='Other' toField='center'/><Transform DEF='Other'/>)");
     EXPECT_EQ(read.messages(), "");
-    EXPECT_EQ(read.routes(), "Clock.fraction_changed>Path.set_fraction Path.value_changed>Ball.translation "
-                             "Ball.translation>Other.center ");
+    EXPECT_EQ(read.routes(),
+              "Clock.fraction_changed>Path.set_fraction Path.value_changed>Ball.translation "
+              "Ball.translation>Other.center ");
     EXPECT_EQ(read.value("Path", "key"), "0 0.5 1");
     EXPECT_EQ(read.value("Path", "keyValue"), "0 0 0 1 2 3 4 5 6");
     EXPECT_EQ(read.value("Clock", "cycleInterval"), "2.5");
@@ -141,26 +142,33 @@ TEST(Reader, ExpandsProtosForEveryInstance)
     EXPECT_EQ(read.value("B/I/S", "keyValue"), "1 2");
     EXPECT_EQ(read.value("C/S", "keyValue"), "7 8");
     EXPECT_EQ(read.value("B/T", "cycleInterval"), "4");
-    EXPECT_EQ(read.routes(), "A/T.fraction_changed>A/I/S.set_fraction B/T.fraction_changed>B/I/S.set_fraction "
-                             "A/I/S.value_changed>C/S.set_fraction C/S.value_changed>Given.scaleOrientation ");
+    EXPECT_EQ(read.routes(),
+              "A/T.fraction_changed>A/I/S.set_fraction B/T.fraction_changed>B/I/S.set_fraction "
+              "A/I/S.value_changed>C/S.set_fraction C/S.value_changed>Given.scaleOrientation ");
 }
 
 TEST(Reader, ReadsLocalInlinesExternProtosAndImports)
 {
     Folder const folder;
-    folder.add("parts/inner.x3d", x3d("<TimeSensor DEF='T'/><EXPORT localDEF='T' AS='Ticker'/><Inline url='\"../main.x3d\"'/>"));
-    folder.add("parts/protos.x3d", x3d("<ProtoDeclare name='Not'><ProtoBody><Group/></ProtoBody></ProtoDeclare>"
-                                       "<ExternProtoDeclare name='It' url='\"deep.wrl#It\"'/>"));
-    folder.add("parts/deep.wrl", "#VRML V2.0 utf8\nEXTERNPROTO Own [ ] \"#Part\" PROTO Part [ ] { DEF S ScalarInterpolator { } } PROTO It [ ] { DEF P Own { } }");
-    std::string const file = folder.add("main.x3d", x3d(
-        "<Inline DEF='In' url='\"parts/inner.x3d\"'/><IMPORT inlineDEF='In' importedDEF='Ticker' AS='Clock'/>"
-        "<IMPORT inlineDEF='In' importedDEF='Nobody'/><ExternProtoDeclare name='Mine' url='\"http://x/p.x3d#It\"\"parts/protos.x3d#It\"'/><ProtoInstance name='Mine' DEF='M'/>"
-        "<ScalarInterpolator DEF='S'/><ROUTE fromNode='Clock' fromField='fraction_changed' toNode='S' toField='set_fraction'/>"));
+    folder.add("parts/inner.x3d",
+               x3d("<TimeSensor DEF='T'/><EXPORT localDEF='T' AS='Ticker'/><Inline url='\"../main.x3d\"'/>"));
+    folder.add("parts/protos.x3d",
+               x3d("<ProtoDeclare name='Not'><ProtoBody><Group/></ProtoBody></ProtoDeclare>"
+                   "<ExternProtoDeclare name='It' url='\"deep.wrl#It\"'/>"));
+    folder.add(
+        "parts/deep.wrl",
+        "#VRML V2.0 utf8\nEXTERNPROTO Own [ ] \"#Part\" PROTO Part [ ] { DEF S ScalarInterpolator { } } PROTO It [ ] { DEF P Own { } }");
+    std::string const file = folder.add(
+        "main.x3d",
+        x3d("<Inline DEF='In' url='\"parts/inner.x3d\"'/><IMPORT inlineDEF='In' importedDEF='Ticker' AS='Clock'/>"
+            "<IMPORT inlineDEF='In' importedDEF='Nobody'/><ExternProtoDeclare name='Mine' url='\"http://x/p.x3d#It\"\"parts/protos.x3d#It\"'/><ProtoInstance name='Mine' DEF='M'/>"
+            "<ScalarInterpolator DEF='S'/><ROUTE fromNode='Clock' fromField='fraction_changed' toNode='S' toField='set_fraction'/>"));
     std::ostringstream out;
     Diagnostics diagnostics(out);
     loadPool("");
     auto const scene = readScene(file, {}, diagnostics);
-    EXPECT_THAT(out.str(), MatchesRegex("[^\n]*main.x3d\" inlines itself[^\n]*\n[^\n]*IMPORT: \"In\" has no node \"Nobody\"[^\n]*\n"));
+    EXPECT_THAT(out.str(),
+                MatchesRegex("[^\n]*main.x3d\" inlines itself[^\n]*\n[^\n]*IMPORT: \"In\" has no node \"Nobody\"[^\n]*\n"));
     EXPECT_TRUE(scene->find("M/P/S") != nullptr && scene->find("Nobody")->named);
     ASSERT_EQ(scene->routes.size(), 1u);
     EXPECT_EQ(scene->routes[0].from->name, "In/T");
@@ -241,12 +249,18 @@ TEST(Reader, HoldsItsLimitsAtTheLimitAndOneAbove)
     // an interface field, 2 for an attribute, 1 for an element, and for 16 bytes of a name or a value. 100, and 1 for each <a/>.
     limits.expanded = 10;
     for (auto const& [more, expected] : {std::pair(8u, 0), {9u, 1}})
-        EXPECT_EQ(status("<ProtoDeclare name='P'><ProtoInterface><field name='f'/></ProtoInterface><ProtoBody><ScalarInterpolator"
-                         " key='0 0 0 0 0 0'><IS><connect nodeField='set_fraction' protoField='f'/>"
-                         "<connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator>"
-                         "<ThatNobodyKnowsX/><ROUTE/><EXPORT/>" + times(more, "<a/>") + "</ProtoBody></ProtoDeclare><TimeSensor DEF='T'/>"
-                         "<ProtoInstance name='P' DEF='I'/><ROUTE fromNode='T' fromField='fraction_changed' toNode='I' toField='f'/>",
-                         limits), expected) << more;
+        EXPECT_EQ(
+            status(
+                "<ProtoDeclare name='P'><ProtoInterface><field name='f'/></ProtoInterface><ProtoBody><ScalarInterpolator"
+                " key='0 0 0 0 0 0'><IS><connect nodeField='set_fraction' protoField='f'/>"
+                "<connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator>"
+                "<ThatNobodyKnowsX/><ROUTE/><EXPORT/>"
+                    + times(more, "<a/>")
+                    + "</ProtoBody></ProtoDeclare><TimeSensor DEF='T'/>"
+                      "<ProtoInstance name='P' DEF='I'/><ROUTE fromNode='T' fromField='fraction_changed' toNode='I' toField='f'/>",
+                limits),
+            expected)
+            << more;
     limits = {};
     EXPECT_EQ(status("<Group DEF='" + std::string(1000, 'n') + "'/>", limits), 0);
     EXPECT_EQ(status("<Group DEF='" + std::string(1001, 'n') + "'/>", limits), exitScene);
@@ -260,13 +274,18 @@ TEST(Reader, HoldsItsLimitsAtTheLimitAndOneAbove)
 TEST(Reader, NeedsNoMoreStackForWhatIsNestedDeeper)
 {
     static std::string scene;
-    scene = "<ProtoDeclare name='P0'><ProtoInterface><field name='f' type='SFFloat'/></ProtoInterface><ProtoBody><ScalarInterpolator>"
-            "<IS><connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator></ProtoBody></ProtoDeclare>";
+    scene =
+        "<ProtoDeclare name='P0'><ProtoInterface><field name='f' type='SFFloat'/></ProtoInterface><ProtoBody><ScalarInterpolator>"
+        "<IS><connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator></ProtoBody></ProtoDeclare>";
     for (int i = 1; i < 2000; ++i)
-        scene += "<ProtoDeclare name='P" + std::to_string(i) + "'><ProtoInterface><field name='f' type='SFFloat'/></ProtoInterface>"
-            "<ProtoBody><ProtoInstance name='P" + std::to_string(i - 1) + "'><IS><connect nodeField='f' protoField='f'/></IS>"
-            "</ProtoInstance></ProtoBody></ProtoDeclare>";
-    scene += "<TimeSensor DEF='T'/><ProtoInstance name='P1999' DEF='I'/><ROUTE fromNode='T' fromField='fraction' toNode='I' toField='f'/>"
+        scene += "<ProtoDeclare name='P" + std::to_string(i)
+            + "'><ProtoInterface><field name='f' type='SFFloat'/></ProtoInterface>"
+              "<ProtoBody><ProtoInstance name='P"
+            + std::to_string(i - 1)
+            + "'><IS><connect nodeField='f' protoField='f'/></IS>"
+              "</ProtoInstance></ProtoBody></ProtoDeclare>";
+    scene +=
+        "<TimeSensor DEF='T'/><ProtoInstance name='P1999' DEF='I'/><ROUTE fromNode='T' fromField='fraction' toNode='I' toField='f'/>"
         + times(100'000, "<Group>") + "<Group DEF='Innermost'/>" + times(100'000, "</Group>");
     auto const work = [](void*) -> void* {
         ReadLimits limits;
@@ -303,15 +322,16 @@ TEST(Reader, ReadsTheSameSceneFromEverySyntax)
         ROUTE Path.value_changed TO Ball.set_translation
         ROUTE R.value TO Ball.rotation)";
     Case const cases[] = {
-        {"scene.x3d", x3d("<ProtoDeclare name='Turn'><ProtoInterface><field name='turns' type='MFRotation' accessType='inputOutput' value='0 0 1 0, 0 0 1 1'/>"
-                          "<field name='value_changed' type='SFRotation' accessType='outputOnly'/><field name='s' type='SFString' accessType='initializeOnly' value='a'/></ProtoInterface>"
-                          "<ProtoBody><OrientationInterpolator DEF='O' key='0 1'><IS><connect nodeField='keyValue' protoField='turns'/>"
-                          "<connect nodeField='value_changed' protoField='value_changed'/></IS></OrientationInterpolator></ProtoBody></ProtoDeclare>"
-                          "<TimeSensor DEF='Clock' loop='true' cycleInterval='2.5'/><Transform DEF='Ball'><PositionInterpolator DEF='Path' key='0, .5 1e0,' keyValue='0 0 0 1 2 3 4 5 6'/>"
-                          "<TransformationInterpolator DEF='T' mode='component'/></Transform><ProtoInstance name='Turn' DEF='R'><fieldValue name='turns' value='0 1 0 0 0 1 0 2'/>"
-                          "<fieldValue name='s' value='b'/></ProtoInstance><Inline load='false' url='\"none.wrl\"'/><Group><Transform USE='Ball'/></Group>"
-                          "<ROUTE fromNode='Clock' fromField='fraction' toNode='Path' toField='fraction'/><ROUTE fromNode='Path' fromField='value_changed' "
-                          "toNode='Ball' toField='set_translation'/><ROUTE fromNode='R' fromField='value' toNode='Ball' toField='rotation'/>")},
+        {"scene.x3d",
+         x3d("<ProtoDeclare name='Turn'><ProtoInterface><field name='turns' type='MFRotation' accessType='inputOutput' value='0 0 1 0, 0 0 1 1'/>"
+             "<field name='value_changed' type='SFRotation' accessType='outputOnly'/><field name='s' type='SFString' accessType='initializeOnly' value='a'/></ProtoInterface>"
+             "<ProtoBody><OrientationInterpolator DEF='O' key='0 1'><IS><connect nodeField='keyValue' protoField='turns'/>"
+             "<connect nodeField='value_changed' protoField='value_changed'/></IS></OrientationInterpolator></ProtoBody></ProtoDeclare>"
+             "<TimeSensor DEF='Clock' loop='true' cycleInterval='2.5'/><Transform DEF='Ball'><PositionInterpolator DEF='Path' key='0, .5 1e0,' keyValue='0 0 0 1 2 3 4 5 6'/>"
+             "<TransformationInterpolator DEF='T' mode='component'/></Transform><ProtoInstance name='Turn' DEF='R'><fieldValue name='turns' value='0 1 0 0 0 1 0 2'/>"
+             "<fieldValue name='s' value='b'/></ProtoInstance><Inline load='false' url='\"none.wrl\"'/><Group><Transform USE='Ball'/></Group>"
+             "<ROUTE fromNode='Clock' fromField='fraction' toNode='Path' toField='fraction'/><ROUTE fromNode='Path' fromField='value_changed' "
+             "toNode='Ball' toField='set_translation'/><ROUTE fromNode='R' fromField='value' toNode='Ball' toField='rotation'/>")},
         {"scene.wrl", "#VRML V2.0 utf8\n" + classic},
         {"draft.wrl", "\xef\xbb\xbf#VRML Draft #2 V2.0 utf8 CosmoWorlds V1.0\r\n" + classic},
         {"scene.x3dv", "#X3D V3.2 utf8\nPROFILE Immersive META \"title\" \"t\"" + classic},
@@ -319,10 +339,14 @@ TEST(Reader, ReadsTheSameSceneFromEverySyntax)
     for (Case const& c : cases) {
         ReadScene read(c.text, {}, c.name);
         EXPECT_EQ(read.messages(), "") << c.name;
-        EXPECT_EQ(read.routes(), "Clock.fraction_changed>Path.set_fraction Path.value_changed>Ball.translation R/O.value_changed>Ball.rotation ") << c.name;
-        EXPECT_EQ(read.value("Path", "key") + '|' + read.value("Path", "keyValue") + '|' + read.value("R/O", "keyValue") + '|' + read.value("T", "mode")
-                      + '|' + read.value("Clock", "loop"),
-                  "0 0.5 1|0 0 0 1 2 3 4 5 6|0 1 0 0 0 1 0 2|component|true") << c.name;
+        EXPECT_EQ(
+            read.routes(),
+            "Clock.fraction_changed>Path.set_fraction Path.value_changed>Ball.translation R/O.value_changed>Ball.rotation ")
+            << c.name;
+        EXPECT_EQ(read.value("Path", "key") + '|' + read.value("Path", "keyValue") + '|' + read.value("R/O", "keyValue") + '|'
+                      + read.value("T", "mode") + '|' + read.value("Clock", "loop"),
+                  "0 0.5 1|0 0 0 1 2 3 4 5 6|0 1 0 0 0 1 0 2|component|true")
+            << c.name;
     }
 }
 
@@ -345,11 +369,15 @@ TEST(Reader, SaysWhereInTheAuthorsOwnFile)
         {"#VRML V2.0 utf8\n# \xe4\nGroup { children [ Inline { url \"\xe9.wrl\" } ]\n}",
          "scene.wrl:2:3: warning: expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1\n"
          "scene.wrl:3:20: warning: \u00e9.wrl: cannot open: No such file or directory\n"},
-        {"#X3D V3.3 utf8\n\nGroup { children [\n  Transform { }", "scene.wrl:4:16: error: expected a node or \"]\", found the end of the file (opened at 3:18)"},
-        {"#VRML V2.0 utf8\r# one\r\n# two\r\rGroup {[", "scene.wrl:5:8: error: expected a field or \"}\", found \"[\" (opened at 5:7)"},
+        {"#X3D V3.3 utf8\n\nGroup { children [\n  Transform { }",
+         "scene.wrl:4:16: error: expected a node or \"]\", found the end of the file (opened at 3:18)"},
+        {"#VRML V2.0 utf8\r# one\r\n# two\r\rGroup {[",
+         "scene.wrl:5:8: error: expected a field or \"}\", found \"[\" (opened at 5:7)"},
         // Columns are characters, in both syntaxes; a byte order mark is none.
-        {"\xef\xbb\xbf#X3D V3.3 utf8\nDEF Gl\u00fcck Group { } USE \U0001F600", "scene.wrl:2:21: warning: USE \"\U0001F600\": no node before this one has that DEF name\n"},
-        {"\xef\xbb\xbf<X3D><Scene DEF='\u20ac\u00e4\U0001F600'><Group USE='A'/></Scene></X3D>", "scene.wrl:1:23: warning: USE \"A\": no node before this one has that DEF name\n"},
+        {"\xef\xbb\xbf#X3D V3.3 utf8\nDEF Gl\u00fcck Group { } USE \U0001F600",
+         "scene.wrl:2:21: warning: USE \"\U0001F600\": no node before this one has that DEF name\n"},
+        {"\xef\xbb\xbf<X3D><Scene DEF='\u20ac\u00e4\U0001F600'><Group USE='A'/></Scene></X3D>",
+         "scene.wrl:1:23: warning: USE \"A\": no node before this one has that DEF name\n"},
         {"#VRML V1.0 ascii\n", "scene.wrl: VRML 1.0 is not read"},
         {"#Inventor V2.1 ascii\n", "scene.wrl: Inventor files are not read"},
     };
@@ -375,23 +403,30 @@ TEST(Reader, TakesWhatCanOnlyMeanOneThing)
         {"WorldInfo { title \"a # b\" info [ \"say \\\"hi\\\" \\\\\" \"two\nlines\" ] }", ""},
         {"DEF 1st Group { } DEF a+b-c Group { } DEF x(1) Group { } DEF <n>:m Group { }", ""},
         {"Transform { translation nan 0 0 scale 1.#QNAN 1 1 rotation 0 0 1 -1.#IND }", ""},
-        {"Vendor { n 3.5 s \"a\" b TRUE l [ 1 2 ] m [ \"a\" \"b\" ] sub Other { deep [ More { } ] } none NULL nothing [ ] }", ""},
-        {"PROTO P [ field MFNode parts [ ] eventIn SFBool go ] { Script { field MFNode parts IS parts eventIn SFBool go IS go } } P { }", ""},
+        {"Vendor { n 3.5 s \"a\" b TRUE l [ 1 2 ] m [ \"a\" \"b\" ] sub Other { deep [ More { } ] } none NULL nothing [ ] }",
+         ""},
+        {"PROTO P [ field MFNode parts [ ] eventIn SFBool go ] { Script { field MFNode parts IS parts eventIn SFBool go IS go } } P { }",
+         ""},
         {"Group { }\n\x1a", ""},
         {"def A Group { } Group { children [ use A ] }", "2:1: expected DEF, found \"def\"|2:36: expected USE, found \"use\""},
         {"Route S.value_changed to S.set_fraction", "2:1: expected ROUTE, found \"Route\"|2:23: expected TO, found \"to\""},
         {"Proto P [ ] { Group { } } P { }", "2:1: expected PROTO, found \"Proto\""},
-        {"DEF \"My Ball\" Transform { } ROUTE S.value_changed TO \"My Ball\".x", "2:5: a name stands in quotes|2:54: a name stands in quotes"},
-        {"Group { children Shape { } DEF A Shape { } USE A }", "2:28: expected a field, found \"DEF\": read as one more value of \"children\"|2:44: expected a field, found \"USE\""},
+        {"DEF \"My Ball\" Transform { } ROUTE S.value_changed TO \"My Ball\".x",
+         "2:5: a name stands in quotes|2:54: a name stands in quotes"},
+        {"Group { children Shape { } DEF A Shape { } USE A }",
+         "2:28: expected a field, found \"DEF\": read as one more value of \"children\"|2:44: expected a field, found \"USE\""},
         {"Group { Shape { } }", "2:9: expected a field, found \"Shape\": read as one of the children"},
         {"PROTO P [ field SFFloat x field SFNode n exposedField MFNode m ] { Group { children IS m } } P { x 3 }",
          "2:25: the field \"x\" has no value|2:40: the field \"n\" has no value|2:62: the field \"m\" has no value"},
-        {"Script { field SFFloat x eventIn SFTime t field SFNode n }", "2:24: the field \"x\" has no value|2:56: the field \"n\" has no value"},
+        {"Script { field SFFloat x eventIn SFTime t field SFNode n }",
+         "2:24: the field \"x\" has no value|2:56: the field \"n\" has no value"},
         {"Transform { translation 1 2 3 ] } }", "2:31: \"]\" closes nothing|2:35: \"}\" closes nothing"},
-        {"Vendor { mode HIGH title 'abc' }", "2:15: \"HIGH\" is no value of \"mode\", and passed over|2:26: \"'abc'\" is no value of \"title\""},
+        {"Vendor { mode HIGH title 'abc' }",
+         "2:15: \"HIGH\" is no value of \"mode\", and passed over|2:26: \"'abc'\" is no value of \"title\""},
         {"Shape { geometry DEF G NULL }", "2:18: NULL has the name \"G\", but is no node"},
         {"DEF J ScalarInterpolator { key [ 0 1 ] key [ 0 .5 1 ] }", "2:46: J.key is given twice; the last one counts"},
-        {"DEF J scalarInterpolator { key [ 0 1 ] }", "2:1: J: there is no node scalarInterpolator; did you mean ScalarInterpolator?"},
+        {"DEF J scalarInterpolator { key [ 0 1 ] }",
+         "2:1: J: there is no node scalarInterpolator; did you mean ScalarInterpolator?"},
         {"Group { children [ USE A ] } DEF A Group { }", "2:20: USE \"A\": no node before this one has that DEF name"},
         {"Group { children [ Shape { } }", "2:30: error: expected a node or \"]\", found \"}\""},
         {"Group { children [ Shape { } ", "4:1: error: expected a node or \"]\", found the end of the file"},
@@ -423,38 +458,54 @@ TEST(Reader, TakesWhatCanOnlyMeanOneThing)
     }
     std::string const padded = header + one + std::string(3, '\0');
     EXPECT_EQ(ReadScene(padded, {}, "s.wrl").messages(), "");
-    EXPECT_EQ(ReadScene("# mine\n#vrml v2.0 utf8\n" + one, {}, "s.wrl").messages(), "s.wrl:2:1: warning: the line \"#vrml v2.0 utf8\" is not the first one\n");
+    EXPECT_EQ(ReadScene("# mine\n#vrml v2.0 utf8\n" + one, {}, "s.wrl").messages(),
+              "s.wrl:2:1: warning: the line \"#vrml v2.0 utf8\" is not the first one\n");
 }
 
 TEST(Reader, ConvertsTheUnitsOfTheFileThatStatesThem)
 {
-    std::string const units = "<head><unit category='angle' name='degree' conversionFactor='0.5'/><unit category='length' name='cm' conversionFactor='0.25'/>"
-                              "<unit category='mass' name='t' conversionFactor='1000'/><unit category='force' conversionFactor='x'/></head>";
-    std::string const nodes = "<OrientationInterpolator DEF='O' key='0 1' keyValue='0 0 2 1 1 0 0 -3'/><PositionInterpolator DEF='P' keyValue='1 2 4'/>"
-                              "<CoordinateInterpolator2D DEF='C' keyValue='1 2 4 8'/><NormalInterpolator DEF='N' keyValue='0 0 1'/>"
-                              "<ScalarInterpolator DEF='S' keyValue='4'/><SplinePositionInterpolator DEF='V' keyValue='4 4 4'/>";
-    std::string const proto = "<ProtoDeclare name='Q'><ProtoInterface><field name='a' type='MFRotation' value='0 0 1 4'/></ProtoInterface><ProtoBody>"
-                              "<OrientationInterpolator DEF='O'><IS><connect nodeField='keyValue' protoField='a'/></IS></OrientationInterpolator></ProtoBody></ProtoDeclare>";
+    std::string const units =
+        "<head><unit category='angle' name='degree' conversionFactor='0.5'/><unit category='length' name='cm' conversionFactor='0.25'/>"
+        "<unit category='mass' name='t' conversionFactor='1000'/><unit category='force' conversionFactor='x'/></head>";
+    std::string const nodes =
+        "<OrientationInterpolator DEF='O' key='0 1' keyValue='0 0 2 1 1 0 0 -3'/><PositionInterpolator DEF='P' keyValue='1 2 4'/>"
+        "<CoordinateInterpolator2D DEF='C' keyValue='1 2 4 8'/><NormalInterpolator DEF='N' keyValue='0 0 1'/>"
+        "<ScalarInterpolator DEF='S' keyValue='4'/><SplinePositionInterpolator DEF='V' keyValue='4 4 4'/>";
+    std::string const proto =
+        "<ProtoDeclare name='Q'><ProtoInterface><field name='a' type='MFRotation' value='0 0 1 4'/></ProtoInterface><ProtoBody>"
+        "<OrientationInterpolator DEF='O'><IS><connect nodeField='keyValue' protoField='a'/></IS></OrientationInterpolator></ProtoBody></ProtoDeclare>";
     Folder const folder;
     folder.add("plain.x3d", x3d(nodes));
     folder.add("protos.x3d", x3d(proto));
-    std::string const file = folder.add("scene.x3d", "<X3D>" + units + "<Scene>" + nodes + "<Inline DEF='I' url='\"plain.x3d\"'/><ExternProtoDeclare name='Q' url='\"protos.x3d#Q\"'/>"
-        "<ProtoInstance name='Q' DEF='A'/><ProtoInstance name='Q' DEF='B'><fieldValue name='a' value='0 0 1 4'/></ProtoInstance></Scene></X3D>");
+    std::string const file = folder.add(
+        "scene.x3d",
+        "<X3D>" + units + "<Scene>" + nodes
+            + "<Inline DEF='I' url='\"plain.x3d\"'/><ExternProtoDeclare name='Q' url='\"protos.x3d#Q\"'/>"
+              "<ProtoInstance name='Q' DEF='A'/><ProtoInstance name='Q' DEF='B'><fieldValue name='a' value='0 0 1 4'/></ProtoInstance></Scene></X3D>");
     std::ostringstream out;
     Diagnostics diagnostics(out);
     loadPool("");
     auto const scene = readScene(file, {}, diagnostics);
     EXPECT_EQ(out.str(), "");
     auto const value = [&](char const* node) { return fieldOf(*scene->find(node), "keyValue")->getValueAsStr(); };
-    for (auto const& [node, expected] : {std::pair{"O", "0 0 2 0.5 1 0 0 -1.5"}, {"P", "0.25 0.5 1"}, {"C", "0.25 0.5 1 2"}, {"N", "0 0 1"}, {"S", "4"},
-                                         {"V", "1 1 1"}, {"I/O", "0 0 2 1 1 0 0 -3"}, {"I/P", "1 2 4"}, {"A/O", "0 0 1 4"}, {"B/O", "0 0 1 2"}})
+    for (auto const& [node, expected] : {std::pair{"O", "0 0 2 0.5 1 0 0 -1.5"},
+                                         {"P", "0.25 0.5 1"},
+                                         {"C", "0.25 0.5 1 2"},
+                                         {"N", "0 0 1"},
+                                         {"S", "4"},
+                                         {"V", "1 1 1"},
+                                         {"I/O", "0 0 2 1 1 0 0 -3"},
+                                         {"I/P", "1 2 4"},
+                                         {"A/O", "0 0 1 4"},
+                                         {"B/O", "0 0 1 2"}})
         EXPECT_EQ(value(node), expected) << node;
 }
 
 TEST(Reader, KeepsWhatNoNodeHas)
 {
     // Names that stand in metadata first, fields of a PROTO that IS nothing, and what could not be read.
-    ReadScene read(R"(<MetadataSet DEF='Selection'><Group DEF='Chosen'/><PositionInterpolator DEF='Path'/></MetadataSet><Group><Group USE='Chosen'/></Group>
+    ReadScene read(
+        R"(<MetadataSet DEF='Selection'><Group DEF='Chosen'/><PositionInterpolator DEF='Path'/></MetadataSet><Group><Group USE='Chosen'/></Group>
       <ProtoDeclare name='Inner'><ProtoInterface><field name='kept' type='SFVec3f' accessType='inputOutput' value='1 2 3'/></ProtoInterface>
         <ProtoBody><Group/></ProtoBody></ProtoDeclare>
       <ProtoDeclare name='Store'><ProtoInterface><field name='place' type='SFVec3f' accessType='inputOutput'/><field name='node' type='SFNode' accessType='inputOutput'/></ProtoInterface>
@@ -467,8 +518,9 @@ TEST(Reader, KeepsWhatNoNodeHas)
     EXPECT_EQ(read.routes(), "Path.value_changed>S/In.kept S/In.kept>Ball.translation T.kept>Ball.center ");
     EXPECT_EQ(read.scene->field(read.node("T"), "kept", Node::asInput)->getValueAsStr(), "1 2 3");
 
-    ReadScene unread("<ExternProtoDeclare name='E' url='\"none.x3d#E\"'><field name='f' type='SFFloat' accessType='inputOnly'/></ExternProtoDeclare><ProtoInstance name='E' DEF='I'/>"
-                     "<ScalarInterpolator DEF='S'/><ROUTE fromNode='S' fromField='value_changed' toNode='I' toField='f'/>");
+    ReadScene unread(
+        "<ExternProtoDeclare name='E' url='\"none.x3d#E\"'><field name='f' type='SFFloat' accessType='inputOnly'/></ExternProtoDeclare><ProtoInstance name='E' DEF='I'/>"
+        "<ScalarInterpolator DEF='S'/><ROUTE fromNode='S' fromField='value_changed' toNode='I' toField='f'/>");
     EXPECT_EQ(unread.messages(), "scene.x3d:3:1: warning: none.x3d: cannot open: No such file or directory\n");
     EXPECT_EQ(unread.routes(), "S.value_changed>I.f ");
 }

@@ -18,10 +18,10 @@ std::string below(Staging const& staging, std::uint32_t parent)
         if (node.parent != parent)
             continue;
         text += (text.empty() ? "" : " ") + (node.field.empty() ? "" : node.field + ':')
-                + (node.use == Staging::nowhere ? node.type : '=' + staging.nodes[node.use].type);
+            + (node.use == Staging::nowhere ? node.type : '=' + staging.nodes[node.use].type);
         for (Staging::Attribute const& attribute : node.attributes)
             text += ' ' + attribute.name + '='
-                    + (attribute.picture == Staging::nowhere ? attribute.value : staging.pictures[attribute.picture]);
+                + (attribute.picture == Staging::nowhere ? attribute.value : staging.pictures[attribute.picture]);
         if (std::string const inside = below(staging, i); !inside.empty())
             text += " [" + inside + ']';
     }
@@ -52,30 +52,33 @@ TEST(Staging, KeepsWhatIsDrawnWhateverTheSyntax)
         char const* classic;
         char const* drawn;
     };
-    for (Case const& c : {
-             Case{"<Transform translation='1 2 3'><Shape containerField='children'><Box/></Shape></Transform>",
-                  "Transform { translation 1 2 3 children Shape { geometry Box { } } }",
-                  "Transform translation=1 2 3 [Shape [Box]]"},
-             // Nothing of what is run, sounds or leads elsewhere.
-             Case{"<TimeSensor DEF='T'/><Script url='\"x\"'/><Sound/><Anchor url='\"x\"'/>",
-                  "DEF T TimeSensor { } Script { url \"x\" } Sound { } Anchor { url \"x\" }", "Anchor"},
-             Case{"<Viewpoint description='a \"b\"'/>", "Viewpoint { description \"a \\\"b\\\"\" }", "Viewpoint description=a \"b\""},
-             Case{"<Group DEF='G'/><Group USE='G'/>", "DEF G Group { } USE G", "Group =Group"},
-             Case{"<Inline url='\"part.x3d\"'/><Inline url='\"none.x3d\"'/>", "Inline { url \"part.x3d\" } Inline { url \"none.x3d\" }",
-                  "Group [Group [Sphere radius=2]]"},
-             // The first node of a body is what is drawn, with what the instance gives it; a name of the instance is its.
-             Case{"<ProtoDeclare name='P'><ProtoInterface><field name='at' type='SFVec3f' value='0 0 1' accessType='inputOutput'/>"
-                  "<field name='of' type='MFNode' accessType='inputOutput'/></ProtoInterface><ProtoBody><Transform><IS><connect nodeField='translation' protoField='at'/>"
-                  "<connect nodeField='children' protoField='of'/></IS></Transform><Group/></ProtoBody></ProtoDeclare>"
-                  "<ProtoDeclare name='Q'><ProtoInterface><field name='is' type='SFVec3f' value='0 2 0' accessType='inputOutput'/></ProtoInterface>"
-                  "<ProtoBody><ProtoInstance name='P'><IS><connect nodeField='at' protoField='is'/></IS></ProtoInstance></ProtoBody></ProtoDeclare>"
-                  "<ProtoInstance name='P'><fieldValue name='of'><Shape/><Shape/></fieldValue></ProtoInstance>"
-                  "<Group><ProtoInstance name='Q' DEF='D'/></Group><ProtoInstance USE='D'/>",
-                  "PROTO P [ exposedField SFVec3f at 0 0 1 exposedField MFNode of [ ] ] { Transform { translation IS at children IS of } Group { } } "
-                  "PROTO Q [ exposedField SFVec3f is 0 2 0 ] { P { at IS is } } "
-                  "P { of [ Shape { } Shape { } ] } Group { children DEF D Q { } } USE D",
-                  "Transform translation=0 0 1 [Shape Shape] Group [Transform translation=0 2 0] =Transform"},
-         }) {
+    for (
+        Case const& c : {
+            Case{"<Transform translation='1 2 3'><Shape containerField='children'><Box/></Shape></Transform>",
+                 "Transform { translation 1 2 3 children Shape { geometry Box { } } }",
+                 "Transform translation=1 2 3 [Shape [Box]]"},
+            // Nothing of what is run, sounds or leads elsewhere.
+            Case{"<TimeSensor DEF='T'/><Script url='\"x\"'/><Sound/><Anchor url='\"x\"'/>",
+                 "DEF T TimeSensor { } Script { url \"x\" } Sound { } Anchor { url \"x\" }", "Anchor"},
+            Case{"<Viewpoint description='a \"b\"'/>", "Viewpoint { description \"a \\\"b\\\"\" }",
+                 "Viewpoint description=a \"b\""},
+            Case{"<Group DEF='G'/><Group USE='G'/>", "DEF G Group { } USE G", "Group =Group"},
+            Case{"<Inline url='\"part.x3d\"'/><Inline url='\"none.x3d\"'/>",
+                 "Inline { url \"part.x3d\" } Inline { url \"none.x3d\" }", "Group [Group [Sphere radius=2]]"},
+            // The first node of a body is what is drawn, with what the instance gives it; a name of the instance is its.
+            Case{
+                "<ProtoDeclare name='P'><ProtoInterface><field name='at' type='SFVec3f' value='0 0 1' accessType='inputOutput'/>"
+                "<field name='of' type='MFNode' accessType='inputOutput'/></ProtoInterface><ProtoBody><Transform><IS><connect nodeField='translation' protoField='at'/>"
+                "<connect nodeField='children' protoField='of'/></IS></Transform><Group/></ProtoBody></ProtoDeclare>"
+                "<ProtoDeclare name='Q'><ProtoInterface><field name='is' type='SFVec3f' value='0 2 0' accessType='inputOutput'/></ProtoInterface>"
+                "<ProtoBody><ProtoInstance name='P'><IS><connect nodeField='at' protoField='is'/></IS></ProtoInstance></ProtoBody></ProtoDeclare>"
+                "<ProtoInstance name='P'><fieldValue name='of'><Shape/><Shape/></fieldValue></ProtoInstance>"
+                "<Group><ProtoInstance name='Q' DEF='D'/></Group><ProtoInstance USE='D'/>",
+                "PROTO P [ exposedField SFVec3f at 0 0 1 exposedField MFNode of [ ] ] { Transform { translation IS at children IS of } Group { } } "
+                "PROTO Q [ exposedField SFVec3f is 0 2 0 ] { P { at IS is } } "
+                "P { of [ Shape { } Shape { } ] } Group { children DEF D Q { } } USE D",
+                "Transform translation=0 0 1 [Shape Shape] Group [Transform translation=0 2 0] =Transform"},
+        }) {
         Staged const xml(x3d(c.xml), "scene.x3d"), classic(std::string("#VRML V2.0 utf8\n") + c.classic, "scene.wrl");
         std::string drawn = below(xml.staging, Staging::root), other = below(classic.staging, Staging::root);
         for (char const* const field : {"children:", "geometry:"}) // which XML need not name
@@ -94,12 +97,15 @@ TEST(Staging, TakesPicturesOfTheFolderAlong)
         char const* drawn;
         char const* left;
     };
-    for (Case const& c : {Case{"\"none.png\" \"dot.png\"", "ImageTexture url=data:image/png;base64,iVBORyBkb3Q= ImageTexture url=data:image/png;base64,iVBORyBkb3Q=", ""},
-                          Case{"\"data:image/gif;base64,AA==\"", "ImageTexture url=data:image/gif;base64,AA== ImageTexture url=data:image/gif;base64,AA==", ""},
-                          Case{"\"../dot.png\"", "ImageTexture ImageTexture", "lies outside"},
-                          Case{"\"http://example.invalid/a.png\"", "ImageTexture ImageTexture", "nothing is fetched"},
-                          Case{"\"dot.txt\"", "ImageTexture ImageTexture", "is no PNG"},
-                          Case{"\"big.png\"", "ImageTexture ImageTexture", "more than pictures may be in all"}}) {
+    for (Case const& c :
+         {Case{"\"none.png\" \"dot.png\"",
+               "ImageTexture url=data:image/png;base64,iVBORyBkb3Q= ImageTexture url=data:image/png;base64,iVBORyBkb3Q=", ""},
+          Case{"\"data:image/gif;base64,AA==\"",
+               "ImageTexture url=data:image/gif;base64,AA== ImageTexture url=data:image/gif;base64,AA==", ""},
+          Case{"\"../dot.png\"", "ImageTexture ImageTexture", "lies outside"},
+          Case{"\"http://example.invalid/a.png\"", "ImageTexture ImageTexture", "nothing is fetched"},
+          Case{"\"dot.txt\"", "ImageTexture ImageTexture", "is no PNG"},
+          Case{"\"big.png\"", "ImageTexture ImageTexture", "more than pictures may be in all"}}) {
         std::string const texture = std::string("<ImageTexture url='") + c.urls + "'/>";
         Staged const staged(x3d(texture + texture), "scene.x3d");
         EXPECT_EQ(below(staged.staging, Staging::root), c.drawn);
@@ -115,7 +121,7 @@ TEST(Staging, EndsWhereItBecomesTooLarge)
     ReadLimits limits;
     limits.expanded = 100'000'000; // which ends it earlier
     std::string const text = "<ProtoDeclare name='P'><ProtoBody><WorldInfo title='" + std::string(std::size_t(1) << 20, 'x')
-                             + "'/></ProtoBody></ProtoDeclare>" + times(100, "<ProtoInstance name='P'/>");
+        + "'/></ProtoBody></ProtoDeclare>" + times(100, "<ProtoInstance name='P'/>");
     try {
         Staged const staged(x3d(text), "scene.x3d", limits);
         FAIL() << staged.staging.nodes.size() << " nodes";

@@ -10,21 +10,21 @@ TEST(DidYouMean, PutsCaseFirstThenTheFewestErrors)
 {
     std::vector<std::string> const fields = {"set_fraction", "key", "keyValue", "KEYVALUES", "value_changed", "loop"};
     std::pair<char const*, char const*> const cases[] = {
-        {"keyvalue", "keyValue"},       // another case is nearer than a letter more
+        {"keyvalue", "keyValue"}, // another case is nearer than a letter more
         {"keyValues", "KEYVALUES"},
-        {"keyValu", "keyValue"},        // a letter missing,
-        {"kyeValue", "keyValue"},       // swapped,
+        {"keyValu", "keyValue"},            // a letter missing,
+        {"kyeValue", "keyValue"},           // swapped,
         {"vakue_changed", "value_changed"}, // wrong,
-        {"looop", "loop"},              // too many
+        {"looop", "loop"},                  // too many
         {"vlaeu_chanegd", "value_changed"}, // three pairs swapped
         {"KEY", "key"},
         {"keys", "key"},
         {"set_fractoin", "set_fraction"},
-        {"ky", ""},                     // too short to tell
+        {"ky", ""}, // too short to tell
         {"value", ""},
         {"fraction", ""},
         {"", ""},
-        {"key", ""},                    // no error at all
+        {"key", ""}, // no error at all
     };
     for (auto const& [name, expected] : cases) {
         DidYouMean meant(name);

@@ -2,9 +2,9 @@
 
 #include "Host.h"
 #include "base/Context.h"
+#include "base/Field.h"
 #include "base/NodeNameSpace.h"
 #include "base/NodeType.h"
-#include "base/Field.h"
 
 namespace Zelvan {
 namespace {
@@ -25,7 +25,10 @@ Host::Host(bool binarySearch) : _nameSpace(new NodeNameSpace(context))
     context.setBValue(Context::findParamID("binSearchKeyIndex"), binarySearch);
     Field::observe(&observer);
 }
-Host::~Host() { delete _nameSpace; }
+Host::~Host()
+{
+    delete _nameSpace;
+}
 
 void Host::create(char const* typeName)
 {

@@ -44,10 +44,13 @@ void addCase(std::vector<Case>& cases)
 {
     if constexpr (requires(Class node) { node._keyValue; })
         cases.push_back({Class::_type._name, Class::keyValueIndex, sizeof(std::declval<Class&>()._keyValue._value[0]) / sizeof(float),
-                         requires(Class node) { node._value_changed._value.size(); }});
-    else if constexpr (requires(Class node) { node._easeInEaseOut; })
-        cases.push_back({Class::_type._name, Class::easeInEaseOutIndex, 2, false});
+                         requires(Class node) { node._value_changed._value.size();
 }
+} // namespace
+);
+else if constexpr (requires(Class node) { node._easeInEaseOut; })
+    cases.push_back({Class::_type._name, Class::easeInEaseOutIndex, 2, false});
+} // namespace Zelvan
 template <class... Classes>
 std::vector<Case> allCases()
 {

@@ -20,12 +20,16 @@ BitVector<unsigned long> const NodePart::_nullMask;
 std::string const Field::_typeName = "field";
 
 NodePartDesc::NodePartDesc(unsigned index, BitVector<unsigned long> mask, NodePartType type, NodePartDataType dataType,
-                           unsigned flags, char const* name, char const*, char const* defaultValue, char const*,
-                           char const*, unsigned)
-    : _default(defaultValue ? defaultValue : ""), _dataType(dataType), _name(name), _flags(flags), _type(type),
-      _mask(mask), _index(index)
-{
-}
+                           unsigned flags, char const* name, char const*, char const* defaultValue, char const*, char const*,
+                           unsigned)
+    : _default(defaultValue ? defaultValue : ""),
+      _dataType(dataType),
+      _name(name),
+      _flags(flags),
+      _type(type),
+      _mask(mask),
+      _index(index)
+{}
 NodePartDesc::~NodePartDesc() = default;
 
 NodeTypeNameSpace& theSceneNodeTypeFactory()
@@ -50,7 +54,10 @@ NodeType::NodeType(NodeTypeNameSpace& nameSpace, char const* name, char const*, 
         _parts.push_back(parts + i);
     nameSpace._types[name] = this;
 }
-NodeType::~NodeType() { _nameSpace._types.erase(_name); }
+NodeType::~NodeType()
+{
+    _nameSpace._types.erase(_name);
+}
 
 unsigned Context::createParamID(std::string const& name, std::string const&, std::string const&, bool)
 {
@@ -60,13 +67,21 @@ unsigned Context::createParamID(std::string const& name, std::string const&, std
 
 Node::Node(NodeType& type, NodeNameSpace& nameSpace, char const* name)
     : _nameSpace(nameSpace), _name(name ? name : ""), _type(type)
+{}
+Node::~Node()
 {
+    delete _proc;
 }
-Node::~Node() { delete _proc; }
 void Node::shutdown() const {}
-std::string Node::getIDStr() const { return "#1"; }
+std::string Node::getIDStr() const
+{
+    return "#1";
+}
 void Node::markParent(int) {}
-void Node::unregField(unsigned index) { _fields.erase(index); }
+void Node::unregField(unsigned index)
+{
+    _fields.erase(index);
+}
 void Node::regField(Field& field, NodeType& type, unsigned index, bool)
 {
     auto const part = std::find_if(type._parts.begin(), type._parts.end(), [&](auto p) { return p->_index == index; });
@@ -90,9 +105,18 @@ int NodeProc::findDic(StringDic const* dictionary, SFString const& field)
 }
 void SceneBaseNodeProc::nodeChanged(TimeStamp const&, BitVector<unsigned long> const&) {}
 
-Field::~Field() { --_objCount; }
-char const* Field::findName() const { return _desc ? _desc->_name : ""; }
-bool Field::setAndValidateValueByStr(char const* text, bool) { return setValueByStr(text, {}); }
+Field::~Field()
+{
+    --_objCount;
+}
+char const* Field::findName() const
+{
+    return _desc ? _desc->_name : "";
+}
+bool Field::setAndValidateValueByStr(char const* text, bool)
+{
+    return setValueByStr(text, {});
+}
 
 void Field::markChanged()
 {

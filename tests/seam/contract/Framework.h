@@ -57,9 +57,8 @@ struct NodePart {
 
 class NodePartDesc {
 public:
-    NodePartDesc(unsigned index, BitVector<unsigned long> mask, NodePartType type, NodePartDataType dataType,
-                 unsigned flags, char const* name, char const*, char const* defaultValue, char const*, char const*,
-                 unsigned);
+    NodePartDesc(unsigned index, BitVector<unsigned long> mask, NodePartType type, NodePartDataType dataType, unsigned flags,
+                 char const* name, char const*, char const* defaultValue, char const*, char const*, unsigned);
     virtual ~NodePartDesc();
 
 private:
@@ -89,10 +88,9 @@ NodeTypeNameSpace& theSceneNodeTypeFactory();
 class NodeType {
 public:
     NodeType(NodeTypeNameSpace& nameSpace, char const* name, char const* pool, char const* parent, char const* alias,
-             char const*, char const* component, char const*, char const* status, char const* description,
-             char const* standard, bool, bool, bool (*isType)(Node*),
-             Node* (*createNode)(NodeType&, NodeNameSpace&, char const*), NodeProc* (*createProc)(NodeType&, Node&),
-             NodePartDesc* parts, unsigned partCount);
+             char const*, char const* component, char const*, char const* status, char const* description, char const* standard,
+             bool, bool, bool (*isType)(Node*), Node* (*createNode)(NodeType&, NodeNameSpace&, char const*),
+             NodeProc* (*createProc)(NodeType&, Node&), NodePartDesc* parts, unsigned partCount);
     ~NodeType();
 
 private:
@@ -178,8 +176,11 @@ public:
     virtual void fieldRemoved(Field&) {}
     virtual void routeAdded(Route&) {}
     virtual void routeRemoved(Route&) {}
-    virtual bool addNodePart(NodePartType, NodePartDataType, char const*, char const*, char const*, char const*, bool,
-                             bool, bool, char const*) { return false; }
+    virtual bool addNodePart(NodePartType, NodePartDataType, char const*, char const*, char const*, char const*, bool, bool,
+                             bool, char const*)
+    {
+        return false;
+    }
     virtual bool addNodePart(NodePartDesc const&, BitVector<unsigned int>*) { return false; }
     virtual bool removeNodePart(unsigned int) { return false; }
     virtual Field* findField(std::string const&, Node::FieldSearchOrder) { return nullptr; }
@@ -354,19 +355,45 @@ class Owned : public Base {
 public:
     explicit Owned(Node& node) { this->_node = &node; }
 };
-struct SFBool : Owned<SField<bool, false>> { using Owned::Owned; };
-struct SFColor : Owned<SField<osg::Color3<float>, false>> { using Owned::Owned; };
-struct MFColor : Owned<MVField<osg::Color3<float>, false>> { using Owned::Owned; };
-struct SFFloat : Owned<SField<float, false>> { using Owned::Owned; };
-struct MFFloat : Owned<MVField<float, false>> { using Owned::Owned; };
-struct SFMatrix4f : Owned<SField<osg::Matrix, false>> { using Owned::Owned; };
-struct MFMatrix4f : Owned<MVField<osg::Matrix, false>> { using Owned::Owned; };
-struct SFRotation : Owned<SField<Rotation, false>> { using Owned::Owned; };
-struct MFRotation : Owned<MVField<Rotation, false>> { using Owned::Owned; };
-struct SFVec2f : Owned<SField<osg::Vector<float, 2u>, false>> { using Owned::Owned; };
-struct MFVec2f : Owned<MVField<osg::Vector<float, 2u>, false>> { using Owned::Owned; };
-struct SFVec3f : Owned<SField<osg::Vector<float, 3u>, false>> { using Owned::Owned; };
-struct MFVec3f : Owned<MVField<osg::Vector<float, 3u>, false>> { using Owned::Owned; };
+struct SFBool : Owned<SField<bool, false>> {
+    using Owned::Owned;
+};
+struct SFColor : Owned<SField<osg::Color3<float>, false>> {
+    using Owned::Owned;
+};
+struct MFColor : Owned<MVField<osg::Color3<float>, false>> {
+    using Owned::Owned;
+};
+struct SFFloat : Owned<SField<float, false>> {
+    using Owned::Owned;
+};
+struct MFFloat : Owned<MVField<float, false>> {
+    using Owned::Owned;
+};
+struct SFMatrix4f : Owned<SField<osg::Matrix, false>> {
+    using Owned::Owned;
+};
+struct MFMatrix4f : Owned<MVField<osg::Matrix, false>> {
+    using Owned::Owned;
+};
+struct SFRotation : Owned<SField<Rotation, false>> {
+    using Owned::Owned;
+};
+struct MFRotation : Owned<MVField<Rotation, false>> {
+    using Owned::Owned;
+};
+struct SFVec2f : Owned<SField<osg::Vector<float, 2u>, false>> {
+    using Owned::Owned;
+};
+struct MFVec2f : Owned<MVField<osg::Vector<float, 2u>, false>> {
+    using Owned::Owned;
+};
+struct SFVec3f : Owned<SField<osg::Vector<float, 3u>, false>> {
+    using Owned::Owned;
+};
+struct MFVec3f : Owned<MVField<osg::Vector<float, 3u>, false>> {
+    using Owned::Owned;
+};
 class SFString : public Owned<SField<std::string, false>> {
 public:
     using Owned::Owned;
