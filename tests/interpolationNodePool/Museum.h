@@ -2,13 +2,14 @@
 
 #include <cmath>
 #include <limits>
+#include <string>
 #include <vector>
 
 namespace Zelvan::test {
 
 /// Key lists that have caused trouble somewhere, shared by the tests of all node types.
 struct OddKeys {
-    char const* name;
+    std::string name;
     std::vector<float> keys;
 };
 
@@ -62,6 +63,30 @@ inline std::vector<float> oddFractions(std::vector<float> const& keys)
             fractions.push_back((keys[i - 1] + keys[i]) / 2);
     }
     return fractions;
+}
+
+/// Every list of up to four keys from five values.
+inline std::vector<OddKeys> const& smallWorld()
+{
+    static std::vector<OddKeys> const world = [] {
+        constexpr float values[] = {0, 0.5f, 1, std::numeric_limits<float>::quiet_NaN(),
+                                    std::numeric_limits<float>::infinity()};
+        constexpr char const* names[] = {"0 ", "0.5 ", "1 ", "NaN ", "inf "};
+        std::vector<OddKeys> lists = {{"", {}}};
+        for (std::size_t from = 0; lists[from].keys.size() < 4; ++from)
+            for (std::size_t i = 0; i < std::size(values); ++i) {
+                lists.push_back(lists[from]);
+                lists.back().name += names[i];
+                lists.back().keys.push_back(values[i]);
+            }
+        return lists;
+    }();
+    return world;
+}
+
+inline std::vector<float> smallFractions(std::vector<float> const&)
+{
+    return {-1, 0, 0.25f, 0.5f, 0.75f, 1, 2, std::numeric_limits<float>::infinity(), std::numeric_limits<float>::quiet_NaN()};
 }
 
 } // namespace Zelvan::test

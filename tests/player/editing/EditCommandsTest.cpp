@@ -2,6 +2,7 @@
 #include "player/editing/Bake.h"
 #include "player/editing/Fixes.h"
 #include "tests/player/commands/Play.h"
+#include "tests/player/editing/ClassicForm.h"
 #include "tests/player/editing/Gzipped.h"
 
 #include <gmock/gmock.h>
@@ -182,7 +183,36 @@ Form const forms[] = {
          return std::string(text).insert(text.rfind("</Scene>"), "<![CDATA[ <Scene key=\"0\"> ]]>\n");
      }},
     {"gzip", gzipped},
+    {"ClassicVRML", ClassicForm::of},
 };
+
+std::string textOf(std::filesystem::path const& file)
+{
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+TEST(WholeScenes, SendTheSameEventsInBothSyntaxes)
+{
+    Folder const folder;
+    std::size_t events = 0;
+    for (auto const& entry : std::filesystem::directory_iterator(ZELVAN_EXAMPLES)) {
+        if (entry.path().extension() != ".x3d")
+            continue;
+        SCOPED_TRACE(entry.path().filename().string());
+        std::string const text = textOf(entry.path());
+        folder.add("scene.x3d", text);
+        folder.add("scene.x3dv", ClassicForm::of(text));
+        std::string const options = " --start-all --fps 10 --duration 3 --format jsonl";
+        Result const xml = play(folder, "export scene.x3d" + options), classic = play(folder, "export scene.x3dv" + options);
+        EXPECT_EQ(classic.out, xml.out);
+        EXPECT_EQ(classic.status, 0);
+        EXPECT_EQ(classic.err, "");
+        events += std::size_t(std::ranges::count(classic.out, '\n'));
+    }
+    EXPECT_GT(events, 1000u);
+}
 
 TEST(WholeScenes, NothingToDoLeavesEveryByteAndFormsDoNotMatter)
 {
@@ -191,14 +221,13 @@ TEST(WholeScenes, NothingToDoLeavesEveryByteAndFormsDoNotMatter)
         if (entry.path().extension() != ".x3d")
             continue;
         ++files;
-        std::ostringstream original;
-        original << std::ifstream(entry.path(), std::ios::binary).rdbuf();
+        std::string const original = textOf(entry.path());
         std::string const name = entry.path().filename().string();
         for (char const* const command : {"reduce --max-error 0", "reduce", "bake"}) {
             std::vector<std::size_t> plain;
             for (Form const& form : forms) {
                 SCOPED_TRACE(name + ", " + command + ", " + form.name);
-                std::string const bytes = form.made(original.str());
+                std::string const bytes = form.made(original);
                 ReadScene read(bytes, {}, name.c_str());
                 SceneEdits edits(*read.scene, false, 10'000'000);
                 Tolerance const tolerance({std::string(command).ends_with('0') ? "0" : "0.1%", "1deg"});

@@ -72,6 +72,78 @@ TEST(NumberList, RefusesWhatIsNoList)
     }
 }
 
+// All placements of blanks, commas and comments in a list of three numbers: what is taken out or changed is gone, and what
+// is not meant stays, the ends of the text and the comments too.
+TEST(NumberList, ReadsBackFromAnySeparators)
+{
+    std::vector<std::string> const blanks = {" ", ",", ", ", " ,", "\t", "\n", "\r\n ", ",,"};
+    std::vector<std::string> const comments = {"#,2\n", " # it's 7\n\t", ",#]\n,#}\n"};
+    std::vector<std::string> const references = {"&#10;", "&#x20;,"};
+    std::vector<std::vector<std::size_t>> const kept = {{0, 1, 2}, {0, 2}, {0, 1}, {1, 2}, {0}, {}};
+    struct List {
+        std::string begin, middle, end; ///< the middle is from the first number to the last
+        std::vector<std::string> comments;
+        std::size_t offset;
+    };
+    Folder const folder;
+    std::size_t cases = 0;
+    for (bool const classic : {false, true}) {
+        std::vector<std::string> inner = blanks;
+        std::vector<std::string> const& others = classic ? comments : references;
+        inner.insert(inner.end(), others.begin(), others.end());
+        std::vector<std::string> const outer = {"", " ", "\n", classic ? " #0\n" : "&#9;"};
+        std::string const head = classic ? "A { k [" : "<a k='", tail = classic ? "] }|" : "'/>|";
+        std::vector<List> lists; // all in one file, each ends with "|"
+        std::string text = classic ? "#VRML V2.0 utf8\n|" : "|";
+        for (std::string const& first : outer)
+            for (std::string const& second : inner)
+                for (std::string const& third : inner)
+                    for (std::string const& last : outer) {
+                        lists.push_back(
+                            {head + first, "0" + second + "0.5" + third + "1", last + tail, {}, text.size() + head.size()});
+                        for (std::string const& gap : {second, third})
+                            if (classic && gap.find('#') != std::string::npos)
+                                lists.back().comments.push_back(gap);
+                        text += lists.back().begin + lists.back().middle + lists.back().end;
+                    }
+        for (auto const& stay : kept) {
+            bool const more = stay.size() == 1; // and a new number
+            AuthorFile file(folder.add("scene", text), text.size());
+            std::vector<float> expected;
+            for (List const& list : lists) {
+                NumberList const old(file, static_cast<std::uint32_t>(list.offset));
+                ASSERT_EQ(old.numbers(), (std::vector<float>{0, 0.5f, 1})) << list.middle;
+                std::vector<NumberList::Number> numbers;
+                for (std::size_t const i : stay)
+                    numbers.push_back({old.numbers()[i], i});
+                if (more)
+                    numbers.push_back({0.25f, {}});
+                expected.clear();
+                for (NumberList::Number const& number : numbers)
+                    expected.push_back(number.value);
+                old.replace(file, numbers, 1);
+            }
+            AuthorFile const again(folder.add("scene", file.editedText()), text.size());
+            std::size_t at = again.text().find('|') + 1;
+            for (List const& list : lists) {
+                std::size_t const end = again.text().find('|', at) + 1;
+                std::string const piece(again.text().substr(at, end - at)), was = list.begin + list.middle + list.end;
+                ASSERT_TRUE(piece.starts_with(list.begin) && piece.ends_with(list.end)) << was << " -> " << piece;
+                ASSERT_EQ(piece == was, stay.size() == 3) << was << " -> " << piece;
+                ASSERT_EQ(NumberList(again, static_cast<std::uint32_t>(at + head.size())).numbers(), expected)
+                    << was << " -> " << piece;
+                for (std::string const& comment : list.comments)
+                    ASSERT_TRUE(stay.size() < 2 || stay.front() != 0 || stay.back() != 2
+                                || piece.find(comment) != std::string::npos)
+                        << was << " -> " << piece;
+                at = end;
+                ++cases;
+            }
+        }
+    }
+    EXPECT_EQ(cases, 16u * 6 * (10 * 10 + 11 * 11));
+}
+
 // ---- Files
 
 TEST(AuthorFile, KeepsItsForm)

@@ -103,6 +103,30 @@ TEST(Reduction, KeepsNoMoreKeysThanTheOptimum)
     EXPECT_LT(left, all * 3 / 4);
 }
 
+// Every track of up to seven keys from a small grid, steps and steps of several keys among them.
+TEST(Reduction, IsTheOptimumInASmallWorld)
+{
+    std::size_t tracks = 0;
+    for (std::size_t n = 1; n <= 7; ++n) {
+        KeyTrack track = emptyTrack(kinds[0]);
+        track.values.assign(n, 0);
+        std::size_t const values = std::size_t(std::pow(3, n)), gaps = std::size_t(1) << (n - 1);
+        for (std::size_t gap = 0; gap < gaps; ++gap) {
+            track.keys.assign(1, 0);
+            for (std::size_t i = 0; i + 1 < n; ++i)
+                track.keys.push_back(track.keys.back() + ((gap >> i & 1) != 0 ? 0.f : 0.125f));
+            for (std::size_t value = 0; value < values; ++value, ++tracks) {
+                for (std::size_t i = 0, rest = value; i < n; ++i, rest /= 3)
+                    track.values[i] = static_cast<float>(rest % 3);
+                for (double const tolerance : {1e-3, 0.75}) // 0 is no tolerance for rounding
+                    ASSERT_EQ(reduceTrack(track, tolerance, false).track.size(), plainOptimum(track, tolerance))
+                        << testing::PrintToString(track.keys) << testing::PrintToString(track.values) << tolerance;
+            }
+        }
+    }
+    EXPECT_EQ(tracks, 167'961u);
+}
+
 TEST(Reduction, KeepsItsPromisesForEveryType)
 {
     for (Kind const& kind : kinds)
