@@ -4,6 +4,7 @@ namespace Zelvan {
 
 BitVector<unsigned long> const NodePart::_nullMask;
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): plug-ins call it so
 NodePartDesc::NodePartDesc(unsigned index, BitVector<unsigned long> mask, NodePartType type, NodePartDataType dataType,
                            unsigned flags, char const* name, char const* hint, char const* defaultValue,
                            char const* allowedValues, char const* description, unsigned reserved)

@@ -27,7 +27,7 @@ std::optional<std::size_t> elementIn(std::string_view text)
 std::size_t keyOf(SceneNode const& node, Field const& field, std::size_t element)
 {
     Field const* const keys = fieldOf(node, "key");
-    bool const blocks = keys != nullptr && &field != keys && keys->size() > 0 && isList(outputOf(node)->dataType());
+    bool const blocks = keys != nullptr && &field != keys && !keys->empty() && isList(outputOf(node)->dataType());
     return blocks ? element / std::max<std::size_t>(1, field.size() / keys->size()) : element;
 }
 

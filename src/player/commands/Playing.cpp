@@ -106,7 +106,7 @@ Timing prepare(Clock& clock, TimeOptions const& options, Settings const& setting
     }
     if (options.startAll)
         clock.startAll(timing.from);
-    for (std::string text : options.inject) {
+    for (std::string const& text : options.inject) {
         std::string const option = "--inject " + text;
         auto const equal = text.find('=');
         auto const dot = equal == std::string::npos ? equal : text.rfind('.', equal);

@@ -141,7 +141,8 @@ void writeSvg(std::ostream& out, std::vector<Curve> const& curves, PictureOption
     Span const shared = axisOf(curves);
     for (std::size_t i = 0; i < count; ++i) {
         double const x = border + double(i % columns) * (cell + cellGap);
-        double const y = border + titleHeight + double(i / columns) * rowHeight;
+        std::size_t const row = i / columns;
+        double const y = border + titleHeight + double(row) * rowHeight;
         svg = "<g class=\"track\" transform=\"translate(" + point(x, y) + ")\">\n";
         appendCell(svg, curves[i],
                    drawingOf(curves[i], options, options.sharedAxis ? shared : axisOf(curves[i]), std::size_t(cell)), cell,
