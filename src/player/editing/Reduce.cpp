@@ -56,7 +56,7 @@ std::string hindrance(SceneNode const& node, SceneEdits const& edits)
 {
     Field const& keys = *fieldOf(node, "key");
     Field const& values = valuesOf(node);
-    if ((keys.size() == 0 || values.size() == 0) && keys._routesIn == nullptr && values._routesIn == nullptr)
+    if ((keys.empty() || values.empty()) && keys._routesIn == nullptr && values._routesIn == nullptr)
         return "has no keys or no values";
     if (std::string why = edits.hindrance(node); !why.empty())
         return why;

@@ -79,11 +79,10 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
 {
     ReadLimits const& limits = _budget.limits();
     auto file = std::make_unique<SceneFile>(opened, limits);
-    Scene::Layout layout = file->source.layout();
-    if (std::size_t const most = 8 * std::size_t(limits.elements); layout.starts.size() - 1 > most)
+    if (std::size_t const most = 8 * std::size_t(limits.elements); file->source.lines() - 1 > most)
         throw Failure(exitScene,
                       file->name + ": error: more than " + std::to_string(most) + " lines (--max-elements raises the limit)");
-    file->number = _scene.addFile(file->name, std::move(layout));
+    file->number = _scene.addFile(file->name, file->source.layout());
     if (auto const offset = file->source.firstLatin1())
         _diagnostics.warning(_scene.place(Location{file->number, *offset}), kinds::notUtf8,
                              "expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1");

@@ -56,8 +56,8 @@ std::string_view SourceFile::body() const
     std::string_view body = text();
     if (body.starts_with("\xef\xbb\xbf"))
         body.remove_prefix(3);
-    body.remove_prefix(std::min(body.find_first_not_of(" \n\t\r"), body.size()));
-    return body;
+    auto const blank = [](char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; };
+    return body.substr(std::size_t(std::ranges::find_if_not(body, blank) - body.begin()));
 }
 
 void SourceFile::decode()
@@ -70,20 +70,21 @@ void SourceFile::decode()
         throw Failure(exitScene, "binary X3D is not read; convert it to X3D XML first");
     _text.trim(); // some programs fill up their last block
     _text.end();
-    if (body().empty())
+    std::string_view const begin = body(); // once: it may begin behind many blanks
+    if (begin.empty())
         throw Failure(exitScene, "expected an X3D scene, found nothing");
-    if (body().starts_with("#VRML V1."))
+    if (begin.starts_with("#VRML V1."))
         throw Failure(exitScene, "VRML 1.0 is not read; convert it to VRML 2.0 or X3D XML first");
-    if (body().starts_with("#Inventor"))
+    if (begin.starts_with("#Inventor"))
         throw Failure(exitScene, "Inventor files are not read; convert it to VRML 2.0 or X3D XML first");
-    if (!classicHeader(body()).empty())
+    if (!classicHeader(begin).empty())
         decodeClassic();
-    else if (body().front() == '{' || body().front() == '[')
+    else if (begin.front() == '{' || begin.front() == '[')
         throw Failure(exitScene, "X3D JSON is not read; convert it to X3D XML first");
-    else if (body().front() != '<')
+    else if (begin.front() != '<')
         throw Failure(exitScene,
                       "expected X3D XML or VRML, found text that begins with neither \"<\" nor \"#VRML\" nor \"#X3D\"");
-    else if (std::string const encoding = declaredEncoding(body()); !encoding.empty())
+    else if (std::string const encoding = declaredEncoding(begin); !encoding.empty())
         _text = convertedFrom(encoding.c_str(), std::move(_text));
 }
 
@@ -118,17 +119,38 @@ Scene::Layout SourceFile::layout() const
     return layout;
 }
 
+namespace {
+
+// Whether a line begins behind a byte of a text that a zero byte follows.
+bool endsLine(char const* at)
+{
+    return *at == '\n' || (*at == '\r' && at[1] != '\n');
+}
+
+} // namespace
+
+std::size_t SourceFile::lines() const
+{
+    std::string_view const all = text();
+    if (all.find('\r') == std::string_view::npos)
+        return 1 + std::size_t(std::ranges::count(all, '\n'));
+    return 1 + std::size_t(std::ranges::count_if(all, [](char const& c) { return endsLine(&c); }));
+}
+
 std::vector<std::uint32_t> SourceFile::lineStarts() const
 {
-    std::vector<std::uint32_t> starts = {0};
+    std::vector<std::uint32_t> starts;
     std::string_view const all = text();
+    std::size_t const count = lines();
+    starts.reserve(count);
+    starts.push_back(0);
     auto const add = [&starts](std::size_t at) { starts.push_back(static_cast<std::uint32_t>(at)); };
-    if (all.find('\r') == std::string_view::npos)
+    if (count < all.size() / 16 && all.find('\r') == std::string_view::npos) // looking for the next one pays
         for (std::size_t at = 0; (at = all.find('\n', at)) != std::string_view::npos;)
             add(++at);
     else
         for (std::size_t at = 0; at < all.size(); ++at)
-            if (all[at] == '\n' || (all[at] == '\r' && all.data()[at + 1] != '\n'))
+            if (endsLine(all.data() + at))
                 add(at + 1);
     return starts;
 }

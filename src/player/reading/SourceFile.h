@@ -31,6 +31,7 @@ public:
     Syntax syntax() const { return _syntax; }
     /// Of the first character that was not UTF-8 in a file that has been taken for Latin-1.
     std::optional<std::uint32_t> firstLatin1() const { return _firstLatin1; }
+    std::size_t lines() const;
     /// Of lines that end in LF, CR or both; a byte order mark is no character. Ask before the text is changed.
     Scene::Layout layout() const;
 
