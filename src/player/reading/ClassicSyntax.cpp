@@ -459,7 +459,7 @@ std::string_view classicHeader(std::string_view text)
     auto const has = [](Word line, Word begin, Word word) {
         auto const same = [](char a, char b) { return std::toupper(static_cast<unsigned char>(a)) == b; };
         return line.size() >= begin.size() && std::ranges::equal(line.substr(0, begin.size()), begin, same)
-            && !std::ranges::search(line, word, same).empty();
+            && std::search(line.begin(), line.end(), word.begin(), word.end(), same) != line.end();
     };
     for (unsigned i = 0; i < most && text.starts_with('#'); ++i) {
         Word const line = text.substr(0, text.find_first_of("\r\n"));
