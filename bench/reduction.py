@@ -38,11 +38,10 @@ def difference(type_, a, b):
 
 def peucker(type_, keys, values, error):
     """How many keys Ramer-Douglas-Peucker leaves, with the blend of the node type between two keys."""
-    stays, parts = {0, len(keys) - 1}, [(0, len(keys) - 1)]
-    # What must stay stays for both: the keys on both sides of a step.
-    steps = [i for i in range(len(keys) - 1) if keys[i] == keys[i + 1]]
-    for i in steps:
-        stays |= {i, i + 1}
+    stays = {0, len(keys) - 1}
+    for i in range(len(keys) - 1):  # what must stay stays for both: the keys on both sides of a step
+        if keys[i] == keys[i + 1]:
+            stays |= {i, i + 1}
     ends = sorted(stays)
     parts = list(zip(ends, ends[1:]))
     while parts:
