@@ -140,7 +140,8 @@ std::string Node::getIDStr() const
 
 void Node::markParent(int)
 {
-    _nameSpace.nodeChanged(*this);
+    if (!_listed) // the first event of a frame lists it
+        _nameSpace.nodeChanged(*this);
     if (_links.empty())
         return;
     // Upwards level by level; a node marked before has marked those above it.

@@ -73,14 +73,8 @@ using OutputOf = std::remove_reference_t<decltype(outputOf(std::declval<NodeClas
 template <class Element>
 Element anyValue(std::mt19937& random, bool odd = true)
 {
-    constexpr float oddities[] = {0,
-                                  -0.f,
-                                  1e-30f,
-                                  -1e-45f,
-                                  3e38f,
-                                  -3e38f,
-                                  std::numeric_limits<float>::infinity(),
-                                  std::numeric_limits<float>::quiet_NaN()};
+    constexpr float inf = std::numeric_limits<float>::infinity(), nan = std::numeric_limits<float>::quiet_NaN();
+    constexpr float oddities[] = {0, -0.f, 1e-30f, -1e-45f, 3e38f, -3e38f, inf, nan};
     auto const number = [&] {
         return odd && random() % 40 == 0 ? oddities[random() % std::size(oddities)]
                                          : static_cast<float>(random() % 8000) / 1000.f - 4;

@@ -117,9 +117,7 @@ TEST(Check, LeavesAlone)
         {"matrix-no-log", node("Transformation", "S", "0 1", identity + "-1 0 0 0 0 -1 0 0 0 0 1 0 0 0 0 1")},
         {"matrix-projective", node("Transformation", "S", "0", "1 0 0 0 0 1 0 0 0 0 1 0 5 6 7 1")},
         {"matrix-long-turn",
-         node("Transformation", "S", "0 1",
-              "0 1 0 0 -1 0 0 0 0 0 1 0 0 0 0 1 "
-              "0.17 -0.98 0 0 0.98 0.17 0 0 0 0 1 0 0 0 0 1")},
+         node("Transformation", "S", "0 1", "0 1 0 0 -1 0 0 0 0 0 1 0 0 0 0 1 0.17 -0.98 0 0 0.98 0.17 0 0 0 0 1 0 0 0 0 1")},
         {"matrix-rough", byComponents + "key='0 1' keyValue='" + identity + "1.02 0.3 0 0 0.3 1.11 0 0 0 0 1 0 0 0 0 1'/>"},
         {"ease-range", "<EaseInEaseOut key='0 1' easeInEaseOut='0 1 1 0'/>"},
         {"no-effect", "<SplineScalarInterpolator closed='false' key='0 1' keyValue='0 0'/>"},
@@ -135,8 +133,7 @@ TEST(Check, LeavesAlone)
         {"foreign-driver", loop + plain + "<TouchSensor DEF='P'/>P.touchTime>C.startTime "}, // that is what C waits for
         {"cycle-interval", "<TimeSensor cycleInterval='1e-3'/>"},
         {"cycle-interval",
-         "<Script DEF='B'><field type='SFTime' name='f'/></Script><TimeSensor DEF='C' cycleInterval='0'/>"
-         "B.f>C.cycleInterval "},
+         "<Script DEF='B'><field type='SFTime' name='f'/></Script><TimeSensor DEF='C' cycleInterval='0'/>B.f>C.cycleInterval "},
         {"idle-sensor", loop + plain}};
     for (auto const& [code, scene] : cases)
         EXPECT_THAT(check(scene).codes(), testing::Each(testing::Not(testing::EndsWith(std::string(" ") + code)))) << scene;
@@ -164,8 +161,7 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
         {loop + node("Color", "S", "0 0.5 0.5 1", "0 0 1 1 0 0.001 1 0 0 0 0 1"), {"hint key-equal", "note hue-long-way"}},
         // Through an ease, a loop stays a loop; what drives fractions may begin again.
         {clock
-             + "<EaseInEaseOut DEF='E' key='0 1' easeInEaseOut='0 1 1 0'/>C.fraction>E.fraction "
-               "E.modifiedFraction>S.fraction "
+             + "<EaseInEaseOut DEF='E' key='0 1' easeInEaseOut='0 1 1 0'/>C.fraction>E.fraction E.modifiedFraction>S.fraction "
              + node("Scalar", "S", "0 1", "0 9"),
          {"note loop-jump"}},
         {loop + node("Scalar", "S", "0 0.5 0.5 1.001", "0 1 2 3"), {"note key-range", "hint key-equal", "hint loop-jump"}},
@@ -180,21 +176,11 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
         // two there is no logarithm.
         {loop
              + node("Transformation", "S", "0 1",
-                    identity
-                        + "-0.8571 0.2859 0.4285 0 0.2856 -0.4286 0.8572 0 0.4287 "
-                          "0.8571 0.2857 0 0 0 0 1"),
+                    identity + "-0.8571 0.2859 0.4285 0 0.2856 -0.4286 0.8572 0 0.4287 0.8571 0.2857 0 0 0 0 1"),
          {"note loop-jump"}},
-        {loop
-             + node("Transformation", "S", "0 1",
-                    identity
-                        + "-0.85 0.36 0.38 0 0.22 -0.43 0.88 0 0.47 0.83 0.29 0 "
-                          "0 0 0 1"),
+        {loop + node("Transformation", "S", "0 1", identity + "-0.85 0.36 0.38 0 0.22 -0.43 0.88 0 0.47 0.83 0.29 0 0 0 0 1"),
          {"warning matrix-rough", "note loop-jump"}},
-        {loop
-             + node("Transformation", "S", "0 1",
-                    identity
-                        + "-0.86 0.29 0.43 0 0.29 -0.43 0.86 0 0.43 0.86 0.29 0 "
-                          "0 0 0 1"),
+        {loop + node("Transformation", "S", "0 1", identity + "-0.86 0.29 0.43 0 0.29 -0.43 0.86 0 0.43 0.86 0.29 0 0 0 0 1"),
          {"error matrix-no-log", "note loop-jump"}},
         // Instances of a PROTO have one place in the file; a node that only passes events on is no driver.
         {"<ProtoDeclare name='P'><ProtoBody><ScalarInterpolator key='0'/></ProtoBody></ProtoDeclare>"
@@ -218,8 +204,7 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
          "<ProtoBody><Script DEF='B'><field name='f' type='SFNode' accessType='initializeOnly'/><IS><connect nodeField='f' "
          "protoField='n'/></IS></Script></ProtoBody></ProtoDeclare>"
              + plain
-             + "<ProtoInstance name='P'><fieldValue name='n'>"
-               "<ScalarInterpolator USE='S'/></fieldValue></ProtoInstance>",
+             + "<ProtoInstance name='P'><fieldValue name='n'><ScalarInterpolator USE='S'/></fieldValue></ProtoInstance>",
          {"note foreign-driver", "note foreign-driver"}},
         // What is not run is said at its own place, once, with what it would have moved.
         {loop + plain + "<Script DEF='B'/><PositionDamper DEF='D'/>S.value>B.x B.y>T.y B.z>D.destination D.value>T.z ",

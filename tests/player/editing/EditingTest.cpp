@@ -238,8 +238,7 @@ TEST(Reduce, LeavesAloneWhatItCannotEdit)
         {"<ScalarInterpolator key='0 nan 1' keyValue='0 0 0'/>", "a key is not a finite number"},
         {"<ScalarInterpolator key='0 .5 1' keyValue='0 inf 0'/>", "a value is not a finite number"},
         {"<ScalarInterpolator key='0 .5 1'/>", "has no keys or no values"},
-        {"<ScalarInterpolator DEF='A' key='0 .5 1' keyValue='0 0 0'/>"
-         "<VectorInterpolator DEF='B' key='0 1' keyValue='0 1'/>"
+        {"<ScalarInterpolator DEF='A' key='0 .5 1' keyValue='0 0 0'/><VectorInterpolator DEF='B' key='0 1' keyValue='0 1'/>"
          "<ROUTE fromNode='B' fromField='value_changed' toNode='A' toField='set_keyValue'/>",
          "a ROUTE sets its keys or values"},
     };

@@ -22,8 +22,7 @@ TEST(Reader, KeepsNodesFieldsAndRoutesOfAnOrdinaryFile)
         <ROUTE fromNode='Ball' fromField='translation_changed' toNode='Other' toField='center'/><Transform DEF='Other'/>)");
     EXPECT_EQ(read.messages(), "");
     EXPECT_EQ(read.routes(),
-              "Clock.fraction_changed>Path.set_fraction Path.value_changed>Ball.translation "
-              "Ball.translation>Other.center ");
+              "Clock.fraction_changed>Path.set_fraction Path.value_changed>Ball.translation Ball.translation>Other.center ");
     EXPECT_EQ(read.value("Path", "key"), "0 0.5 1");
     EXPECT_EQ(read.value("Path", "keyValue"), "0 0 0 1 2 3 4 5 6");
     EXPECT_EQ(read.value("Clock", "cycleInterval"), "2.5");
@@ -279,11 +278,9 @@ TEST(Reader, NeedsNoMoreStackForWhatIsNestedDeeper)
         "<IS><connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator></ProtoBody></ProtoDeclare>";
     for (int i = 1; i < 2000; ++i)
         scene += "<ProtoDeclare name='P" + std::to_string(i)
-            + "'><ProtoInterface><field name='f' type='SFFloat'/></ProtoInterface>"
-              "<ProtoBody><ProtoInstance name='P"
+            + "'><ProtoInterface><field name='f' type='SFFloat'/></ProtoInterface><ProtoBody><ProtoInstance name='P"
             + std::to_string(i - 1)
-            + "'><IS><connect nodeField='f' protoField='f'/></IS>"
-              "</ProtoInstance></ProtoBody></ProtoDeclare>";
+            + "'><IS><connect nodeField='f' protoField='f'/></IS></ProtoInstance></ProtoBody></ProtoDeclare>";
     scene +=
         "<TimeSensor DEF='T'/><ProtoInstance name='P1999' DEF='I'/><ROUTE fromNode='T' fromField='fraction' toNode='I' toField='f'/>"
         + times(100'000, "<Group>") + "<Group DEF='Innermost'/>" + times(100'000, "</Group>");
