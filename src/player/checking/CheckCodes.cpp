@@ -95,8 +95,9 @@ std::vector<CheckCode> const& checkCodes()
              + moveBall("Path", "height"),
          .fix = Fix::none, .how = "The message names the node or field that was probably meant."},
         {.code = "duplicate-def", .severity = note, .title = "One DEF name for two nodes",
-         .meaning = "Two nodes have one DEF name. ROUTEs lead to the last one. A warning where a ROUTE uses the name.",
-         .why = "A copied node keeps the name of the first, and takes its ROUTEs away.",
+         .meaning = "Two nodes have one DEF name. A USE or ROUTE means the nearest one before it. A warning in X3D XML where a "
+                    "ROUTE uses the name: there a name stands for one node.",
+         .why = "A copied node keeps the name of the first, and takes the ROUTEs behind it away.",
          .bad = "<Transform DEF='Box'/>\n<Transform DEF='Box'/>",
          .good = "<Transform DEF='Box'/>\n<Transform DEF='Box2'/>",
          .fix = Fix::none, .how = "Which of the two a ROUTE means is known to its author only."},
@@ -114,7 +115,8 @@ std::vector<CheckCode> const& checkCodes()
                  "<ProtoInstance name='Door'/>",
          .fix = Fix::none, .how = "Nothing is fetched from a network: keep a copy of the file beside the scene."},
         {.code = "bad-inline", .severity = warning, .title = "An Inline that cannot be read",
-         .meaning = "An Inline or IMPORT whose file or node cannot be read.",
+         .meaning = "An Inline or IMPORT whose file or node cannot be read. A note where it may well be there: it would have "
+                    "to be fetched, or lies outside the scene's folder. A hint where there is no url.",
          .why = "Its nodes, and the animation in them, are missing.",
          .bad = "<Inline url='\"missing.x3d\"'/>",
          .good = "<Inline load='false' url='\"missing.x3d\"'/>",

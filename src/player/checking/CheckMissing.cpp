@@ -4,9 +4,9 @@
 
 namespace Zelvan::play {
 
-bool isInner(SceneNode const& node)
+bool isOffered(SceneNode const& node)
 {
-    return node.name.find('/') != std::string::npos;
+    return node.exported || node.name.find('/') != std::string::npos;
 }
 
 bool checkMissing(KeyedValues const& values, Drive const& drive, FailedEnds const& failed,
@@ -49,7 +49,7 @@ bool checkMissing(KeyedValues const& values, Drive const& drive, FailedEnds cons
             "no-values", node, values.valueField, [&] { return " has no " + name + ": it never sends a value"; },
             "write one value for each key", empty);
     // What nobody uses is no harm; the user of a PROTO or a file may leave alone what it offers.
-    std::optional<Severity> const inner = isInner(node) ? Severity::note : std::optional<Severity>();
+    std::optional<Severity> const inner = isOffered(node) ? Severity::note : std::optional<Severity>();
     if (undriven)
         findings.add(
             "undriven", node, nullptr,

@@ -46,13 +46,16 @@ std::vector<Turn> turnsOf(KeyedValues const& values)
 }
 
 // Whether two angles lie a little on both sides of where programs let the circle end: at 0 and 360 degrees, or at 180
-// and -180. By hand one writes the end itself.
+// and -180. By hand one writes the end itself, to a few digits.
 bool crossesEnd(double a, double b)
 {
-    constexpr double near = 0.8, least = 0.01;
+    constexpr double near = 0.8, least = 1e-4, rounded[] = {3.14, 3.141, 6.28, 6.283};
     auto const [low, high] = std::minmax(a, b);
     auto const beyond = [](double distance) { return distance > least && distance < near; };
-    return (beyond(low) && beyond(2 * pi - high)) || (beyond(pi + low) && beyond(pi - high));
+    auto const byHand = [&](double angle) {
+        return std::ranges::any_of(rounded, [&](double end) { return std::abs(std::abs(angle) - end) < 1e-6; });
+    };
+    return ((beyond(low) && beyond(2 * pi - high)) || (beyond(pi + low) && beyond(pi - high))) && !byHand(low) && !byHand(high);
 }
 
 } // namespace
@@ -100,7 +103,8 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
         bool const otherWay = turn.played * turn.written < 0;
         if (!values.blends(i) || time(i) < briefest)
             continue;
-        if (turn.sameAxis && (written > pi + 1e-3 || (written > pi - 1e-3 && otherWay)) && !wraps(i)) {
+        bool const exactlyHalf = std::abs(written - pi) < 1e-6; // a float's rounding is not the author's
+        if (turn.sameAxis && (written > pi + 1e-3 || (written > pi - 1e-3 && otherWay && !exactlyHalf)) && !wraps(i)) {
             findings.add(
                 "long-turn", values.node, values.valueField,
                 [&] {

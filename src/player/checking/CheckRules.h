@@ -125,7 +125,7 @@ void checkRouteLoops(Scene const& scene, FindingCollector& findings);
 void checkSensors(Scene& scene, FindingCollector& findings);
 
 /// What leaves it to its user what is connected: the body of a PROTO, an inlined file.
-bool isInner(SceneNode const& node);
+bool isOffered(SceneNode const& node);
 /// "1 key", "3 keys"
 std::string countOf(std::size_t count, char const* what);
 /// "(1 0 0)"; a long list is shortened.

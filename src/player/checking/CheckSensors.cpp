@@ -26,7 +26,7 @@ void checkSensors(Scene& scene, FindingCollector& findings)
                     [&] { return ".cycleInterval is " + shortNumber(interval) + ": the sensor cannot run"; },
                     "write the seconds that a cycle lasts", drives(node) ? Severity::error : Severity::note);
         } else if (!runs && node._fraction_changed._routesOut != nullptr) {
-            bool const started = held || isInner(*sensor.node) || node._startTime._routesIn != nullptr
+            bool const started = held || isOffered(*sensor.node) || node._startTime._routesIn != nullptr
                 || node._enabled._routesIn != nullptr || node._loop._routesIn != nullptr;
             findings.add(
                 "idle-sensor", *sensor.node, nullptr,

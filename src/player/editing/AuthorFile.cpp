@@ -1,5 +1,6 @@
 #include "player/editing/AuthorFile.h"
 
+#include "player/reading/Encodings.h"
 #include "player/scene/Diagnostics.h"
 
 #include <algorithm>
@@ -30,31 +31,6 @@ std::string readAll(std::string const& path)
     return std::move(bytes).str();
 }
 
-// "" when the data is damaged or longer than `most`.
-std::string uncompressed(std::string const& bytes, std::size_t most)
-{
-    z_stream stream{};
-    if (inflateInit2(&stream, 16 + MAX_WBITS) != Z_OK)
-        throw std::bad_alloc();
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
-    stream.avail_in = static_cast<uInt>(bytes.size());
-    std::unique_ptr<z_stream, int (*)(z_stream*)> const end(&stream, inflateEnd);
-    std::string text;
-    std::vector<char> room(std::size_t(1) << 16);
-    int result = Z_OK;
-    while (result == Z_OK && text.size() <= most) {
-        stream.next_out = reinterpret_cast<Bytef*>(room.data());
-        stream.avail_out = static_cast<uInt>(room.size());
-        result = inflate(&stream, Z_NO_FLUSH);
-        text.append(room.data(), room.size() - stream.avail_out);
-        if (result == Z_STREAM_END && stream.avail_in > 0) // another member
-            result = inflateReset(&stream);
-    }
-    if (result == Z_MEM_ERROR)
-        throw std::bad_alloc();
-    return result == Z_STREAM_END && text.size() <= most ? text : "";
-}
-
 std::string compressed(std::string const& text)
 {
     z_stream stream{};
@@ -69,23 +45,6 @@ std::string compressed(std::string const& text)
     deflate(&stream, Z_FINISH);
     bytes.resize(stream.total_out);
     return bytes;
-}
-
-// What an XML declaration says; "" for UTF-8, which is usual.
-std::string foreignEncoding(std::string_view text)
-{
-    if (!text.starts_with("<?xml"))
-        return "";
-    std::string_view const declaration = text.substr(0, std::min(text.find("?>"), std::size_t(200)));
-    auto at = declaration.find("encoding");
-    at = at == std::string_view::npos ? at : declaration.find_first_of("\"'", at);
-    auto const end = at == std::string_view::npos ? at : declaration.find(declaration[at], at + 1);
-    std::string name(end == std::string_view::npos ? "" : declaration.substr(at + 1, end - at - 1));
-    std::string upper = name;
-    for (char& c : upper)
-        c = c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-    bool const plain = upper.empty() || upper == "UTF-8" || upper == "UTF8" || upper.ends_with("ASCII");
-    return plain ? "" : name;
 }
 
 std::vector<std::string_view> linesOf(std::string_view text)
@@ -111,13 +70,13 @@ void writeLine(std::ostream& out, char mark, std::string_view line)
 AuthorFile::AuthorFile(std::string path, std::size_t mostBytes) : _path(std::move(path)), _bytes(readAll(_path))
 {
     _compressed = _bytes.starts_with("\x1f\x8b");
-    _text = _compressed ? uncompressed(_bytes, mostBytes) : _bytes;
+    _text = _compressed ? std::string(uncompressed(_bytes, mostBytes).text()) : _bytes;
     if (_text.starts_with("\xff\xfe") || _text.starts_with("\xfe\xff"))
         refuse("is written in UTF-16: edits are made in UTF-8 text");
     std::string_view body = _text;
     if (body.starts_with("\xef\xbb\xbf"))
         body.remove_prefix(3);
-    else if (std::string const encoding = foreignEncoding(body);
+    else if (std::string const encoding = declaredEncoding(body);
              !encoding.empty() && std::ranges::any_of(body, [](char c) { return (c & 0x80) != 0; }))
         refuse("is written in " + encoding + ": edits are made in UTF-8 text");
     body.remove_prefix(std::min(body.find_first_not_of(" \t\r\n"), body.size()));

@@ -7,6 +7,8 @@
 
 namespace Zelvan::play {
 
+using namespace std::string_view_literals;
+
 namespace {
 
 enum : unsigned char { blank = 1, oddBlank = 2, mark = 4, ofNumber = 8 };
@@ -56,6 +58,14 @@ bool isNumber(std::string_view word)
     return !word.empty()
         && (isDigit(word[0]) || word[0] == '.' || equals(word, "nan") || equals(word, "inf") || equals(word, "infinity")
             || equals(word.substr(0, 4), "nan("));
+}
+
+// 1.#QNAN and its like, as some compilers print them.
+bool isNoNumber(std::string_view word)
+{
+    return std::ranges::any_of(std::array{"IND"sv, "INF"sv, "QNAN"sv, "SNAN"sv}, [word](std::string_view kind) {
+        return word.starts_with(kind) && word.find_first_not_of('0', kind.size()) == word.npos;
+    });
 }
 
 // 0xFF becomes 255 and a blank: whoever reads the value knows no other numbers.
@@ -172,8 +182,9 @@ void ClassicScanner::passNumbers()
         bool const behindNumber = _at != begin && (isDigit(_at[-1]) || _at[-1] == '.');
         if ((c == 'e' || c == 'E') && behindNumber) {
             ++_at;
-        } else if (c == '#' && behindNumber && _at[-1] == '.' && (_at[1] == 'I' || _at[1] == 'Q' || _at[1] == 'S')) {
-            _at = endOfWord(_at + 1); // 1.#QNAN and its like, as some compilers print them
+        } else if (char* const behind = c == '#' && behindNumber && _at[-1] == '.' ? endOfWord(_at + 1) : _at;
+                   behind != _at && isNoNumber({_at + 1, behind})) {
+            _at = behind;
         } else if (c == '#') {
             passComment(true);
         } else if (is(c, oddBlank)) {

@@ -13,7 +13,7 @@
 
 namespace Zelvan::play {
 
-TextBuffer uncompressed(TextBuffer&& packed)
+TextBuffer uncompressed(std::string_view packed, std::size_t limit)
 {
     z_stream stream{};
     if (inflateInit2(&stream, 16 + MAX_WBITS) != Z_OK)
@@ -22,9 +22,9 @@ TextBuffer uncompressed(TextBuffer&& packed)
         z_stream& s;
         ~End() { inflateEnd(&s); }
     } const end{stream};
-    stream.next_in = reinterpret_cast<Bytef*>(packed.data());
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
     stream.avail_in = static_cast<uInt>(packed.size());
-    TextBuffer out(packed.limit());
+    TextBuffer out(limit);
     for (;;) {
         std::span<char> const room = out.room();
         stream.next_out = reinterpret_cast<Bytef*>(room.data());
@@ -32,8 +32,9 @@ TextBuffer uncompressed(TextBuffer&& packed)
         int const result = inflate(&stream, Z_NO_FLUSH);
         out.add(room.size() - stream.avail_out);
         if (result == Z_STREAM_END) {
-            // A gzip file may hold several members, one after the other.
-            if (stream.avail_in == 0 || inflateReset(&stream) != Z_OK)
+            // A gzip file may hold several members, one after the other; what else stands there is passed over, as gzip does.
+            bool const another = stream.avail_in > 1 && stream.next_in[0] == 0x1f && stream.next_in[1] == 0x8b;
+            if (!another || inflateReset(&stream) != Z_OK)
                 break;
             continue;
         }

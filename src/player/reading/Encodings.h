@@ -8,8 +8,8 @@
 
 namespace Zelvan::play {
 
-/// What a gzip file holds, of all its members.
-TextBuffer uncompressed(TextBuffer&& packed);
+/// What a gzip file holds, of all its members, up to a limit.
+TextBuffer uncompressed(std::string_view packed, std::size_t limit);
 
 /// In UTF-8, from an encoding by the name that iconv knows it by; the first bytes may be left out.
 TextBuffer convertedFrom(char const* encoding, TextBuffer&& text, std::size_t skip = 0);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <fcntl.h>
 #include <limits.h>
@@ -56,6 +57,32 @@ std::string shownName(fs::path const& path, FileIdentity const& opened)
     return (same ? shorter : path).string();
 }
 
+// Of two letters at least: one is a drive.
+bool hasScheme(std::string_view url)
+{
+    auto const isLetter = [](char c) { return (c | 0x20) >= 'a' && (c | 0x20) <= 'z'; };
+    auto const end = std::ranges::find_if_not(
+        url, [&](char c) { return isLetter(c) || (c >= '0' && c <= '9') || c == '+' || c == '-' || c == '.'; });
+    return end != url.end() && *end == ':' && end - url.begin() > 1 && isLetter(url.front());
+}
+
+// "a%20b" is "a b".
+std::string withoutPercents(std::string_view url)
+{
+    std::string text;
+    for (std::size_t at = 0; at < url.size(); ++at) {
+        unsigned char code = 0;
+        char const* const digits = url.data() + at + 1;
+        if (url[at] == '%' && at + 2 < url.size() && std::from_chars(digits, digits + 2, code, 16).ptr == digits + 2
+            && code != 0)
+            at += 2;
+        else
+            code = static_cast<unsigned char>(url[at]);
+        text += static_cast<char>(code);
+    }
+    return text;
+}
+
 } // namespace
 
 Descriptor& Descriptor::operator=(Descriptor&& other) noexcept
@@ -105,22 +132,21 @@ OpenedFile LocalFiles::openScene(std::string const& path, std::string const& roo
     return {std::move(file), identity, standard ? "<stdin>" : path, folder};
 }
 
-bool LocalFiles::isRemote(std::string_view url)
-{
-    return url.starts_with("urn:") || (!url.starts_with("file://") && url.find("://") != url.npos);
-}
-
 OpenedFile LocalFiles::open(std::string url, fs::path const& folder) const
 {
-    constexpr std::size_t longest = 1000;
+    constexpr std::size_t longest = 1000, shown = 40;
     constexpr std::ptrdiff_t deepest = 64;
     if (url.starts_with("file://"))
         url.erase(0, 7);
-    else if (isRemote(url))
-        throw Failure(exitScene, '"' + url + "\" is not a local file, and nothing is fetched");
+    else if (hasScheme(url))
+        throw Elsewhere('"' + (url.size() > longest ? url.substr(0, shown) + "..." : url)
+                        + "\" is not a local file, and nothing is fetched");
     if (url.size() > longest || std::ranges::count(url, '/') > deepest)
-        throw Failure(exitScene, '"' + url.substr(0, 40) + "...\" is longer than a file's name");
-    fs::path const path = folder / url;
+        throw Failure(exitScene, '"' + url.substr(0, shown) + "...\" is longer than a file's name");
+    fs::path path = folder / url;
+    struct stat status;
+    if (std::string const decoded = withoutPercents(url); decoded != url && ::lstat(path.c_str(), &status) != 0)
+        path = folder / decoded;
     Descriptor file = openFile(url, path, path.lexically_normal().string());
     FileIdentity const identity = identityOf(file);
     std::string name = shownName(path, identity);
@@ -159,7 +185,7 @@ Descriptor LocalFiles::openFile(std::string const& url, fs::path path, std::stri
         while (!folder && !above.empty() && above != above.parent_path())
             folder = openFolder(from, above = above.parent_path());
         if (!folder || !holds(folder))
-            throw Failure(exitScene, '"' + url + "\" lies outside " + _outside);
+            throw Elsewhere('"' + url + "\" lies outside " + _outside);
         if (error != 0)
             cannotOpen(name, error);
         struct stat status {};

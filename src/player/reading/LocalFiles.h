@@ -1,5 +1,7 @@
 #pragma once
 
+#include "player/scene/Diagnostics.h"
+
 #include <compare>
 #include <filesystem>
 #include <string>
@@ -39,18 +41,21 @@ struct OpenedFile {
     std::filesystem::path folder; ///< that its own urls begin in
 };
 
+/// What a url names cannot be looked at, but may well be there: it would have to be fetched, or lies outside.
+class Elsewhere : public Failure {
+public:
+    explicit Elsewhere(std::string const& message) : Failure(exitScene, message) {}
+};
+
 /// Which file a url means, and whether it may be read: the scene that the command line names, and files in its folder
 /// (or one that is named) and below. What is looked at is what has been opened, so that nothing can be put in its place in between.
 class LocalFiles {
 public:
-    /// Whether a url names something that would have to be fetched.
-    static bool isRemote(std::string_view url);
-
     /// "-" is standard input. Nothing will be read outside of the folder `root`; when it is empty, that of the scene.
     /// Throws Failure.
     OpenedFile openScene(std::string const& path, std::string const& root);
     /// A url of a file in `folder`, without its fragment. Links are followed as long as they stay inside. Throws Failure
-    /// with the reason, in which the url is named: not local, outside, not a file, cannot be opened.
+    /// with the reason, in which the url is named: not local, outside (both Elsewhere), not a file, cannot be opened.
     OpenedFile open(std::string url, std::filesystem::path const& folder) const;
 
 private:

@@ -90,8 +90,12 @@ void Nodes::define(std::string const& name, Target target, Scope& scope, Locatio
     if (name.empty())
         return;
     Target& defined = scope.names[name];
-    if (defined)
-        scope.duplicates.emplace_back(name, where);
+    if (defined) {
+        auto& all = scope.duplicates[name];
+        if (all.empty())
+            all.emplace_back((defined.node != nullptr ? defined.node->where : defined.instance->where).offset, defined);
+        all.emplace(std::ranges::upper_bound(all, where.offset, {}, &Scope::Defined::first), where.offset, target);
+    }
     defined = target;
 }
 
@@ -107,7 +111,7 @@ SceneNode* Nodes::read(Element const& element, Scope& scope)
     if (creatable != nullptr)
         create(*creatable, element, node, scope);
     else if ((node.decides = element.isNamed("Script")))
-        addScriptFields(element, node, scope);
+        declareFields(element, node, scope);
     else
         reportMisspelled(node);
     if (creatable == &TimeSensor::_type && !node.named && findChild(element, "IS") == nullptr
@@ -202,12 +206,13 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
     }
 }
 
-void Nodes::addScriptFields(Element const& element, SceneNode& node, Scope const& scope)
+void Nodes::declareFields(Element const& declaration, SceneNode& node, Scope const& scope)
 {
-    for (Element const& field : Children(element, "field")) {
+    for (Element const& field : Children(declaration, "field")) {
         _reading.budget.spendOn(field, locate(field, scope), 10);
-        if (NodePartDataType const type = dataTypeCode(attributeValue(field, "type")); type != 0)
-            _reading.scene.declareField(node, _reading.nameIn(field, "name", scope), type);
+        _reading.scene.declareField(node, _reading.nameIn(field, "name", scope),
+                                    accessCode(attributeValue(field, "accessType")),
+                                    dataTypeCode(attributeValue(field, "type")));
     }
 }
 

@@ -24,6 +24,8 @@ public:
     void define(std::string const& name, Target target, Scope& scope, Location where);
     /// Sets a field from a text that stands in `file`, in the units of that file.
     void setField(SceneNode& node, Field& field, Attribute const& value, SceneFile const& file);
+    /// Gives a node without a class the fields that a Script or an EXTERNPROTO declares.
+    void declareFields(Element const& declaration, SceneNode& node, Scope const& scope);
     /// Holds the fields of an instance that no node in it has.
     SceneNode& addStore(Instance const& instance);
 
@@ -32,7 +34,6 @@ private:
     void create(NodeType& type, Element const& element, SceneNode& node, Scope const& scope);
     void reportMisspelled(SceneNode const& node);
     void setAttributes(Element const& element, SceneNode& node, Scope const& scope);
-    void addScriptFields(Element const& element, SceneNode& node, Scope const& scope);
 
     Reading& _reading;
     /// A list that a PROTO or a file repeats: its second reading is kept for those that follow.

@@ -46,7 +46,7 @@ void Protos::follow(Proto& proto)
         Scope& scope = *proto.scope;
         Location const where = locate(element, scope);
         std::string fragment;
-        proto = {nullptr, &scope};
+        proto = {nullptr, &scope, false, &element};
         SceneFile* const other = _files.find(attributeValue(element, "url"), *scope.file, where, kinds::badProto, &fragment);
         if (other == nullptr)
             return;
@@ -170,12 +170,23 @@ void Protos::connect(Element const& element, Target target, Scope& scope)
         field.connections.emplace_back(target, nodeField);
         if (scope.instance->holder != nullptr)
             hold(target, scope.instance->holder, where);
-        if (target.node != nullptr && target.node->typeName == "Script") {
+        if (target.node != nullptr && target.node->decides) {
             _reading.budget.spend(field.nodes.size() / 10, where);
             for (Target const& node : field.nodes)
                 hold(node, target.node, where);
         }
     }
+}
+
+std::pair<std::string_view, SceneFile*> Protos::urlOf(Element const& element, Scope const& scope)
+{
+    if (Element const* const is = findChild(element, "IS"); is != nullptr && scope.instance != nullptr)
+        for (Element const& connect : Children(*is, "connect"))
+            if (attributeValue(connect, "nodeField") == "url")
+                if (auto const found = scope.instance->fields.find(std::string(attributeValue(connect, "protoField")));
+                    found != scope.instance->fields.end() && found->second.value != nullptr)
+                    return {found->second.value->value(), found->second.file};
+    return {attributeValue(element, "url"), scope.file};
 }
 
 void Protos::hold(Target target, SceneNode* holder, Location where)
@@ -220,14 +231,24 @@ bool Protos::connectInstance(InterfaceField const& outer, Instance& inner, std::
 bool Protos::connectNode(InterfaceField const& outer, SceneNode& node, std::string const& name, Location where)
 {
     Field* const field = _reading.scene.field(node, name, Node::asInput);
-    if (field == nullptr)
+    if (field == nullptr) {
         _reading.warn(where, kinds::badProto,
                       "IS: a " + node.typeName + " has no field \"" + name + '"' + otherFields(*node.node, name, inputOutput));
-    else if (outer.value != nullptr && (field->type() & initializeOnly) != 0) {
-        _reading.budget.spend(outer.value->value().size() / Budget::bytesForATenth, where);
-        _nodes.setField(node, *field, *outer.value, *outer.file);
+        return false;
     }
-    return field != nullptr;
+    bool const sameType = outer.type.empty() || outer.type == dataTypeName(field->dataType());
+    if (!sameType)
+        _reading.warn(where, kinds::badProto,
+                      "IS: " + node.name + '.' + field->findName() + " is " + dataTypeName(field->dataType())
+                          + ", the PROTO's field " + std::string(outer.type));
+    if (outer.value != nullptr && (field->type() & initializeOnly) != 0) {
+        _reading.budget.spend(outer.value->value().size() / Budget::bytesForATenth, where);
+        if (sameType)
+            _nodes.setField(node, *field, *outer.value, *outer.file);
+        else // as well as it can be taken
+            field->setAndValidateValueByStr(outer.value->value().data(), false);
+    }
+    return true;
 }
 
 // What no node in the instance has is kept as of a node that takes any event and sends it on.
@@ -236,12 +257,9 @@ SceneNode& Protos::store(Instance& instance, std::string const& name, InterfaceF
     if (instance.store == nullptr)
         instance.store = &_nodes.addStore(instance);
     SceneNode& node = *instance.store;
-    NodePartDataType const type = dataTypeCode(field.type);
-    if (type == 0 || _reading.scene.field(node, name, Node::asInput) != nullptr)
-        return node;
-    Field& kept = *_reading.scene.fieldOfUnknown(node, name, type);
-    if (field.value != nullptr)
-        _nodes.setField(node, kept, *field.value, *field.file);
+    Field* const kept = _reading.scene.declareField(node, name, inputOutput, dataTypeCode(field.type));
+    if (kept != nullptr && field.value != nullptr)
+        _nodes.setField(node, *kept, *field.value, *field.file);
     return node;
 }
 

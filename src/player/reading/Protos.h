@@ -21,6 +21,9 @@ public:
     /// What the element's IS says of a node, or an instance, in the body of an instance.
     void connect(Element const& element, Target target, Scope& scope);
 
+    /// The url of an Inline, which may be that of the instance around it, and the file in which it stands.
+    static std::pair<std::string_view, SceneFile*> urlOf(Element const& element, Scope const& scope);
+
     /// A node that is not run has this node, or what the fields of this instance stand for, in a field of its own.
     void hold(Target target, SceneNode* holder, Location where);
 

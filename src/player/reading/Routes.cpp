@@ -5,6 +5,7 @@
 
 #include <array>
 #include <map>
+#include <span>
 #include <unordered_set>
 #include <utility>
 
@@ -23,20 +24,35 @@ void Routes::resolve(Scope& scope)
     for (Element const* const element : scope.routes)
         route(*element, scope);
     reportDuplicates(scope);
+    markExports(scope);
 }
 
-// Of no matter unless a ROUTE means one of them.
+// VRML allows it, in XML it matters when a ROUTE means one of them.
 void Routes::reportDuplicates(Scope const& scope) const
 {
     if (scope.duplicates.empty())
         return;
     std::unordered_set<std::string_view> routed;
-    for (Element const* const element : scope.routes)
-        for (char const* const end : {"fromNode", "toNode"})
-            routed.insert(attributeValue(*element, end));
-    for (auto const& [name, where] : scope.duplicates)
-        _reading.diagnostics.report(routed.contains(name) ? Severity::warning : Severity::note, _reading.scene.place(where),
-                                    kinds::duplicateDef, "DEF \"" + name + "\" is taken already; the last one counts");
+    if (scope.file->source.syntax() == SourceFile::Syntax::xml)
+        for (Element const* const element : scope.routes)
+            for (char const* const end : {"fromNode", "toNode"})
+                routed.insert(attributeValue(*element, end));
+    std::map<std::uint32_t, std::string_view> places;
+    for (auto const& [name, all] : scope.duplicates)
+        for (auto const& [offset, target] : std::span(all).subspan(1))
+            places[offset] = name;
+    for (auto const& [offset, name] : places)
+        _reading.diagnostics.report(routed.contains(name) ? Severity::warning : Severity::note,
+                                    _reading.scene.place({scope.file->number, offset}), kinds::duplicateDef,
+                                    "DEF \"" + std::string(name)
+                                        + "\" is taken already; a USE or ROUTE means the nearest one before it");
+}
+
+void Routes::markExports(Scope const& scope)
+{
+    for (auto const& [as, local] : scope.exports)
+        if (auto const found = scope.names.find(local); found != scope.names.end() && found->second.node != nullptr)
+            found->second.node->exported = true;
 }
 
 void Routes::import(Element const& element, Scope& scope)
@@ -77,15 +93,19 @@ void Routes::route(Element const& element, Scope const& scope)
         _reading.warn(where, kinds::badRoute,
                       "ROUTE " + names[0] + '.' + fields[0] + " TO " + names[1] + '.' + fields[1] + ": " + why);
     };
+    char const* const ends[] = {"fromNode", "fromField", "toNode", "toField"};
+    for (char const* const end : ends)
+        if (attributeValue(element, end).empty())
+            return _reading.warn(where, kinds::badRoute, std::string("a ROUTE without ") + end);
     std::vector<Protos::End> found[2];
     for (int end = 0; end < 2; ++end) {
-        auto const target = scope.names.find(names[end]);
-        if (target == scope.names.end())
+        Target const* const target = scope.named(names[end], element.offset);
+        if (target == nullptr)
             return refuse("no node has the DEF name \"" + names[end] + '"' + _reading.meant(names[end], scope.names));
-        found[end] = _protos.ends(target->second, fields[end], end == 0 ? Node::asOutput : Node::asInput, where);
+        found[end] = _protos.ends(*target, fields[end], end == 0 ? Node::asOutput : Node::asInput, where);
         if (found[end].empty())
             return refuse("the PROTO instance \"" + names[end] + "\" has no field \"" + fields[end] + '"'
-                          + _reading.meant(fields[end], target->second.instance->fields));
+                          + _reading.meant(fields[end], target->instance->fields));
     }
     bool first = true;
     for (auto const& [from, fromField] : found[0])
@@ -130,14 +150,27 @@ void Routes::connect(SceneRoute& route)
             return;
         }
     }
-    if (from == nullptr)
-        from = scene.fieldOfUnknown(*route.from, route.fromField, to->dataType());
-    if (to == nullptr)
-        to = scene.fieldOfUnknown(*route.to, route.toField, from->dataType());
+    if (!route.from->known)
+        from = scene.fieldOfUnknown(*route.from, route.fromField, Node::asOutput, (to != nullptr ? to : from)->dataType());
+    if (!route.to->known && from != nullptr)
+        to = scene.fieldOfUnknown(*route.to, route.toField, Node::asInput, from->dataType());
+    if (from == nullptr || to == nullptr) {
+        // A declared type that is not played: nothing passes, and only a node that is run tells that the other is wrong.
+        if (route.refused())
+            warn(route, "the data types differ");
+        return;
+    }
     std::string error;
     route.route = Route::add(*from, *to, error);
-    if (route.route == nullptr)
-        warn(route, error);
+    if (route.route != nullptr)
+        return;
+    bool const fromInferred = Scene::isInferred(*route.from, *from);
+    if (from->dataType() != to->dataType() && (fromInferred || Scene::isInferred(*route.to, *to))) {
+        auto const [field, other] = fromInferred ? std::pair(from, to) : std::pair(to, from);
+        error = std::string("another ROUTE takes ") + field->findName() + " for " + dataTypeName(field->dataType())
+            + ", this one for " + dataTypeName(other->dataType());
+    }
+    warn(route, error);
 }
 
 // A field whose type has become known settles the routes that wait at it, and these the fields at their other ends.

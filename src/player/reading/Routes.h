@@ -16,6 +16,7 @@ public:
 
 private:
     void reportDuplicates(Scope const& scope) const;
+    static void markExports(Scope const& scope);
     void import(Element const& element, Scope& scope);
     void route(Element const& element, Scope const& scope);
     void connect(SceneRoute& route);

@@ -86,16 +86,20 @@ SceneFile& SceneFiles::load(OpenedFile const& opened)
     if (auto const offset = file->source.firstLatin1())
         _diagnostics.warning(_scene.place(Location{file->number, *offset}), kinds::notUtf8,
                              "expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1");
+    auto const tellOddities = [&] {
+        for (ElementTree::Oddity const& oddity : file->tree.oddities())
+            _diagnostics.warning(_scene.place(Location{file->number, oddity.offset}), kinds::looseSyntax, oddity.what);
+    };
     try {
         if (file->source.syntax() == SourceFile::Syntax::classic)
             readClassic(file->source.data(), file->source.size(), file->tree);
         else
             parseXml(file->source.data(), file->source.size(), limits, file->tree);
     } catch (SyntaxError const& error) {
+        tellOddities(); // one of them may be where it began
         refuse(*file, error);
     }
-    for (ElementTree::Oddity const& oddity : file->tree.oddities())
-        _diagnostics.warning(_scene.place(Location{file->number, oddity.offset}), kinds::looseSyntax, oddity.what);
+    tellOddities();
     for (ElementTree::Comment const& comment : file->tree.comments())
         _scene.remarks.push_back({{file->number, comment.offset}, std::string(comment.text)});
     file->units = Units::of(file->tree.root());
@@ -126,22 +130,24 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
 {
     constexpr std::size_t shown = 5;
     std::vector<Answer const*> failed;
-    bool more = false, remote = false, foreign = false;
+    bool more = false, elsewhere = false, foreign = false;
     for (std::string url : quotedStrings(urls)) {
         if (auto const hash = url.find('#'); hash != std::string::npos) {
             if (fragment != nullptr)
                 *fragment = url.substr(hash + 1);
             url.resize(hash);
         }
+        if (url.empty() && fragment == nullptr)
+            continue;
         auto const [known, isNew] = _byUrl.try_emplace({&from, url});
         Answer& answer = known->second;
         if (isNew) {
             _budget.addUrl(where);
-            answer.file = openOnce(url, from, answer.why);
+            answer = openOnce(url, from);
         }
         if (answer.file != nullptr)
             return answer.file;
-        remote = remote || LocalFiles::isRemote(url);
+        elsewhere = elsewhere || answer.elsewhere;
         foreign = foreign || !foreignFormat(url).empty();
         if (std::ranges::find(failed, &answer) != failed.end())
             continue;
@@ -149,11 +155,17 @@ SceneFile* SceneFiles::find(std::string_view urls, SceneFile& from, Location whe
         if (!more)
             failed.push_back(&answer);
     }
-    std::string why = failed.empty() ? "has no url" : failed.size() > 1 ? "none of its urls can be read: " : "";
+    if (failed.empty()) {
+        // An Inline may get one later.
+        _diagnostics.report(fragment == nullptr ? Severity::hint : Severity::warning, _scene.place(where), kind,
+                            std::string(fragment == nullptr ? "an Inline" : "an EXTERNPROTO") + " without a url");
+        return nullptr;
+    }
+    std::string why = failed.size() > 1 ? "none of its urls can be read: " : "";
     for (Answer const* const answer : failed)
         why += (answer == failed.front() ? "" : "; ") + answer->why;
-    // What would have to be fetched may well be there, and what other programs read may well be right.
-    _diagnostics.report(remote || foreign ? Severity::note : Severity::warning, _scene.place(where), kind,
+    // What other programs read may well be right.
+    _diagnostics.report(elsewhere || foreign ? Severity::note : Severity::warning, _scene.place(where), kind,
                         why + (more ? "; and others" : ""));
     return nullptr;
 }
@@ -188,21 +200,20 @@ std::string SceneFiles::picture(std::string_view urls, SceneFile const& from, st
     return "";
 }
 
-SceneFile* SceneFiles::openOnce(std::string const& url, SceneFile& from, std::string& why)
+SceneFiles::Answer SceneFiles::openOnce(std::string const& url, SceneFile& from)
 {
     if (url.empty())
-        return &from;
+        return {&from};
     std::optional<OpenedFile> opened;
     try {
         opened = _local.open(url, from.folder);
+    } catch (Elsewhere const& elsewhere) {
+        return {nullptr, elsewhere.what(), true};
     } catch (Failure const& failure) {
-        why = failure.what();
-        return nullptr;
+        return {nullptr, failure.what()};
     }
-    if (std::string_view const format = foreignFormat(url); !format.empty()) {
-        why = opened->name + " is " + std::string(format) + ", which is not read";
-        return nullptr;
-    }
+    if (std::string_view const format = foreignFormat(url); !format.empty())
+        return {nullptr, opened->name + " is " + std::string(format) + ", which is not read"};
     auto const [known, isNew] = _byIdentity.try_emplace(opened->identity);
     Answer& answer = known->second;
     if (isNew) {
@@ -213,8 +224,7 @@ SceneFile* SceneFiles::openOnce(std::string const& url, SceneFile& from, std::st
             answer.why = failure.what();
         }
     }
-    why = answer.why;
-    return answer.file;
+    return answer;
 }
 
 } // namespace Zelvan::play

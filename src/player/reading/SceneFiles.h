@@ -48,7 +48,7 @@ public:
     /// The file that the command line names. Throws Failure.
     SceneFile& openScene(std::string const& path);
     /// The first of the urls that can be read; null, with a message at `where`, when there is none. `fragment` becomes
-    /// what follows the last "#" that was seen.
+    /// what follows the last "#" that was seen, and an empty url is then the file itself.
     SceneFile* find(std::string_view urls, SceneFile& from, Location where, char const* kind, std::string* fragment);
 
     /// The first of the urls that is a picture in the scene's folder, as a data: URL; else "", and why. What its file
@@ -59,20 +59,21 @@ public:
     void giveTexts();
 
 private:
+    /// A file, or why there is none.
+    struct Answer {
+        SceneFile* file = nullptr;
+        std::string why{};
+        bool elsewhere = false; ///< it may well be there
+    };
     SceneFile& load(OpenedFile const& opened);
     [[noreturn]] void refuse(SceneFile const& file, SyntaxError const& error) const;
-    SceneFile* openOnce(std::string const& url, SceneFile& from, std::string& why);
+    Answer openOnce(std::string const& url, SceneFile& from);
 
     Scene& _scene;
     Budget& _budget;
     Diagnostics& _diagnostics;
     LocalFiles _local;
     std::vector<std::unique_ptr<SceneFile>> _files;
-    /// A file, or why there is none.
-    struct Answer {
-        SceneFile* file = nullptr;
-        std::string why;
-    };
     std::map<FileIdentity, Answer> _byIdentity;
     // Asking the file system takes long; a scene names few files, but may name them often.
     std::map<std::pair<SceneFile const*, std::string>, Answer> _byUrl;

@@ -253,7 +253,8 @@ bool SceneReader::enterInline(Element const& element, Scope& scope, StagePlace c
     Location const where = locate(element, scope);
     if (std::string_view const load = attributeValue(element, "load"); load == "false" || load == "FALSE")
         return false;
-    SceneFile* const inlined = _files.find(attributeValue(element, "url"), *scope.file, where, kinds::badInline, nullptr);
+    auto const [url, from] = _protos.urlOf(element, scope);
+    SceneFile* const inlined = _files.find(url, *from, where, kinds::badInline, nullptr);
     if (inlined == nullptr)
         return false;
     if (std::ranges::find(_inlining, inlined) != _inlining.end()) {
@@ -287,7 +288,10 @@ void SceneReader::readInstance(Element const& element, Scope& scope, StagePlace 
         // Kept as a node that takes any event.
         SceneNode& node = _nodes.add(element, scope, name);
         node.decides = true;
+        if (proto != nullptr && proto->interface != nullptr)
+            _nodes.declareFields(*proto->interface, node, *proto->scope);
         _nodes.define(def, {&node}, scope, where);
+        _protos.connect(element, {&node}, scope);
         _stager.leave("the PROTO " + name + " is not known");
         return enterChildren(element, scope, {}, &node);
     }

@@ -1,5 +1,7 @@
 #include "player/reading/Scope.h"
 
+#include <algorithm>
+
 namespace Zelvan::play {
 
 void Reading::requireShort(std::string_view name, std::string_view what, Location where) const
@@ -18,6 +20,17 @@ std::string Reading::nameIn(Element const& element, std::string_view attribute, 
         return "";
     requireShort(found->value(), attribute, locate(*found, *scope.file));
     return std::string(found->value());
+}
+
+Target const* Scope::named(std::string const& name, std::uint32_t offset) const
+{
+    if (auto const several = duplicates.find(name); several != duplicates.end()) {
+        auto const& all = several->second;
+        auto const after = std::ranges::upper_bound(all, offset, {}, &Defined::first);
+        return &(after == all.begin() ? *after : after[-1]).second;
+    }
+    auto const one = names.find(name);
+    return one != names.end() ? &one->second : nullptr;
 }
 
 std::string qualified(Scope const& scope, std::string const& name)

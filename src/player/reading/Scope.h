@@ -24,7 +24,7 @@ struct Target {
 struct InterfaceField {
     std::string_view type;
     Attribute const* value = nullptr;                        ///< null when neither the instance nor the declaration has one
-    SceneFile const* file = nullptr;                         ///< that the value stands in
+    SceneFile* file = nullptr;                               ///< that the value stands in
     std::vector<std::pair<Target, std::string>> connections; ///< the fields it IS, in the body
     std::vector<Target> nodes;                               ///< given to it, as far as they are run
     std::vector<std::uint32_t> staged{};                     ///< given to it, as far as they are drawn
@@ -42,9 +42,10 @@ struct Instance {
 };
 
 struct Proto {
-    Element const* declaration; ///< null for an EXTERNPROTO whose file was not found
-    Scope* scope;               ///< what stands around the declaration
-    bool isExternal = false;    ///< an EXTERNPROTO whose file has not been looked for
+    Element const* declaration;         ///< null for an EXTERNPROTO whose file was not found
+    Scope* scope;                       ///< what stands around the declaration
+    bool isExternal = false;            ///< an EXTERNPROTO whose file has not been looked for
+    Element const* interface = nullptr; ///< of an EXTERNPROTO whose file was not found: what it says of its fields
 };
 
 /// The names of a file, or of the body of one PROTO instance.
@@ -58,7 +59,11 @@ struct Scope {
     std::unordered_map<std::string, std::string> exports; ///< local names by the names they go out under
     std::unordered_map<std::string, Scope*> inlines;
     std::vector<Element const*> routes, imports;
-    std::vector<std::pair<std::string, Location>> duplicates; ///< DEF names that were taken already
+    /// What has a name that something else has too, by where it stands.
+    using Defined = std::pair<std::uint32_t, Target>;
+    std::unordered_map<std::string, std::vector<Defined>> duplicates;
+    /// What a ROUTE at that offset means by the name: the nearest before it, else the first; null if there is none.
+    Target const* named(std::string const& name, std::uint32_t offset) const;
 };
 
 /// What all parts of reading write into.

@@ -25,8 +25,11 @@ SourceFile::SourceFile(OpenedFile const& file, ReadLimits const& limits)
     if (std::size_t const bad = firstNoUtf8(text()); bad != std::string_view::npos) {
         auto const starts = lineStarts();
         auto const line = std::ranges::upper_bound(starts, bad) - starts.begin();
+        std::string_view const before = text().substr(0, bad).substr(starts[static_cast<std::size_t>(line) - 1]);
+        auto const column = 1 + std::ranges::count_if(before, [](char c) { return (c & 0xC0) != 0x80; });
         throw Failure(exitScene,
-                      file.name + ':' + std::to_string(line) + ": error: expected UTF-8 text, found "
+                      file.name + ':' + std::to_string(line) + ':' + std::to_string(column)
+                          + ": error: expected UTF-8 text, found "
                           + (text()[bad] == '\0' ? "a zero byte" : "a byte that does not fit in"));
     }
 }
@@ -63,7 +66,7 @@ std::string_view SourceFile::body() const
 void SourceFile::decode()
 {
     if (text().starts_with("\x1f\x8b"))
-        _text = uncompressed(std::move(_text));
+        _text = uncompressed(_text.text(), _text.limit());
     if (text().starts_with("\xff\xfe") || text().starts_with("\xfe\xff"))
         _text = convertedFrom(text().starts_with("\xff\xfe") ? "UTF-16LE" : "UTF-16BE", std::move(_text), 2);
     if (text().starts_with(std::string_view("\xe0\x00\x00\x01", 4)) || text().starts_with("<?xml encoding='finf'"))
@@ -83,7 +86,7 @@ void SourceFile::decode()
         throw Failure(exitScene, "X3D JSON is not read; convert it to X3D XML first");
     else if (begin.front() != '<')
         throw Failure(exitScene,
-                      "expected X3D XML or VRML, found text that begins with neither \"<\" nor \"#VRML\" nor \"#X3D\"");
+                      "expected X3D XML or VRML, found text that begins with neither \"<\" nor \"#VRML V2.0\" nor \"#X3D V\"");
     else if (std::string const encoding = declaredEncoding(begin); !encoding.empty())
         _text = convertedFrom(encoding.c_str(), std::move(_text));
 }

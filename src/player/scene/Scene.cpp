@@ -38,74 +38,93 @@ std::string_view baseName(std::string_view name)
     return name;
 }
 
-UnknownNode::Part::Part(char const* name, NodePartDataType dataType, Node& node)
-    : NodePartDesc(noFieldIndex, NodePart::_nullMask, inputOutput, dataType, 1, name, nullptr, nullptr, nullptr, "", 0),
-      field(makeField(dataType))
+UnknownNode::Part::Part(char const* name, NodePartType access, NodePartDataType dataType, bool isDeclared, Node& node)
+    : NodePartDesc(noFieldIndex, NodePart::_nullMask, access, dataType, 1, name, nullptr, nullptr, nullptr, "", 0),
+      field(makeField(dataType)),
+      declared(isDeclared)
 {
+    if (field == nullptr)
+        return;
     field->_node = &node;
     field->_desc = this;
 }
 
 UnknownNode::Part::~Part() = default;
 
-Field* UnknownNode::find(std::string_view name) const
+UnknownNode::Part* UnknownNode::part(std::string_view name, FieldSearchOrder order) const
 {
     std::string_view const base = baseName(name);
     if (_byName != nullptr) {
-        auto found = _byName->find(name);
-        if (found == _byName->end())
-            found = _byName->find(base);
-        return found != _byName->end() ? found->second : nullptr;
+        auto const& like = order == asInput ? _byName->inputs : _byName->outputs;
+        if (auto const found = _byName->exact.find(name); found != _byName->exact.end())
+            return found->second;
+        auto const found = like.find(base);
+        return found != like.end() ? found->second : nullptr;
     }
     Part const* like = nullptr;
     for (Part const& part : _parts) {
         if (name == part._name)
-            return part.field.get();
-        if (like == nullptr && base == baseName(part._name))
+            return const_cast<Part*>(&part);
+        if (like == nullptr && base == baseName(part._name) && part.serves(order))
             like = &part;
     }
-    return like != nullptr ? like->field.get() : nullptr;
+    return const_cast<Part*>(like);
 }
 
-Field* UnknownNode::require(std::string_view name, NodePartDataType type)
+Field* UnknownNode::find(std::string_view name, FieldSearchOrder order) const
 {
-    Field* const found = find(name);
-    return found != nullptr ? found : add(baseName(name), type);
+    Part const* const found = part(name, order);
+    return found != nullptr ? found->field.get() : nullptr;
 }
 
-void UnknownNode::declare(std::string_view name, NodePartDataType type)
+Field* UnknownNode::require(std::string_view name, FieldSearchOrder order, NodePartDataType type)
 {
-    if (Field const* const found = find(name); found == nullptr || name != found->findName())
-        add(name, type);
+    Part* const found = part(name, order);
+    if (found == nullptr)
+        return add(baseName(name), inputOutput, type, false).field.get();
+    Field* const field = found->field.get();
+    if (found->declared || field->dataType() == type || name == found->_name)
+        return field;
+    // Nobody has said that set_x and x_changed are one field.
+    bool const otherWayOnly = (order == asInput ? field->_routesIn : field->_routesOut) == nullptr;
+    return otherWayOnly ? add(name, inputOutput, type, false).field.get() : field;
 }
 
-Field* UnknownNode::add(std::string_view name, NodePartDataType type)
+Field* UnknownNode::declare(std::string_view name, NodePartType access, NodePartDataType type)
+{
+    if (Part const* const found = part(name, asInput); found != nullptr && name == found->_name)
+        return nullptr;
+    return add(name, access, type, true).field.get();
+}
+
+UnknownNode::Part& UnknownNode::add(std::string_view name, NodePartType access, NodePartDataType type, bool declared)
 {
     constexpr unsigned few = 8;
-    if (makeField(type) == nullptr)
-        return nullptr;
-    _last = _parts.emplace_after(_last, _scene.shared(name).c_str(), type, *this);
+    _last = _parts.emplace_after(_last, _scene.shared(name).c_str(), access, type, declared, *this);
     if (++_count > few && _byName == nullptr) {
         _byName = std::make_unique<Names>();
-        for (Part const& part : _parts)
-            enter(*_byName, part);
+        for (Part& part : _parts)
+            _byName->enter(part);
     } else if (_byName != nullptr) {
-        enter(*_byName, *_last);
+        _byName->enter(*_last);
     }
-    return _last->field.get();
+    return *_last;
 }
 
-void UnknownNode::enter(Names& names, Part const& part)
+void UnknownNode::Names::enter(Part& part)
 {
-    names[part._name] = part.field.get();
-    names.try_emplace(baseName(part._name), part.field.get());
+    exact[part._name] = &part;
+    if (part.serves(asInput))
+        inputs.try_emplace(baseName(part._name), &part);
+    if (part.serves(asOutput))
+        outputs.try_emplace(baseName(part._name), &part);
 }
 
 std::vector<Field*> UnknownNode::inputs() const
 {
     std::vector<Field*> fields;
     for (Part const& part : _parts)
-        if (part.field->_routesIn != nullptr)
+        if (part.field != nullptr && part.field->_routesIn != nullptr)
             fields.push_back(part.field.get());
     return fields;
 }
@@ -113,7 +132,8 @@ std::vector<Field*> UnknownNode::inputs() const
 void UnknownNode::shutdown() const
 {
     for (Part const& part : _parts)
-        Route::removeAll(*part.field);
+        if (part.field != nullptr)
+            Route::removeAll(*part.field);
 }
 
 void UnknownNode::fieldChanged(Field& field, TimeStamp const& timeStamp, Field*)
@@ -257,7 +277,7 @@ Field* Scene::field(SceneNode& node, std::string const& name, Node::FieldSearchO
     if (node.node == nullptr)
         return nullptr;
     if (!node.known)
-        return static_cast<UnknownNode*>(node.node)->find(name);
+        return static_cast<UnknownNode*>(node.node)->find(name, order);
     return node.node->_proc ? node.node->_proc->findField(name, order) : node.node->findField(name, order);
 }
 
@@ -271,14 +291,19 @@ UnknownNode& Scene::standIn(SceneNode& node)
     return static_cast<UnknownNode&>(*node.node);
 }
 
-Field* Scene::fieldOfUnknown(SceneNode& node, std::string const& name, NodePartDataType type)
+Field* Scene::fieldOfUnknown(SceneNode& node, std::string const& name, Node::FieldSearchOrder order, NodePartDataType type)
 {
-    return standIn(node).require(name, type);
+    return standIn(node).require(name, order, type);
 }
 
-void Scene::declareField(SceneNode& node, std::string const& name, NodePartDataType type)
+Field* Scene::declareField(SceneNode& node, std::string const& name, NodePartType access, NodePartDataType type)
 {
-    standIn(node).declare(name, type);
+    return standIn(node).declare(name, access, type);
+}
+
+bool Scene::isInferred(SceneNode const& node, Field const& field)
+{
+    return !node.known && !UnknownNode::isDeclared(field);
 }
 
 std::vector<Field*> Scene::inputsOf(SceneNode const& node)
@@ -340,6 +365,14 @@ NodePartDataType dataTypeCode(std::string_view name)
         if (name == dataTypeName(static_cast<NodePartDataType>(code)))
             return static_cast<NodePartDataType>(code);
     return static_cast<NodePartDataType>(0);
+}
+
+NodePartType accessCode(std::string_view name)
+{
+    for (NodePartType const access : {inputOnly, outputOnly, initializeOnly})
+        if (name == accessName(access))
+            return access;
+    return inputOutput;
 }
 
 } // namespace Zelvan::play

@@ -30,10 +30,11 @@ struct SceneNode {
     std::string name;            ///< DEF name, with those of the PROTO instances around it ("Door/Swing"); else "Type#3"
     std::string const& typeName; ///< as the file has it; the scene keeps it
     Location where{};
-    Node* node = nullptr; ///< null for a node without a class that no route touches
-    bool known = false;   ///< has a node class
-    bool named = false;   ///< has a DEF name
-    bool decides = false; ///< sends what it decides itself: a Script, an instance of a PROTO that could not be read
+    Node* node = nullptr;  ///< null for a node without a class that no route touches
+    bool known = false;    ///< has a node class
+    bool named = false;    ///< has a DEF name
+    bool exported = false; ///< EXPORT offers it to those who inline the file
+    bool decides = false;  ///< sends what it decides itself: a Script, an instance of a PROTO that could not be read
     /// A node that is not run and has this one in a field of its own: a Script, which may fill and drive it.
     SceneNode const* holder = nullptr;
 
@@ -103,9 +104,12 @@ public:
     /// Fields of nodes without a class come into being with the data type asked for. Null when there is none;
     /// a field that exists but cannot be used that way is returned all the same.
     Field* field(SceneNode& node, std::string const& name, Node::FieldSearchOrder order);
-    Field* fieldOfUnknown(SceneNode& node, std::string const& name, NodePartDataType type);
-    /// A field that the file declares for a node without a class.
-    void declareField(SceneNode& node, std::string const& name, NodePartDataType type);
+    Field* fieldOfUnknown(SceneNode& node, std::string const& name, Node::FieldSearchOrder order, NodePartDataType type);
+    /// A field that the file declares for a node without a class; null when it was declared before, or when its data type
+    /// (0) has no field class: then nothing can be sent there.
+    Field* declareField(SceneNode& node, std::string const& name, NodePartType access, NodePartDataType type);
+    /// Whether a field has its data type from nothing but the first ROUTE that touched it.
+    static bool isInferred(SceneNode const& node, Field const& field);
     /// The fields of a node without a class that routes lead to.
     static std::vector<Field*> inputsOf(SceneNode const& node);
 
@@ -146,5 +150,7 @@ Field* fieldOf(SceneNode const& node, char const* name);
 std::unique_ptr<Field> makeField(NodePartDataType type);
 /// The code for "SFVec3f"; 0 when there is no such field class.
 NodePartDataType dataTypeCode(std::string_view name);
+/// The access for "inputOnly"; inputOutput for any other text.
+NodePartType accessCode(std::string_view name);
 
 } // namespace Zelvan::play

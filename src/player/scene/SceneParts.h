@@ -21,32 +21,40 @@ public:
 
     void shutdown() const override;
     void fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from) override;
-    /// By any of the names a route may use for it; one of exactly that name comes first.
-    Field* find(std::string_view name) const;
-    /// Null for a data type without a field class.
-    Field* require(std::string_view name, NodePartDataType type);
-    /// A field of that name alone: a Script may have a set_x and an x_changed of other types.
-    void declare(std::string_view name, NodePartDataType type);
+    /// What a route may mean by the name: the field of exactly that name, else one that can be used that way and is called
+    /// so otherwise. Null when there is none, or when its data type has no field class.
+    Field* find(std::string_view name, FieldSearchOrder order) const;
+    /// The field, of that data type if it is not known to have another; null as with `find`.
+    Field* require(std::string_view name, FieldSearchOrder order, NodePartDataType type);
+    /// A field as the file declares it, by that name alone; null when it was declared before, or has no field class.
+    Field* declare(std::string_view name, NodePartType access, NodePartDataType type);
 
     std::vector<Field*> inputs() const;
+    /// Whether the file declares one of these fields; else its data type is the first ROUTE's.
+    static bool isDeclared(Field const& field) { return static_cast<Part const*>(field._desc)->declared; }
 
 private:
     /// A field and its description, by which the field finds its way back here.
     struct Part : NodePartDesc {
-        Part(char const* name, NodePartDataType dataType, Node& node);
+        Part(char const* name, NodePartType access, NodePartDataType dataType, bool declared, Node& node);
         ~Part() override;
-        std::unique_ptr<Field> field;
+        bool serves(FieldSearchOrder order) const { return (_type & (order == asInput ? inputOnly : outputOnly)) != 0; }
+        std::unique_ptr<Field> field; ///< null for a declared data type without a class: nothing can be sent there
+        bool declared;
         bool changing = false;
     };
-    using Names = std::map<std::string_view, Field*>;
-    Field* add(std::string_view name, NodePartDataType type);
-    static void enter(Names& names, Part const& part);
+    struct Names {
+        std::map<std::string_view, Part*> exact, inputs, outputs; ///< the latter by their base names
+        void enter(Part& part);
+    };
+    Part* part(std::string_view name, FieldSearchOrder order) const;
+    Part& add(std::string_view name, NodePartType access, NodePartDataType type, bool declared);
 
     Scene& _scene;
     std::forward_list<Part> _parts; ///< in the order they came into being
     std::forward_list<Part>::iterator _last = _parts.before_begin();
     unsigned _count = 0;
-    std::unique_ptr<Names> _byName; ///< of all parts, also by what routes may call them, once there are more than a few
+    std::unique_ptr<Names> _byName; ///< of all parts, once there are more than a few
 };
 
 /// Where the lines of a file begin, and the numbers of its lists.

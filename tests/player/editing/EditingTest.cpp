@@ -152,7 +152,7 @@ TEST(AuthorFile, KeepsItsForm)
     for (std::string const& form : {std::string("<a>\r\nb\r\n</a>"), std::string("\xef\xbb\xbf<a>\n b </a>"),
                                     std::string("<?xml version='1.0' encoding='latin1'?><a>b</a>")})
         for (bool const zipped : {false, true}) {
-            std::string const bytes = zipped ? gzipped(form) : form;
+            std::string const bytes = zipped ? gzipped(form) + '\0' : form;
             AuthorFile file(folder.add("scene", bytes), 1000);
             EXPECT_EQ(file.editedBytes(), bytes);
             auto const at = form.find('b', 3);

@@ -87,9 +87,9 @@ TEST(Reader, NamesPlaceFieldAndExpectationOfWhatIsWrong)
          "scene.x3d:3:1: warning: \"scene.x3d\" declares no PROTO \"Foo\"; did you mean \"foo\"?\n"},
         {"<Group/><Foo><ExternProtoDeclare name='E' url='\"none.x3d\"'/></Foo>", ""},
         {"<ScalarInterpolator DEF='S' keyValue='1'/><ScalarInterpolator DEF='S' keyValue='2'/>",
-         "scene.x3d:3:43: note: DEF \"S\" is taken already; the last one counts"},
+         "scene.x3d:3:43: note: DEF \"S\" is taken already; a USE or ROUTE means the nearest one before it"},
         {"<Group DEF='S'/><Foo DEF='S'/><ROUTE fromNode='S' fromField='a' toNode='S' toField='b'/>",
-         "scene.x3d:3:17: warning: DEF \"S\" is taken already; the last one counts"},
+         "scene.x3d:3:17: warning: DEF \"S\" is taken already; a USE or ROUTE means the nearest one before it"},
         {"<ScalarInterpolator DEF='S' key='1e-50 2' style='a' class='b' id='c' xml:lang='d'><MetadataString name='m'/>"
          "</ScalarInterpolator><Inline DEF='I' url='\"no\\\"ne.x3d\"'/>",
          "scene.x3d:3:130: warning: no\"ne.x3d: cannot open: No such file or directory\n"},
@@ -103,7 +103,7 @@ TEST(Reader, NamesPlaceFieldAndExpectationOfWhatIsWrong)
         {"<ProtoDeclare name='P'><ProtoBody><ProtoInstance name='P'/></ProtoBody></ProtoDeclare><ProtoInstance name='P'/>",
          "scene.x3d:3:35: error: PROTO \"P\" contains itself"},
         {"<Inline url='\"http://x/y.x3d\"'/>", "scene.x3d:3:1: note: \"http://x/y.x3d\" is not a local file, and nothing"},
-        {"<Inline url='\"../other.x3d\"'/>", "scene.x3d:3:1: warning: \"../other.x3d\" lies outside the scene's folder"},
+        {"<Inline url='\"../other.x3d\"'/>", "scene.x3d:3:1: note: \"../other.x3d\" lies outside the scene's folder"},
         {"<Inline url='\"scene.x3d\"'/>", "scene.x3d:3:1: warning: \"scene.x3d\" inlines itself"},
     };
     for (Case const& c : cases)
@@ -191,7 +191,7 @@ TEST(Reader, RefusesWhatItDoesNotReadByName)
         {"{ \"X3D\": {} }", exitScene, "X3D JSON is not read"},
         {std::string("\xe0\x00\x00\x01\x00", 5), exitScene, "binary X3D is not read"},
         {"#VRML V1.0 ascii", exitScene, "VRML 1.0 is not read"},
-        {"<X3D><Scene>\n\xff</Scene></X3D>", exitScene, ":2: error: expected UTF-8 text"},
+        {"<X3D><Scene>\n\xff</Scene></X3D>", exitScene, ":2:1: error: expected UTF-8 text"},
         {"<Scene><Group DEF='\xe0\xa0\x80\xed\x9f\xbf\xf0\x90\x80\x80\xf4\x8f\xbf\xbf\xc2\x80'/></Scene>", exitFine,
          "\xe0\xa0\x80\xed\x9f\xbf\xf0\x90\x80\x80\xf4\x8f\xbf\xbf\xc2\x80"},
         {"<?xml version='1.0' encoding='klingon'?><X3D/>", exitScene, "unknown encoding \"KLINGON\""},
@@ -203,7 +203,7 @@ TEST(Reader, RefusesWhatItDoesNotReadByName)
     };
     Folder const folder;
     for (std::string const bad : {"\xe0\x9f\xbf", "\xed\xa0\x80", "\xf0\x8f\xbf\xbf", "\xf4\x90\x80\x80", "\xc1\xbf", "\xc2"})
-        cases.push_back({"<Scene>" + bad + "</Scene>", exitScene, ":1: error: expected UTF-8 text"});
+        cases.push_back({"<Scene>" + bad + "</Scene>", exitScene, ":1:8: error: expected UTF-8 text"});
     for (Case const& c : cases) {
         std::ostringstream out;
         Diagnostics diagnostics(out);
