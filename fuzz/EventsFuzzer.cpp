@@ -29,17 +29,19 @@ std::vector<NodeType*> creatableTypes()
     return types;
 }
 
-/// The scan with the vectors of every level beside a plain loop.
+/// The scan with the vectors of every level, from every key, beside the nearest interval from there on.
 void compareScans(std::vector<float> const& keys, float fraction)
 {
     auto const n = static_cast<unsigned>(keys.size());
-    for (Kernels const* const kernels : Kernels::supported())
-        for (unsigned start = 0; start + 1 < n && Kernels::use(kernels->name); ++start) {
-            unsigned at = start;
-            while (at < n - 1 && !(keys[at] <= fraction && fraction < keys[at + 1]))
-                ++at;
-            require(linearInterval(keys.data(), n, fraction, start) == at, "the wide scan is the plain scan");
+    for (Kernels const* const kernels : Kernels::supported()) {
+        require(Kernels::use(kernels->name), "a level that is supported is used");
+        unsigned nearest = n - 1;
+        for (unsigned start = n - 1; start-- > 0;) {
+            if (keys[start] <= fraction && fraction < keys[start + 1])
+                nearest = start;
+            require(linearInterval(keys.data(), n, fraction, start) == nearest, "the wide scan is the plain scan");
         }
+    }
 }
 
 class World : SendObserver {
@@ -80,7 +82,7 @@ public:
         case 8: return connect(anyField(any()), anyField(any()));
         case 9: return setBinary(_input.below(2) != 0);
         case 10: node._state = _input.below(4); return;
-        default: return compareScans(_input.numbers(_input.below(80)), near);
+        default: return compareScans(_input.numbers(1 + _input.below(80)), near);
         }
     }
 

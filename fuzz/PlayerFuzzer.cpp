@@ -1,4 +1,5 @@
-// The commands from their arguments to the exit status: checking and exporting any file ends well, or blames it.
+// The commands from their arguments to the exit status: checking or exporting any file ends well, or blames it. The
+// file's size chooses among them.
 
 #include "fuzz/SceneFolder.h"
 #include "player/commands/Commands.h"
@@ -17,17 +18,15 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         addExportCommand(*made, session);
         return made;
     }();
-    bool const odd = size % 2 != 0;
-    std::string const scene = folder.write(data, size) + " --max-expanded=300 --format=";
-    for (std::string const& command : {"check --jobs=1 " + scene + (odd ? "json" : "text"),
-                                       "export --start-all --to=0.5 --fps=8 " + scene + (odd ? "jsonl" : "csv")}) {
-        session.status = exitFine;
-        try {
-            app->parse(command);
-        } catch (Failure const& failure) {
-            session.status = failure.status();
-        }
-        Zelvan::fuzz::require(session.status <= exitScene, "the exit status is 0 or 1");
+    static std::string const commands[] = {"check --jobs=1 --format=json ", "check --jobs=1 --format=text ",
+                                           "export --start-all --to=0.5 --fps=8 --format=jsonl ",
+                                           "export --start-all --to=0.5 --fps=8 --format=csv "};
+    session.status = exitFine;
+    try {
+        app->parse(commands[size % std::size(commands)] + "--max-expanded=300 " + folder.write(data, size));
+    } catch (Failure const& failure) {
+        session.status = failure.status();
     }
+    Zelvan::fuzz::require(session.status <= exitScene, "the exit status is 0 or 1");
     return 0;
 }

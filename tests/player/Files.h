@@ -11,6 +11,13 @@
 
 namespace Zelvan::play::test {
 
+inline std::string textOf(std::filesystem::path const& file)
+{
+    std::ostringstream text;
+    text << std::ifstream(file, std::ios::binary).rdbuf();
+    return text.str();
+}
+
 /// A folder of its own for a test's files; gone with the object.
 class Folder {
 public:
@@ -31,12 +38,7 @@ public:
         std::ofstream(_path / name, std::ios::binary) << text;
         return path(name);
     }
-    std::string read(std::string const& name) const
-    {
-        std::ostringstream text;
-        text << std::ifstream(_path / name, std::ios::binary).rdbuf();
-        return text.str();
-    }
+    std::string read(std::string const& name) const { return textOf(_path / name); }
 
 private:
     std::filesystem::path _path;

@@ -186,13 +186,6 @@ Form const forms[] = {
     {"ClassicVRML", ClassicForm::of},
 };
 
-std::string textOf(std::filesystem::path const& file)
-{
-    std::ostringstream text;
-    text << std::ifstream(file, std::ios::binary).rdbuf();
-    return text.str();
-}
-
 TEST(WholeScenes, SendTheSameEventsInBothSyntaxes)
 {
     Folder const folder;
