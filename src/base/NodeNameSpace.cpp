@@ -26,7 +26,6 @@ NodeNameSpace::~NodeNameSpace()
     while (!_nodes.empty()) {
         Node* const node = _nodes.back();
         _nodes.pop_back();
-        node->_named = false;
         node->unref();
     }
     Leftovers::collect();

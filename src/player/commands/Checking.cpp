@@ -52,6 +52,9 @@ void ReaderFindings::add(Finding finding)
 {
     constexpr std::size_t most = 1000; // of a kind; the others are counted
     auto& [count, last] = _kinds.try_emplace(finding.code).first->second;
+    // Each instance of a PROTO, each Inline of a file has the faults of its body anew.
+    if (count < most && !_told.insert(finding.code + finding.place.text() + finding.message).second)
+        return;
     if (++count > most) {
         ++_findings[last].more;
         return;

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <string>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -24,6 +25,7 @@ private:
     Diagnostics _diagnostics;
     std::vector<Finding> _findings;
     std::map<std::string, std::pair<std::size_t, std::size_t>, std::less<>> _kinds; ///< how many, and where the last one is
+    std::unordered_set<std::string> _told;
 };
 
 /// What there is to say about a file, sorted, with what its comments ask to ignore left out.

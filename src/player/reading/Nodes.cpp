@@ -7,6 +7,7 @@
 #include "player/scene/Values.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 namespace Zelvan::play {
 
@@ -206,9 +207,21 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
     }
 }
 
-void Nodes::declareFields(Element const& declaration, SceneNode& node, Scope const& scope)
+void Nodes::declareInterface(Element const& declaration, SceneNode& node, Scope const& scope)
 {
+    std::unordered_set<std::string> names;
     for (Element const& field : Children(declaration, "field")) {
+        _reading.budget.spendOn(field, locate(field, scope), 10);
+        names.insert(_reading.nameIn(field, "name", scope));
+    }
+    for (Element const& field : Children(declaration, "field"))
+        declareKept(node, _reading.nameIn(field, "name", scope), attributeValue(field, "type"),
+                    [&names](std::string const& other) { return names.contains(other); });
+}
+
+void Nodes::declareFields(Element const& script, SceneNode& node, Scope const& scope)
+{
+    for (Element const& field : Children(script, "field")) {
         _reading.budget.spendOn(field, locate(field, scope), 10);
         _reading.scene.declareField(node, _reading.nameIn(field, "name", scope),
                                     accessCode(attributeValue(field, "accessType")),

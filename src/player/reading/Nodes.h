@@ -1,6 +1,7 @@
 #pragma once
 
 #include "player/reading/Scope.h"
+#include "player/scene/SceneParts.h"
 
 namespace Zelvan {
 class Field;
@@ -24,8 +25,21 @@ public:
     void define(std::string const& name, Target target, Scope& scope, Location where);
     /// Sets a field from a text that stands in `file`, in the units of that file.
     void setField(SceneNode& node, Field& field, Attribute const& value, SceneFile const& file);
-    /// Gives a node without a class the fields that a Script or an EXTERNPROTO declares.
-    void declareFields(Element const& declaration, SceneNode& node, Scope const& scope);
+    /// Gives a Script its fields.
+    void declareFields(Element const& script, SceneNode& node, Scope const& scope);
+    /// Gives a node those of an EXTERNPROTO that could not be read.
+    void declareInterface(Element const& declaration, SceneNode& node, Scope const& scope);
+    /// A field of a PROTO's interface, kept by a node that takes any event and sends it on. `isDeclared` tells of other
+    /// names; null when it was declared before or has no field class.
+    template <class IsDeclared>
+    Field* declareKept(SceneNode& node, std::string const& name, std::string_view type, IsDeclared isDeclared)
+    {
+        // Under the one name for all its uses, unless they are declared as fields of their own.
+        std::string const base(baseName(name));
+        bool const alone = (name == base || !isDeclared(base)) && (name == "set_" + base || !isDeclared("set_" + base))
+            && (name == base + "_changed" || !isDeclared(base + "_changed"));
+        return _reading.scene.declareField(node, alone ? base : name, inputOutput, dataTypeCode(type));
+    }
     /// Holds the fields of an instance that no node in it has.
     SceneNode& addStore(Instance const& instance);
 

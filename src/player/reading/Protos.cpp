@@ -257,7 +257,8 @@ SceneNode& Protos::store(Instance& instance, std::string const& name, InterfaceF
     if (instance.store == nullptr)
         instance.store = &_nodes.addStore(instance);
     SceneNode& node = *instance.store;
-    Field* const kept = _reading.scene.declareField(node, name, inputOutput, dataTypeCode(field.type));
+    Field* const kept = _nodes.declareKept(node, name, field.type,
+                                           [&instance](std::string const& other) { return instance.fields.contains(other); });
     if (kept != nullptr && field.value != nullptr)
         _nodes.setField(node, *kept, *field.value, *field.file);
     return node;

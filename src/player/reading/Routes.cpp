@@ -11,6 +11,17 @@
 
 namespace Zelvan::play {
 
+namespace {
+
+bool isOfEveryScript(std::string_view name)
+{
+    std::string_view const base = baseName(name);
+    return base == "url" || base == "metadata" || base == "mustEvaluate" || base == "directOutput" || base == "load"
+        || base == "description" || base.starts_with("autoRefresh");
+}
+
+} // namespace
+
 void Routes::addExport(Reading const& reading, Element const& element, Scope& scope)
 {
     std::string const local = reading.nameIn(element, "localDEF", scope), as = reading.nameIn(element, "AS", scope);
@@ -135,6 +146,14 @@ void Routes::connect(SceneRoute& route)
                      + otherFields(*node.node, name, order == Node::asInput ? inputOnly : outputOnly));
         return field;
     };
+    auto const exists = [&](SceneNode& node, std::string const& name, Node::FieldSearchOrder order) {
+        bool const fine = node.typeName != "Script" || isOfEveryScript(name) || !Scene::lacksField(node, name, order);
+        if (!fine)
+            warn(route, "the Script has no field \"" + name + '"');
+        return fine;
+    };
+    if (!exists(*route.from, route.fromField, Node::asOutput) || !exists(*route.to, route.toField, Node::asInput))
+        return;
     Field* from = nullptr;
     Field* to = nullptr;
     if (route.from->known && (from = known(*route.from, route.fromField, Node::asOutput)) == nullptr)

@@ -226,7 +226,8 @@ void SceneReader::readNode(Element const& element, Scope& scope)
             _stager.use(element, used->second, place);
         } else
             _reading.warn(locate(element, scope), kinds::unknownUse,
-                          "USE \"" + wanted + "\": no node before this one has that DEF name"
+                          "USE \"" + wanted + "\": no node before this one "
+                              + (scope.instance != nullptr ? "in the PROTO's body " : "") + "has that DEF name"
                               + _reading.meant(wanted, scope.names));
         return;
     }
@@ -289,7 +290,7 @@ void SceneReader::readInstance(Element const& element, Scope& scope, StagePlace 
         SceneNode& node = _nodes.add(element, scope, name);
         node.decides = true;
         if (proto != nullptr && proto->interface != nullptr)
-            _nodes.declareFields(*proto->interface, node, *proto->scope);
+            _nodes.declareInterface(*proto->interface, node, *proto->scope);
         _nodes.define(def, {&node}, scope, where);
         _protos.connect(element, {&node}, scope);
         _stager.leave("the PROTO " + name + " is not known");

@@ -37,9 +37,12 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
     pugi::xml_parse_result const result = document.load_buffer_inplace(text, size, options, pugi::encoding_utf8);
     if (result.status == pugi::status_out_of_memory)
         throw std::bad_alloc();
-    if (!result)
-        throw SyntaxError(std::size_t(std::max<std::ptrdiff_t>(result.offset, 0)),
-                          std::string("not well-formed XML: ") + result.description());
+    if (!result) {
+        std::size_t const offset = std::size_t(std::max<std::ptrdiff_t>(result.offset, 0));
+        bool const inComment = result.status == pugi::status_bad_comment;
+        throw SyntaxError(offset, std::string("not well-formed XML: ") + result.description(),
+                          inComment ? std::string_view(text, offset).rfind("<!--") : SyntaxError::none);
+    }
 
     pugi::xml_node const root = nextElement(document.first_child(), tree, text);
     for (pugi::xml_node at = root; at;) {

@@ -301,6 +301,11 @@ Field* Scene::declareField(SceneNode& node, std::string const& name, NodePartTyp
     return standIn(node).declare(name, access, type);
 }
 
+bool Scene::lacksField(SceneNode const& node, std::string_view name, Node::FieldSearchOrder order)
+{
+    return node.node != nullptr && static_cast<UnknownNode*>(node.node)->lacks(name, order);
+}
+
 bool Scene::isInferred(SceneNode const& node, Field const& field)
 {
     return !node.known && !UnknownNode::isDeclared(field);

@@ -108,6 +108,8 @@ public:
     /// A field that the file declares for a node without a class; null when it was declared before, or when its data type
     /// (0) has no field class: then nothing can be sent there.
     Field* declareField(SceneNode& node, std::string const& name, NodePartType access, NodePartDataType type);
+    /// Whether the fields of a node without a class are declared, and none that a ROUTE may call so is among them.
+    static bool lacksField(SceneNode const& node, std::string_view name, Node::FieldSearchOrder order);
     /// Whether a field has its data type from nothing but the first ROUTE that touched it.
     static bool isInferred(SceneNode const& node, Field const& field);
     /// The fields of a node without a class that routes lead to.

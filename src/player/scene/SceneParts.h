@@ -21,6 +21,11 @@ public:
 
     void shutdown() const override;
     void fieldChanged(Field& field, TimeStamp const& timeStamp, Field* from) override;
+    /// Whether the file declares fields, and none that a ROUTE may call so.
+    bool lacks(std::string_view name, FieldSearchOrder order) const
+    {
+        return !_parts.empty() && _parts.front().declared && part(name, order) == nullptr;
+    }
     /// What a route may mean by the name: the field of exactly that name, else one that can be used that way and is called
     /// so otherwise. Null when there is none, or when its data type has no field class.
     Field* find(std::string_view name, FieldSearchOrder order) const;

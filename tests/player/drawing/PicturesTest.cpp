@@ -4,10 +4,14 @@
 #include <gmock/gmock.h>
 #include <pugixml.hpp>
 
+#include <algorithm>
 #include <clocale>
 #include <cmath>
 #include <limits>
+#include <map>
 #include <numbers>
+#include <random>
+#include <set>
 #include <sstream>
 
 namespace Zelvan::play {
@@ -210,6 +214,72 @@ TEST(Pictures, ElementsOfBlocksFitTheirRoom)
         EXPECT_GE(elements.numbers.size(), std::min<std::size_t>(size * 200, 2500));
         EXPECT_EQ(elements.numbers[2], double(elements.stride)) << "the second element that is kept";
     }
+}
+
+TEST(Pictures, ThinnedCurvesKeepLeastGreatestAndGapOfEveryColumn)
+{
+    std::mt19937 engine(5);
+    auto const below = [&engine](unsigned n) { return engine() % n; };
+    constexpr std::size_t columns = 7;
+    constexpr double gap = 1e9;
+    // Runs of one value are one; what cannot be drawn is a gap.
+    auto const add = [](Values& list, double value) {
+        if (value = drawable(value) ? value : gap; list.empty() || list.back() != value)
+            list.push_back(value);
+    };
+    for (unsigned round = 0; round < 300; ++round) {
+        Panel panel;
+        panel.lines.resize(1 + round % 2);
+        for (unsigned left = 15 + below(60); left > 0; --left) {
+            panel.times.push_back((panel.times.empty() ? 0 : panel.times.back()) + below(3));
+            for (Line& line : panel.lines)
+                line.values.push_back(below(round % 3 == 0 ? 1000 : 8) == 0 ? none : below(9));
+        }
+        Span const axis{0, panel.times.back() + 1};
+        auto const columnOf = [&](double time) { return std::size_t(time / axis.width() * columns); };
+        Panel const whole = panel;
+        ASSERT_TRUE(thin(panel, axis, columns));
+        for (std::size_t l = 0; l < panel.lines.size(); ++l)
+            for (std::size_t column = 0; column < columns; ++column) {
+                Values thinned, all, expected;
+                for (std::size_t i = 0; i < panel.times.size(); ++i)
+                    if (columnOf(panel.times[i]) == column)
+                        add(thinned, panel.lines[l].values[i]);
+                for (std::size_t i = 0; i < whole.times.size(); ++i)
+                    if (columnOf(whole.times[i]) == column)
+                        all.push_back(drawable(whole.lines[l].values[i]) ? whole.lines[l].values[i] : gap);
+                std::set<std::size_t> places;
+                auto const least = std::ranges::min_element(all);
+                auto const most = std::ranges::max_element(all, {}, [](double v) { return v == gap ? -1 : v; });
+                if (least != all.end())
+                    places = {std::size_t(least - all.begin()), std::size_t(most - all.begin())};
+                if (auto const hole = std::find(all.rbegin(), all.rend(), gap); hole != all.rend())
+                    places.insert(std::size_t(all.rend() - hole) - 1);
+                for (std::size_t i = 0; i < all.size(); ++i)
+                    if (all.size() <= 2 || places.contains(i))
+                        add(expected, all[i]);
+                EXPECT_EQ(thinned, expected) << "round " << round << ", line " << l << ", column " << column;
+            }
+    }
+}
+
+TEST(Pictures, ColoursGoStraightFromSampleToSample)
+{
+    constexpr std::uint32_t hole = Strip::none;
+    Strip const strip{{1, 2, 3, 4, 6}, {{0x000000, 0xff8000, hole, 0x102030, 0x0a3040}}};
+    for (auto const& [time, colour] : std::map<double, std::uint32_t>{{0.9, hole},
+                                                                      {1, 0},
+                                                                      {1.5, 0x804000},
+                                                                      {2, 0xff8000},
+                                                                      {2.5, hole},
+                                                                      {3, hole},
+                                                                      {3.9, hole},
+                                                                      {4, 0x102030},
+                                                                      {5, 0x0d2838},
+                                                                      {6, 0x0a3040},
+                                                                      {7, hole}})
+        EXPECT_EQ(strip.at(0, time), colour) << time;
+    EXPECT_EQ((Strip{{1}, {{5}}}.at(0, 9)), 5u) << "a single sample is everywhere";
 }
 
 } // namespace

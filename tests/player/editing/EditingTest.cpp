@@ -178,11 +178,12 @@ TEST(AuthorFile, ShowsItsEditsAsADiffThatPatchTakes)
     AuthorFile file(folder.add("scene", text + "end"), 10'000);
     file.replace(text.find("line 3\n"), text.find("line 4\n"), "");
     file.replace(text.find("line 5"), text.find("line 5") + 4, "new\nrow");
+    file.replace(text.find("5\n"), text.find("6\n"), "both ");
     file.replace(text.find("line 39"), text.find("line 40"), "x\n");
     std::ostringstream diff;
     file.writeDiff(diff);
     folder.add("change", diff.str());
-    EXPECT_THAT(diff.str(), HasSubstr("@@ -1,8 +1,8 @@\n line 1\n line 2\n-line 3\n"));
+    EXPECT_THAT(diff.str(), HasSubstr("@@ -1,9 +1,8 @@\n line 1\n line 2\n-line 3\n"));
     EXPECT_EQ(std::system(("cd " + folder.path("") + " && patch -s scene change").c_str()), 0) << diff.str();
     EXPECT_EQ(folder.read("scene"), file.editedText());
 }
