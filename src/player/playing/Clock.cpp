@@ -160,13 +160,15 @@ void Clock::inject(Injection const& injection)
             meant.offer(other.name);
         throw Failure(exitUsage, what + "no node is named \"" + injection.node + '"' + meant.text());
     }
-    Field* const field = _scene.field(*node, injection.field, Node::asInput);
+    Field* field = _scene.field(*node, injection.field, Node::asInput);
+    if (field == nullptr && !node->known) // plays the part of a Script
+        field = _scene.field(*node, injection.field, Node::asOutput);
     if (field == nullptr)
         throw Failure(exitUsage,
                       what
                           + (node->known ? "a " + node->typeName + " has no such field"
                                          : "no route starts there, so nothing would happen"));
-    if ((field->type() & inputOnly) == 0)
+    if (node->known && (field->type() & inputOnly) == 0)
         throw Failure(exitUsage, what + "expected a field that takes events, this one is " + accessName(field->type()));
     // Tried on a field of its own now, so that a bad value is refused before the run.
     auto const trial = makeField(field->dataType());
