@@ -41,6 +41,8 @@ struct Finding {
     std::vector<TextChange> changes = {};
     std::optional<std::size_t> key = {}; ///< of an interpolator: which one it is about, or begins at
     bool mendable = true;                ///< false: the fix of its code does not apply to this one
+    /// The node itself, as long as its scene is there: others may have its name. Null where `node` is only told.
+    SceneNode const* subject = nullptr;
 };
 
 /// All there is to know about a code. The table is the source of docs/check-codes.md and of all help on codes.

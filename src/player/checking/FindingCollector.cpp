@@ -69,6 +69,7 @@ void FindingCollector::keep(Slot& slot, char const* code, SceneNode const& node,
                                          : _scene.place(node, *field);
     Finding& finding = _findings.emplace_back(Finding{severity, code, place, node.name, node.name + text, std::string(advice)});
     finding.mendable = mendable;
+    finding.subject = &node;
     if (element && isInterpolator(node))
         finding.key = keyOf(node, *field, *element);
 }

@@ -61,7 +61,7 @@ public:
 
     /// What each code that can be fixed at a node changes by itself, and whether that is safe. Nothing stays changed.
     using Proposals =
-        std::map<std::pair<std::string, std::string>, std::pair<Fix, std::vector<TextChange>>>; // by node and code
+        std::map<std::pair<SceneNode const*, std::string>, std::pair<Fix, std::vector<TextChange>>>; // by node and code
     Proposals proposals(std::vector<Finding> const& findings)
     {
         Proposals all;
@@ -73,7 +73,7 @@ public:
                 _unsafe = fix == Fix::unsafe;
                 if ((_unsafe || codeNamed(code).fix == Fix::safe) && mend(*node, code, keys)) {
                     if (auto changes = takeBack(*_edits.placesOf(*node)); !changes.empty())
-                        all[{node->name, code}] = {fix, std::move(changes)};
+                        all[{node, code}] = {fix, std::move(changes)};
                     break;
                 }
             }
@@ -91,8 +91,8 @@ private:
             Fix const fix = fixOf(finding);
             if (fix == Fix::none || (fix == Fix::unsafe && !_unsafe))
                 continue;
-            if (SceneNode* const node = _scene.find(finding.node))
-                wanted[{node, finding.code}].insert(finding.key.value_or(0));
+            if (finding.subject != nullptr && isInterpolator(*finding.subject))
+                wanted[{const_cast<SceneNode*>(finding.subject), finding.code}].insert(finding.key.value_or(0));
         }
         return wanted;
     }
@@ -254,7 +254,7 @@ void proposeFixes(Scene& scene, std::vector<Finding>& findings, CheckOptions con
     SceneEdits edits(scene, true, mostBytes);
     auto proposals = Fixer(scene, edits, options, true).proposals(counted ? checkWithSuppressions(scene, {}, all) : findings);
     for (Finding& finding : findings)
-        if (auto const found = proposals.find({finding.node, finding.code}); found != proposals.end() && fixable(finding)) {
+        if (auto const found = proposals.find({finding.subject, finding.code}); found != proposals.end() && fixable(finding)) {
             finding.fix = found->second.first;
             finding.changes = std::exchange(found->second.second, {});
         }
