@@ -41,7 +41,7 @@ struct Finding {
     std::vector<TextChange> changes = {};
     std::optional<std::size_t> key = {}; ///< of an interpolator: which one it is about, or begins at
     bool mendable = true;                ///< false: the fix of its code does not apply to this one
-    /// The node itself, as long as its scene is there: others may have its name. Null where `node` is only told.
+    /// The node itself, as long as its scene is there: others may have its name. Null for what reading reported.
     SceneNode const* subject = nullptr;
 };
 

@@ -124,7 +124,7 @@ void checkRouteLoops(Scene const& scene, FindingCollector& findings);
 /// Opens the scene: comes last.
 void checkSensors(Scene& scene, FindingCollector& findings);
 
-/// What leaves it to its user what is connected: the body of a PROTO, an inlined file.
+/// What leaves it to its user what is connected: the body of a PROTO, an inlined file, what EXPORT offers.
 bool isOffered(SceneNode const& node);
 /// "1 key", "3 keys"
 std::string countOf(std::size_t count, char const* what);

@@ -77,7 +77,9 @@ void FindingCollector::keep(Slot& slot, char const* code, SceneNode const& node,
 void FindingCollector::add(char const* code, SceneRoute const& route, std::string message, std::string_view advice,
                            Severity usual)
 {
-    add({usual, code, _scene.place(route.where), route.to->name, std::move(message), std::string(advice)});
+    Finding finding{usual, code, _scene.place(route.where), route.to->name, std::move(message), std::string(advice)};
+    finding.subject = route.to;
+    add(std::move(finding));
 }
 
 void FindingCollector::add(Finding finding)

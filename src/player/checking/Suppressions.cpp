@@ -111,11 +111,11 @@ std::vector<Finding> checkWithSuppressions(Scene& scene, std::vector<Finding> re
                              [](Finding const& f) { return std::tie(f.place.file, f.place.line, f.place.column); });
     if (options.perNode == 0)
         return findings;
-    std::map<std::tuple<std::string, std::string>, std::pair<unsigned, std::size_t>> kept; // by code and node
+    std::map<std::pair<std::string, SceneNode const*>, std::pair<unsigned, std::size_t>> kept; // by code and node
     std::vector<Finding> few;
     for (Finding& finding : findings) {
-        auto& [count, last] = kept[{finding.code, finding.node}];
-        if (!finding.node.empty() && ++count > options.perNode) {
+        auto& [count, last] = kept[{finding.code, finding.subject}];
+        if (finding.subject != nullptr && ++count > options.perNode) {
             few[last].more += 1 + finding.more;
             continue;
         }

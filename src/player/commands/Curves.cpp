@@ -129,7 +129,7 @@ std::vector<CurveRemark> remarksOn(SceneNode const& node, std::vector<float> con
 {
     std::vector<CurveRemark> remarks;
     for (Finding const& finding : findings) {
-        if (finding.node != node.name)
+        if (finding.subject != &node)
             continue;
         CurveRemark& remark = remarks.emplace_back(
             CurveRemark{severityName(finding.severity), finding.code, finding.message, finding.advice, {}});

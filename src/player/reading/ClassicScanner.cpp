@@ -7,8 +7,6 @@
 
 namespace Zelvan::play {
 
-using namespace std::string_view_literals;
-
 namespace {
 
 enum : unsigned char { blank = 1, oddBlank = 2, mark = 4, ofNumber = 8 };
@@ -63,9 +61,8 @@ bool isNumber(std::string_view word)
 // 1.#QNAN and its like, as some compilers print them.
 bool isNoNumber(std::string_view word)
 {
-    return std::ranges::any_of(std::array{"IND"sv, "INF"sv, "QNAN"sv, "SNAN"sv}, [word](std::string_view kind) {
-        return word.starts_with(kind) && word.find_first_not_of('0', kind.size()) == word.npos;
-    });
+    constexpr std::string_view kinds[] = {"IND", "INF", "QNAN", "SNAN"};
+    return std::ranges::find(kinds, word.substr(0, word.find_last_not_of('0') + 1)) != std::end(kinds);
 }
 
 // 0xFF becomes 255 and a blank: whoever reads the value knows no other numbers.
@@ -182,9 +179,8 @@ void ClassicScanner::passNumbers()
         bool const behindNumber = _at != begin && (isDigit(_at[-1]) || _at[-1] == '.');
         if ((c == 'e' || c == 'E') && behindNumber) {
             ++_at;
-        } else if (char* const behind = c == '#' && behindNumber && _at[-1] == '.' ? endOfWord(_at + 1) : _at;
-                   behind != _at && isNoNumber({_at + 1, behind})) {
-            _at = behind;
+        } else if (c == '#' && behindNumber && _at[-1] == '.' && isNoNumber({_at + 1, endOfWord(_at + 1)})) {
+            _at = endOfWord(_at + 1);
         } else if (c == '#') {
             passComment(true);
         } else if (is(c, oddBlank)) {

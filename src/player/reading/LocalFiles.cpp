@@ -136,8 +136,8 @@ OpenedFile LocalFiles::open(std::string url, fs::path const& folder) const
 {
     constexpr std::size_t longest = 1000, shown = 40;
     constexpr std::ptrdiff_t deepest = 64;
-    if (url.starts_with("file://"))
-        url.erase(0, 7);
+    if (url.starts_with("file:"))
+        url.erase(0, url.starts_with("file://") ? 7 : 5);
     else if (hasScheme(url))
         throw Elsewhere('"' + (url.size() > longest ? url.substr(0, shown) + "..." : url)
                         + "\" is not a local file, and nothing is fetched");

@@ -4,6 +4,7 @@
 #include "base/NodeType.h"
 #include "coreNodePool/TimeSensor.h"
 #include "player/reading/SceneReader.h"
+#include "player/scene/SceneParts.h"
 #include "player/scene/Values.h"
 
 #include <algorithm>
@@ -205,6 +206,15 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
             setField(node, *field, attribute, *scope.file);
         }
     }
+}
+
+// Under the one name for all its uses, unless they are declared as fields of their own.
+Field* Nodes::declareKept(SceneNode& node, std::string const& name, std::string_view type,
+                          std::function<bool(std::string const&)> const& isDeclared)
+{
+    std::string const base(baseName(name)), uses[] = {base, "set_" + base, base + "_changed"};
+    bool const alone = std::ranges::none_of(uses, [&](std::string const& use) { return use != name && isDeclared(use); });
+    return _reading.scene.declareField(node, alone ? base : name, inputOutput, dataTypeCode(type));
 }
 
 void Nodes::declareInterface(Element const& declaration, SceneNode& node, Scope const& scope)

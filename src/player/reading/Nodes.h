@@ -1,7 +1,8 @@
 #pragma once
 
 #include "player/reading/Scope.h"
-#include "player/scene/SceneParts.h"
+
+#include <functional>
 
 namespace Zelvan {
 class Field;
@@ -31,15 +32,8 @@ public:
     void declareInterface(Element const& declaration, SceneNode& node, Scope const& scope);
     /// A field of a PROTO's interface, kept by a node that takes any event and sends it on. `isDeclared` tells of other
     /// names; null when it was declared before or has no field class.
-    template <class IsDeclared>
-    Field* declareKept(SceneNode& node, std::string const& name, std::string_view type, IsDeclared isDeclared)
-    {
-        // Under the one name for all its uses, unless they are declared as fields of their own.
-        std::string const base(baseName(name));
-        bool const alone = (name == base || !isDeclared(base)) && (name == "set_" + base || !isDeclared("set_" + base))
-            && (name == base + "_changed" || !isDeclared(base + "_changed"));
-        return _reading.scene.declareField(node, alone ? base : name, inputOutput, dataTypeCode(type));
-    }
+    Field* declareKept(SceneNode& node, std::string const& name, std::string_view type,
+                       std::function<bool(std::string const&)> const& isDeclared);
     /// Holds the fields of an instance that no node in it has.
     SceneNode& addStore(Instance const& instance);
 

@@ -104,8 +104,7 @@ void Routes::route(Element const& element, Scope const& scope)
         _reading.warn(where, kinds::badRoute,
                       "ROUTE " + names[0] + '.' + fields[0] + " TO " + names[1] + '.' + fields[1] + ": " + why);
     };
-    char const* const ends[] = {"fromNode", "fromField", "toNode", "toField"};
-    for (char const* const end : ends)
+    for (char const* const end : {"fromNode", "fromField", "toNode", "toField"})
         if (attributeValue(element, end).empty())
             return _reading.warn(where, kinds::badRoute, std::string("a ROUTE without ") + end);
     std::vector<Protos::End> found[2];
@@ -138,36 +137,25 @@ void Routes::warn(SceneRoute const& route, std::string const& why) const
 void Routes::connect(SceneRoute& route)
 {
     Scene& scene = _reading.scene;
-    auto const known = [&](SceneNode& node, std::string const& name, Node::FieldSearchOrder order) {
-        Field* const field = scene.field(node, name, order);
-        if (field == nullptr)
+    auto const lacks = [&](SceneNode& node, std::string const& name, Node::FieldSearchOrder order) {
+        if (node.known && scene.field(node, name, order) == nullptr)
             warn(route,
                  "a " + node.typeName + " has no field \"" + name + '"'
                      + otherFields(*node.node, name, order == Node::asInput ? inputOnly : outputOnly));
-        return field;
-    };
-    auto const exists = [&](SceneNode& node, std::string const& name, Node::FieldSearchOrder order) {
-        bool const fine = node.typeName != "Script" || isOfEveryScript(name) || !Scene::lacksField(node, name, order);
-        if (!fine)
+        else if (node.typeName == "Script" && !isOfEveryScript(name) && Scene::lacksField(node, name, order))
             warn(route, "the Script has no field \"" + name + '"');
-        return fine;
+        else
+            return false;
+        return true;
     };
-    if (!exists(*route.from, route.fromField, Node::asOutput) || !exists(*route.to, route.toField, Node::asInput))
+    if (lacks(*route.from, route.fromField, Node::asOutput) || lacks(*route.to, route.toField, Node::asInput))
         return;
-    Field* from = nullptr;
-    Field* to = nullptr;
-    if (route.from->known && (from = known(*route.from, route.fromField, Node::asOutput)) == nullptr)
-        return;
-    if (route.to->known && (to = known(*route.to, route.toField, Node::asInput)) == nullptr)
-        return;
+    Field* from = scene.field(*route.from, route.fromField, Node::asOutput);
+    Field* to = scene.field(*route.to, route.toField, Node::asInput);
     if (from == nullptr && to == nullptr) {
         // Both ends take any type: another route, now or later, may settle it.
-        from = scene.field(*route.from, route.fromField, Node::asOutput);
-        to = scene.field(*route.to, route.toField, Node::asInput);
-        if (from == nullptr && to == nullptr) {
-            _untyped.push_back(&route);
-            return;
-        }
+        _untyped.push_back(&route);
+        return;
     }
     if (!route.from->known)
         from = scene.fieldOfUnknown(*route.from, route.fromField, Node::asOutput, (to != nullptr ? to : from)->dataType());

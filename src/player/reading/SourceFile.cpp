@@ -3,6 +3,7 @@
 #include "player/reading/ClassicSyntax.h"
 #include "player/reading/Encodings.h"
 #include "player/scene/Diagnostics.h"
+#include "player/scene/Utf8.h"
 
 #include <algorithm>
 #include <bit>
@@ -26,9 +27,8 @@ SourceFile::SourceFile(OpenedFile const& file, ReadLimits const& limits)
         auto const starts = lineStarts();
         auto const line = std::ranges::upper_bound(starts, bad) - starts.begin();
         std::string_view const before = text().substr(0, bad).substr(starts[static_cast<std::size_t>(line) - 1]);
-        auto const column = 1 + std::ranges::count_if(before, [](char c) { return (c & 0xC0) != 0x80; });
         throw Failure(exitScene,
-                      file.name + ':' + std::to_string(line) + ':' + std::to_string(column)
+                      file.name + ':' + std::to_string(line) + ':' + std::to_string(characters(before) + 1)
                           + ": error: expected UTF-8 text, found "
                           + (text()[bad] == '\0' ? "a zero byte" : "a byte that does not fit in"));
     }
