@@ -1,3 +1,4 @@
+#include "interpolationNodePool/SquadOrientationInterpolatorProc.h"
 #include "tests/interpolationNodePool/MuseumRunner.h"
 #include "tests/interpolationNodePool/PlainSlerp.h"
 #include "tests/interpolationNodePool/PoolNodes.h"
@@ -129,7 +130,14 @@ osg::Quaternion plainSquad(std::vector<Rotation> const& v, std::size_t n, unsign
     osg::Quaternion const q1 = v[j].quaternion(), q2 = v[j + 1].quaternion();
     osg::Quaternion const s1 = j > 0 ? plainInnerPoint(q1, v[j - 1].quaternion(), q2) : q1;
     osg::Quaternion const s2 = j + 2 < n ? plainInnerPoint(q2, q1, v[j + 2].quaternion()) : q2;
-    return plainSquadSlerp(plainSquadSlerp(q1, q2, t), plainSquadSlerp(s1, s2, t), (t + t) * (1 - t));
+    osg::Quaternion const outer = plainSquadSlerp(q1, q2, t);
+    osg::Quaternion const result = plainSquadSlerp(outer, plainSquadSlerp(s1, s2, t), (t + t) * (1 - t));
+    // The steps are offered to others, too.
+    EXPECT_EQ(bits(squadQuaternions(q1, q2, s1, s2, t)), bits(result));
+    EXPECT_EQ(bits(my_slerp(q1, q2, t)), bits(outer));
+    if (j > 0)
+        EXPECT_EQ(bits(compute_innerQuadranglePoints(q1, v[j - 1].quaternion(), q2)), bits(s1));
+    return result;
 }
 
 } // namespace

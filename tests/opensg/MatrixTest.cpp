@@ -295,6 +295,7 @@ TEST(Matrix, ExponentialAndDecompositionsAreExact)
         if (det < 0)
             Q.negate();
         Quaternion r, o;
+        Q[3].setValues(5, -7, 9, 1); // where it is moved to is no business of a turn
         r.setValue(Q);
         o.setValue(SO);
         Matrix again;

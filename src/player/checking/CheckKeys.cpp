@@ -38,7 +38,10 @@ void checkCounts(KeyedValues const& values, Drive const& drive, FindingCollector
         bool const set = size % keys == 0 && node.typeName.starts_with("Position");
         findings.add(
             "too-many-values", node, values.valueField,
-            [&] { return have + ": the last " + std::to_string(size - keys) + " do not count"; },
+            [&] {
+                return have + ": the last "
+                    + (size - keys == 1 ? "one does not count" : std::to_string(size - keys) + " do not count");
+            },
             set ? "a CoordinateInterpolator takes several values for each key" : "write as many values as keys");
     }
 }
@@ -93,7 +96,9 @@ void checkSpan(KeyedValues const& values, FindingCollector& findings)
             "key-range", values.node, values.keyField,
             [&] {
                 return ".key[" + std::to_string(first - keys.begin()) + "] is " + shortNumber(*first)
-                    + (count > 1 ? ", and " + std::to_string(count - 1) + " more are outside 0 to 1" : "")
+                    + (count > 1
+                           ? ", and " + std::to_string(count - 1) + (count == 2 ? " more is" : " more are") + " outside 0 to 1"
+                           : "")
                     + ": a fraction runs from 0 to 1";
             },
             least < 0 ? "begin with 0 and end with 1" : "divide the keys by the largest one",

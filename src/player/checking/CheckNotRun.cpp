@@ -1,6 +1,7 @@
 #include "player/checking/CheckRules.h"
 
 #include "player/playing/NotRun.h"
+#include "player/scene/Values.h"
 
 namespace Zelvan::play {
 
@@ -10,7 +11,7 @@ void checkNotRun(Scene const& scene, FindingCollector& findings)
         findings.add(
             "foreign-driver", *entry.node, nullptr,
             [&] {
-                return " is a " + entry.node->typeName + ", which is not run here: "
+                return " is " + withArticle(entry.node->typeName) + ", which is not run here: "
                     + (entry.targets.empty() ? "what it does is not seen" : entry.targetText() + " would get events from it");
             },
             entry.targets.empty() ? "" : "--inject plays its part");

@@ -166,7 +166,7 @@ void Clock::inject(Injection const& injection)
     if (field == nullptr)
         throw Failure(exitUsage,
                       what
-                          + (node->known ? "a " + node->typeName + " has no such field"
+                          + (node->known ? withArticle(node->typeName) + " has no such field"
                                          : "no route starts there, so nothing would happen"));
     if (node->known && (field->type() & inputOnly) == 0)
         throw Failure(exitUsage, what + "expected a field that takes events, this one is " + accessName(field->type()));

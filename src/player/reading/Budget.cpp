@@ -13,15 +13,16 @@ void Budget::requireRoomForFile(std::string const& name) const
 {
     if (_scene.fileNames.size() >= _limits.files)
         throw Failure(exitScene,
-                      name + ": more than " + std::to_string(_limits.files)
-                          + " files in one scene (--max-files raises the limit)");
+                      name + ": more than " + std::to_string(_limits.files) + (_limits.files == 1 ? " file" : " files")
+                          + " in one scene (--max-files raises the limit)");
 }
 
 // One file may be inlined many times; each counts.
 void Budget::addInline(Location where)
 {
     if (++_inlines >= _limits.files)
-        exceeded(_scene.place(where).text(), _limits.files, "more than ", " files in one scene (--max-files");
+        exceeded(_scene.place(where).text(), _limits.files, "more than ",
+                 _limits.files == 1 ? " file in one scene (--max-files" : " files in one scene (--max-files");
 }
 
 void Budget::addUrl(Location where)

@@ -11,7 +11,7 @@ static_assert(std::is_trivially_destructible_v<Element> && std::is_trivially_des
 
 Element& ElementTree::open(char const* name, std::size_t offset)
 {
-    if (_open.size() >= _limits.depth)
+    if (_open.size() > _limits.depth) // the innermost element holds nothing
         throw SyntaxError(offset,
                           "nested deeper than " + std::to_string(_limits.depth) + " elements (--max-depth raises the limit)");
     if (++_elementCount > _limits.elements)

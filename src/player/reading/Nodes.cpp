@@ -193,8 +193,8 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
             bool const misspelled = !meantField(*node.node, name, initializeOnly).nearest().empty();
             _reading.diagnostics.report(misspelled ? Severity::warning : Severity::note, _reading.scene.place(where),
                                         kinds::unknownAttribute,
-                                        node.name + ": a " + node.typeName + " has no field \"" + std::string(name) + '"'
-                                            + otherFields(*node.node, name, initializeOnly));
+                                        node.name + ": " + withArticle(node.typeName) + " has no field \"" + std::string(name)
+                                            + '"' + otherFields(*node.node, name, initializeOnly));
         } else if ((field->type() & initializeOnly) == 0)
             _reading.warn(where, kinds::unknownAttribute,
                           node.name + '.' + std::string(name) + " is " + accessName(field->type())

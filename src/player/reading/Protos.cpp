@@ -1,6 +1,7 @@
 #include "player/reading/Protos.h"
 
 #include "player/reading/SceneReader.h"
+#include "player/scene/Values.h"
 
 #include <unordered_set>
 
@@ -233,7 +234,8 @@ bool Protos::connectNode(InterfaceField const& outer, SceneNode& node, std::stri
     Field* const field = _reading.scene.field(node, name, Node::asInput);
     if (field == nullptr) {
         _reading.warn(where, kinds::badProto,
-                      "IS: a " + node.typeName + " has no field \"" + name + '"' + otherFields(*node.node, name, inputOutput));
+                      "IS: " + withArticle(node.typeName) + " has no field \"" + name + '"'
+                          + otherFields(*node.node, name, inputOutput));
         return false;
     }
     bool const sameType = outer.type.empty() || outer.type == dataTypeName(field->dataType());

@@ -2,6 +2,7 @@
 
 #include "player/reading/SceneReader.h"
 #include "player/scene/SceneParts.h"
+#include "player/scene/Values.h"
 
 #include <array>
 #include <map>
@@ -140,7 +141,7 @@ void Routes::connect(SceneRoute& route)
     auto const lacks = [&](SceneNode& node, std::string const& name, Node::FieldSearchOrder order) {
         if (node.known && scene.field(node, name, order) == nullptr)
             warn(route,
-                 "a " + node.typeName + " has no field \"" + name + '"'
+                 withArticle(node.typeName) + " has no field \"" + name + '"'
                      + otherFields(*node.node, name, order == Node::asInput ? inputOnly : outputOnly));
         else if (node.typeName == "Script" && !isOfEveryScript(name) && Scene::lacksField(node, name, order))
             warn(route, "the Script has no field \"" + name + '"');

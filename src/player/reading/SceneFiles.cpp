@@ -44,12 +44,6 @@ std::string_view foreignFormat(std::string_view url)
     return {};
 }
 
-ReadLimits forTree(ReadLimits limits)
-{
-    ++limits.depth; // the innermost element holds nothing
-    return limits;
-}
-
 /// By its first bytes; "" when browsers do not show it.
 std::string_view pictureKind(std::string_view bytes)
 {
@@ -63,7 +57,7 @@ std::string_view pictureKind(std::string_view bytes)
 } // namespace
 
 SceneFile::SceneFile(OpenedFile const& opened, ReadLimits const& limits)
-    : source(opened, limits), tree(forTree(limits)), name(opened.name), folder(opened.folder)
+    : source(opened, limits), tree(limits), name(opened.name), folder(opened.folder)
 {}
 
 SceneFile& SceneFiles::openScene(std::string const& path)

@@ -124,4 +124,9 @@ std::string roundNumber(double number, int digits)
     return {buffer, std::to_chars(buffer, buffer + sizeof buffer, number, std::chars_format::general, digits).ptr};
 }
 
+std::string withArticle(std::string const& noun)
+{
+    return (noun.find_first_of("AEIOaeio") == 0 ? "an " : "a ") + noun;
+}
+
 } // namespace Zelvan::play

@@ -24,5 +24,7 @@ std::string shortNumber(float value);
 std::string shortNumber(double value);
 /// At most `digits` significant digits, for people.
 std::string roundNumber(double value, int digits = 5);
+/// "a TimeSensor", "an Inline".
+std::string withArticle(std::string const& noun);
 
 } // namespace Zelvan::play

@@ -159,11 +159,11 @@ TEST(ClassicSyntax, HasLimits)
             all += text;
         return all;
     };
-    ReadLimits const limits{.depth = 10, .elements = 30};
+    ReadLimits const limits{.depth = 9, .elements = 30};
     EXPECT_TRUE(Read(repeated(7, "G { c ") + "USE A" + repeated(7, "}"), limits)
                     .result.ends_with("?@43 containerField=c@41 USE=A@47)))))))))"));
     for (auto const& [text, result] : std::vector<std::pair<std::string, std::string>>{
-             {repeated(99'999, "G { c ["), "57: nested deeper than 10 elements (--max-depth raises the limit)"},
+             {repeated(99'999, "G { c ["), "57: nested deeper than 9 elements (--max-depth raises the limit)"},
              {repeated(99'999, "PROTO P [ ] { "), "57: nested deeper"},
              {repeated(29, "G { }"), "141: more than 30 elements (--max-elements raises the limit)"},
              {"G { " + repeated(121, "a 1 "), "487: more than 120 attributes (--max-elements raises the limit)"}})
