@@ -60,6 +60,8 @@ struct CheckCode {
 std::vector<CheckCode> const& checkCodes();
 /// The last one when there is none of that name.
 CheckCode const& codeNamed(std::string_view code);
+/// That there is no such code, with the one that may be meant; "" when there is.
+std::string unknownCode(std::string_view code);
 /// The table as Markdown: docs/check-codes.md.
 void writeCodesMarkdown(std::ostream& out);
 

@@ -1,5 +1,7 @@
 #include "player/checking/Check.h"
 
+#include "player/scene/DidYouMean.h"
+
 #include <algorithm>
 
 namespace Zelvan::play {
@@ -387,6 +389,18 @@ CheckCode const& codeNamed(std::string_view code)
     auto const& codes = checkCodes();
     auto const found = std::ranges::find(codes, code, [](CheckCode const& c) { return std::string_view(c.code); });
     return found != codes.end() ? *found : codes.back();
+}
+
+std::string unknownCode(std::string_view code)
+{
+    DidYouMean meant(code);
+    for (CheckCode const& known : checkCodes()) {
+        if (code == known.code)
+            return "";
+        meant.offer(known.code);
+    }
+    return "there is no code \"" + std::string(code) + '"'
+        + (meant.nearest().empty() ? " (zelvan-play check --codes lists them)" : meant.text());
 }
 
 char const* fixName(Fix fix)

@@ -41,11 +41,6 @@ std::vector<std::pair<std::string_view, std::size_t>> wordsOf(std::string_view t
     return words;
 }
 
-bool isCode(std::string_view word)
-{
-    return std::ranges::any_of(checkCodes(), [&](CheckCode const& code) { return word == code.code; });
-}
-
 std::vector<Ignore> ignoresOf(Scene const& scene, std::vector<Finding>& findings)
 {
     std::vector<Ignore> ignores;
@@ -65,10 +60,10 @@ std::vector<Ignore> ignoresOf(Scene const& scene, std::vector<Finding>& findings
         unsigned const lastLine =
             scene.place({remark.where.file, remark.where.offset + static_cast<std::uint32_t>(remark.text.size())}).line;
         for (std::size_t i = 2; i < words.size(); ++i)
-            if (isCode(words[i].first))
+            if (std::string const unknown = unknownCode(words[i].first.substr(0, 100)); unknown.empty())
                 ignores.push_back({scene.place(at(i)), std::string(words[i].first), lastLine, wholeFile});
             else
-                bad(at(i), "there is no code \"" + std::string(words[i].first.substr(0, 100)) + "\" to ignore");
+                bad(at(i), unknown);
     }
     return ignores;
 }

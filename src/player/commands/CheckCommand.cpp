@@ -10,7 +10,6 @@
 #include "player/commands/SceneJobs.h"
 #include "player/commands/Tables.h"
 #include "player/editing/Fixes.h"
-#include "player/scene/DidYouMean.h"
 #include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
@@ -39,17 +38,8 @@ struct CheckCommandOptions {
 
 void requireCode(std::string const& code, char const* option)
 {
-    DidYouMean meant(code);
-    std::string known;
-    for (CheckCode const& c : checkCodes()) {
-        if (code == c.code)
-            return;
-        meant.offer(c.code);
-        known += (known.empty() ? "; there are: " : ", ") + std::string(c.code);
-    }
-    throw Failure(exitUsage,
-                  std::string(option) + ": there is no code \"" + code + '"'
-                      + (meant.nearest().empty() ? known : meant.text()));
+    if (std::string const unknown = unknownCode(code); !unknown.empty())
+        throw Failure(exitUsage, std::string(option) + ": " + unknown);
 }
 
 // What the command line says about a scene, over what its files of settings say.

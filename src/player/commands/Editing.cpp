@@ -219,7 +219,7 @@ void editKeys(
         for (TrackChange const& change : changes) {
             counts.before += change.before;
             counts.after += change.after;
-            counts.edited += change.after != change.before;
+            counts.edited += change.edited;
         }
         if (!editing.several() || counts.edited > 0)
             (toOutput ? result.out : result.err) +=

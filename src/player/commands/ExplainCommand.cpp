@@ -69,9 +69,9 @@ void drawExample(std::ostream& out, Session const& session, std::string const& e
 
 void explain(Session const& session, std::string const& name)
 {
+    if (std::string const unknown = unknownCode(name); !unknown.empty())
+        throw Failure(exitUsage, unknown);
     CheckCode const& code = codeNamed(name);
-    if (name != code.code)
-        throw Failure(exitUsage, "there is no code \"" + name + "\" (zelvan-play check --codes lists them)");
     openPool(session);
     OutputFile out("-");
     auto const paragraph = [&](std::string const& text) {

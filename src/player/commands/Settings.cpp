@@ -136,8 +136,8 @@ public:
     }
     void requireCode(std::string const& code, toml::source_position const& at) const
     {
-        if (std::ranges::none_of(checkCodes(), [&](CheckCode const& known) { return code == known.code; }))
-            refuse(at, "there is no code \"" + code + "\" (zelvan-play check --codes lists them)");
+        if (std::string const unknown = unknownCode(code); !unknown.empty())
+            refuse(at, unknown);
     }
     void add(Change change) { _changes.push_back(std::move(change)); }
 

@@ -114,6 +114,7 @@ private:
         if (evenly() || change.measured.largest <= change.asked) {
             change.after = baked.size();
             write(node, baked, eases, source);
+            change.edited = true;
             return "";
         }
         return "no keys keep to the error";

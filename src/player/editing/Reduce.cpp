@@ -96,7 +96,8 @@ std::vector<TrackChange> reduceScene(Scene const& scene, SceneEdits& edits, Tole
                     Reduced const reduced = reduceTrack(track, *allowed, free);
                     change.after = reduced.track.size();
                     change.measured = reduced.difference;
-                    if (change.after < change.before)
+                    change.edited = change.after < change.before;
+                    if (change.edited)
                         write(reduced, track, *places, node, edits);
                 } catch (Failure const& failure) {
                     if (failure.status() == exitMachine)

@@ -13,6 +13,7 @@ struct TrackChange {
     double asked = 0;                  ///< how much its value may be off
     PlayedDifference measured;         ///< how much it is, both played
     bool angle = false;                ///< these are radians
+    bool edited = false;               ///< it is written anew, perhaps with as many keys as before
     std::string left;                  ///< why it stays as it is; "" where nothing stood in the way
 };
 
