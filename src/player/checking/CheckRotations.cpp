@@ -116,7 +116,10 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
                         return text + "is just past half a turn and goes the other way";
                     return text + "plays as " + degrees(turn.played) + " degrees" + (otherWay ? " the other way" : "");
                 },
-                "add keys in between, so that no step is half a turn or more");
+                written > 6 * pi
+                    ? "angles are in radians: 180 degrees are 3.1416; add keys in between, so that no step is half a "
+                      "turn or more"
+                    : "add keys in between, so that no step is half a turn or more");
         } else if (std::abs(turn.cosine) < 1e-5) {
             findings.add(
                 "half-turn", values.node, values.valueField,

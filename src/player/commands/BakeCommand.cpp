@@ -24,7 +24,7 @@ void bake(Session& session, BakeCommandOptions const& options)
         for (std::string const& name : result.idle)
             notes += printable(name)
                 + (options.prune ? " was taken out: nothing depends on it\n"
-                                 : ": nothing depends on it any more (--prune takes it out)\n");
+                                 : ": nothing depends on it any more (with --prune it would have been taken out)\n");
         return std::move(result.changes);
     };
     editKeys(session, "bake", options, "baked", edit);

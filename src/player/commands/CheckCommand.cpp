@@ -86,6 +86,15 @@ void requireSense(CheckCommandOptions const& options)
     }
 }
 
+void requireFewWarnings(Session& session, Settings const& settings, std::size_t warnings)
+{
+    auto const& most = settings.maxWarnings.value;
+    if (!most || warnings <= *most)
+        return;
+    std::cerr << "more than " << *most << (*most == 1 ? " warning\n" : " warnings\n");
+    session.status = std::max(session.status, exitScene);
+}
+
 void writeCodes(std::ostream& out)
 {
     Table table({"code", "severity", "fix", "title"});
@@ -196,12 +205,9 @@ void Check::run()
     _out->commit();
 
     std::cerr << shownName(_scenes) << ": " << countsText(_counts) << '\n';
-    auto const& most = _first.maxWarnings.value;
-    bool const tooMany = most && _counts.warnings > *most;
-    if (tooMany)
-        std::cerr << "more than " << *most << (*most == 1 ? " warning\n" : " warnings\n");
-    if (_fails || tooMany)
+    if (_fails)
         _session.status = std::max(_session.status, exitScene);
+    requireFewWarnings(_session, _first, _counts.warnings);
 }
 
 void fix(Session& session, CheckCommandOptions const& options)
@@ -213,7 +219,7 @@ void fix(Session& session, CheckCommandOptions const& options)
         CheckOptions everything = opened.settings.checkOptions(); // also what is not shown
         everything.perNode = 0;
         everything.hints = true;
-        auto const findings = checkWithSuppressions(*opened.scene, {}, everything);
+        auto const findings = checkWithSuppressions(*opened.scene, opened.findings, everything);
         auto const play = [&](std::function<void(Scene&)> const& change, bool startAll) {
             ReaderFindings told;
             ScenePlay again{openScene(session, opened.file, opened.limits, told.diagnostics()), {}};
@@ -223,8 +229,7 @@ void fix(Session& session, CheckCommandOptions const& options)
             again.tracks = record(*again.scene, time, opened.settings, opened.limits);
             return again;
         };
-        result.status = exitFine;
-        result.counts = {0};
+        result.counts = {0, 0};
         for (FixOutcome const& outcome : fixScene(*opened.scene, edits, findings, everything, options.unsafeFixes, play)) {
             if (editing.several() && !options.edit.inlined && outcome.file != 0)
                 continue; // it is told with that file
@@ -232,9 +237,20 @@ void fix(Session& session, CheckCommandOptions const& options)
             result.err += (editing.several() ? printable(opened.file) + ": " : "") + printable(outcome.node) + ": "
                 + outcome.code + (outcome.done ? " fixed" : " not fixed: " + printable(outcome.why)) + '\n';
         }
+        // What is left, as check would tell it now.
+        auto const left = checkWithSuppressions(*opened.scene, opened.findings, opened.settings.checkOptions());
+        result.err += findingFormat("text", false)->file(left, opened.settings.checkOptions());
+        result.counts[1] = countsOf(left).warnings;
+        if (std::ranges::any_of(left, [&](Finding const& f) { return f.severity >= opened.settings.failOn.value; }))
+            result.status = exitScene;
     };
-    auto const sums = editing.run(edit, [&](Settings& settings) { applyCommandLine(options, session, settings); });
-    std::cerr << shownName(editing.scenes()) << ": " << (sums.empty() ? 0 : sums[0]) << " fixed\n";
+    auto const adjust = [&](Settings& settings) { applyCommandLine(options, session, settings); };
+    auto sums = editing.run(edit, adjust, OpenedScene::Checks::none);
+    sums.resize(2);
+    std::cerr << shownName(editing.scenes()) << ": " << sums[0] << " fixed\n";
+    Settings first = SettingsFiles(session.config, session.noConfig).forScene(editing.scenes().front());
+    adjust(first);
+    requireFewWarnings(session, first, sums[1]);
 }
 
 void check(Session& session, CheckCommandOptions const& options)
@@ -288,6 +304,8 @@ void addCheckCommand(CLI::App& app, Session& session)
     command.add_flag("--unsafe-fixes", options->unsafeFixes, "with --fix: mend also what changes what is played")
         ->group("Fixes");
     addEditOptions(command, options->edit);
+    command.get_option("--output")
+        ->description("where the findings go, or with --fix the edited scene; \"-\" is standard output");
     auto* const codes = command.add_flag("--codes", options->codes, "list all codes, with their meaning");
     command.add_flag("--markdown", options->markdown, "the list as Markdown, with examples")->needs(codes);
     command.footer("Exit status: 1 when there is an error, or what --fail-on names; 3 when a file cannot be read.\n"

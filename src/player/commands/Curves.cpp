@@ -185,12 +185,15 @@ std::string shownCycles(Clock const& clock, double from, double to)
             longest = &sensor;
     if (longest == nullptr || !(to > from))
         return "";
-    double const cycle = longest->runs.back().cycle, cycles = (to - from) / cycle;
+    Clock::Run const& run = longest->runs.back();
+    double const cycle = run.cycle, cycles = (to - from) / cycle;
+    std::string const time = roundNumber(from) + " to " + roundNumber(to) + " s";
+    if (run.start > from || (run.end < to && !longest->active)) // it does not run all the time
+        return time + "; a cycle of " + longest->node->name + " lasts " + roundNumber(cycle) + " s";
     std::string const part = cycles < 1 ? roundNumber(cycles * 100, 3) + " % of a cycle"
         : std::abs(cycles - 1) < 1e-9   ? "one cycle"
                                         : roundNumber(cycles, 3) + " cycles";
-    return roundNumber(from) + " to " + roundNumber(to) + " s: " + part + " of " + longest->node->name + " ("
-        + roundNumber(cycle) + " s)";
+    return time + ": " + part + " of " + longest->node->name + " (" + roundNumber(cycle) + " s)";
 }
 
 } // namespace Zelvan::play

@@ -104,9 +104,12 @@ void diff(Session& session, DiffOptions const& options)
         throw Failure(exitUsage, "diff: only one of the scenes can be standard input");
     Tolerance const tolerance(options.maxError);
     OpenedScene const first(session, options.first);
-    OpenedScene const second(session, {options.second, options.first.limits});
+    OpenedScene const second(session, {options.second, options.first.limits}, first.settings); // one measure for both
     requireOwnFiles({options.html}, first);
     requireOwnFiles({options.html}, second);
+    for (std::string const& name : tolerance.nodes())
+        if (first.scene->find(name) == nullptr && second.scene->find(name) == nullptr)
+            throw Failure(exitUsage, "--max-error: no node is named \"" + name + "\" in either scene");
     PlayedScene const a{*first.scene, record(*first.scene, options.time, first.settings, first.limits)};
     PlayedScene const b{*second.scene, record(*second.scene, options.time, second.settings, second.limits)};
     std::vector<TrackDifference> const differences = compareScenes(a, b, tolerance);

@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <numbers>
 #include <set>
@@ -76,7 +77,7 @@ std::string tableOf(std::vector<TrackChange> const& changes, int descriptor)
     for (TrackChange const& change : changes) {
         bool const left = !change.left.empty();
         table.row({printable(change.node->name), change.node->typeName, std::to_string(change.before),
-                   std::to_string(change.after), left ? "" : amount(change, change.asked),
+                   std::to_string(change.after), left || std::isinf(change.asked) ? "" : amount(change, change.asked),
                    left ? "" : amount(change, change.measured.largest), left ? "" : roundNumber(change.measured.fraction, 4),
                    printable(change.left)});
     }
@@ -151,7 +152,8 @@ void SceneEditing::write(SceneEdits& edits, OpenedScene const& opened, std::stri
         output->commit();
 }
 
-std::vector<std::size_t> SceneEditing::run(Edit const& edit, std::function<void(Settings&)> const& adjust)
+std::vector<std::size_t> SceneEditing::run(Edit const& edit, std::function<void(Settings&)> const& adjust,
+                                           OpenedScene::Checks checks)
 {
     SettingsFiles files(_session.config, _session.noConfig);
     files.readFor(_scenes);
@@ -162,7 +164,7 @@ std::vector<std::size_t> SceneEditing::run(Edit const& edit, std::function<void(
         Settings settings = files.forScene(_scenes[number]);
         adjust(settings);
         SceneResult result;
-        OpenedScene const opened(_session, {_scenes[number], _named.limits}, std::move(settings));
+        OpenedScene const opened(_session, {_scenes[number], _named.limits}, std::move(settings), checks);
         SceneEdits edits(*opened.scene, _options.inlined, opened.limits.bytes);
         result.status = opened.status();
         edit(opened, edits, result);
@@ -192,7 +194,7 @@ void editKeys(
     Session& session, std::string const& command, KeysOptions const& options, char const* verb,
     std::function<std::vector<TrackChange>(OpenedScene const&, SceneEdits&, Tolerance const&, std::string& notes)> const& edit)
 {
-    Tolerance const tolerance(options.maxError);
+    Tolerance const tolerance(options.maxError, {"0.1%", "1deg"});
     std::vector<std::string> const names = tolerance.nodes();
     SceneEditing editing(session, command, options.scenes, options.edit);
     auto const requireInterpolator = [](bool is, std::string const& name) {

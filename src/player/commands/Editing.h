@@ -31,7 +31,8 @@ public:
     /// does not stop the others; the session's status tells.
     using Edit = std::function<void(OpenedScene const&, SceneEdits&, SceneResult&)>;
     std::vector<std::size_t> run(
-        Edit const& edit, std::function<void(Settings&)> const& adjust = [](Settings&) {});
+        Edit const& edit, std::function<void(Settings&)> const& adjust = [](Settings&) {},
+        OpenedScene::Checks checks = OpenedScene::Checks::errors);
 
 private:
     void write(SceneEdits& edits, OpenedScene const& opened, std::string& out) const;
@@ -45,7 +46,7 @@ private:
 /// What commands have that give interpolators other keys.
 struct KeysOptions {
     ScenesOptions scenes;
-    std::vector<std::string> maxError = {"0.1%", "1deg"};
+    std::vector<std::string> maxError;
     bool free = false;
     EditOptions edit;
 };

@@ -92,7 +92,8 @@ void addSceneOptions(CLI::App& command, SceneOptions& options)
 
 void addScenesOptions(CLI::App& command, ScenesOptions& options)
 {
-    command.add_option("scene", options.named, "X3D files, folders of them; \"-\" is standard input")->option_text("SCENE...");
+    command.add_option("scene", options.named, "X3D or VRML files, folders of them; \"-\" is standard input")
+        ->option_text("SCENE...");
     addLimitOptions(command, options.limits);
     inRange(command.add_option("-j,--jobs", options.jobs, "files worked on at a time (as many as there are processors)"), 1,
             mostJobs)

@@ -60,30 +60,28 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
     return scene;
 }
 
-OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, bool allFindings, Staging* staging)
-    : OpenedScene(session, options, SettingsFiles(session.config, session.noConfig).forScene(options.file), allFindings,
-                  staging)
+OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, Checks checks, Staging* staging)
+    : OpenedScene(session, options, SettingsFiles(session.config, session.noConfig).forScene(options.file), checks, staging)
 {}
 
-OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, Settings wanted, bool allFindings,
-                         Staging* staging)
+OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, Settings wanted, Checks checks, Staging* staging)
     : pool(openPool(session)),
       file(options.file),
       settings(std::move(wanted)),
       limits(options.limits.over(settings)),
       diagnostics(std::cerr, session.strict || settings.strict.value)
 {
-    ReaderFindings read(&diagnostics);
+    ReaderFindings read(checks == Checks::none ? nullptr : &diagnostics);
     scene = openScene(session, file, limits, read.diagnostics(), staging);
     CheckOptions check = settings.checkOptions();
     for (CheckCode const& code : checkCodes()) {
         auto const own = check.severities.find(code.code);
-        if (!allFindings && (own == check.severities.end() ? code.severity : own->second) < Severity::error)
+        if (checks != Checks::all && (own == check.severities.end() ? code.severity : own->second) < Severity::error)
             check.ignore.insert(code.code);
     }
-    findings = checkWithSuppressions(*scene, read.take(), check);
+    findings = checks == Checks::none ? read.take() : checkWithSuppressions(*scene, read.take(), check);
     for (Finding const& finding : findings)
-        if (finding.severity == Severity::error && !finding.node.empty()) // the others have been told
+        if (checks != Checks::none && finding.severity == Severity::error && !finding.node.empty()) // the others have been told
             diagnostics.error(finding.place, finding.code, textOf(finding));
     diagnostics.finish();
     nameNodesOf(scene.get());
@@ -100,9 +98,12 @@ Timing prepare(Clock& clock, TimeOptions const& options, Settings const& setting
     timing.from = options.from.value_or(settings.from.value);
     timing.fps = options.fps.value_or(settings.fps.value);
     timing.at = options.at;
+    std::pair<double, std::string> late; // what is given last
     for (std::string name : options.start) {
-        double const time = timeSuffix(name, timing.from, "--start " + name);
+        std::string const option = "--start " + name;
+        double const time = timeSuffix(name, timing.from, option);
         clock.startSensor(name, time);
+        late = std::max(late, {time, option});
     }
     if (options.startAll)
         clock.startAll(timing.from);
@@ -115,11 +116,17 @@ Timing prepare(Clock& clock, TimeOptions const& options, Settings const& setting
         std::string value = text.substr(equal + 1);
         double const time = timeSuffix(value, timing.from, option);
         clock.inject({text.substr(0, dot), text.substr(dot + 1, equal - dot - 1), value, time});
+        late = std::max(late, {time, option});
     }
     timing.to = options.duration ? timing.from + *options.duration
         : options.to             ? *options.to
         : settings.to.value      ? *settings.to.value
-                                 : std::max(timing.from, clock.cycleEnd());
+                                 : clock.cycleEnd();
+    if (timing.to < timing.from && !options.to && !settings.to.value)
+        timing.to += timing.from; // as long from there on
+    double const end = timing.at.empty() ? timing.to : std::ranges::max(timing.at);
+    if (late.first > end)
+        throw Failure(exitUsage, late.second + ": the run ends before, at " + roundNumber(end) + " s");
     return timing;
 }
 

@@ -23,12 +23,14 @@ std::unique_ptr<Scene> openScene(Session const& session, std::string const& file
 
 /// A scene opened for a command: what reading reports and check calls an error has been written to standard error.
 struct OpenedScene {
-    /// `allFindings`: what check says besides errors is wanted, too.
+    /// What check is asked: for errors, for all that it has to say, or nothing: the command does so itself, and tells also
+    /// what reading has reported.
+    enum class Checks : unsigned char { errors, all, none };
     /// `staging`: what is drawn of the scene is kept there.
-    explicit OpenedScene(Session const& session, SceneOptions const& options, bool allFindings = false,
+    explicit OpenedScene(Session const& session, SceneOptions const& options, Checks checks = Checks::errors,
                          Staging* staging = nullptr);
     /// With these settings instead of those that its files say.
-    OpenedScene(Session const& session, SceneOptions const& options, Settings settings, bool allFindings = false,
+    OpenedScene(Session const& session, SceneOptions const& options, Settings settings, Checks checks = Checks::errors,
                 Staging* staging = nullptr);
     ~OpenedScene();
     /// The command's exit status, as far as the scene decides it.

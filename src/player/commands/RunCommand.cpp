@@ -25,7 +25,9 @@ void run(Session& session, RunOptions const& options)
     // What cannot be drawn is said before anything is played.
     std::string const engine = options.output.scene ? sceneEngine() : "";
     Staging staging;
-    OpenedScene const opened(session, options.scene, options.output.pictures(), options.output.scene ? &staging : nullptr);
+    OpenedScene const opened(session, options.scene,
+                             options.output.pictures() ? OpenedScene::Checks::all : OpenedScene::Checks::errors,
+                             options.output.scene ? &staging : nullptr);
     Clock clock(*opened.scene, options.time.now);
     Timing const timing = prepare(clock, options.time, opened.settings);
     auto const frames = timing.frames();

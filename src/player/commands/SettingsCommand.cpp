@@ -61,7 +61,7 @@ void addSettingsCommand(CLI::App& app, Session& session)
 {
     auto const scene = std::make_shared<std::string>();
     CLI::App& command = *app.add_subcommand("settings", "Show what holds for a scene, and where it comes from");
-    command.add_option("scene", *scene, "X3D file")->required()->option_text("SCENE");
+    command.add_option("scene", *scene, "X3D or VRML file")->required()->option_text("SCENE");
     command.footer("Settings come from the file zelvan-play.toml beside the scene or in the nearest folder above it.\n"
                    "Example:\n"
                    "  zelvan-play settings scenes/doors/door.x3d");

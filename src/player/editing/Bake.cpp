@@ -36,6 +36,7 @@ public:
             } catch (Failure const& failure) {
                 if (failure.status() == exitMachine)
                     throw;
+                change.after = change.before;
                 change.left = failure.what();
             }
             _result.changes.push_back(std::move(change));
@@ -115,6 +116,8 @@ private:
             change.after = baked.size();
             write(node, baked, eases, source);
             change.edited = true;
+            if (evenly())
+                change.asked = INFINITY;
             return "";
         }
         return "no keys keep to the error";

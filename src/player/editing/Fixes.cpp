@@ -52,6 +52,9 @@ public:
             for (FixOutcome& outcome : _outcomes)
                 if (std::exchange(outcome.done, false))
                     outcome.why = "the scene would play otherwise: " + other;
+            for (auto const& [places, mending] : _mendings)
+                for (SceneNode* const each : _nodes[places])
+                    mending.restore(*each);
             return std::move(_outcomes);
         }
         for (auto const& [places, mending] : _mendings)
@@ -82,6 +85,7 @@ public:
     }
 
 private:
+    static constexpr char const* changesWhatIsPlayed = "it would change what is played, as --unsafe-fixes may";
     using Wanted = std::map<std::pair<SceneNode*, std::string>, std::set<std::size_t>>; // keys by node and code
     // What is to be mended.
     Wanted wantedOf(std::vector<Finding> const& findings) const
@@ -146,7 +150,8 @@ private:
         Mending before = mending;
         KeyTrack const played = safely(node, code) ? trackOf(node) : KeyTrack();
         if (!mending.apply(code, keys, _unsafe))
-            return "this one is for its author to mend";
+            return !_unsafe && Mending(before).apply(code, keys, true) ? changesWhatIsPlayed
+                                                                       : "this one is for its author to mend";
         for (SceneNode* const each : _nodes[places])
             mending.give(*each);
         if (!safely(node, code) || samePlayed(played, trackOf(node)))
@@ -154,7 +159,7 @@ private:
         mending = std::move(before);
         for (SceneNode* const each : _nodes[places])
             mending.give(*each);
-        return "it would change what is played";
+        return changesWhatIsPlayed;
     }
     bool safely(SceneNode const& node, std::string const& code) const
     {

@@ -83,16 +83,17 @@ void Mending::insert(std::size_t at, float key, std::vector<float> const& value)
 
 bool Mending::apply(std::string const& code, std::set<std::size_t> const& keys, bool unsafe)
 {
-    bool const done = code == "too-many-values" ? dropValues()
-        : code == "too-few-values"              ? addPair()
-        : code == "zero-axis"                   ? writeAxes(keys, unsafe)
-        : code == "key-order"                   ? sortKeys()
-        : code == "key-range"                   ? divideKeys()
-        : code == "color-range"                 ? divideColors()
-        : code == "long-turn"                   ? divideTurns(keys)
-        : code == "hue-long-way"                ? crossRed(keys)
-        : code == "loop-jump"                   ? closeLoop()
-                                                : false;
+    bool const done = width() == 0  ? false // not even one value for each key
+        : code == "too-many-values" ? dropValues()
+        : code == "too-few-values"  ? addPair()
+        : code == "zero-axis"       ? writeAxes(keys, unsafe)
+        : code == "key-order"       ? sortKeys()
+        : code == "key-range"       ? divideKeys()
+        : code == "color-range"     ? divideColors()
+        : code == "long-turn"       ? divideTurns(keys)
+        : code == "hue-long-way"    ? crossRed(keys)
+        : code == "loop-jump"       ? closeLoop()
+                                    : false;
     _changed |= done;
     return done;
 }

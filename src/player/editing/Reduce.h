@@ -10,7 +10,7 @@ namespace Zelvan::play {
 struct TrackChange {
     SceneNode const* node = nullptr;
     std::size_t before = 0, after = 0; ///< keys
-    double asked = 0;                  ///< how much its value may be off
+    double asked = 0;                  ///< how much its value may be off; infinite where nothing was asked
     PlayedDifference measured;         ///< how much it is, both played
     bool angle = false;                ///< these are radians
     bool edited = false;               ///< it is written anew, perhaps with as many keys as before

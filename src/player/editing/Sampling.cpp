@@ -51,13 +51,16 @@ PlayedChain::PlayedChain(std::vector<KeyTrack> tracks) : _tracks(std::move(track
             for (unsigned step = 0; step < steps; ++step) {
                 float const from = between(_breaks[i], _breaks[i + 1], step, steps);
                 float const to = between(_breaks[i], _breaks[i + 1], step + 1, steps);
-                auto const [low, high] = std::minmax({eased(from), eased(std::nextafter(to, from))});
-                for (auto key = std::ranges::upper_bound(keys, low); key != keys.end() && *key < high; ++key) {
+                float const first = eased(from), last = eased(std::nextafter(to, from));
+                auto const [low, high] = std::minmax(first, last);
+                for (auto key = std::ranges::lower_bound(keys, low); low < high && key != keys.end() && *key <= high; ++key) {
+                    if (*key == last && eased(to) == last)
+                        continue; // the next step begins with it
                     float a = from, b = to;
-                    bool const rises = eased(from) < *key;
+                    bool const rises = first < *key;
                     for (float middle = a + (b - a) / 2; middle > a && middle < b; middle = a + (b - a) / 2)
                         (eased(middle) < *key) == rises ? a = middle : b = middle;
-                    passes.push_back(b);
+                    passes.push_back(*key == first ? from : b);
                 }
             }
         std::ranges::sort(passes);

@@ -2,14 +2,17 @@
 
 #include "player/scene/Diagnostics.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <numbers>
 
 namespace Zelvan::play {
 
-Tolerance::Tolerance(std::vector<std::string> const& texts)
+Tolerance::Tolerance(std::vector<std::string> texts, std::vector<std::string> const& usual)
 {
+    if (std::ranges::all_of(texts, [](std::string const& text) { return text.find('=') != std::string::npos; }))
+        texts.insert(texts.begin(), usual.begin(), usual.end());
     for (std::string const& text : texts) {
         auto const equal = text.rfind('=');
         std::string const amount = equal == std::string::npos ? text : text.substr(equal + 1);

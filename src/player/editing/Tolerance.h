@@ -14,8 +14,9 @@ namespace Zelvan::play {
 /// those for a node before the others.
 class Tolerance {
 public:
-    /// Throws Failure(exitUsage) for what is none: "0.1%,1deg", "Ball=0.01".
-    explicit Tolerance(std::vector<std::string> const& texts);
+    /// Throws Failure(exitUsage) for what is none: "0.1%,1deg", "Ball=0.01". Where all of them mean one node, `usual` holds
+    /// for the others.
+    explicit Tolerance(std::vector<std::string> texts, std::vector<std::string> const& usual = {});
 
     /// Nothing when none fits: degrees do not measure positions.
     std::optional<double> of(KeyTrack const& track, std::string const& node) const;

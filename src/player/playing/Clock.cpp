@@ -28,7 +28,9 @@ std::vector<Timing::Frame> Timing::frames() const
     double const last = exact.empty() ? to : exact.back();
     bool const finite = std::isfinite(from) && std::isfinite(last) && std::isfinite(fps);
     if (!finite || from < 0 || (exact.empty() && last < from) || !(fps > 0) || (!exact.empty() && exact.front() < 0))
-        throw Failure(exitUsage, "expected 0 <= from <= to, times that are not negative and fps above 0");
+        throw Failure(exitUsage,
+                      exact.empty() && last < from ? "--to " + roundNumber(last) + " is before --from " + roundNumber(from)
+                                                   : "expected times that are not negative and fps above 0");
     if (last * fps > most)
         throw Failure(exitUsage, "more than " + roundNumber(most, 9) + " frames; choose a shorter time or a lower --fps");
 
@@ -308,7 +310,7 @@ double Clock::cycleEnd() const
     double end = 0;
     for (Sensor const& sensor : planned(longest))
         for (Run const& run : sensor.runs)
-            end = std::max(end, std::min(run.start + run.cycle, longest));
+            end = std::max(end, std::min(std::max(run.start, 0.) + run.cycle, longest));
     return end > 0 ? end : otherwise;
 }
 
