@@ -51,20 +51,19 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
                  play::bakeScene(*scene, edits, {tolerance, size % 2 == 0, false, {}, false}).changes)
                 require(!change.left.empty() || change.measured.largest <= change.asked, "the error is kept");
         else
-            play::fixScene(*scene, edits, play::checkScene(*scene, {}, {}), {}, size % 2 == 0,
-                           [&](auto const& change, bool startAll) {
-                               play::ScenePlay played{play::readScene(file, limits, diagnostics), {}};
-                               change(*played.scene);
-                               play::Recorder recorder(*played.scene, {.keepSamples = true, .mostKept = 1 << 16});
-                               play::Clock clock(*played.scene);
-                               if (startAll)
-                                   clock.startAll(0);
-                               for (play::Timing::Frame const& frame : play::Timing{0, 1, 8, {}}.frames())
-                                   clock.advance(frame.time, [&recorder] { recorder.beginFrame(); });
-                               recorder.finish();
-                               played.tracks = recorder.allTracks();
-                               return played;
-                           });
+            play::fixScene(*scene, edits, {}, size % 2 == 0, [&](auto const& change, bool startAll) {
+                play::ScenePlay played{play::readScene(file, limits, diagnostics), {}};
+                change(*played.scene);
+                play::Recorder recorder(*played.scene, {.keepSamples = true, .mostKept = 1 << 16});
+                play::Clock clock(*played.scene);
+                if (startAll)
+                    clock.startAll(0);
+                for (play::Timing::Frame const& frame : play::Timing{0, 1, 8, {}}.frames())
+                    clock.advance(frame.time, [&recorder] { recorder.beginFrame(); });
+                recorder.finish();
+                played.tracks = recorder.allTracks();
+                return played;
+            });
         if (edits.changed().empty()) {
             require(edits.file(0).editedBytes() == std::string(std::istreambuf_iterator<char>(std::ifstream(file).rdbuf()), {}),
                     "nothing to do is nothing done");

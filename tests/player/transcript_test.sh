@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Runs the commands of transcript/*.txt ("$ ...", in a folder with the examples, corpus/ and own/) and compares all that comes
-# of them with what stands below each: output, messages ("! "), status, and the files that are left. Of more than 44 lines,
-# and of files, the length and a checksum stand there; of pages that without their styles and programs.
+# of them with what stands below each: output, messages ("! "), status, and the files that are left. Of more than 44 lines
+# or 6,000 bytes, and of files, the length and a checksum stand there; of pages that without their styles and programs.
 #   transcript_test.sh [--accept] [PROGRAM [TRANSCRIPT...]]
 source "$(dirname "${BASH_SOURCE[0]}")/compare.sh"
 
@@ -16,7 +16,7 @@ checksum() {
     echo "$(wc -c <"$1") bytes, $(sha256sum <"$1" | cut -c 1-12)"
 }
 shorten() {
-    if [ "$(wc -l <"$1")" -gt 44 ]; then checksum "$1"; else cat "$1"; fi | sed "s/^/$2/"
+    if [ "$(wc -l <"$1")" -gt 44 ] || [ "$(wc -c <"$1")" -gt 6000 ]; then checksum "$1"; else cat "$1"; fi | sed "s/^/$2/"
 }
 
 commands=0

@@ -1,24 +1,15 @@
 #include "player/checking/CheckRules.h"
 
 #include "base/Fields.h"
+#include "player/playing/Turning.h"
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 namespace Zelvan::play {
 
 namespace {
-
-// By the shorter arc.
-double angleBetween(Rotation const& a, Rotation const& b)
-{
-    float const* const p = a.quaternion().getValues();
-    float const* const q = b.quaternion().getValues();
-    double cosine = 0;
-    for (int c = 0; c < 4; ++c)
-        cosine += static_cast<double>(p[c]) * q[c];
-    return 2 * std::acos(std::min(1.0, std::abs(cosine)));
-}
 
 // Axis times angle of the rotation that leads from a to b, by the shorter arc.
 std::vector<double> rotationVector(Rotation const& a, Rotation const& b)
@@ -45,8 +36,8 @@ std::string jumpOf(KeyedValues const& values)
 {
     auto const first = values.at(0), last = values.at(values.count - 1);
     if (values.valueField->dataType() == MFRotationType) {
-        auto const& rotations = static_cast<MFRotation const*>(values.valueField)->_value;
-        double const angle = angleBetween(rotations[0], rotations[values.count - 1]);
+        double const angle = angleBetween(UnitQuaternion::ofAxisAngle(first.data()), UnitQuaternion::ofAxisAngle(last.data()))
+            * std::numbers::pi / 180;
         return angle > 0.01 ? "turns by " + degrees(angle) + " degrees at once" : "";
     }
     double reach = 0;

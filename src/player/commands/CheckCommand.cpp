@@ -216,10 +216,7 @@ void fix(Session& session, CheckCommandOptions const& options)
     if (!options.edit.write && !options.edit.diff && options.edit.output.empty())
         throw Failure(exitUsage, "--fix: where to? --write, --diff or -o FILE");
     auto const edit = [&](OpenedScene const& opened, SceneEdits& edits, SceneResult& result) {
-        CheckOptions everything = opened.settings.checkOptions(); // also what is not shown
-        everything.perNode = 0;
-        everything.hints = true;
-        auto const findings = checkWithSuppressions(*opened.scene, opened.findings, everything);
+        CheckOptions const checks = opened.settings.checkOptions();
         auto const play = [&](std::function<void(Scene&)> const& change, bool startAll) {
             ReaderFindings told;
             ScenePlay again{openScene(session, opened.file, opened.limits, told.diagnostics()), {}};
@@ -230,7 +227,7 @@ void fix(Session& session, CheckCommandOptions const& options)
             return again;
         };
         result.counts = {0, 0};
-        for (FixOutcome const& outcome : fixScene(*opened.scene, edits, findings, everything, options.unsafeFixes, play)) {
+        for (FixOutcome const& outcome : fixScene(*opened.scene, edits, checks, options.unsafeFixes, play)) {
             if (editing.several() && !options.edit.inlined && outcome.file != 0)
                 continue; // it is told with that file
             result.counts[0] += outcome.done;
@@ -238,8 +235,8 @@ void fix(Session& session, CheckCommandOptions const& options)
                 + outcome.code + (outcome.done ? " fixed" : " not fixed: " + printable(outcome.why)) + '\n';
         }
         // What is left, as check would tell it now.
-        auto const left = checkWithSuppressions(*opened.scene, opened.findings, opened.settings.checkOptions());
-        result.err += findingFormat("text", false)->file(left, opened.settings.checkOptions());
+        auto const left = checkWithSuppressions(*opened.scene, opened.findings, checks);
+        result.err += findingFormat("text", false)->file(left, checks);
         result.counts[1] = countsOf(left).warnings;
         if (std::ranges::any_of(left, [&](Finding const& f) { return f.severity >= opened.settings.failOn.value; }))
             result.status = exitScene;

@@ -42,11 +42,11 @@ public:
                 _nodes[*places].push_back(&node);
     }
 
-    std::vector<FixOutcome> run(std::vector<Finding> findings, PlayAnew const& play)
+    std::vector<FixOutcome> run(PlayAnew const& play)
     {
         constexpr int rounds = 8; // one fix may uncover what another one mends
-        for (int round = 0; round < rounds && mendAll(findings); ++round)
-            findings = checkWithSuppressions(_scene, {}, _options);
+        for (int round = 0; round < rounds && mendAll(checkWithSuppressions(_scene, {}, _options)); ++round) {
+        }
         std::erase_if(_mendings, [](auto const& mending) { return !mending.second.changed(); });
         if (std::string const other = _unsafe || _mendings.empty() ? "" : otherwisePlayed(play); !other.empty()) {
             for (FixOutcome& outcome : _outcomes)
@@ -265,10 +265,10 @@ void proposeFixes(Scene& scene, std::vector<Finding>& findings, CheckOptions con
         }
 }
 
-std::vector<FixOutcome> fixScene(Scene& scene, SceneEdits& edits, std::vector<Finding> findings, CheckOptions const& options,
-                                 bool unsafe, PlayAnew const& play)
+std::vector<FixOutcome> fixScene(Scene& scene, SceneEdits& edits, CheckOptions const& options, bool unsafe,
+                                 PlayAnew const& play)
 {
-    return Fixer(scene, edits, options, unsafe).run(std::move(findings), play);
+    return Fixer(scene, edits, options, unsafe).run(play);
 }
 
 } // namespace Zelvan::play

@@ -360,7 +360,7 @@ TEST(Fixes, SilenceTheirCodesAndAreDoneOnce)
         auto findings = checkScene(*edited.read.scene, {}, all);
         bool const safe =
             code.fix == Fix::safe && std::ranges::all_of(findings, [](Finding const& f) { return fixOf(f) != Fix::unsafe; });
-        auto const outcomes = fixScene(*edited.read.scene, edited.edits, findings, all, !safe, playing(edited.read.file));
+        auto const outcomes = fixScene(*edited.read.scene, edited.edits, all, !safe, playing(edited.read.file));
         if (std::string(code.code) == "zero-axis") // its example has an angle, and the last value is sent as it is written
             continue;
         EXPECT_FALSE(edited.edits.changed().empty());
@@ -368,7 +368,7 @@ TEST(Fixes, SilenceTheirCodesAndAreDoneOnce)
         findings = checkScene(*again.read.scene, {}, all);
         for (Finding const& finding : findings)
             EXPECT_NE(finding.code, code.code) << finding.message << '\n' << edited.text();
-        fixScene(*again.read.scene, again.edits, findings, all, !safe, playing(again.read.file));
+        fixScene(*again.read.scene, again.edits, all, !safe, playing(again.read.file));
         EXPECT_TRUE(again.edits.changed().empty()) << again.text();
     }
 }
@@ -401,8 +401,7 @@ TEST(Fixes, DoWhatTheySay)
         CheckOptions all;
         all.hints = true;
         all.perNode = 0;
-        fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, all), all, c.unsafe,
-                 playing(edited.read.file));
+        fixScene(*edited.read.scene, edited.edits, all, c.unsafe, playing(edited.read.file));
         if (*c.expected == '\0')
             EXPECT_TRUE(edited.edits.changed().empty()) << c.code;
         else
@@ -424,8 +423,7 @@ TEST(Fixes, AreNotMadeWhenTheSceneWouldPlayOtherwise)
                 result.tracks[0].numbers[7] = std::nextafter(result.tracks[0].numbers[7], 9);
             return result;
         };
-        auto const outcomes =
-            fixScene(*edited.read.scene, edited.edits, checkScene(*edited.read.scene, {}, {}), {}, false, play);
+        auto const outcomes = fixScene(*edited.read.scene, edited.edits, {}, false, play);
         ASSERT_EQ(outcomes.size(), 1u);
         EXPECT_EQ(outcomes[0].done, !lies);
         EXPECT_EQ(outcomes[0].why, lies ? "the scene would play otherwise: S.value_changed" : "");
