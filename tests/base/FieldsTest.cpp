@@ -14,7 +14,10 @@ template <class FieldClass>
 std::string reparsed(char const* text)
 {
     FieldClass field;
-    return field.setValueByStr(text, Field::multiple) ? field.getValueAsStr() : "refused";
+    std::string const result = field.setValueByStr(text, Field::multiple) ? field.getValueAsStr() : "refused";
+    field.setToDefault();
+    EXPECT_EQ(field.getValueAsStr(), FieldClass().getValueAsStr()) << text;
+    return result;
 }
 
 TEST(Fields, TextsAreReadAndWritten)
