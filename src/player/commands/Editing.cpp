@@ -127,7 +127,8 @@ void SceneEditing::write(SceneEdits& edits, OpenedScene const& opened, std::stri
         std::ostringstream diff;
         diff.exceptions(std::ios::badbit);
         for (AuthorFile const* const file : changed)
-            file->writeDiff(diff);
+            if (_shown.insert(file->path()).second || !several())
+                file->writeDiff(diff);
         out += std::move(diff).str();
         return;
     }

@@ -5,6 +5,7 @@
 #include "player/editing/Reduce.h"
 
 #include <functional>
+#include <set>
 
 namespace Zelvan::play {
 
@@ -41,6 +42,7 @@ private:
     ScenesOptions const& _named;
     EditOptions const& _options;
     std::vector<std::string> _scenes;
+    std::set<std::string> mutable _shown; ///< files whose changes have been shown: two scenes may include the same
 };
 
 /// What commands have that give interpolators other keys.

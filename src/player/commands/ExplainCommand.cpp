@@ -91,7 +91,7 @@ void explain(Session const& session, std::string const& name)
         curves.exceptions(std::ios::badbit);
         drawExample(curves, session, text);
         if (!curves.str().empty())
-            out.stream() << curves.str() << '\n';
+            out.stream() << "Over its keys:\n" << curves.str() << '\n';
     };
     out.stream() << code.code << " (" << severityName(code.severity) << "): " << code.title << "\n\n";
     paragraph(code.meaning);

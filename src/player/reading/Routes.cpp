@@ -149,7 +149,8 @@ void Routes::connect(SceneRoute& route)
             return false;
         return true;
     };
-    if (lacks(*route.from, route.fromField, Node::asOutput) || lacks(*route.to, route.toField, Node::asInput))
+    route.fits = !lacks(*route.from, route.fromField, Node::asOutput) && !lacks(*route.to, route.toField, Node::asInput);
+    if (!route.fits)
         return;
     Field* from = scene.field(*route.from, route.fromField, Node::asOutput);
     Field* to = scene.field(*route.to, route.toField, Node::asInput);

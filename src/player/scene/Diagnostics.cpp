@@ -35,8 +35,6 @@ void Diagnostics::report(Severity severity, Place const& place, std::string_view
         return onMessage(severity, place, kind, message);
     if (severity == Severity::error)
         ++_errors;
-    else if (severity == Severity::warning)
-        ++_warnings;
     auto found = std::find_if(_kinds.begin(), _kinds.end(), [&](Kind const& k) { return k._name == kind; });
     if (found == _kinds.end())
         found = _kinds.insert(_kinds.end(), {std::string(kind), 0});

@@ -61,7 +61,6 @@ public:
     std::function<void(Severity, Place const&, std::string_view kind, std::string const& message)> onMessage;
 
     unsigned errors() const { return _errors; }
-    unsigned warnings() const { return _warnings; }
 
 private:
     struct Kind {
@@ -70,7 +69,7 @@ private:
     };
     std::ostream& _out;
     bool _strict;
-    unsigned _errors = 0, _warnings = 0;
+    unsigned _errors = 0;
     std::vector<Kind> _kinds;
 };
 

@@ -55,9 +55,10 @@ struct SceneRoute {
     Location where;
     /// Null when it could not be connected, or when neither end has a node class: nothing will pass.
     Route* route = nullptr;
+    bool fits = true; ///< its nodes have such fields, as far as is known
 
     /// Whether it could not be connected, which was reported.
-    bool refused() const { return route == nullptr && (from->known || to->known); }
+    bool refused() const { return !fits || (route == nullptr && (from->known || to->known)); }
 };
 
 /// What was read from a file and everything it includes: nodes, routes, and where they stand.
