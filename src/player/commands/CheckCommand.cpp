@@ -300,9 +300,7 @@ void addCheckCommand(CLI::App& app, Session& session)
     command.add_flag("--fix", options->fix, "mend what can be mended without a change of what is played")->group("Fixes");
     command.add_flag("--unsafe-fixes", options->unsafeFixes, "with --fix: mend also what changes what is played")
         ->group("Fixes");
-    addEditOptions(command, options->edit);
-    command.get_option("--output")
-        ->description("where the findings go, or with --fix the edited scene; \"-\" is standard output");
+    addEditOptions(command, options->edit, "where the findings go, or with --fix the edited scene; \"-\" is standard output");
     auto* const codes = command.add_flag("--codes", options->codes, "list all codes, with their meaning");
     command.add_flag("--markdown", options->markdown, "the list as Markdown, with examples")->needs(codes);
     command.footer("Exit status: 1 when there is an error, or what --fail-on names; 3 when a file cannot be read.\n"

@@ -18,14 +18,13 @@
 
 namespace Zelvan::play {
 
-void addEditOptions(CLI::App& command, EditOptions& options)
+void addEditOptions(CLI::App& command, EditOptions& options, char const* outputIs)
 {
     auto const group = [](CLI::Option* option) {
         option->group("Output");
         return option;
     };
-    auto* const output =
-        group(command.add_option("-o,--output", options.output, "the edited scene; \"-\" is standard output (-)"));
+    auto* const output = group(command.add_option("-o,--output", options.output, outputIs));
     output->option_text("FILE");
     auto* const write =
         group(command.add_flag("--write", options.write, "write over the scene itself: whole files, or nothing"));

@@ -14,7 +14,9 @@ struct EditOptions {
     std::string output; ///< a file; "" and "-" are standard output
     bool write = false, diff = false, inlined = false;
 };
-void addEditOptions(CLI::App& command, EditOptions& options);
+/// `outputIs` describes --output.
+void addEditOptions(CLI::App& command, EditOptions& options,
+                    char const* outputIs = "the edited scene; \"-\" is standard output (-)");
 
 /// A command that edits scenes, one or many.
 class SceneEditing {
