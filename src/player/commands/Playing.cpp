@@ -73,16 +73,19 @@ OpenedScene::OpenedScene(Session const& session, SceneOptions const& options, Se
 {
     ReaderFindings read(checks == Checks::none ? nullptr : &diagnostics);
     scene = openScene(session, file, limits, read.diagnostics(), staging);
-    CheckOptions check = settings.checkOptions();
-    for (CheckCode const& code : checkCodes()) {
-        auto const own = check.severities.find(code.code);
-        if (checks != Checks::all && (own == check.severities.end() ? code.severity : own->second) < Severity::error)
-            check.ignore.insert(code.code);
+    findings = read.take();
+    if (checks != Checks::none) {
+        CheckOptions check = settings.checkOptions();
+        for (CheckCode const& code : checkCodes()) {
+            auto const own = check.severities.find(code.code);
+            if (checks != Checks::all && (own == check.severities.end() ? code.severity : own->second) < Severity::error)
+                check.ignore.insert(code.code);
+        }
+        findings = checkWithSuppressions(*scene, std::move(findings), check);
+        for (Finding const& finding : findings)
+            if (finding.severity == Severity::error && !finding.node.empty()) // the others have been told
+                diagnostics.error(finding.place, finding.code, textOf(finding));
     }
-    findings = checks == Checks::none ? read.take() : checkWithSuppressions(*scene, read.take(), check);
-    for (Finding const& finding : findings)
-        if (checks != Checks::none && finding.severity == Severity::error && !finding.node.empty()) // the others have been told
-            diagnostics.error(finding.place, finding.code, textOf(finding));
     diagnostics.finish();
     nameNodesOf(scene.get());
 }
@@ -118,12 +121,12 @@ Timing prepare(Clock& clock, TimeOptions const& options, Settings const& setting
         clock.inject({text.substr(0, dot), text.substr(dot + 1, equal - dot - 1), value, time});
         late = std::max(late, {time, option});
     }
+    double const cycle = clock.cycleEnd();
     timing.to = options.duration ? timing.from + *options.duration
         : options.to             ? *options.to
         : settings.to.value      ? *settings.to.value
-                                 : clock.cycleEnd();
-    if (timing.to < timing.from && !options.to && !settings.to.value)
-        timing.to += timing.from; // as long from there on
+        : cycle > timing.from    ? cycle
+                                 : timing.from + cycle;
     double const end = timing.at.empty() ? timing.to : std::ranges::max(timing.at);
     if (late.first > end)
         throw Failure(exitUsage, late.second + ": the run ends before, at " + roundNumber(end) + " s");

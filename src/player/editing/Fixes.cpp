@@ -45,8 +45,9 @@ public:
     std::vector<FixOutcome> run(PlayAnew const& play)
     {
         constexpr int rounds = 8; // one fix may uncover what another one mends
-        for (int round = 0; round < rounds && mendAll(checkWithSuppressions(_scene, {}, _options)); ++round) {
-        }
+        for (int round = 0; round < rounds; ++round)
+            if (!mendAll(checkWithSuppressions(_scene, {}, _options)))
+                break;
         std::erase_if(_mendings, [](auto const& mending) { return !mending.second.changed(); });
         if (std::string const other = _unsafe || _mendings.empty() ? "" : otherwisePlayed(play); !other.empty()) {
             for (FixOutcome& outcome : _outcomes)

@@ -96,9 +96,10 @@ std::vector<TrackChange> reduceScene(Scene const& scene, SceneEdits& edits, Tole
                     Reduced const reduced = reduceTrack(track, *allowed, free);
                     change.after = reduced.track.size();
                     change.measured = reduced.difference;
-                    change.edited = change.after < change.before;
-                    if (change.edited)
+                    if (change.after < change.before) {
                         write(reduced, track, *places, node, edits);
+                        change.edited = true;
+                    }
                 } catch (Failure const& failure) {
                     if (failure.status() == exitMachine)
                         throw;
