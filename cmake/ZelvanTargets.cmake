@@ -2,7 +2,7 @@
 
 # Counting what tests reach needs the sources where they are; else no file tells where it was built.
 set(prefixMap -ffile-prefix-map)
-if(CMAKE_CXX_FLAGS MATCHES --coverage)
+if(CMAKE_CXX_FLAGS MATCHES -fcoverage-mapping)
     set(prefixMap -fmacro-prefix-map)
 endif()
 

@@ -45,7 +45,8 @@ std::string jumpOf(KeyedValues const& values)
         reach = std::max(reach, largestDifference(values.at(k), first));
     if (largestDifference(first, last) <= 0.001 * reach)
         return "";
-    return values.perKey > 1 ? "jumps back" : "jumps from " + listed(last) + " to " + listed(first);
+    std::string const from = listed(last), to = listed(first); // of matrices the first row
+    return values.perKey > 1 || from == to ? "jumps back" : "jumps from " + from + " to " + to;
 }
 
 /// Speeds of the pieces of a curve, one after the other.

@@ -144,7 +144,10 @@ void AuthorFile::writeDiff(std::ostream& out) const
     };
     std::vector<Change> changes;
     for (Edit const& edit : _edits) {
-        std::size_t const first = lineAt(edit.begin), last = std::min(lineAt(edit.end) + 1, lines.size());
+        std::size_t const first = lineAt(edit.begin), end = lineAt(edit.end);
+        // What ends with a line leaves the next one as it is.
+        bool const whole = edit.end == startOf(end) && edit.begin == startOf(first) && edit.with.empty();
+        std::size_t const last = whole ? end : std::min(end + 1, lines.size());
         if (!changes.empty() && first < changes.back().last)
             changes.back().last = std::max(changes.back().last, last);
         else

@@ -93,17 +93,19 @@ private:
             source = driverOf(*eases.back()->from);
             if (source == nullptr)
                 return "more or less than one ROUTE leads into " + eases.back()->from->name;
+            if (isEase(*source->from))
+                return "hangs behind a ring of EaseInEaseOuts, or more than " + std::to_string(eases.size());
             if (source->where.file != eases.front()->where.file || scopeOf(*source->from) != scopeOf(node)
                 || scopeOf(*source->to) != scopeOf(node))
                 return eases.back()->from->name + " is driven from another PROTO or file";
         }
         tracks.push_back(trackOf(node));
-        for (KeyTrack const& track : tracks)
-            if (std::string why = faultOf(track); !why.empty())
-                return why;
+        for (std::size_t i = 0; i < tracks.size(); ++i)
+            if (std::string why = faultOf(tracks[i]); !why.empty())
+                return i < eases.size() ? eases[eases.size() - 1 - i]->from->name + ": " + why : why;
         auto const allowed = _options.tolerance.of(tracks.back(), node.name);
         change.angle = tracks.back().motion == Motion::rotation;
-        if (!allowed || !(*allowed > 0))
+        if (!allowed || (!(*allowed > 0) && !evenly()))
             return !allowed ? "no --max-error fits its values" : "an error of 0 cannot be kept";
         change.asked = *allowed;
 
@@ -111,7 +113,7 @@ private:
         name = name.starts_with("Spline") ? name.substr(6) : name.starts_with("Squad") ? name.substr(5) : name;
         NodeType& type = *NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), name, searchExact)->creatableType();
         PlayedChain chain(std::move(tracks));
-        KeyTrack const baked = keysFor(chain, type, node, change);
+        KeyTrack const baked = keysFor(chain, type, source != nullptr ? source : driverOf(node), change);
         if (evenly() || change.measured.largest <= change.asked) {
             change.after = baked.size();
             write(node, baked, eases, source);
@@ -125,7 +127,7 @@ private:
 
     bool evenly() const { return _options.rate.has_value() || _options.atKeys; }
 
-    KeyTrack keysFor(PlayedChain& chain, NodeType& type, SceneNode const& node, TrackChange& change) const
+    KeyTrack keysFor(PlayedChain& chain, NodeType& type, SceneRoute const* driver, TrackChange& change) const
     {
         constexpr int steps = 24, tries = 6;
         auto const measure = [&](KeyTrack const& track) {
@@ -136,7 +138,7 @@ private:
         if (evenly()) {
             std::vector<float> fractions = chain.breaks();
             if (_options.rate)
-                fractions = merged(evenFractions(node, chain.breaks()), {});
+                fractions = merged(evenFractions(driver, chain.breaks()), {});
             result = chain.sampled(type, fractions, change.asked);
             measure(result);
             return result;
@@ -151,13 +153,10 @@ private:
         }
         return result;
     }
-    std::vector<float> evenFractions(SceneNode const& node, std::vector<float> const& breaks) const
+    std::vector<float> evenFractions(SceneRoute const* driver, std::vector<float> const& breaks) const
     {
         constexpr double most = 100'000;
         double cycle = 1;
-        SceneRoute const* driver = driverOf(node);
-        while (driver != nullptr && isEase(*driver->from))
-            driver = driverOf(*driver->from);
         if (driver != nullptr && driver->from->known && TimeSensor::isType(driver->from->node))
             cycle = static_cast<TimeSensor const*>(driver->from->node)->_cycleInterval._value;
         double const length = double(breaks.back()) - breaks.front(),
