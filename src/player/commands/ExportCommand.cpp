@@ -170,7 +170,7 @@ void addExportCommand(CLI::App& app, Session& session)
     command.add_option("-o,--output", options->output, "where to (standard output)")->option_text("FILE")->group("Output");
     auto* const rate =
         inRange(command.add_option("--rate", options->rate, "rows per second: the same as --fps"), leastFps, mostFps);
-    rate->excludes(time.fps)->option_text("N")->group("Output");
+    rate->excludes(time.fps)->excludes(time.at)->option_text("N")->group("Output");
     auto* const keys = command.add_flag("--at-keys", options->atKeys, "rows at the times of the keys only");
     keys->excludes(rate)->excludes(time.at)->group("Output");
     command.add_flag("--events", options->events, "leave cells empty where no event happened")->group("Output");

@@ -112,16 +112,18 @@ TimeOptionHandles addTimeOptions(CLI::App& command, TimeOptions& options)
     auto const seconds = [&](char const* name, auto& value, char const* what) {
         return group(inRange(command.add_option(name, value, what), 0, latestTime))->option_text("SECONDS");
     };
-    seconds("--from", options.from, "record from this second on (0)");
+    auto* const from = seconds("--from", options.from, "record from this second on (0)");
     auto* const to =
         seconds("--to", options.to, "play up to this second (one cycle of the longest sensor that runs, at most 60)");
-    seconds("--duration", options.duration, "play this long from --from on")->excludes(to);
+    auto* const duration = seconds("--duration", options.duration, "play this long from --from on")->excludes(to);
     auto* const fps =
         group(inRange(command.add_option("--fps", options.fps, "frames per second (60)"), leastFps, mostFps)->option_text("N"));
     auto* const at = group(inRange(command.add_option("--at", options.at, "record at these times only"), 0, latestTime)
                                ->delimiter(',')
                                ->allow_extra_args(false)
                                ->option_text("T[,T...]"));
+    for (CLI::Option* const other : {from, to, duration, fps})
+        at->excludes(other);
     group(
         command.add_option_function<std::string>(
             "--now",

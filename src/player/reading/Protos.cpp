@@ -133,6 +133,9 @@ std::vector<Element const*> Protos::defaultsOf(Element const& element, Proto con
     std::unordered_set<std::string_view> given;
     for (Element const& value : Children(element, "fieldValue"))
         given.insert(attributeValue(value, "name"));
+    if (Element const* const is = findChild(element, "IS")) // another PROTO's field has the value
+        for (Element const& connect : Children(*is, "connect"))
+            given.insert(attributeValue(connect, "nodeField"));
     std::vector<Element const*> defaults;
     if (Element const* const interface = findChild(*proto.declaration, "ProtoInterface"))
         for (Element const& field : Children(*interface, "field"))

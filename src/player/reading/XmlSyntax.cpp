@@ -67,7 +67,8 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
             at = at.parent();
         at = at == root ? pugi::xml_node() : next;
     }
-    nextElement(root.next_sibling(), tree, text);
+    if (pugi::xml_node const other = nextElement(root.next_sibling(), tree, text)) // refused there
+        tree.open(other.name(), std::size_t(std::max<std::ptrdiff_t>(other.offset_debug(), 1)) - 1);
 }
 
 } // namespace Zelvan::play

@@ -94,7 +94,7 @@ TEST(Program, RefusesOptionsBeyondTheirRangeAndWithoutSense)
     for (std::string const clash :
          {"export s.x3d --at 1 --at-keys", "export s.x3d --fps 5 --rate 5", "export s.x3d --at-keys --rate 5",
           "run s.x3d --to 1 --duration 1", "sweep s.x3d --at 0 --at-keys", "sweep s.x3d --steps 5 --at 0",
-          "sweep s.x3d --at-keys --from 0"})
+          "sweep s.x3d --at-keys --from 0", "run s.x3d --at 1 --to 2", "export s.x3d --rate 5 --at 1"})
         refused(clash, "excludes");
     refused("run s.x3d --start Clock@nan", "expected a time from 0 to 1000000000, found \"nan\"");
     refused("run s.x3d --inject A.set_fraction=1@1e10", "expected a time from 0 to 1000000000");
