@@ -24,7 +24,7 @@ commands=0
 for transcript in "${@:2}"; do
     transcript=$here/transcript/$(basename "$transcript" .txt).txt
     while IFS= read -r line; do
-        [[ $line != "#"* ]] || echo "$line"
+        [[ $line != "# "* ]] || echo "$line"
         [[ $line == "$ "* ]] || continue
         commands=$((commands + 1))
         echo "$line"

@@ -1,4 +1,5 @@
 #include "player/checking/CheckRules.h"
+#include "player/playing/Turning.h"
 
 #include <algorithm>
 #include <cmath>
@@ -73,7 +74,11 @@ void checkOrder(KeyedValues const& values, FindingCollector& findings)
             findings.add(
                 "key-equal", values.node, values.keyField,
                 [&] {
-                    bool const same = std::ranges::equal(values.at(i - 1), values.at(i));
+                    bool const same = values.valueField->dataType() == MFRotationType && values.perKey == 1
+                        ? angleBetween(UnitQuaternion::ofAxisAngle(values.at(i - 1).data()),
+                                       UnitQuaternion::ofAxisAngle(values.at(i).data()))
+                            < 0.01
+                        : std::ranges::equal(values.at(i - 1), values.at(i));
                     return keyName(i) + " repeats " + shortNumber(key)
                         + (lost       ? " once more: the value of [" + std::to_string(i - 1) + "] is never held"
                                : same ? ", and its value"

@@ -29,7 +29,9 @@ void follow(Scene const& scene, SceneNode const& node, unsigned depth, unsigned&
             continue;
         drive.any = true;
         if (isSensor(*from)) {
-            if (static_cast<TimeSensor*>(from->node)->_loop._value)
+            auto const& sensor = static_cast<TimeSensor const&>(*from->node);
+            bool const runs = sensor._cycleInterval._value > 0 || sensor._cycleInterval._routesIn != nullptr;
+            if (sensor._loop._value && runs)
                 drive.looping = from;
         } else if (isInterpolator(*from) && from->node->type()._name == "EaseInEaseOut" && spansAll(*from) && depth < deepest) {
             drive.eased = true;

@@ -47,7 +47,8 @@ public:
         }
         for (auto const& [code, count] : written)
             if (count.second > 0)
-                text += printable(findings.front().place.file) + ": ... and " + std::to_string(count.second) + " more [" + code + "]\n";
+                text += printable(findings.front().place.file) + ": ... and " + std::to_string(count.second) + " more [" + code
+                    + "]\n";
         return text;
     }
 

@@ -44,13 +44,7 @@ std::string const& SourceLines::line(Place const& place)
             _file.reset();
     if (_number != place.line)
         return none;
-    for (std::string_view rest = _line; !rest.empty();) {
-        CodePoint const c = decodeUtf8(rest);
-        if (!c.valid)
-            return none;
-        rest.remove_prefix(c.length);
-    }
-    return _line;
+    return isUtf8(_line) ? _line : none;
 }
 
 } // namespace Zelvan::play

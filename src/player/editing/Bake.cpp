@@ -6,6 +6,8 @@
 #include "player/editing/Sampling.h"
 
 #include <algorithm>
+#include <cmath>
+#include <map>
 #include <set>
 
 namespace Zelvan::play {
@@ -20,6 +22,11 @@ public:
 
     BakeResult run()
     {
+        for (SceneNode const& node : _scene.sceneNodes) {
+            ++_names[node.name];
+            if (auto const places = isInterpolator(node) ? _edits.placesOf(node) : std::nullopt)
+                _instances[*places].push_back(&node);
+        }
         for (SceneNode const& node : _scene.sceneNodes) {
             if (!isInterpolator(node) || isEase(node))
                 continue;
@@ -47,6 +54,10 @@ public:
 
 private:
     static bool isEase(SceneNode const& node) { return isInterpolator(node) && node.node->type()._name == "EaseInEaseOut"; }
+    static bool isFinite(KeyTrack const& track)
+    {
+        return std::ranges::all_of(track.values, [](float value) { return std::isfinite(value); });
+    }
     static std::string scopeOf(SceneNode const& node) { return node.name.substr(0, node.name.rfind('/') + 1); }
 
     // The one ROUTE that leads into a node's fraction; null when there is none, or several.
@@ -84,7 +95,15 @@ private:
             return "blends matrices";
         std::vector<KeyTrack> tracks;
         SceneRoute const* source = nullptr;
+        for (SceneNode const* const other : _instances[*_edits.placesOf(node)])
+            if (!playsAs(node, *other))
+                return "its text stands for " + other->name + ", too, which plays otherwise";
         for (auto route = eases.rbegin(); route != eases.rend(); ++route) {
+            for (Field const* const field : (*route)->from->node->fields())
+                if (field->_routesIn != nullptr && field != fieldOf(*(*route)->from, "set_fraction"))
+                    return "a ROUTE sets " + (*route)->from->name + '.' + field->findName();
+            if (!static_cast<SFBool const*>(fieldOf(*(*route)->from, "enabled"))->_value)
+                return (*route)->from->name + " is not enabled";
             tracks.push_back(trackOf(*(*route)->from));
             if (tracks.back().size() == 0)
                 return (*route)->from->name + " has no keys or no values";
@@ -95,6 +114,8 @@ private:
                 return "more or less than one ROUTE leads into " + eases.back()->from->name;
             if (isEase(*source->from))
                 return "hangs behind a ring of EaseInEaseOuts, or more than " + std::to_string(eases.size());
+            if (_names[source->from->name] > 1)
+                return source->from->name + " is the name of several nodes";
             if (source->where.file != eases.front()->where.file || scopeOf(*source->from) != scopeOf(node)
                 || scopeOf(*source->to) != scopeOf(node))
                 return eases.back()->from->name + " is driven from another PROTO or file";
@@ -114,6 +135,8 @@ private:
         NodeType& type = *NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), name, searchExact)->creatableType();
         PlayedChain chain(std::move(tracks));
         KeyTrack const baked = keysFor(chain, type, source != nullptr ? source : driverOf(node), change);
+        if (!isFinite(baked))
+            return "its values leave the range of a float";
         if (evenly() || change.measured.largest <= change.asked) {
             change.after = baked.size();
             write(node, baked, eases, source);
@@ -123,6 +146,25 @@ private:
             return "";
         }
         return "no keys keep to the error";
+    }
+
+    // Whether what is written for one fits the other, which has the same text.
+    bool playsAs(SceneNode const& one, SceneNode const& other) const
+    {
+        auto const sameText = [](SceneNode const& a, SceneNode const& b, char const* name) {
+            Field const *const x = fieldOf(a, name), *const y = fieldOf(b, name);
+            return x == nullptr || x->getValueAsStr() == y->getValueAsStr();
+        };
+        if (!sameText(one, other, "closed") || !sameText(one, other, "normalizeVelocity"))
+            return false;
+        auto const a = easesBefore(one), b = easesBefore(other);
+        bool same = a.size() == b.size();
+        for (std::size_t i = 0; same && i < a.size(); ++i)
+            same = a[i]->where == b[i]->where && sameText(*a[i]->from, *b[i]->from, "key")
+                && sameText(*a[i]->from, *b[i]->from, "easeInEaseOut") && sameText(*a[i]->from, *b[i]->from, "enabled");
+        SceneRoute const *const from = same && !a.empty() ? driverOf(*a.back()->from) : nullptr,
+                                *const otherFrom = same && !a.empty() ? driverOf(*b.back()->from) : nullptr;
+        return same && (from == nullptr ? otherFrom == nullptr : otherFrom != nullptr && from->where == otherFrom->where);
     }
 
     bool evenly() const { return _options.rate.has_value() || _options.atKeys; }
@@ -144,6 +186,8 @@ private:
             return result;
         }
         KeyTrack const samples = chain.sampled(type, change.asked / 400);
+        if (!isFinite(samples))
+            return samples;
         double allowed = change.asked;
         for (int i = 0; i < tries; ++i, allowed *= i == 1 ? 0.95 : 0.9) {
             result = reduceTrack(samples, allowed, _options.free).track;
@@ -206,8 +250,11 @@ private:
         if (source != nullptr) {
             AuthorFile& routes = _edits.file(source->where.file);
             std::string const all(routes.text());
-            routes.replace(to->fromNode.begin, to->fromNode.end,
-                           all.substr(from->fromNode.begin, from->fromNode.end - from->fromNode.begin));
+            std::string name = all.substr(from->fromNode.begin, from->fromNode.end - from->fromNode.begin);
+            for (auto const& [quote, reference] : {std::pair('"', "&quot;"), std::pair('\'', "&apos;")})
+                for (std::size_t at = 0; !routes.classic() && (at = name.find(quote, at)) != name.npos;)
+                    name.replace(at, 1, reference);
+            routes.replace(to->fromNode.begin, to->fromNode.end, name);
             routes.replace(to->fromField.begin, to->fromField.end,
                            all.substr(from->fromField.begin, from->fromField.end - from->fromField.begin));
             _rerouted.insert(eases.front());
@@ -234,10 +281,29 @@ private:
             }
         }
         for (SceneNode const* const node : idle) {
+            if (isNeeded(*node, idle))
+                continue;
             _result.idle.push_back(node->name);
             if (_options.prune)
                 prune(*node);
         }
+    }
+    // Whether an EaseInEaseOut whose ROUTEs lead nowhere has to stay all the same.
+    bool isNeeded(SceneNode const& ease, std::set<SceneNode const*> const& idle) const
+    {
+        AuthorFile& file = _edits.file(ease.where.file);
+        TextRange const whole = nodeText(file, ease.where.offset).whole;
+        auto const within = [&](Location where) {
+            return where.file == ease.where.file && where.offset > whole.begin && where.offset < whole.end;
+        };
+        return ease.exported || ease.holder != nullptr || isSoleValue(file, ease.where.offset)
+            || isUsed(file, ease.name.substr(scopeOf(ease).size()))
+            || std::ranges::any_of(_scene.sceneNodes,
+                                   [&](SceneNode const& node) {
+                                       return (within(node.where) && (node.known || node.named))
+                                           || (node.where == ease.where && !idle.contains(&node));
+                                   })
+            || std::ranges::any_of(_scene.routes, [&](SceneRoute const& route) { return within(route.where); });
     }
     void prune(SceneNode const& node)
     {
@@ -257,6 +323,8 @@ private:
     BakeOptions const& _options;
     BakeResult _result;
     std::set<ListPlaces> _done;
+    std::map<ListPlaces, std::vector<SceneNode const*>> _instances; ///< all that have these lists
+    std::map<std::string_view, unsigned> _names;
     std::set<SceneRoute const*> _rerouted;
     std::set<Location> _pruned;
 };

@@ -3,6 +3,8 @@
 #include "player/scene/Diagnostics.h"
 
 #include <algorithm>
+#include <cctype>
+#include <utility>
 
 namespace Zelvan::play {
 
@@ -48,6 +50,13 @@ public:
         passClassicBlanks();
         return word(" \t\r\n,[]{}#\"");
     }
+    // Classic: from one quote behind the other.
+    void passString()
+    {
+        for (++at; at < _text.size() && _text[at] != '"'; ++at)
+            at += _text[at] == '\\';
+        at = std::min(at + 1, _text.size());
+    }
     // Classic: over a body in braces, strings and comments in it.
     void passBraces()
     {
@@ -55,8 +64,8 @@ public:
             if (_text[at] == '#') {
                 at = std::min(_text.find_first_of("\r\n", at), _text.size() - 1);
             } else if (_text[at] == '"') {
-                for (++at; at < _text.size() && _text[at] != '"'; ++at)
-                    at += _text[at] == '\\';
+                passString();
+                --at;
             } else {
                 depth += _text[at] == '{';
                 if (_text[at] == '}' && --depth == 0) {
@@ -184,6 +193,37 @@ TextRange fieldText(AuthorFile const& file, std::uint32_t value)
     return {back(back(back(sign - 1, true), false), true), std::min(cursor.at + 1, text.size())};
 }
 
+bool isSoleValue(AuthorFile const& file, std::uint32_t offset)
+{
+    if (!file.classic())
+        return false;
+    Cursor cursor(file, 0);
+    std::string_view before, last;
+    for (cursor.passClassicBlanks(); cursor.at < offset; cursor.passClassicBlanks()) {
+        TextRange word = cursor.classicWord();
+        if (word.begin == word.end && cursor.next() == '"')
+            cursor.passString(), word.end = cursor.at;
+        else if (word.begin == word.end)
+            word.end = ++cursor.at;
+        before = std::exchange(last, cursor.of(word));
+    }
+    constexpr std::string_view statements[] = {"USE", "PROFILE", "COMPONENT", "TO", "AS", "EXPORT"},
+                               values[] = {"TRUE", "FALSE", "NULL"};
+    return !last.empty() && std::isalpha(static_cast<unsigned char>(last[0])) && !std::ranges::count(statements, before)
+        && !std::ranges::count(values, last);
+}
+
+bool isUsed(AuthorFile const& file, std::string_view name)
+{
+    std::string_view const text = file.text();
+    for (std::size_t at = 0; (at = text.find("USE", at)) != text.npos;) {
+        at = std::min(text.find_first_not_of(" \t\r\n=\"'", at + 3), text.size());
+        if (text.substr(at).starts_with(name) && text.find_first_of(" \t\r\n\"',]}/>", at) == at + name.size())
+            return true;
+    }
+    return false;
+}
+
 RouteText routeText(AuthorFile const& file, std::uint32_t offset)
 {
     Cursor cursor(file, offset);
@@ -205,10 +245,11 @@ RouteText routeText(AuthorFile const& file, std::uint32_t offset)
             cursor.refuse("<ROUTE");
         cursor.at += 6;
         bool const empty = cursor.passTag([&](std::string_view name, TextRange value) {
-            if (name == "fromNode")
-                text.fromNode = value;
-            else if (name == "fromField")
-                text.fromField = value;
+            TextRange* const part = name == "fromNode" ? &text.fromNode : name == "fromField" ? &text.fromField : nullptr;
+            if (part != nullptr && part->end != 0)
+                cursor.refuse("fromNode and fromField once");
+            if (part != nullptr)
+                *part = value;
         });
         if (text.fromNode.end == 0 || text.fromField.end == 0)
             cursor.refuse("fromNode and fromField");

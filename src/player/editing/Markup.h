@@ -24,6 +24,12 @@ NodeText nodeText(AuthorFile const& file, std::uint32_t offset);
 /// A field with its name, from the blanks before it: what has to go when the field goes. `value` is where its value begins.
 TextRange fieldText(AuthorFile const& file, std::uint32_t value);
 
+/// Whether a node is the value of a field without brackets, which needs one; always false in XML.
+bool isSoleValue(AuthorFile const& file, std::uint32_t offset);
+
+/// Whether a USE in the file may mean the node of this name.
+bool isUsed(AuthorFile const& file, std::string_view name);
+
 /// Where a ROUTE comes from: two attributes, or in one word with a dot.
 struct RouteText {
     TextRange fromNode, fromField, whole;

@@ -181,7 +181,9 @@ bool Mending::divideTurns(std::set<std::size_t> const& keys)
             continue;
         double const from = number(i, 3), turn = number(i + 1, 3) - from, begin = _keys[i].value,
                      time = _keys[i + 1].value - begin;
-        auto const parts = static_cast<int>(std::min(std::ceil(std::abs(turn) / step), 1000.0));
+        if (!(std::abs(turn) < 1000 * step)) // in degrees, or no angle at all
+            continue;
+        auto const parts = static_cast<int>(std::ceil(std::abs(turn) / step));
         std::vector<float> const axis = {number(i, 0), number(i, 1), number(i, 2)};
         for (int part = parts - 1; part > 0; --part)
             insert(i + 1, static_cast<float>(begin + time * part / parts),

@@ -47,6 +47,14 @@ PlayedChain::PlayedChain(std::vector<KeyTrack> tracks) : _tracks(std::move(track
         std::vector<float> passes;
         auto const eased = [&](float fraction) { return static_cast<SFFloat const&>(playStages(fraction, stage))._value; };
         std::vector<float> const& keys = _tracks[stage].keys;
+        // Whether what a step ends with is seen in the next one; at the very end where no key stands twice.
+        auto const goesOn = [&](std::size_t i, unsigned step, bool twice) {
+            if (++step == steps && (step = 0, ++i + 1 == _breaks.size()))
+                return !twice;
+            float const from = between(_breaks[i], _breaks[i + 1], step, steps);
+            float const to = between(_breaks[i], _breaks[i + 1], step + 1, steps);
+            return eased(from) != eased(std::nextafter(to, from));
+        };
         for (std::size_t i = 0; i + 1 < _breaks.size(); ++i)
             for (unsigned step = 0; step < steps; ++step) {
                 float const from = between(_breaks[i], _breaks[i + 1], step, steps);
@@ -54,7 +62,8 @@ PlayedChain::PlayedChain(std::vector<KeyTrack> tracks) : _tracks(std::move(track
                 float const first = eased(from), last = eased(std::nextafter(to, from));
                 auto const [low, high] = std::minmax(first, last);
                 for (auto key = std::ranges::lower_bound(keys, low); low < high && key != keys.end() && *key <= high; ++key) {
-                    if (*key == last && eased(to) == last)
+                    bool const twice = key + 1 != keys.end() && key[1] == *key;
+                    if (*key == last && eased(to) == last && goesOn(i, step, twice))
                         continue; // the next step begins with it
                     float a = from, b = to;
                     bool const rises = first < *key;
@@ -117,7 +126,8 @@ unsigned PlayedChain::cubicSteps(float from, float to, double tolerance)
         second = std::max({second, std::abs(9 * (2 * p(0) - 5 * p(1) + 4 * p(2) - p(3))),
                            std::abs(9 * (2 * p(3) - 5 * p(2) + 4 * p(1) - p(0)))});
     }
-    return static_cast<unsigned>(std::clamp(std::ceil(std::sqrt(second / 8 / tolerance)), 1.0, double(mostSteps)));
+    double const steps = std::ceil(std::sqrt(second / 8 / tolerance));
+    return steps >= 1 ? static_cast<unsigned>(std::min(steps, double(mostSteps))) : 1;
 }
 
 KeyTrack PlayedChain::sampled(NodeType& type, double tolerance)
@@ -142,7 +152,7 @@ KeyTrack PlayedChain::sampled(NodeType& type, double tolerance)
                 float const at = between(_breaks[i], _breaks[i + 1], 2 * step + 1, 4 * steps[i]);
                 worst = std::max(worst, differenceOf(play(at), played.play(at)));
             }
-            if (worst > tolerance && steps[i] < mostSteps) {
+            if (worst > tolerance && std::isfinite(worst) && steps[i] < mostSteps) {
                 steps[i] *= 2;
                 enough = false;
             }

@@ -11,11 +11,16 @@ namespace Zelvan::play {
 SceneEdits::SceneEdits(Scene const& scene, bool inlined, std::size_t mostBytes)
     : _scene(scene), _inlined(inlined), _mostBytes(mostBytes)
 {
-    for (SceneNode const& node : scene.sceneNodes)
-        if (auto const places = isInterpolator(node) ? placesOf(node) : std::nullopt) {
+    for (SceneNode const& node : scene.sceneNodes) {
+        auto const places = isInterpolator(node) ? placesOf(node) : std::nullopt;
+        if (places) {
             _partners.emplace(places->keys, std::pair(places->values, &node));
             _partners.emplace(places->values, std::pair(places->keys, &node));
         }
+        for (auto const& attribute : node.attributes)
+            if (!places || (attribute.where != places->keys && attribute.where != places->values))
+                _others.try_emplace(attribute.where, &node);
+    }
 }
 
 AuthorFile& SceneEdits::file(std::uint32_t number)
@@ -89,6 +94,8 @@ std::string SceneEdits::sharing(SceneNode const& node) const
         for (auto at = begin; at != end; ++at)
             if (at->second.first != other || &at->second.second->node->type() != &node.node->type())
                 return at->second.second->name;
+        if (auto const found = _others.find(one); found != _others.end())
+            return found->second->name;
     }
     return "";
 }

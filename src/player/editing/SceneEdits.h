@@ -49,7 +49,8 @@ public:
     AuthorFile const& main() { return file(0); }
 
 private:
-    /// Another node that has only one of the two lists in common with this one; "" when there is none.
+    /// Another node that has only one of the two lists in common with this one, or one in another field; "" when there is
+    /// none.
     std::string sharing(SceneNode const& node) const;
 
     Scene const& _scene;
@@ -57,7 +58,8 @@ private:
     std::size_t _mostBytes;
     std::map<std::uint32_t, AuthorFile> _files;
     std::multimap<Location, std::pair<Location, SceneNode const*>>
-        _partners; ///< of each list: the other one, and whose they are
+        _partners;                                ///< of each list: the other one, and whose they are
+    std::map<Location, SceneNode const*> _others; ///< who has the other values
 };
 
 } // namespace Zelvan::play

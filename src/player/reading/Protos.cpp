@@ -171,6 +171,8 @@ void Protos::connect(Element const& element, Target target, Scope& scope)
                                                        : true;
         if (!exists)
             continue;
+        if (target.node != nullptr && !target.node->known && field.value != nullptr)
+            target.node->attributes.push_back({~0u, locate(*field.value, *field.file)}); // its fields are not known
         field.connections.emplace_back(target, nodeField);
         if (scope.instance->holder != nullptr)
             hold(target, scope.instance->holder, where);

@@ -39,11 +39,11 @@ struct SceneNode {
     SceneNode const* holder = nullptr;
 
     struct AttributePlace {
-        unsigned index;         ///< of the field
+        unsigned index;         ///< of the field; of no known one, where IS gives it to a node without a class
         Location where;         ///< of the value's first character
         bool converted = false; ///< from other units, which the file states
     };
-    std::vector<AttributePlace> attributes{}; ///< of known nodes: the fields that the file sets
+    std::vector<AttributePlace> attributes{}; ///< of known nodes: the fields that the file sets; of others: what IS gives them
 };
 
 /// A route as it stands in the file, between two nodes of the scene (a PROTO instance is resolved to its nodes).
