@@ -280,24 +280,30 @@ private:
                     more = idle.insert(&node).second;
             }
         }
-        for (SceneNode const* const node : idle) {
-            if (isNeeded(*node, idle))
+        std::map<std::uint32_t, std::set<std::uint32_t>> places;
+        for (SceneNode const* const node : idle)
+            places[node->where.file].insert(node->where.offset);
+        for (auto& [number, offsets] : places) {
+            _used[number] = usedNames(_edits.file(number));
+            offsets = soleValues(_edits.file(number), offsets);
+        }
+        for (SceneNode const& node : _scene.sceneNodes) {
+            if (!idle.contains(&node) || places[node.where.file].contains(node.where.offset) || isNeeded(node, idle))
                 continue;
-            _result.idle.push_back(node->name);
+            _result.idle.push_back(node.name);
             if (_options.prune)
-                prune(*node);
+                prune(node);
         }
     }
     // Whether an EaseInEaseOut whose ROUTEs lead nowhere has to stay all the same.
     bool isNeeded(SceneNode const& ease, std::set<SceneNode const*> const& idle) const
     {
-        AuthorFile& file = _edits.file(ease.where.file);
-        TextRange const whole = nodeText(file, ease.where.offset).whole;
+        TextRange const whole = nodeText(_edits.file(ease.where.file), ease.where.offset).whole;
         auto const within = [&](Location where) {
             return where.file == ease.where.file && where.offset > whole.begin && where.offset < whole.end;
         };
-        return ease.exported || ease.holder != nullptr || isSoleValue(file, ease.where.offset)
-            || isUsed(file, ease.name.substr(scopeOf(ease).size()))
+        return ease.exported || ease.holder != nullptr
+            || _used.at(ease.where.file).contains(std::string_view(ease.name).substr(scopeOf(ease).size()))
             || std::ranges::any_of(_scene.sceneNodes,
                                    [&](SceneNode const& node) {
                                        return (within(node.where) && (node.known || node.named))
@@ -325,6 +331,7 @@ private:
     std::set<ListPlaces> _done;
     std::map<ListPlaces, std::vector<SceneNode const*>> _instances; ///< all that have these lists
     std::map<std::string_view, unsigned> _names;
+    std::map<std::uint32_t, std::set<std::string_view>> _used; ///< by file: names behind USE
     std::set<SceneRoute const*> _rerouted;
     std::set<Location> _pruned;
 };

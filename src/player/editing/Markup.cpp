@@ -193,35 +193,42 @@ TextRange fieldText(AuthorFile const& file, std::uint32_t value)
     return {back(back(back(sign - 1, true), false), true), std::min(cursor.at + 1, text.size())};
 }
 
-bool isSoleValue(AuthorFile const& file, std::uint32_t offset)
+std::set<std::uint32_t> soleValues(AuthorFile const& file, std::set<std::uint32_t> const& offsets)
 {
+    constexpr std::string_view statements[] = {"USE", "PROFILE", "COMPONENT", "TO", "AS", "EXPORT"};
+    constexpr std::string_view values[] = {"TRUE", "FALSE", "NULL"};
+    std::set<std::uint32_t> sole;
     if (!file.classic())
-        return false;
+        return sole;
     Cursor cursor(file, 0);
     std::string_view before, last;
-    for (cursor.passClassicBlanks(); cursor.at < offset; cursor.passClassicBlanks()) {
-        TextRange word = cursor.classicWord();
-        if (word.begin == word.end && cursor.next() == '"')
-            cursor.passString(), word.end = cursor.at;
-        else if (word.begin == word.end)
-            word.end = ++cursor.at;
-        before = std::exchange(last, cursor.of(word));
+    for (std::uint32_t const offset : offsets) {
+        for (cursor.passClassicBlanks(); cursor.at < offset; cursor.passClassicBlanks()) {
+            TextRange word = cursor.classicWord();
+            if (word.begin == word.end && cursor.next() == '"')
+                cursor.passString(), word.end = cursor.at;
+            else if (word.begin == word.end)
+                word.end = ++cursor.at;
+            before = std::exchange(last, cursor.of(word));
+        }
+        bool const field =
+            !last.empty() && std::isalpha(static_cast<unsigned char>(last[0])) && !std::ranges::count(values, last);
+        if (field && !std::ranges::count(statements, before))
+            sole.insert(offset);
     }
-    constexpr std::string_view statements[] = {"USE", "PROFILE", "COMPONENT", "TO", "AS", "EXPORT"},
-                               values[] = {"TRUE", "FALSE", "NULL"};
-    return !last.empty() && std::isalpha(static_cast<unsigned char>(last[0])) && !std::ranges::count(statements, before)
-        && !std::ranges::count(values, last);
+    return sole;
 }
 
-bool isUsed(AuthorFile const& file, std::string_view name)
+std::set<std::string_view> usedNames(AuthorFile const& file)
 {
     std::string_view const text = file.text();
+    std::set<std::string_view> names;
     for (std::size_t at = 0; (at = text.find("USE", at)) != text.npos;) {
         at = std::min(text.find_first_not_of(" \t\r\n=\"'", at + 3), text.size());
-        if (text.substr(at).starts_with(name) && text.find_first_of(" \t\r\n\"',]}/>", at) == at + name.size())
-            return true;
+        std::size_t const end = std::min(text.find_first_of(" \t\r\n\"',]}/>", at), text.size());
+        names.insert(text.substr(at, end - at));
     }
-    return false;
+    return names;
 }
 
 RouteText routeText(AuthorFile const& file, std::uint32_t offset)

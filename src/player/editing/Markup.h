@@ -3,6 +3,8 @@
 #include "player/editing/AuthorFile.h"
 
 #include <cstdint>
+#include <set>
+#include <string_view>
 
 namespace Zelvan::play {
 
@@ -24,11 +26,11 @@ NodeText nodeText(AuthorFile const& file, std::uint32_t offset);
 /// A field with its name, from the blanks before it: what has to go when the field goes. `value` is where its value begins.
 TextRange fieldText(AuthorFile const& file, std::uint32_t value);
 
-/// Whether a node is the value of a field without brackets, which needs one; always false in XML.
-bool isSoleValue(AuthorFile const& file, std::uint32_t offset);
+/// Which of the nodes at these offsets are the value of a field without brackets, which needs one; none in XML.
+std::set<std::uint32_t> soleValues(AuthorFile const& file, std::set<std::uint32_t> const& offsets);
 
-/// Whether a USE in the file may mean the node of this name.
-bool isUsed(AuthorFile const& file, std::string_view name);
+/// The words behind USE, wherever it stands.
+std::set<std::string_view> usedNames(AuthorFile const& file);
 
 /// Where a ROUTE comes from: two attributes, or in one word with a dot.
 struct RouteText {
