@@ -257,7 +257,7 @@ private:
             routes.replace(to->fromNode.begin, to->fromNode.end, name);
             routes.replace(to->fromField.begin, to->fromField.end,
                            all.substr(from->fromField.begin, from->fromField.end - from->fromField.begin));
-            _rerouted.insert(eases.front());
+            _rerouted.insert(eases.front()->where);
         }
     }
 
@@ -274,21 +274,14 @@ private:
                 for (SceneRoute const& route : _scene.routes)
                     if (route.from == &node) {
                         any = true;
-                        needed |= !_rerouted.contains(&route) && !idle.contains(route.to);
+                        needed |= !_rerouted.contains(route.where) && !idle.contains(route.to);
                     }
                 if (any && !needed)
                     more = idle.insert(&node).second;
             }
         }
-        std::map<std::uint32_t, std::set<std::uint32_t>> places;
-        for (SceneNode const* const node : idle)
-            places[node->where.file].insert(node->where.offset);
-        for (auto& [number, offsets] : places) {
-            _used[number] = usedNames(_edits.file(number));
-            offsets = soleValues(_edits.file(number), offsets);
-        }
         for (SceneNode const& node : _scene.sceneNodes) {
-            if (!idle.contains(&node) || places[node.where.file].contains(node.where.offset) || isNeeded(node, idle))
+            if (!idle.contains(&node) || isNeeded(node, idle))
                 continue;
             _result.idle.push_back(node.name);
             if (_options.prune)
@@ -296,14 +289,23 @@ private:
         }
     }
     // Whether an EaseInEaseOut whose ROUTEs lead nowhere has to stay all the same.
-    bool isNeeded(SceneNode const& ease, std::set<SceneNode const*> const& idle) const
+    bool isNeeded(SceneNode const& ease, std::set<SceneNode const*> const& idle)
     {
-        TextRange const whole = nodeText(_edits.file(ease.where.file), ease.where.offset).whole;
+        Needs* needs = nullptr;
+        TextRange whole;
+        try {
+            needs = &needsOf(ease.where.file, idle);
+            whole = nodeText(_edits.file(ease.where.file), ease.where.offset).whole;
+        } catch (Failure const& failure) {
+            if (failure.status() == exitMachine)
+                throw;
+            return true; // its file is not edited
+        }
         auto const within = [&](Location where) {
             return where.file == ease.where.file && where.offset > whole.begin && where.offset < whole.end;
         };
-        return ease.exported || ease.holder != nullptr
-            || _used.at(ease.where.file).contains(std::string_view(ease.name).substr(scopeOf(ease).size()))
+        return ease.exported || ease.holder != nullptr || needs->values.contains(ease.where.offset)
+            || needs->names.contains(std::string_view(ease.name).substr(scopeOf(ease).size()))
             || std::ranges::any_of(_scene.sceneNodes,
                                    [&](SceneNode const& node) {
                                        return (within(node.where) && (node.known || node.named))
@@ -311,8 +313,28 @@ private:
                                    })
             || std::ranges::any_of(_scene.routes, [&](SceneRoute const& route) { return within(route.where); });
     }
+    /// What a file needs of the nodes in it.
+    struct Needs {
+        std::set<std::string_view> names;
+        std::set<std::uint32_t> values; ///< where they stand, of those that lead nowhere now
+    };
+    Needs& needsOf(std::uint32_t number, std::set<SceneNode const*> const& idle)
+    {
+        AuthorFile const& file = _edits.file(number);
+        auto const [known, isNew] = _needs.try_emplace(number);
+        if (isNew) {
+            std::set<std::uint32_t> places;
+            for (SceneNode const* const node : idle)
+                if (node->where.file == number)
+                    places.insert(node->where.offset);
+            known->second = {usedNames(file), soleValues(file, places)};
+        }
+        return known->second;
+    }
     void prune(SceneNode const& node)
     {
+        if (!_pruned.insert(node.where).second)
+            return; // as another instance
         AuthorFile& file = _edits.file(node.where.file);
         auto const remove = [&](TextRange range) {
             range = withItsLine(file, range);
@@ -320,7 +342,8 @@ private:
         };
         remove(nodeText(file, node.where.offset).whole);
         for (SceneRoute const& route : _scene.routes)
-            if ((route.to == &node || route.from == &node) && !_rerouted.contains(&route) && _pruned.insert(route.where).second)
+            if ((route.to == &node || route.from == &node) && !_rerouted.contains(route.where)
+                && _pruned.insert(route.where).second)
                 remove(routeText(file, route.where.offset).whole);
     }
 
@@ -331,8 +354,8 @@ private:
     std::set<ListPlaces> _done;
     std::map<ListPlaces, std::vector<SceneNode const*>> _instances; ///< all that have these lists
     std::map<std::string_view, unsigned> _names;
-    std::map<std::uint32_t, std::set<std::string_view>> _used; ///< by file: names behind USE
-    std::set<SceneRoute const*> _rerouted;
+    std::map<std::uint32_t, Needs> _needs; ///< by file
+    std::set<Location> _rerouted;          ///< ROUTEs, of all instances
     std::set<Location> _pruned;
 };
 
