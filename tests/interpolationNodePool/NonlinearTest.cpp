@@ -220,6 +220,10 @@ TEST(Museum, OfTheNonlinearNodes)
     visitMuseum<SplinePositionInterpolator2D>();
     visitMuseum<SplinePositionInterpolator3D>();
     visitMuseum<SquadOrientationInterpolator>();
+    std::vector<Rotation> nearly; // of keys that hardly differ the inner point has no sine
+    for (int k = 0; k < 4; ++k)
+        nearly.emplace_back(osg::Vec3f(1, 2, 3), 4e-7f * static_cast<float>(k * k));
+    plainSquad(nearly, 4, 1, .5f);
     visitMuseum<EaseInEaseOut>();
 }
 
