@@ -1,5 +1,4 @@
 #include "player/checking/CheckRules.h"
-#include "player/playing/Turning.h"
 
 #include <algorithm>
 #include <cmath>
@@ -68,17 +67,12 @@ void checkOrder(KeyedValues const& values, FindingCollector& findings)
                 },
                 "sort the keys, and their values with them");
         // The usual way to write a step; only a value between two others of one key is lost.
-        bool const lost = i > 1 && values.keys[i - 2] == key && !std::ranges::equal(values.at(i - 1), values.at(i))
-            && !std::ranges::equal(values.at(i - 2), values.at(i - 1));
+        bool const lost = i > 1 && values.keys[i - 2] == key && !values.same(i - 1, i) && !values.same(i - 2, i - 1);
         if (key == before)
             findings.add(
                 "key-equal", values.node, values.keyField,
                 [&] {
-                    bool const same = values.valueField->dataType() == MFRotationType && values.perKey == 1
-                        ? angleBetween(UnitQuaternion::ofAxisAngle(values.at(i - 1).data()),
-                                       UnitQuaternion::ofAxisAngle(values.at(i).data()))
-                            < 0.01
-                        : std::ranges::equal(values.at(i - 1), values.at(i));
+                    bool const same = values.same(i - 1, i);
                     return keyName(i) + " repeats " + shortNumber(key)
                         + (lost       ? " once more: the value of [" + std::to_string(i - 1) + "] is never held"
                                : same ? ", and its value"

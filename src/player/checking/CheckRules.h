@@ -85,6 +85,10 @@ struct KeyedValues {
     Numbers at(std::size_t key) const { return {numbers.data() + key * perKey * width, perKey * width}; }
     /// Whether a fraction can fall between a key and the next one: not where the values jump.
     bool blends(std::size_t key) const { return keys[key] < keys[key + 1]; }
+    /// How far it is from the value of one key to that of another, where both are rotations, in degrees.
+    double turn(std::size_t from, std::size_t to) const;
+    /// Whether two keys have the same value; of rotations, whether they turn to the same.
+    bool same(std::size_t a, std::size_t b) const;
     /// ".keyValue[3]"
     std::string valueName(std::size_t i) const;
 };

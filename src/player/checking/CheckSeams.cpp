@@ -36,8 +36,7 @@ std::string jumpOf(KeyedValues const& values)
 {
     auto const first = values.at(0), last = values.at(values.count - 1);
     if (values.valueField->dataType() == MFRotationType) {
-        double const angle = angleBetween(UnitQuaternion::ofAxisAngle(first.data()), UnitQuaternion::ofAxisAngle(last.data()))
-            * std::numbers::pi / 180;
+        double const angle = values.turn(0, values.count - 1) * std::numbers::pi / 180;
         return angle > 0.01 ? "turns by " + degrees(angle) + " degrees at once" : "";
     }
     double reach = 0;
@@ -112,7 +111,7 @@ bool hasKink(KeyedValues const& values)
 bool jumpsOnItsWay(KeyedValues const& values)
 {
     for (std::size_t k = 0; k + 1 < values.count; ++k)
-        if (!values.blends(k) && !std::ranges::equal(values.at(k), values.at(k + 1)))
+        if (!values.blends(k) && !values.same(k, k + 1))
             return true;
     return false;
 }

@@ -1,6 +1,7 @@
 #include "player/checking/CheckRules.h"
 
 #include "base/Fields.h"
+#include "player/playing/Turning.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,6 +26,17 @@ KeyedValues::KeyedValues(SceneNode const& sceneNode)
 std::string KeyedValues::valueName(std::size_t i) const
 {
     return '.' + std::string(valueField->findName()) + '[' + std::to_string(i) + ']';
+}
+
+double KeyedValues::turn(std::size_t from, std::size_t to) const
+{
+    return angleBetween(UnitQuaternion::ofAxisAngle(at(from).data()), UnitQuaternion::ofAxisAngle(at(to).data()));
+}
+
+bool KeyedValues::same(std::size_t a, std::size_t b) const
+{
+    constexpr double rounding = 0.01;
+    return valueField->dataType() == MFRotationType ? turn(a, b) < rounding : std::ranges::equal(at(a), at(b));
 }
 
 std::string step(KeyedValues const& values, std::size_t i)

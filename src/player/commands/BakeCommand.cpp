@@ -1,10 +1,8 @@
 #include "player/commands/Editing.h"
 #include "player/commands/Report.h"
 #include "player/editing/Bake.h"
-#include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cmath>
 
 namespace Zelvan::play {
@@ -23,13 +21,10 @@ void bake(Session& session, BakeCommandOptions const& options)
     auto const edit = [&](OpenedScene const& opened, SceneEdits& edits, Tolerance const& tolerance, std::string& notes) {
         BakeResult result =
             bakeScene(*opened.scene, edits, {tolerance, options.free, options.atKeys, options.rate, options.prune});
-        std::size_t const shown = std::min<std::size_t>(result.idle.size(), shownRows);
-        for (std::size_t i = 0; i < shown; ++i)
-            notes += printable(result.idle[i])
-                + (options.prune ? " was taken out: nothing depends on it\n"
-                                 : ": nothing depends on it any more (with --prune it would have been taken out)\n");
-        if (shown < result.idle.size())
-            notes += "... and " + std::to_string(result.idle.size() - shown) + " more\n";
+        for (std::string& name : result.idle)
+            name += options.prune ? " was taken out: nothing depends on it"
+                                  : ": nothing depends on it any more (with --prune it would have been taken out)";
+        notes += firstOf(result.idle, shownRows, "EaseInEaseOut");
         return std::move(result.changes);
     };
     editKeys(session, "bake", options, "baked", edit);

@@ -85,6 +85,16 @@ void writeMore(std::ostream& out, std::size_t count, char const* what)
 
 } // namespace
 
+std::string firstOf(std::vector<std::string> const& lines, std::size_t most, char const* what)
+{
+    std::string text;
+    for (std::size_t i = 0; i < std::min(lines.size(), most); ++i)
+        text += printable(lines[i]) + '\n';
+    if (lines.size() > most)
+        text += "... and " + counted(lines.size() - most, what) + " more\n";
+    return text;
+}
+
 std::string curveOf(Track const& track)
 {
     std::size_t const width = track.ranges.size();
@@ -117,12 +127,7 @@ namespace {
 // What stands still, and why: a line each.
 void writeStandstill(std::ostream& out, Scene const& scene, Clock const& clock, std::size_t most)
 {
-    auto const write = [&](std::vector<std::string> const& lines, char const* what) {
-        for (std::size_t i = 0; i < std::min(lines.size(), most); ++i)
-            out << printable(lines[i]) << '\n';
-        if (lines.size() > most)
-            out << "... and " << counted(lines.size() - most, what) << " more\n";
-    };
+    auto const write = [&](std::vector<std::string> const& lines, char const* what) { out << firstOf(lines, most, what); };
     std::vector<std::string> lines;
     for (Clock::Sensor const& sensor : clock.sensors())
         if (std::string const waits = clock.waitsFor(sensor); !waits.empty())

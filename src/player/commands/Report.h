@@ -26,6 +26,8 @@ void writeWhyStill(std::ostream& out, Scene const& scene, Recorder const& record
 std::string driverOf(Scene const& scene, SceneNode const& node);
 /// The component that tells most as a small curve.
 std::string curveOf(Track const& track);
+/// The first of these lines, and how many of `what` there are more.
+std::string firstOf(std::vector<std::string> const& lines, std::size_t most, char const* what);
 /// "0 .. 1" and what suits the other types.
 std::string rangeText(Track const& track);
 

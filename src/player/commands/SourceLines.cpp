@@ -1,6 +1,6 @@
 #include "player/commands/SourceLines.h"
 
-#include "player/scene/Utf8.h"
+#include "player/reading/Encodings.h"
 
 #include <string_view>
 #include <sys/stat.h>
@@ -44,7 +44,7 @@ std::string const& SourceLines::line(Place const& place)
             _file.reset();
     if (_number != place.line)
         return none;
-    return isUtf8(_line) ? _line : none;
+    return firstNoUtf8(_line) == std::string::npos ? _line : none;
 }
 
 } // namespace Zelvan::play

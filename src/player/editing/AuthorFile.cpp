@@ -2,7 +2,6 @@
 
 #include "player/reading/Encodings.h"
 #include "player/scene/Diagnostics.h"
-#include "player/scene/Utf8.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -80,7 +79,7 @@ AuthorFile::AuthorFile(std::string path, std::size_t mostBytes) : _path(std::mov
     else if (std::string const encoding = declaredEncoding(body);
              !encoding.empty() && std::ranges::any_of(body, [](char c) { return (c & 0x80) != 0; }))
         refuse("is written in " + encoding + ": edits are made in UTF-8 text");
-    if (!isUtf8(body)) // read as Latin-1: other bytes stand at the places that reading knows
+    if (firstNoUtf8(body) != std::string_view::npos) // read as Latin-1: other bytes stand at the places that reading knows
         refuse("is not UTF-8: edits are made in UTF-8 text");
     body.remove_prefix(std::min(body.find_first_not_of(" \t\r\n"), body.size()));
     _classic = body.starts_with('#');

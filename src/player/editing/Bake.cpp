@@ -158,13 +158,14 @@ private:
         if (!sameText(one, other, "closed") || !sameText(one, other, "normalizeVelocity"))
             return false;
         auto const a = easesBefore(one), b = easesBefore(other);
-        bool same = a.size() == b.size();
-        for (std::size_t i = 0; same && i < a.size(); ++i)
-            same = a[i]->where == b[i]->where && sameText(*a[i]->from, *b[i]->from, "key")
-                && sameText(*a[i]->from, *b[i]->from, "easeInEaseOut") && sameText(*a[i]->from, *b[i]->from, "enabled");
-        SceneRoute const *const from = same && !a.empty() ? driverOf(*a.back()->from) : nullptr,
-                                *const otherFrom = same && !a.empty() ? driverOf(*b.back()->from) : nullptr;
-        return same && (from == nullptr ? otherFrom == nullptr : otherFrom != nullptr && from->where == otherFrom->where);
+        auto const sameEase = [&](SceneRoute const* x, SceneRoute const* y) {
+            return x->where == y->where && sameText(*x->from, *y->from, "key") && sameText(*x->from, *y->from, "easeInEaseOut")
+                && sameText(*x->from, *y->from, "enabled");
+        };
+        if (a.empty() || !std::ranges::equal(a, b, sameEase))
+            return a.empty() && b.empty();
+        SceneRoute const *const from = driverOf(*a.back()->from), *const otherFrom = driverOf(*b.back()->from);
+        return from && otherFrom ? from->where == otherFrom->where : from == otherFrom;
     }
 
     bool evenly() const { return _options.rate.has_value() || _options.atKeys; }
@@ -250,11 +251,11 @@ private:
         if (source != nullptr) {
             AuthorFile& routes = _edits.file(source->where.file);
             std::string const all(routes.text());
-            std::string name = all.substr(from->fromNode.begin, from->fromNode.end - from->fromNode.begin);
-            for (auto const& [quote, reference] : {std::pair('"', "&quot;"), std::pair('\'', "&apos;")})
-                for (std::size_t at = 0; !routes.classic() && (at = name.find(quote, at)) != name.npos;)
-                    name.replace(at, 1, reference);
-            routes.replace(to->fromNode.begin, to->fromNode.end, name);
+            std::string_view const name(&all[from->fromNode.begin], from->fromNode.end - from->fromNode.begin);
+            // A name that has the other quotes in it brings its own along.
+            std::size_t const quote = !routes.classic() && name.find(all[to->fromNode.end]) != name.npos;
+            routes.replace(to->fromNode.begin - quote, to->fromNode.end + quote,
+                           all.substr(from->fromNode.begin - quote, name.size() + 2 * quote));
             routes.replace(to->fromField.begin, to->fromField.end,
                            all.substr(from->fromField.begin, from->fromField.end - from->fromField.begin));
             _rerouted.insert(eases.front()->where);

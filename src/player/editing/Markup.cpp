@@ -60,18 +60,16 @@ public:
     // Classic: over a body in braces, strings and comments in it.
     void passBraces()
     {
-        for (unsigned depth = 0; at < _text.size(); ++at) {
+        for (unsigned depth = 0; at < _text.size();) {
             if (_text[at] == '#') {
-                at = std::min(_text.find_first_of("\r\n", at), _text.size() - 1);
+                at = std::min(_text.find_first_of("\r\n", at), _text.size());
             } else if (_text[at] == '"') {
                 passString();
-                --at;
             } else {
-                depth += _text[at] == '{';
-                if (_text[at] == '}' && --depth == 0) {
-                    ++at;
+                char const c = _text[at++];
+                depth += c == '{';
+                if (c == '}' && --depth == 0)
                     return;
-                }
             }
         }
         refuse("a \"}\"");

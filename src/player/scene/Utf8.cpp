@@ -51,17 +51,6 @@ CodePoint decodeUtf8(std::string_view text)
     return {value, length, true};
 }
 
-bool isUtf8(std::string_view text)
-{
-    while (!text.empty()) {
-        CodePoint const c = decodeUtf8(text);
-        if (!c.valid)
-            return false;
-        text.remove_prefix(c.length);
-    }
-    return true;
-}
-
 std::size_t characters(std::string_view text)
 {
     std::size_t count = 0;

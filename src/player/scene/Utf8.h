@@ -14,7 +14,6 @@ struct CodePoint {
 };
 /// Of a text that is not empty. This is the only decoder: what it refuses is refused everywhere.
 CodePoint decodeUtf8(std::string_view text);
-bool isUtf8(std::string_view text);
 
 /// Number of characters; a byte that does not fit in counts as one.
 std::size_t characters(std::string_view text);
