@@ -60,7 +60,7 @@ bool run(char const* file, double hours)
     double first = 0, last = 0;
     {
         Play play(file);
-        Recorder recorder(*play.scene, {}); // as `run` has it
+        Recorder recorder(*play.scene, {.statistics = 200}); // as `run` has it
         auto const begin = [&recorder] { recorder.beginFrame(); };
         for (std::size_t frame = 0; frame <= frames; ++frame) {
             play.advance(frame, begin);
@@ -72,9 +72,12 @@ bool run(char const* file, double hours)
                 fresh.advance(0);
                 fresh.advance(frame);
                 drifted += fresh.state() != play.state();
+                std::fprintf(stderr, "\r%s: %.2f of %.2f hours, %.1f MB, %zu states differ", file,
+                             static_cast<double>(frame) / fps / 3600, hours, last, drifted);
             }
         }
         recorder.finish();
+        std::fputc('\n', stderr);
         std::printf("%s: %zu frames, %zu events, %.1f MB at the second look and %.1f MB at the last, %zu of %zu states differ",
                     file, frames, recorder.events(), first, last, drifted, looked);
     }
