@@ -3,13 +3,16 @@
 #include "base/Fields.h"
 #include "base/Route.h"
 
+#include <cstring>
+
 namespace Zelvan {
 
 /// A field with thousands of receivers meets each of them cold, and a cold receiver sends to another cold one. So what
 /// the next receivers need is asked for some routes ahead, one step of each chain of pointers at a time.
 ///
 /// 100,000 interpolators with 11 keys that each move a target take 470 ns each with it and 1120 ns without, when their
-/// routes come in another order than the nodes lie in memory; in the same order it is as good as none.
+/// routes come in another order than the nodes lie in memory; in the same order 160 and 210 ns, and 10,000 of them, which a
+/// large cache holds, 150 and 120 ns.
 class FetchAhead {
 public:
     explicit FetchAhead(Route const* first) : _ahead(first)
@@ -49,8 +52,10 @@ private:
         if (next()) {
             Node const& node = *route->_to->_node;
             __builtin_prefetch(node._proc);
-            if (!node.fields().empty())
+            if (!node.fields().empty()) {
+                __builtin_prefetch(&node.fields().front());
                 __builtin_prefetch(&node.fields().back());
+            }
         }
         next(); // time for what was asked for in the last two steps
         if (next() && !route->_to->_node->fields().empty())
@@ -74,29 +79,28 @@ private:
         return last != nullptr ? last->_routesOut : nullptr;
     }
 
-    // What a node computes from mostly stands in lists.
+    // What a node computes from mostly stands in lists. Each begins with where its elements are.
     static void fetchLists(Node const& node)
     {
-        for (Field const* const field : node.fields()) {
-            if (field == nullptr)
-                continue;
-            void const* first = nullptr;
-            switch (field->_desc->_dataType) {
-            case MFColorType: first = firstElement<MFColor>(*field); break;
-            case MFFloatType: first = firstElement<MFFloat>(*field); break;
-            case MFMatrix4fType: first = firstElement<MFMatrix4f>(*field); break;
-            case MFRotationType: first = firstElement<MFRotation>(*field); break;
-            case MFVec2fType: first = firstElement<MFVec2f>(*field); break;
-            case MFVec3fType: first = firstElement<MFVec3f>(*field); break;
-            default: continue;
+        static_assert(sizeof(MFVec3f) == sizeof(Field) + sizeof(MFVec3f::ValueType));
+        for (Field const* const field : node.fields())
+            if (field != nullptr && isFetched(field->_desc->_dataType)) {
+                void const* first = nullptr;
+                std::memcpy(&first, reinterpret_cast<char const*>(field) + sizeof(Field), sizeof first);
+                __builtin_prefetch(first);
             }
-            __builtin_prefetch(first);
-        }
     }
-    template <class List>
-    static void const* firstElement(Field const& field)
+    static bool isFetched(NodePartDataType type)
     {
-        return static_cast<List const&>(field)._value.data();
+        switch (type) {
+        case MFColorType:
+        case MFFloatType:
+        case MFMatrix4fType:
+        case MFRotationType:
+        case MFVec2fType:
+        case MFVec3fType: return true;
+        default: return false;
+        }
     }
 
     Route const* _ahead;
