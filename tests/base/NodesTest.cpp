@@ -163,6 +163,7 @@ TEST(Processors, AreToldWhatHappensToTheirNodes)
     node->leave(1);
     node->enter(2);
     told(" initialize attach detach attach");
+    EXPECT_FALSE(node->_proc->addNodePart(desc, nullptr) || node->_proc->removeNodePart(0)); // has none of its own
     node->_in.markChanged();
     other._in.markChanged();
     scene._nodes.finishFrame(3);

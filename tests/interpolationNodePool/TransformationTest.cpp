@@ -205,6 +205,7 @@ TEST_F(Transformation, RefreshesLogarithmsWhenKeyValuesChange)
     EXPECT_TRUE(bits(keyValue[2]) == bits(b) && holds(2));
     at(.5f);
     LogCapture log(osg::LOG_FATAL);
+    proc.buildLogMat(2);
     proc.buildLogMat(3);
     ASSERT_EQ(log.size(), 1u);
     EXPECT_EQ(log[0].text, "Matrix index out of range, 3\n");
