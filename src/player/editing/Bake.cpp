@@ -4,6 +4,7 @@
 #include "coreNodePool/TimeSensor.h"
 #include "player/editing/Markup.h"
 #include "player/editing/Sampling.h"
+#include "player/scene/Values.h"
 
 #include <algorithm>
 #include <cmath>
@@ -93,6 +94,8 @@ private:
             return why;
         if (node.node->type()._name == "TransformationInterpolator")
             return "blends matrices";
+        if (std::string why = splineHindrance(node); !why.empty())
+            return why;
         std::vector<KeyTrack> tracks;
         SceneRoute const* source = nullptr;
         for (SceneNode const* const other : _instances[*_edits.placesOf(node)])
@@ -146,6 +149,34 @@ private:
             return "";
         }
         return "no keys keep to the error";
+    }
+
+    // The fields that only a spline has go with it.
+    static constexpr char const* splineFields[] = {"closed", "normalizeVelocity"};
+    std::vector<Location> splinePlaces(SceneNode const& node) const
+    {
+        std::vector<Location> places;
+        for (char const* const name : splineFields)
+            if (Field const* const field = fieldOf(node, name))
+                if (auto const where = _edits.placeOf(node, *field))
+                    places.push_back(*where);
+        if (node.keyVelocity)
+            places.push_back(*node.keyVelocity);
+        return places;
+    }
+    std::string splineHindrance(SceneNode const& node)
+    {
+        for (char const* const name : splineFields)
+            if (Field const* const field = fieldOf(node, name); field != nullptr && field->_routesIn != nullptr)
+                return std::string("a ROUTE sets its ") + name;
+        std::vector<Location> const places = splinePlaces(node);
+        if (places.empty())
+            return "";
+        TextRange const whole = nodeText(_edits.file(node.where.file), node.where.offset).whole;
+        bool const within = std::ranges::all_of(places, [&](Location where) {
+            return where.file == node.where.file && where.offset > whole.begin && where.offset < whole.end;
+        });
+        return within ? "" : "a PROTO's field sets what only " + withArticle(node.typeName) + " has";
     }
 
     // Whether what is written for one fits the other, which has the same text.
@@ -222,11 +253,9 @@ private:
         NumberList const values = _edits.list(places.values, valuesOf(node));
         AuthorFile& file = _edits.file(node.where.file);
         NodeText const text = nodeText(file, node.where.offset);
-        std::vector<std::pair<AuthorFile*, TextRange>> gone;
-        for (char const* const name : {"closed", "normalizeVelocity"})
-            if (Field const* const field = fieldOf(node, name))
-                if (auto const where = _edits.placeOf(node, *field))
-                    gone.emplace_back(&_edits.file(where->file), fieldText(_edits.file(where->file), where->offset));
+        std::vector<TextRange> gone;
+        for (Location const where : splinePlaces(node))
+            gone.push_back(fieldText(file, node.where.offset, where.offset));
         std::optional<RouteText> from, to;
         if (source != nullptr) {
             AuthorFile& routes = _edits.file(source->where.file);
@@ -242,8 +271,8 @@ private:
         };
         keys.replace(_edits.file(places.keys.file), numbers(baked.keys), 1);
         values.replace(_edits.file(places.values.file), numbers(baked.values), baked.components);
-        for (auto const& [in, range] : gone)
-            in->replace(range.begin, range.end, "");
+        for (TextRange const range : gone)
+            file.replace(range.begin, range.end, "");
         std::size_t const prefix = node.typeName.starts_with("Spline") ? 6 : node.typeName.starts_with("Squad") ? 5 : 0;
         for (TextRange const name : {text.name, text.endName})
             if (prefix > 0 && name.end > 0)

@@ -170,7 +170,39 @@ NodeText nodeText(AuthorFile const& file, std::uint32_t offset)
     return text;
 }
 
-TextRange fieldText(AuthorFile const& file, std::uint32_t value)
+namespace {
+
+// Comments may stand anywhere: only the way from the node's beginning tells what is a word.
+TextRange classicFieldText(AuthorFile const& file, std::uint32_t node, std::uint32_t value)
+{
+    Cursor cursor(file, node);
+    std::size_t begin = node; // of what goes: the name, with the blanks before it unless they end a comment
+    bool list = false;
+    auto const step = [&] { // over one word, or a bracket
+        if (cursor.next() == '"')
+            return cursor.passString();
+        TextRange const word = cursor.classicWord();
+        cursor.at += word.begin == word.end;
+    };
+    for (std::size_t end = node;; end = cursor.at) {
+        cursor.passClassicBlanks();
+        if (cursor.at >= value)
+            break;
+        list = cursor.next() == '[';
+        if (!list)
+            begin = file.text().substr(end, cursor.at - end).find('#') == std::string_view::npos ? end : cursor.at;
+        step();
+    }
+    if (!list)
+        step();
+    for (; list && cursor.next() != ']' && cursor.next() != '\0'; cursor.passClassicBlanks())
+        step();
+    return {begin, cursor.at + list};
+}
+
+} // namespace
+
+TextRange fieldText(AuthorFile const& file, std::uint32_t node, std::uint32_t value)
 {
     std::string_view const text = file.text();
     auto const back = [&](std::size_t at, bool over) { // the byte behind the last one that is not blank, or is
@@ -178,11 +210,9 @@ TextRange fieldText(AuthorFile const& file, std::uint32_t value)
             --at;
         return at;
     };
+    if (file.classic())
+        return classicFieldText(file, node, value);
     Cursor cursor(file, value);
-    if (file.classic()) {
-        cursor.classicWord();
-        return {back(back(back(value, true), false), true), cursor.at};
-    }
     char const quote = value > 0 ? text[value - 1] : '\0';
     std::size_t const sign = back(value - std::size_t(value > 0), true);
     if ((quote != '"' && quote != '\'') || sign == 0 || text[sign - 1] != '=')

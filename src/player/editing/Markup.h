@@ -23,8 +23,9 @@ struct NodeText {
 };
 NodeText nodeText(AuthorFile const& file, std::uint32_t offset);
 
-/// A field with its name, from the blanks before it: what has to go when the field goes. `value` is where its value begins.
-TextRange fieldText(AuthorFile const& file, std::uint32_t value);
+/// A field of the node with its name, from the blanks before it: what has to go when the field goes. `value` is where its
+/// value begins, that of a list with its first element.
+TextRange fieldText(AuthorFile const& file, std::uint32_t node, std::uint32_t value);
 
 /// Which of the nodes at these offsets are the value of a field without brackets, which needs one; none in XML.
 std::set<std::uint32_t> soleValues(AuthorFile const& file, std::set<std::uint32_t> const& offsets);

@@ -11,6 +11,13 @@ namespace {
 
 constexpr unsigned shownPerKind = 10;
 
+// "Swing.key is ..." of "Door/Swing.key is ...".
+std::string_view withoutInstance(std::string_view message)
+{
+    std::size_t const end = message.substr(0, message.find_first_of(" :")).rfind('/');
+    return end == message.npos ? message : message.substr(end + 1);
+}
+
 } // namespace
 
 std::string Place::text() const
@@ -31,6 +38,9 @@ void Diagnostics::report(Severity severity, Place const& place, std::string_view
 {
     if (severity == Severity::warning && _strict)
         severity = Severity::error;
+    std::string const where = place.text();
+    if (place.line != 0 && !_said.insert(std::hash<std::string>()(where + ' ' + std::string(withoutInstance(message)))).second)
+        return;
     if (onMessage)
         return onMessage(severity, place, kind, message);
     if (severity == Severity::error)
@@ -39,8 +49,7 @@ void Diagnostics::report(Severity severity, Place const& place, std::string_view
     if (found == _kinds.end())
         found = _kinds.insert(_kinds.end(), {std::string(kind), 0});
     if (++found->_count <= shownPerKind)
-        _out << printable(place.text()) << ": " << severityName(severity) << ": " << printable(message) << " [" << kind
-             << "]\n";
+        _out << printable(where) << ": " << severityName(severity) << ": " << printable(message) << " [" << kind << "]\n";
 }
 
 void Diagnostics::warning(Place const& place, std::string_view kind, std::string const& message)

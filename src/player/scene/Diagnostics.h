@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -45,7 +46,8 @@ enum class Severity : unsigned char { hint, note, warning, error };
 char const* severityName(Severity severity);
 
 /// Collects what is wrong with a scene and writes it to a stream as it comes, one printable line each.
-/// Equal messages beyond the first few of a kind are counted, not written.
+/// Equal messages beyond the first few of a kind are counted, not written. Instances of a PROTO share their places in the
+/// file: what is said of one of them is not said again of the others ("Door/Swing.key ...", "Gate/Swing.key ...").
 class Diagnostics {
 public:
     explicit Diagnostics(std::ostream& out, bool strict = false) : _out(out), _strict(strict) {}
@@ -71,6 +73,7 @@ private:
     bool _strict;
     unsigned _errors = 0;
     std::vector<Kind> _kinds;
+    std::unordered_set<std::size_t> _said; ///< hashes of place and text
 };
 
 } // namespace Zelvan::play

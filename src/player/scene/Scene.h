@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -43,6 +44,7 @@ struct SceneNode {
         Location where;         ///< of the value's first character
         bool converted = false; ///< from other units, which the file states
     };
+    std::optional<Location> keyVelocity{};    ///< of a spline, where the file has it: of X3D, without a field here
     std::vector<AttributePlace> attributes{}; ///< of known nodes: the fields that the file sets; of others: what IS gives them
 };
 
