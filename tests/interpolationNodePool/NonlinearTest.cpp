@@ -224,6 +224,9 @@ TEST(Museum, OfTheNonlinearNodes)
     for (int k = 0; k < 4; ++k)
         nearly.emplace_back(osg::Vec3f(1, 2, 3), 4e-7f * static_cast<float>(k * k));
     plainSquad(nearly, 4, 1, .5f);
+    osg::Quaternion none, half; // exactly half a turn: the way as it is written
+    half.setValueAsQuat(0.f, 0.f, 1.f, 0.f);
+    expectSame(my_slerp(none, half, .25f), plainSquadSlerp(none, half, .25f));
     visitMuseum<EaseInEaseOut>();
 }
 

@@ -9,6 +9,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <iostream>
 #include <numbers>
 #include <set>
@@ -121,7 +122,8 @@ bool SceneEditing::tellsOnOutput() const
 void SceneEditing::write(SceneEdits& edits, OpenedScene const& opened, std::string& out) const
 {
     std::vector<AuthorFile const*> const changed = edits.changed();
-    AuthorFile const& main = edits.main();
+    if (_written.empty())
+        edits.main(); // what is not to be edited is said
     if (_options.diff) {
         std::ostringstream diff;
         diff.exceptions(std::ios::badbit);
@@ -132,6 +134,7 @@ void SceneEditing::write(SceneEdits& edits, OpenedScene const& opened, std::stri
         return;
     }
     if (!_options.write) {
+        AuthorFile const& main = edits.main();
         if (std::ranges::any_of(changed, [&](AuthorFile const* file) { return file != &main; }))
             throw Failure(exitUsage, "--inlined edits more than one file: that needs --write or --diff");
         std::string const output = _options.output.empty() ? "-" : _options.output;
@@ -150,6 +153,9 @@ void SceneEditing::write(SceneEdits& edits, OpenedScene const& opened, std::stri
     }
     for (auto const& output : outputs)
         output->commit();
+    if (_options.inlined && several())
+        for (AuthorFile const* const file : changed)
+            _written.insert(std::filesystem::weakly_canonical(file->path()));
 }
 
 std::vector<std::size_t> SceneEditing::run(Edit const& edit, std::function<void(Settings&)> const& adjust,
@@ -165,7 +171,8 @@ std::vector<std::size_t> SceneEditing::run(Edit const& edit, std::function<void(
         adjust(settings);
         SceneResult result;
         OpenedScene const opened(_session, {_scenes[number], _named.limits}, std::move(settings), checks);
-        SceneEdits edits(*opened.scene, _options.inlined, opened.limits.bytes);
+        // A second edit of a file that two scenes include would add its error to that of the first.
+        SceneEdits edits(*opened.scene, _options.inlined, opened.limits.bytes, _written);
         result.status = opened.status();
         edit(opened, edits, result);
         write(edits, opened, result.out);

@@ -155,8 +155,10 @@ void AuthorFile::writeDiff(std::ostream& out) const
         else
             changes.push_back({first, last, ""});
     }
+    // patch takes a name up to the first blank, unless a tab ends it.
+    std::string const header = _path + (_path.find(' ') == _path.npos ? "" : "\t");
     if (!changes.empty())
-        out << "--- " << _path << "\n+++ " << _path << '\n';
+        out << "--- " << header << "\n+++ " << header << '\n';
     std::ptrdiff_t moved = 0; // lines more than before, up to here
     for (auto change = changes.begin(); change != changes.end();) {
         auto next = change;

@@ -127,7 +127,10 @@ private:
         for (std::size_t i = 0; i < tracks.size(); ++i)
             if (std::string why = faultOf(tracks[i]); !why.empty())
                 return i < eases.size() ? eases[eases.size() - 1 - i]->from->name + ": " + why : why;
-        auto const allowed = _options.tolerance.of(tracks.back(), node.name);
+        std::optional<double> allowed = _options.tolerance.of(tracks.back(), node.name);
+        for (SceneNode const* const other : _instances[*_edits.placesOf(node)]) // what is written holds for all of them
+            if (allowed)
+                allowed = std::min(*allowed, _options.tolerance.of(tracks.back(), other->name).value_or(*allowed));
         change.angle = tracks.back().motion == Motion::rotation;
         if (!allowed || (!(*allowed > 0) && !evenly()))
             return !allowed ? "no --max-error fits its values" : "an error of 0 cannot be kept";
@@ -164,19 +167,34 @@ private:
             places.push_back(*node.keyVelocity);
         return places;
     }
+    static std::size_t countOfWord(std::string_view text, std::string_view word)
+    {
+        auto const isPart = [&](std::size_t at) {
+            return at < text.size() && (std::isalnum(static_cast<unsigned char>(text[at])) || text[at] == '_');
+        };
+        std::size_t count = 0;
+        for (std::size_t at = 0; (at = text.find(word, at)) != text.npos; at += word.size())
+            count += !isPart(at - 1) && !isPart(at + word.size());
+        return count;
+    }
     std::string splineHindrance(SceneNode const& node)
     {
         for (char const* const name : splineFields)
             if (Field const* const field = fieldOf(node, name); field != nullptr && field->_routesIn != nullptr)
                 return std::string("a ROUTE sets its ") + name;
-        std::vector<Location> const places = splinePlaces(node);
-        if (places.empty())
+        if (!node.typeName.starts_with("Spline") && !node.typeName.starts_with("Squad"))
             return "";
-        TextRange const whole = nodeText(_edits.file(node.where.file), node.where.offset).whole;
+        std::vector<Location> const places = splinePlaces(node);
+        AuthorFile const& file = _edits.file(node.where.file);
+        TextRange const whole = nodeText(file, node.where.offset).whole;
+        std::size_t words = 0; // also given twice, or by IS
+        for (char const* const name : {splineFields[0], splineFields[1], "keyVelocity"})
+            words += countOfWord(file.text().substr(whole.begin, whole.end - whole.begin), name);
         bool const within = std::ranges::all_of(places, [&](Location where) {
             return where.file == node.where.file && where.offset > whole.begin && where.offset < whole.end;
         });
-        return within ? "" : "a PROTO's field sets what only " + withArticle(node.typeName) + " has";
+        return within && words <= places.size() ? ""
+                                                : "what sets its closed, normalizeVelocity or keyVelocity cannot be taken out";
     }
 
     // Whether what is written for one fits the other, which has the same text.
@@ -326,16 +344,20 @@ private:
         try {
             needs = &needsOf(ease.where.file, idle);
             whole = nodeText(_edits.file(ease.where.file), ease.where.offset).whole;
+            for (SceneRoute const& route : _scene.routes)
+                if (route.to == &ease || route.from == &ease)
+                    routeText(_edits.file(route.where.file), route.where.offset);
         } catch (Failure const& failure) {
             if (failure.status() == exitMachine)
                 throw;
-            return true; // its file is not edited
+            return true; // its file is not edited, or a ROUTE is not understood
         }
         auto const within = [&](Location where) {
             return where.file == ease.where.file && where.offset > whole.begin && where.offset < whole.end;
         };
-        return ease.exported || ease.holder != nullptr || needs->values.contains(ease.where.offset)
+        return ease.exported || ease.holder != nullptr || !needs->mayGo.contains(ease.where.offset)
             || needs->names.contains(std::string_view(ease.name).substr(scopeOf(ease).size()))
+            || (ease.named && needs->names.contains(anyName))
             || std::ranges::any_of(_scene.sceneNodes,
                                    [&](SceneNode const& node) {
                                        return (within(node.where) && (node.known || node.named))
@@ -346,7 +368,7 @@ private:
     /// What a file needs of the nodes in it.
     struct Needs {
         std::set<std::string_view> names;
-        std::set<std::uint32_t> values; ///< where they stand, of those that lead nowhere now
+        std::set<std::uint32_t> mayGo; ///< where they stand, of those that lead nowhere now
     };
     Needs& needsOf(std::uint32_t number, std::set<SceneNode const*> const& idle)
     {
@@ -357,7 +379,7 @@ private:
             for (SceneNode const* const node : idle)
                 if (node->where.file == number)
                     places.insert(node->where.offset);
-            known->second = {usedNames(file), soleValues(file, places)};
+            known->second = {usedNames(file), looseNodes(file, places)};
         }
         return known->second;
     }

@@ -5,12 +5,13 @@
 #include <algorithm>
 #include <cctype>
 #include <utility>
+#include <vector>
 
 namespace Zelvan::play {
 
 namespace {
 
-constexpr std::string_view blanks = " \t\r\n,";
+constexpr std::string_view blanks = " \t\r\n\f\v\x1a,"; // classic
 
 /// Goes through the words of a text.
 class Cursor {
@@ -42,13 +43,26 @@ public:
     // Classic: over blanks and comments.
     void passClassicBlanks()
     {
-        for (pass(blanks); next() == '#'; pass(blanks))
+        for (pass(blanks); beginsComment(); pass(blanks))
             at = std::min(_text.find_first_of("\r\n", at), _text.size());
+    }
+    // Not in 1.#QNAN.
+    bool beginsComment() const
+    {
+        return next() == '#'
+            && !(at > 1 && _text[at - 1] == '.' && std::isdigit(static_cast<unsigned char>(_text[at - 2]))
+                 && at + 1 < _text.size() && std::isupper(static_cast<unsigned char>(_text[at + 1])));
     }
     TextRange classicWord()
     {
+        constexpr std::string_view stop = " \t\r\n\f\v\x1a,[]{}#\"";
         passClassicBlanks();
-        return word(" \t\r\n,[]{}#\"");
+        TextRange range = word(stop);
+        while (next() == '#' && !beginsComment()) {
+            ++at;
+            range.end = word(stop).end;
+        }
+        return range;
     }
     // Classic: from one quote behind the other.
     void passString()
@@ -61,7 +75,7 @@ public:
     void passBraces()
     {
         for (unsigned depth = 0; at < _text.size();) {
-            if (_text[at] == '#') {
+            if (beginsComment()) {
                 at = std::min(_text.find_first_of("\r\n", at), _text.size());
             } else if (_text[at] == '"') {
                 passString();
@@ -193,8 +207,14 @@ TextRange classicFieldText(AuthorFile const& file, std::uint32_t node, std::uint
             begin = file.text().substr(end, cursor.at - end).find('#') == std::string_view::npos ? end : cursor.at;
         step();
     }
-    if (!list)
+    if (!list) {
         step();
+        std::size_t const end = cursor.at;
+        cursor.passClassicBlanks();
+        if (cursor.next() != '\0' && std::string_view("+-.0123456789").find(cursor.next()) != std::string_view::npos)
+            cursor.refuse("one value, or brackets");
+        cursor.at = end;
+    }
     for (; list && cursor.next() != ']' && cursor.next() != '\0'; cursor.passClassicBlanks())
         step();
     return {begin, cursor.at + list};
@@ -221,40 +241,118 @@ TextRange fieldText(AuthorFile const& file, std::uint32_t node, std::uint32_t va
     return {back(back(back(sign - 1, true), false), true), std::min(cursor.at + 1, text.size())};
 }
 
-std::set<std::uint32_t> soleValues(AuthorFile const& file, std::set<std::uint32_t> const& offsets)
+namespace {
+
+// What nodes stand in, from the outermost.
+struct Around {
+    std::string_view field; ///< of the list in brackets; in XML the element; "" for a body in braces
+    bool proto = false;     ///< the body of a PROTO
+    bool begun = false;     ///< a node stands before
+};
+
+std::set<std::uint32_t> looseInClassic(AuthorFile const& file, std::set<std::uint32_t> const& offsets)
 {
-    constexpr std::string_view statements[] = {"USE", "PROFILE", "COMPONENT", "TO", "AS", "EXPORT"};
+    constexpr std::string_view statements[] = {"USE", "PROFILE", "COMPONENT", "TO", "AS", "EXPORT", "IMPORT"};
     constexpr std::string_view values[] = {"TRUE", "FALSE", "NULL"};
-    std::set<std::uint32_t> sole;
-    if (!file.classic())
-        return sole;
+    std::set<std::uint32_t> loose;
     Cursor cursor(file, 0);
     std::string_view before, last;
+    std::vector<Around> around;
     for (std::uint32_t const offset : offsets) {
         for (cursor.passClassicBlanks(); cursor.at < offset; cursor.passClassicBlanks()) {
             TextRange word = cursor.classicWord();
-            if (word.begin == word.end && cursor.next() == '"')
+            char const mark = word.begin == word.end ? cursor.next() : '\0';
+            if (mark == '"')
                 cursor.passString(), word.end = cursor.at;
-            else if (word.begin == word.end)
+            else if (mark != '\0')
                 word.end = ++cursor.at;
+            if (mark == '[' || mark == '{') {
+                around.push_back({mark == '[' ? last : "", mark == '{' && last == "]", false});
+            } else if ((mark == ']' || mark == '}') && !around.empty()) {
+                around.pop_back();
+                if (mark == '}' && !around.empty())
+                    around.back().begun = true;
+            }
             before = std::exchange(last, cursor.of(word));
         }
-        bool const field =
-            !last.empty() && std::isalpha(static_cast<unsigned char>(last[0])) && !std::ranges::count(values, last);
-        if (field && !std::ranges::count(statements, before))
-            sole.insert(offset);
+        bool const sole = !last.empty() && std::isalpha(static_cast<unsigned char>(last[0]))
+            && !std::ranges::count(values, last) && !std::ranges::count(statements, before);
+        bool const plain = around.empty() || around.back().field == "children" || (around.back().proto && around.back().begun);
+        TextRange const whole = nodeText(file, offset).whole;
+        std::string_view const text = cursor.of(whole);
+        if (!sole && plain && text.find('{') == text.rfind('{'))
+            loose.insert(offset);
     }
-    return sole;
+    return loose;
+}
+
+std::set<std::uint32_t> looseInXml(AuthorFile const& file, std::set<std::uint32_t> const& offsets)
+{
+    constexpr std::string_view groups[] = {"Scene", "Group", "Transform", "StaticGroup", "Anchor", "Billboard", "Collision"};
+    std::set<std::uint32_t> loose;
+    Cursor cursor(file, 0);
+    std::vector<Around> around;
+    std::size_t const size = file.text().size();
+    while (cursor.at = std::min(file.text().find('<', cursor.at), size), cursor.at < size) {
+        if (cursor.passOther())
+            continue;
+        std::size_t const at = cursor.at++;
+        if (cursor.next() == '/') {
+            cursor.passBehind(">");
+            if (!around.empty())
+                around.pop_back();
+            continue;
+        }
+        std::string_view const name = cursor.of(cursor.word(" \t\r\n/>"));
+        bool const plain = !around.empty()
+            && (std::ranges::count(groups, around.back().field) || (around.back().field == "ProtoBody" && around.back().begun));
+        if (!around.empty())
+            around.back().begun |= name != "ROUTE";
+        bool const empty = cursor.passTag(noAttribute);
+        if (plain && offsets.contains(static_cast<std::uint32_t>(at))) {
+            TextRange const whole = nodeText(file, static_cast<std::uint32_t>(at)).whole;
+            std::string_view const text = cursor.of(whole);
+            if (empty || text.find('<', 1) == text.rfind('<')) // but for its end tag
+                loose.insert(static_cast<std::uint32_t>(at));
+        }
+        if (!empty)
+            around.push_back({name, false, false});
+    }
+    return loose;
+}
+
+} // namespace
+
+std::set<std::uint32_t> looseNodes(AuthorFile const& file, std::set<std::uint32_t> const& offsets)
+{
+    return file.classic() ? looseInClassic(file, offsets) : looseInXml(file, offsets);
 }
 
 std::set<std::string_view> usedNames(AuthorFile const& file)
 {
     std::string_view const text = file.text();
     std::set<std::string_view> names;
-    for (std::size_t at = 0; (at = text.find("USE", at)) != text.npos;) {
-        at = std::min(text.find_first_not_of(" \t\r\n=\"'", at + 3), text.size());
-        std::size_t const end = std::min(text.find_first_of(" \t\r\n\"',]}/>", at), text.size());
-        names.insert(text.substr(at, end - at));
+    Cursor cursor(file, 0);
+    while (file.classic() && cursor.at < text.size()) {
+        TextRange const word = cursor.classicWord();
+        if (cursor.of(word) == "USE" || cursor.of(word) == "use") {
+            cursor.passClassicBlanks();
+            bool const quoted = cursor.next() == '"';
+            cursor.at += quoted;
+            names.insert(cursor.of(quoted ? cursor.word("\"") : cursor.classicWord()));
+        } else if (word.begin == word.end) {
+            cursor.next() == '"' ? cursor.passString() : void(++cursor.at);
+        }
+    }
+    for (std::size_t at = 0; !file.classic() && (at = text.find("USE", at)) != text.npos;) {
+        cursor.at = at += 3;
+        cursor.pass(" \t\r\n=");
+        char const quote = cursor.next();
+        if (quote == '"' || quote == '\'') {
+            ++cursor.at;
+            std::string_view const name = cursor.of(cursor.word({&quote, 1}));
+            names.insert(name.find('&') == name.npos ? name : anyName);
+        }
     }
     return names;
 }
@@ -268,18 +366,22 @@ RouteText routeText(AuthorFile const& file, std::uint32_t offset)
         if (TextRange const word = cursor.classicWord(); cursor.of(word) != "ROUTE")
             cursor.refuse("ROUTE");
         TextRange const from = cursor.classicWord();
-        auto const dot = cursor.of(from).rfind('.');
-        if (dot == std::string_view::npos)
-            cursor.refuse("NODE.field");
+        auto const pair = [&cursor](TextRange word) { // in one word
+            auto const dot = cursor.of(word).rfind('.');
+            if (dot == std::string_view::npos || dot == 0 || word.begin + dot + 1 == word.end)
+                cursor.refuse("NODE.field");
+            return dot;
+        };
+        auto const dot = pair(from);
         text.fromNode = {from.begin, from.begin + dot};
         text.fromField = {from.begin + dot + 1, from.end};
-        cursor.classicWord();
-        cursor.classicWord();
+        cursor.classicWord(); // TO
+        pair(cursor.classicWord());
     } else {
         if (!cursor.ahead("<ROUTE"))
             cursor.refuse("<ROUTE");
         cursor.at += 6;
-        bool const empty = cursor.passTag([&](std::string_view name, TextRange value) {
+        cursor.passTag([&](std::string_view name, TextRange value) {
             TextRange* const part = name == "fromNode" ? &text.fromNode : name == "fromField" ? &text.fromField : nullptr;
             if (part != nullptr && part->end != 0)
                 cursor.refuse("fromNode and fromField once");
@@ -288,8 +390,7 @@ RouteText routeText(AuthorFile const& file, std::uint32_t offset)
         });
         if (text.fromNode.end == 0 || text.fromField.end == 0)
             cursor.refuse("fromNode and fromField");
-        if (!empty)
-            cursor.passBehind(">");
+        cursor.at = nodeText(file, offset).whole.end;
     }
     text.whole.end = cursor.at;
     return text;

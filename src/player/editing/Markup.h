@@ -27,11 +27,13 @@ NodeText nodeText(AuthorFile const& file, std::uint32_t offset);
 /// value begins, that of a list with its first element.
 TextRange fieldText(AuthorFile const& file, std::uint32_t node, std::uint32_t value);
 
-/// Which of the nodes at these offsets are the value of a field without brackets, which needs one; none in XML.
-std::set<std::uint32_t> soleValues(AuthorFile const& file, std::set<std::uint32_t> const& offsets);
+/// Which of the nodes at these offsets may go without a change to others: they hold none, are not the only value of a field,
+/// not what a PROTO stands for, and not among those of which a number chooses (the nodes of a Switch).
+std::set<std::uint32_t> looseNodes(AuthorFile const& file, std::set<std::uint32_t> const& offsets);
 
-/// The words behind USE, wherever it stands.
+/// The words behind USE, wherever it stands; `anyName` for those that are written with character references.
 std::set<std::string_view> usedNames(AuthorFile const& file);
+inline constexpr std::string_view anyName = "&";
 
 /// Where a ROUTE comes from: two attributes, or in one word with a dot.
 struct RouteText {

@@ -67,8 +67,10 @@ NumberList::NumberList(AuthorFile const& file, std::uint32_t offset)
             std::string const word(_text.substr(at, end - at));
             if (word.empty() || !number.setValueByStr(word.c_str(), Field::single)) {
                 // The end of the value: its quote, its bracket, or the next word of a single value.
-                if (_classic ? word.empty() || !_tokens.empty() : _text[at] == quote)
+                if (_classic ? word.empty() || !_tokens.empty() : _text[at] == quote) {
+                    _bare = _classic && _text[at] != ']';
                     return;
+                }
                 refuse("no number stands, but \"" + std::string(_text.substr(at, 20)) + '"');
             }
             _tokens.push_back({at, end});
@@ -146,9 +148,7 @@ void NumberList::replace(AuthorFile& file, std::vector<Number> const& numbers, u
     std::size_t const end = _tokens.empty() ? _offset : _tokens.back().end;
     std::string text = written(numbers, components);
     // One value may stand without brackets, several may not.
-    std::size_t const before = _text.find_last_not_of(" \t\r\n,", begin - 1);
-    bool const bare = _classic && _tokens.size() <= components && (before == std::string_view::npos || _text[before] != '[');
-    if (bare && numbers.size() > components)
+    if (_bare && numbers.size() > components)
         text = "[ " + text + " ]";
     file.replace(begin, end, std::move(text));
 }

@@ -44,6 +44,7 @@ private:
     std::string_view _text;
     std::size_t _offset;
     bool _classic;
+    bool _bare = false; ///< without brackets
     std::vector<Token> _tokens;
     std::vector<float> _numbers;
 };

@@ -4,12 +4,13 @@
 
 #include <algorithm>
 #include <bit>
+#include <filesystem>
 #include <sys/stat.h>
 
 namespace Zelvan::play {
 
-SceneEdits::SceneEdits(Scene const& scene, bool inlined, std::size_t mostBytes)
-    : _scene(scene), _inlined(inlined), _mostBytes(mostBytes)
+SceneEdits::SceneEdits(Scene const& scene, bool inlined, std::size_t mostBytes, std::set<std::string> leftAlone)
+    : _scene(scene), _inlined(inlined), _mostBytes(mostBytes), _leftAlone(std::move(leftAlone))
 {
     for (SceneNode const& node : scene.sceneNodes) {
         auto const places = isInterpolator(node) ? placesOf(node) : std::nullopt;
@@ -32,6 +33,9 @@ AuthorFile& SceneEdits::file(std::uint32_t number)
             throw Failure(exitScene, "stands in " + name + ": --inlined edits that, too");
         if (name == "<stdin>")
             throw Failure(exitUsage, "standard input is not edited: name a file");
+        std::error_code none;
+        if (_leftAlone.contains(std::filesystem::weakly_canonical(name, none)))
+            throw Failure(exitScene, name + " was edited with an earlier scene");
         struct stat status;
         if (::stat(name.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) // a pipe cannot be read once more
             throw Failure(exitUsage, name + " is not edited: it is not a file");
@@ -42,10 +46,9 @@ AuthorFile& SceneEdits::file(std::uint32_t number)
 
 std::optional<Location> SceneEdits::placeOf(SceneNode const& node, Field const& field) const
 {
-    for (auto const& attribute : node.attributes)
-        if (attribute.index == indexOf(field))
-            return attribute.where;
-    return std::nullopt;
+    auto const last =
+        std::ranges::find(node.attributes.rbegin(), node.attributes.rend(), indexOf(field), &SceneNode::AttributePlace::index);
+    return last == node.attributes.rend() ? std::nullopt : std::optional(last->where);
 }
 
 NumberList SceneEdits::list(Location where, Field const& field)

@@ -8,6 +8,7 @@
 #include <compare>
 #include <map>
 #include <optional>
+#include <set>
 #include <utility>
 
 namespace Zelvan::play {
@@ -30,12 +31,13 @@ struct ListPlaces {
 /// The edits of a scene, file by file: the first file, and with `inlined` those it includes.
 class SceneEdits {
 public:
-    SceneEdits(Scene const& scene, bool inlined, std::size_t mostBytes);
+    /// Files of `leftAlone` (canonical paths) are not edited.
+    SceneEdits(Scene const& scene, bool inlined, std::size_t mostBytes, std::set<std::string> leftAlone = {});
 
     /// The file with this number, read when it is first asked for. Throws Failure, also for a file that is not to be
     /// edited.
     AuthorFile& file(std::uint32_t number);
-    /// The text of a field that a file sets; null when none does. Throws Failure when it is not what was read.
+    /// The text of a field that a file sets, the last one where it is given twice; null when none does. Throws Failure when it is not what was read.
     std::optional<Location> placeOf(SceneNode const& node, Field const& field) const;
     NumberList list(Location where, Field const& field);
 
@@ -56,6 +58,7 @@ private:
     Scene const& _scene;
     bool _inlined;
     std::size_t _mostBytes;
+    std::set<std::string> _leftAlone;
     std::map<std::uint32_t, AuthorFile> _files;
     std::multimap<Location, std::pair<Location, SceneNode const*>>
         _partners;                                ///< of each list: the other one, and whose they are
