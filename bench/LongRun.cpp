@@ -1,4 +1,5 @@
 // Hours of scene time, as fast as it goes: memory must not grow, the clock must not drift, and nothing is left behind.
+#include "player/commands/Report.h"
 #include "player/playing/Clock.h"
 #include "player/playing/PoolLoader.h"
 #include "player/playing/Recording.h"
@@ -60,7 +61,7 @@ bool run(char const* file, double hours)
     double first = 0, last = 0;
     {
         Play play(file);
-        Recorder recorder(*play.scene, {.statistics = 200}); // as `run` has it
+        Recorder recorder(*play.scene, {.statistics = shownRows}); // as `run` has it
         auto const begin = [&recorder] { recorder.beginFrame(); };
         for (std::size_t frame = 0; frame <= frames; ++frame) {
             play.advance(frame, begin);

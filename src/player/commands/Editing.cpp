@@ -122,14 +122,16 @@ bool SceneEditing::tellsOnOutput() const
 void SceneEditing::write(SceneEdits& edits, OpenedScene const& opened, std::string& out) const
 {
     std::vector<AuthorFile const*> const changed = edits.changed();
-    if (_written.empty())
+    if (_edited.empty())
         edits.main(); // what is not to be edited is said
+    if (_options.inlined && several())
+        for (AuthorFile const* const file : changed)
+            _edited.insert(std::filesystem::weakly_canonical(file->path()));
     if (_options.diff) {
         std::ostringstream diff;
         diff.exceptions(std::ios::badbit);
         for (AuthorFile const* const file : changed)
-            if (_shown.insert(file->path()).second || !several())
-                file->writeDiff(diff);
+            file->writeDiff(diff);
         out += std::move(diff).str();
         return;
     }
@@ -153,9 +155,6 @@ void SceneEditing::write(SceneEdits& edits, OpenedScene const& opened, std::stri
     }
     for (auto const& output : outputs)
         output->commit();
-    if (_options.inlined && several())
-        for (AuthorFile const* const file : changed)
-            _written.insert(std::filesystem::weakly_canonical(file->path()));
 }
 
 std::vector<std::size_t> SceneEditing::run(Edit const& edit, std::function<void(Settings&)> const& adjust,
@@ -172,7 +171,7 @@ std::vector<std::size_t> SceneEditing::run(Edit const& edit, std::function<void(
         SceneResult result;
         OpenedScene const opened(_session, {_scenes[number], _named.limits}, std::move(settings), checks);
         // A second edit of a file that two scenes include would add its error to that of the first.
-        SceneEdits edits(*opened.scene, _options.inlined, opened.limits.bytes, _written);
+        SceneEdits edits(*opened.scene, _options.inlined, opened.limits.bytes, _edited);
         result.status = opened.status();
         edit(opened, edits, result);
         write(edits, opened, result.out);

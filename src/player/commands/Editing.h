@@ -44,8 +44,7 @@ private:
     ScenesOptions const& _named;
     EditOptions const& _options;
     std::vector<std::string> _scenes;
-    std::set<std::string> mutable _written; ///< canonical paths
-    std::set<std::string> mutable _shown;   ///< files whose changes have been shown: two scenes may include the same
+    std::set<std::string> mutable _edited; ///< files that several scenes may include, canonical paths
 };
 
 /// What commands have that give interpolators other keys.

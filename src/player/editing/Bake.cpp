@@ -23,11 +23,8 @@ public:
 
     BakeResult run()
     {
-        for (SceneNode const& node : _scene.sceneNodes) {
+        for (SceneNode const& node : _scene.sceneNodes)
             ++_names[node.name];
-            if (auto const places = isInterpolator(node) ? _edits.placesOf(node) : std::nullopt)
-                _instances[*places].push_back(&node);
-        }
         for (SceneNode const& node : _scene.sceneNodes) {
             if (!isInterpolator(node) || isEase(node))
                 continue;
@@ -98,7 +95,8 @@ private:
             return why;
         std::vector<KeyTrack> tracks;
         SceneRoute const* source = nullptr;
-        for (SceneNode const* const other : _instances[*_edits.placesOf(node)])
+        std::vector<SceneNode const*> const instances = _edits.instancesOf(node);
+        for (SceneNode const* const other : instances)
             if (!playsAs(node, *other))
                 return "its text stands for " + other->name + ", too, which plays otherwise";
         for (auto route = eases.rbegin(); route != eases.rend(); ++route) {
@@ -127,10 +125,7 @@ private:
         for (std::size_t i = 0; i < tracks.size(); ++i)
             if (std::string why = faultOf(tracks[i]); !why.empty())
                 return i < eases.size() ? eases[eases.size() - 1 - i]->from->name + ": " + why : why;
-        std::optional<double> allowed = _options.tolerance.of(tracks.back(), node.name);
-        for (SceneNode const* const other : _instances[*_edits.placesOf(node)]) // what is written holds for all of them
-            if (allowed)
-                allowed = std::min(*allowed, _options.tolerance.of(tracks.back(), other->name).value_or(*allowed));
+        auto const allowed = _options.tolerance.of(tracks.back(), instances);
         change.angle = tracks.back().motion == Motion::rotation;
         if (!allowed || (!(*allowed > 0) && !evenly()))
             return !allowed ? "no --max-error fits its values" : "an error of 0 cannot be kept";
@@ -155,16 +150,17 @@ private:
     }
 
     // The fields that only a spline has go with it.
-    static constexpr char const* splineFields[] = {"closed", "normalizeVelocity"};
-    std::vector<Location> splinePlaces(SceneNode const& node) const
+    static constexpr char const* splineFields[] = {"closed", "normalizeVelocity",
+                                                   "keyVelocity"}; // the last one without a Field
+    static std::vector<Location> splinePlaces(SceneNode const& node)
     {
         std::vector<Location> places;
-        for (char const* const name : splineFields)
-            if (Field const* const field = fieldOf(node, name))
-                if (auto const where = _edits.placeOf(node, *field))
-                    places.push_back(*where);
-        if (node.keyVelocity)
-            places.push_back(*node.keyVelocity);
+        for (auto const& attribute : node.attributes)
+            if (attribute.index == ~0u || std::ranges::any_of(splineFields, [&](char const* name) {
+                    Field const* const field = fieldOf(node, name);
+                    return field != nullptr && indexOf(*field) == attribute.index;
+                }))
+                places.push_back(attribute.where);
         return places;
     }
     static std::size_t countOfWord(std::string_view text, std::string_view word)
@@ -187,8 +183,8 @@ private:
         std::vector<Location> const places = splinePlaces(node);
         AuthorFile const& file = _edits.file(node.where.file);
         TextRange const whole = nodeText(file, node.where.offset).whole;
-        std::size_t words = 0; // also given twice, or by IS
-        for (char const* const name : {splineFields[0], splineFields[1], "keyVelocity"})
+        std::size_t words = 0; // also by IS
+        for (char const* const name : splineFields)
             words += countOfWord(file.text().substr(whole.begin, whole.end - whole.begin), name);
         bool const within = std::ranges::all_of(places, [&](Location where) {
             return where.file == node.where.file && where.offset > whole.begin && where.offset < whole.end;
@@ -204,7 +200,7 @@ private:
             Field const *const x = fieldOf(a, name), *const y = fieldOf(b, name);
             return x == nullptr || x->getValueAsStr() == y->getValueAsStr();
         };
-        if (!sameText(one, other, "closed") || !sameText(one, other, "normalizeVelocity"))
+        if (!std::ranges::all_of(splineFields, [&](char const* name) { return sameText(one, other, name); }))
             return false;
         auto const a = easesBefore(one), b = easesBefore(other);
         auto const sameEase = [&](SceneRoute const* x, SceneRoute const* y) {
@@ -404,7 +400,6 @@ private:
     BakeOptions const& _options;
     BakeResult _result;
     std::set<ListPlaces> _done;
-    std::map<ListPlaces, std::vector<SceneNode const*>> _instances; ///< all that have these lists
     std::map<std::string_view, unsigned> _names;
     std::map<std::uint32_t, Needs> _needs; ///< by file
     std::set<Location> _rerouted;          ///< ROUTEs, of all instances

@@ -333,7 +333,20 @@ std::set<std::string_view> usedNames(AuthorFile const& file)
     std::string_view const text = file.text();
     std::set<std::string_view> names;
     Cursor cursor(file, 0);
-    while (file.classic() && cursor.at < text.size()) {
+    if (!file.classic()) {
+        for (std::size_t at = 0; (at = text.find("USE", at)) != text.npos;) {
+            cursor.at = at += 3;
+            cursor.pass(" \t\r\n=");
+            char const quote = cursor.next();
+            if (quote != '"' && quote != '\'')
+                continue;
+            ++cursor.at;
+            std::string_view const name = cursor.of(cursor.word({&quote, 1}));
+            names.insert(name.find('&') == name.npos ? name : anyName);
+        }
+        return names;
+    }
+    while (cursor.at < text.size()) {
         TextRange const word = cursor.classicWord();
         if (cursor.of(word) == "USE" || cursor.of(word) == "use") {
             cursor.passClassicBlanks();
@@ -342,16 +355,6 @@ std::set<std::string_view> usedNames(AuthorFile const& file)
             names.insert(cursor.of(quoted ? cursor.word("\"") : cursor.classicWord()));
         } else if (word.begin == word.end) {
             cursor.next() == '"' ? cursor.passString() : void(++cursor.at);
-        }
-    }
-    for (std::size_t at = 0; !file.classic() && (at = text.find("USE", at)) != text.npos;) {
-        cursor.at = at += 3;
-        cursor.pass(" \t\r\n=");
-        char const quote = cursor.next();
-        if (quote == '"' || quote == '\'') {
-            ++cursor.at;
-            std::string_view const name = cursor.of(cursor.word({&quote, 1}));
-            names.insert(name.find('&') == name.npos ? name : anyName);
         }
     }
     return names;

@@ -3,7 +3,6 @@
 #include "player/scene/Values.h"
 
 #include <algorithm>
-#include <map>
 #include <set>
 
 namespace Zelvan::play {
@@ -71,10 +70,6 @@ std::vector<TrackChange> reduceScene(Scene const& scene, SceneEdits& edits, Tole
 {
     std::vector<TrackChange> changes;
     std::set<ListPlaces> done;
-    std::multimap<ListPlaces, SceneNode const*> instances;
-    for (SceneNode const& node : scene.sceneNodes)
-        if (auto const places = isInterpolator(node) ? edits.placesOf(node) : std::nullopt)
-            instances.emplace(*places, &node);
     for (SceneNode const& node : scene.sceneNodes) {
         if (!isInterpolator(node))
             continue;
@@ -90,10 +85,7 @@ std::vector<TrackChange> reduceScene(Scene const& scene, SceneEdits& edits, Tole
             change.left = hindrance(node, edits);
         if (change.left.empty()) {
             KeyTrack const track = trackOf(node);
-            std::optional<double> allowed = tolerance.of(track, node.name);
-            auto const [first, end] = instances.equal_range(*places);
-            for (auto other = first; allowed && other != end; ++other) // what is written holds for all of them
-                allowed = std::min(*allowed, tolerance.of(track, other->second->name).value_or(*allowed));
+            auto const allowed = tolerance.of(track, edits.instancesOf(node));
             change.angle = track.motion == Motion::rotation;
             change.left = !allowed ? "no --max-error fits its values" : faultOf(track);
             if (change.left.empty()) {

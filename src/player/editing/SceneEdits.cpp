@@ -74,6 +74,18 @@ std::optional<ListPlaces> SceneEdits::placesOf(SceneNode const& node) const
     return keys && values ? std::optional<ListPlaces>({*keys, *values}) : std::nullopt;
 }
 
+std::vector<SceneNode const*> SceneEdits::instancesOf(SceneNode const& node) const
+{
+    std::vector<SceneNode const*> instances;
+    if (auto const places = placesOf(node)) {
+        auto const [begin, end] = _partners.equal_range(places->keys);
+        for (auto at = begin; at != end; ++at)
+            if (at->second.first == places->values)
+                instances.push_back(at->second.second);
+    }
+    return instances;
+}
+
 std::string SceneEdits::hindrance(SceneNode const& node) const
 {
     if (fieldOf(node, "key")->_routesIn != nullptr || valuesOf(node)._routesIn != nullptr)

@@ -46,6 +46,9 @@ public:
     /// Null when a file sets only one of them, or none.
     std::optional<ListPlaces> placesOf(SceneNode const& node) const;
 
+    /// Interpolators whose keys and values stand at the same places as this one's: one edit is for all of them.
+    std::vector<SceneNode const*> instancesOf(SceneNode const& node) const;
+
     /// Files with edits, the scene's own first.
     std::vector<AuthorFile const*> changed() const;
     AuthorFile const& main() { return file(0); }

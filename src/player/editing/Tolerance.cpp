@@ -1,6 +1,7 @@
 #include "player/editing/Tolerance.h"
 
 #include "player/scene/Diagnostics.h"
+#include "player/scene/Scene.h"
 
 #include <algorithm>
 #include <charconv>
@@ -52,6 +53,18 @@ std::optional<double> Tolerance::of(KeyTrack const& track, std::string const& no
         degrees |= amount.unit == Unit::degrees;
     }
     return named ? named : general;
+}
+
+std::optional<double> Tolerance::of(KeyTrack const& track, std::vector<SceneNode const*> const& nodes) const
+{
+    std::optional<double> strictest;
+    for (SceneNode const* const node : nodes) {
+        auto const allowed = of(track, node->name);
+        if (!allowed)
+            return {};
+        strictest = std::min(*allowed, strictest.value_or(*allowed));
+    }
+    return strictest;
 }
 
 std::vector<std::string> Tolerance::nodes() const

@@ -20,6 +20,8 @@ public:
 
     /// Nothing when none fits: degrees do not measure positions.
     std::optional<double> of(KeyTrack const& track, std::string const& node) const;
+    /// The strictest of several nodes that have the track in common; nothing when none fits one of them.
+    std::optional<double> of(KeyTrack const& track, std::vector<SceneNode const*> const& nodes) const;
     /// Nodes that are named.
     std::vector<std::string> nodes() const;
 

@@ -185,7 +185,7 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
         Field* const field = node.node->findField(std::string(name));
         Location const where = locate(attribute, *scope.file);
         if (field == nullptr && name == "keyVelocity" && node.typeName.starts_with("Spline")) {
-            node.keyVelocity = where;
+            node.attributes.push_back({~0u, where});
             _reading.diagnostics.report(
                 Severity::note, _reading.scene.place(where), kinds::noEffect,
                 node.name + ".keyVelocity: X3D has it, it changes nothing here, other players bend the curve by it");

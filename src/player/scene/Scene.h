@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -40,11 +39,10 @@ struct SceneNode {
     SceneNode const* holder = nullptr;
 
     struct AttributePlace {
-        unsigned index;         ///< of the field; of no known one, where IS gives it to a node without a class
+        unsigned index;         ///< of the field; ~0u of none: a spline's keyVelocity, what IS gives to a node without a class
         Location where;         ///< of the value's first character
         bool converted = false; ///< from other units, which the file states
     };
-    std::optional<Location> keyVelocity{};    ///< of a spline, where the file has it: of X3D, without a field here
     std::vector<AttributePlace> attributes{}; ///< of known nodes: the fields that the file sets; of others: what IS gives them
 };
 
