@@ -4,6 +4,7 @@
 #include "player/commands/OutputFile.h"
 #include "player/commands/Outputs.h"
 #include "player/commands/Tables.h"
+#include "player/editing/Proof.h"
 #include "player/scene/Utf8.h"
 
 #include <CLI/CLI.hpp>
@@ -127,6 +128,8 @@ void SceneEditing::write(SceneEdits& edits, OpenedScene const& opened, std::stri
     if (_options.inlined && several())
         for (AuthorFile const* const file : changed)
             _edited.insert(std::filesystem::weakly_canonical(file->path()));
+    if (std::string const other = changed.empty() ? "" : unintended(*opened.scene, edits, opened.limits); !other.empty())
+        throw Failure(exitScene, opened.file + " is not edited: read again, " + other);
     if (_options.diff) {
         std::ostringstream diff;
         diff.exceptions(std::ios::badbit);

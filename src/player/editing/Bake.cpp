@@ -120,6 +120,8 @@ private:
             if (source->where.file != eases.front()->where.file || scopeOf(*source->from) != scopeOf(node)
                 || scopeOf(*source->to) != scopeOf(node))
                 return eases.back()->from->name + " is driven from another PROTO or file";
+            if (source->from->where.file == node.where.file && source->from->where.offset > eases.front()->where.offset)
+                return source->from->name + " stands behind the ROUTE that would come from it";
         }
         tracks.push_back(trackOf(node));
         for (std::size_t i = 0; i < tracks.size(); ++i)
@@ -283,11 +285,13 @@ private:
                 all.push_back({number, {}});
             return all;
         };
-        keys.replace(_edits.file(places.keys.file), numbers(baked.keys), 1);
-        values.replace(_edits.file(places.values.file), numbers(baked.values), baked.components);
+        _edits.replace(places.keys, keys, numbers(baked.keys), 1);
+        _edits.replace(places.values, values, numbers(baked.values), baked.components);
         for (TextRange const range : gone)
             file.replace(range.begin, range.end, "");
         std::size_t const prefix = node.typeName.starts_with("Spline") ? 6 : node.typeName.starts_with("Squad") ? 5 : 0;
+        if (prefix > 0)
+            _edits.intention.types[node.where] = node.typeName.substr(prefix);
         for (TextRange const name : {text.name, text.endName})
             if (prefix > 0 && name.end > 0)
                 file.replace(name.begin, name.begin + prefix, "");
@@ -301,9 +305,11 @@ private:
                            all.substr(from->fromNode.begin - quote, name.size() + 2 * quote));
             routes.replace(to->fromField.begin, to->fromField.end,
                            all.substr(from->fromField.begin, from->fromField.end - from->fromField.begin));
-            _rerouted.insert(eases.front()->where);
+            _edits.intention.sources[eases.front()->where] = source->where;
         }
     }
+
+    bool isRerouted(Location route) const { return _edits.intention.sources.contains(route); }
 
     // What leads nowhere now: an EaseInEaseOut none of whose ROUTEs is left, or leads to such a one.
     void findIdle()
@@ -318,7 +324,7 @@ private:
                 for (SceneRoute const& route : _scene.routes)
                     if (route.from == &node) {
                         any = true;
-                        needed |= !_rerouted.contains(route.where) && !idle.contains(route.to);
+                        needed |= !isRerouted(route.where) && !idle.contains(route.to);
                     }
                 if (any && !needed)
                     more = idle.insert(&node).second;
@@ -381,7 +387,7 @@ private:
     }
     void prune(SceneNode const& node)
     {
-        if (!_pruned.insert(node.where).second)
+        if (!_edits.intention.gone.insert(node.where).second)
             return; // as another instance
         AuthorFile& file = _edits.file(node.where.file);
         auto const remove = [&](TextRange range) {
@@ -390,8 +396,8 @@ private:
         };
         remove(nodeText(file, node.where.offset).whole);
         for (SceneRoute const& route : _scene.routes)
-            if ((route.to == &node || route.from == &node) && !_rerouted.contains(route.where)
-                && _pruned.insert(route.where).second)
+            if ((route.to == &node || route.from == &node) && !isRerouted(route.where)
+                && _edits.intention.gone.insert(route.where).second)
                 remove(routeText(file, route.where.offset).whole);
     }
 
@@ -402,8 +408,6 @@ private:
     std::set<ListPlaces> _done;
     std::map<std::string_view, unsigned> _names;
     std::map<std::uint32_t, Needs> _needs; ///< by file
-    std::set<Location> _rerouted;          ///< ROUTEs, of all instances
-    std::set<Location> _pruned;
 };
 
 } // namespace

@@ -186,8 +186,8 @@ private:
     {
         NumberList const keys = _edits.list(places.keys, mending.oldKeys());
         NumberList const values = _edits.list(places.values, mending.oldValues());
-        keys.replace(_edits.file(places.keys.file), mending.keys(), 1);
-        values.replace(_edits.file(places.values.file), mending.values(), mending.components());
+        _edits.replace(places.keys, keys, mending.keys(), 1);
+        _edits.replace(places.values, values, mending.values(), mending.components());
     }
 
     // What mending a list has changed in the texts; its nodes have what they had.

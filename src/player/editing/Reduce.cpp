@@ -46,8 +46,8 @@ void write(Reduced const& reduced, KeyTrack const& original, ListPlaces const& p
     for (std::size_t i = 0; i < numbers.size(); ++i)
         if (numbers[i].value != reduced.track.values[i])
             numbers[i] = {reduced.track.values[i], {}};
-    keys.replace(edits.file(places.keys.file), keptNumbers(keys, kept, 1), 1);
-    values.replace(edits.file(places.values.file), numbers, original.components);
+    edits.replace(places.keys, keys, keptNumbers(keys, kept, 1), 1);
+    edits.replace(places.values, values, numbers, original.components);
 }
 
 } // namespace

@@ -67,6 +67,16 @@ NumberList SceneEdits::list(Location where, Field const& field)
     return list;
 }
 
+void SceneEdits::replace(Location where, NumberList const& list, std::vector<NumberList::Number> const& numbers,
+                         unsigned components)
+{
+    list.replace(file(where.file), numbers, components);
+    std::vector<float>& intended = intention.lists[where];
+    intended.clear();
+    for (NumberList::Number const& number : numbers)
+        intended.push_back(number.value);
+}
+
 std::optional<ListPlaces> SceneEdits::placesOf(SceneNode const& node) const
 {
     auto const keys = placeOf(node, *fieldOf(node, "key"));

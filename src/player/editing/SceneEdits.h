@@ -28,6 +28,14 @@ struct ListPlaces {
     auto operator<=>(ListPlaces const&) const = default;
 };
 
+/// What the edits of a scene are for. Places are those before the edits; all instances of a PROTO share them.
+struct Intention {
+    std::map<Location, std::vector<float>> lists; ///< the numbers that keys or values become
+    std::map<Location, std::string> types;        ///< of nodes that become others
+    std::map<Location, Location> sources;         ///< ROUTEs that come from where another one does
+    std::set<Location> gone;                      ///< nodes and ROUTEs
+};
+
 /// The edits of a scene, file by file: the first file, and with `inlined` those it includes.
 class SceneEdits {
 public:
@@ -40,6 +48,8 @@ public:
     /// The text of a field that a file sets, the last one where it is given twice; null when none does. Throws Failure when it is not what was read.
     std::optional<Location> placeOf(SceneNode const& node, Field const& field) const;
     NumberList list(Location where, Field const& field);
+    /// `list` is the one there; `components` numbers to a value.
+    void replace(Location where, NumberList const& list, std::vector<NumberList::Number> const& numbers, unsigned components);
 
     /// Why an interpolator's keys and values are not edited, whatever is to be done with them; "" when they may be.
     std::string hindrance(SceneNode const& node) const;
@@ -52,6 +62,8 @@ public:
     /// Files with edits, the scene's own first.
     std::vector<AuthorFile const*> changed() const;
     AuthorFile const& main() { return file(0); }
+
+    Intention intention;
 
 private:
     /// Another node that has only one of the two lists in common with this one, or one in another field; "" when there is

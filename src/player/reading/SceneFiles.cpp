@@ -56,8 +56,8 @@ std::string_view pictureKind(std::string_view bytes)
 
 } // namespace
 
-SceneFile::SceneFile(OpenedFile const& opened, ReadLimits const& limits)
-    : source(opened, limits), tree(limits), name(opened.name), folder(opened.folder)
+SceneFile::SceneFile(OpenedFile const& opened, ReadLimits const& limits, std::string const* bytes)
+    : source(opened, limits, bytes), tree(limits), name(opened.name), folder(opened.folder)
 {}
 
 SceneFile& SceneFiles::openScene(std::string const& path)
@@ -72,7 +72,8 @@ SceneFile& SceneFiles::openScene(std::string const& path)
 SceneFile& SceneFiles::load(OpenedFile const& opened)
 {
     ReadLimits const& limits = _budget.limits();
-    auto file = std::make_unique<SceneFile>(opened, limits);
+    bool const isEdited = _edited != nullptr && _edited->contains(opened.name);
+    auto file = std::make_unique<SceneFile>(opened, limits, isEdited ? &_edited->at(opened.name) : nullptr);
     if (std::size_t const most = 8 * std::size_t(limits.elements); file->source.lines() - 1 > most)
         throw Failure(exitScene,
                       file->name + ": error: more than " + std::to_string(most) + " lines (--max-elements raises the limit)");

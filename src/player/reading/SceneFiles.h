@@ -19,7 +19,7 @@ std::vector<std::string> quotedStrings(std::string_view text);
 
 /// A file of the scene: its text and the tree of it.
 struct SceneFile {
-    SceneFile(OpenedFile const& opened, ReadLimits const& limits);
+    SceneFile(OpenedFile const& opened, ReadLimits const& limits, std::string const* bytes);
 
     /// Whether the value is strings in double quotes, also where a field holds but one.
     bool quotes(Attribute const& value) const
@@ -41,8 +41,9 @@ struct SceneFile {
 /// The files that a scene is made of: each is opened and parsed once, whatever names and how many references lead to it.
 class SceneFiles {
 public:
-    SceneFiles(Scene& scene, Budget& budget, Diagnostics& diagnostics)
-        : _scene(scene), _budget(budget), _diagnostics(diagnostics)
+    /// `edited`: bytes to read instead of those of files with these names; may be null.
+    SceneFiles(Scene& scene, Budget& budget, Diagnostics& diagnostics, std::map<std::string, std::string> const* edited)
+        : _scene(scene), _budget(budget), _diagnostics(diagnostics), _edited(edited)
     {}
 
     /// The file that the command line names. Throws Failure.
@@ -72,6 +73,7 @@ private:
     Scene& _scene;
     Budget& _budget;
     Diagnostics& _diagnostics;
+    std::map<std::string, std::string> const* _edited;
     LocalFiles _local;
     std::vector<std::unique_ptr<SceneFile>> _files;
     std::map<FileIdentity, Answer> _byIdentity;

@@ -14,10 +14,10 @@ namespace {
 /// the part of reading that knows what to do with it.
 class SceneReader {
 public:
-    SceneReader(Scene& scene, ReadLimits const& limits, Diagnostics& diagnostics, Staging* staging)
+    SceneReader(Scene& scene, ReadLimits const& limits, Diagnostics& diagnostics, Staging* staging, EditedTexts const* edited)
         : _budget(limits, scene),
           _reading{scene, _budget, diagnostics},
-          _files(scene, _budget, diagnostics),
+          _files(scene, _budget, diagnostics, edited),
           _stager(staging, _files)
     {}
     void read(std::string const& path);
@@ -343,10 +343,11 @@ void SceneReader::readBody(Step const& arguments)
 
 } // namespace
 
-std::unique_ptr<Scene> readScene(std::string const& file, ReadLimits const& limits, Diagnostics& diagnostics, Staging* staging)
+std::unique_ptr<Scene> readScene(std::string const& file, ReadLimits const& limits, Diagnostics& diagnostics, Staging* staging,
+                                 EditedTexts const* edited)
 {
     auto scene = std::make_unique<Scene>();
-    SceneReader(*scene, limits, diagnostics, staging).read(file);
+    SceneReader(*scene, limits, diagnostics, staging, edited).read(file);
     return scene;
 }
 

@@ -3,12 +3,15 @@
 #include "player/reading/ReadLimits.h"
 #include "player/scene/Scene.h"
 
+#include <map>
 #include <memory>
 #include <string>
 
 namespace Zelvan::play {
 
 class Staging;
+/// Bytes of files, by the names that a scene has for them.
+using EditedTexts = std::map<std::string, std::string>;
 
 // Kinds of the messages that reading a scene may give; `check` uses them as codes.
 namespace kinds {
@@ -30,8 +33,8 @@ inline constexpr char const* badInline = "bad-inline";
 /// instances expanded, Inline and EXTERNPROTO from local files in the scene's folder; "-" is standard input. What is
 /// wrong goes to `diagnostics`, and reading goes on where it can. Throws Failure where it cannot: an unreadable file,
 /// text that does not parse, a limit.
-/// With `staging`, the scene is kept there as it is drawn.
+/// With `staging`, the scene is kept there as it is drawn; `edited` has what to read instead of files that it names.
 std::unique_ptr<Scene> readScene(std::string const& file, ReadLimits const& limits, Diagnostics& diagnostics,
-                                 Staging* staging = nullptr);
+                                 Staging* staging = nullptr, EditedTexts const* edited = nullptr);
 
 } // namespace Zelvan::play

@@ -14,11 +14,15 @@
 
 namespace Zelvan::play {
 
-SourceFile::SourceFile(OpenedFile const& file, ReadLimits const& limits)
+SourceFile::SourceFile(OpenedFile const& file, ReadLimits const& limits, std::string const* bytes)
     : _text(std::min(limits.bytes, std::size_t(UINT32_MAX) - 1))
 {
     try {
-        read(file.descriptor);
+        if (bytes != nullptr)
+            take(*bytes);
+        else
+            read(file.descriptor);
+        _text.end();
         decode();
     } catch (Failure const& failure) {
         throw Failure(failure.status(), file.name + ": " + failure.what());
@@ -51,7 +55,16 @@ void SourceFile::read(Descriptor const& file)
             break;
         _text.add(static_cast<std::size_t>(got));
     }
-    _text.end();
+}
+
+void SourceFile::take(std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        std::span<char> const room = _text.room();
+        std::size_t const count = bytes.copy(room.data(), room.size());
+        _text.add(count);
+        bytes.remove_prefix(count);
+    }
 }
 
 std::string_view SourceFile::body() const

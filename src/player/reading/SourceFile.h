@@ -18,8 +18,8 @@ namespace Zelvan::play {
 /// that is not valid UTF-8.
 class SourceFile {
 public:
-    /// Reads on from where the descriptor is, to the end.
-    SourceFile(OpenedFile const& file, ReadLimits const& limits);
+    /// Reads on from where the descriptor is, to the end; or what the file is to hold, which may be null.
+    SourceFile(OpenedFile const& file, ReadLimits const& limits, std::string const* bytes = nullptr);
 
     /// The text; a parser may change it in place. One zero byte follows.
     char* data() { return _text.data(); }
@@ -37,6 +37,7 @@ public:
 
 private:
     void read(Descriptor const& file);
+    void take(std::string_view bytes);
     void decode();
     void decodeClassic();
     /// The text without byte order mark and blanks in front.

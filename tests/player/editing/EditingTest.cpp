@@ -1,5 +1,6 @@
 #include "player/editing/Bake.h"
 #include "player/editing/Fixes.h"
+#include "player/editing/Proof.h"
 #include "player/playing/Clock.h"
 #include "tests/player/Files.h"
 #include "tests/player/editing/Gzipped.h"
@@ -323,6 +324,70 @@ TEST(Bake, EditsTheClassicSyntaxToo)
     EXPECT_THAT(edited.text(), HasSubstr("DEF P ScalarInterpolator { key [ 0, "));
     EXPECT_THAT(edited.text(), HasSubstr("ROUTE C.fraction_changed TO P.set_fraction"));
     EXPECT_THAT(result.idle, testing::ElementsAre("E"));
+}
+
+// ---- Proof
+
+TEST(Proof, SeesWhatWasNotMeant)
+{
+    struct Case {
+        char const *from, *to, *seen;
+    };
+    Case const cases[] = {
+        {"<!-- c -->", "<!-- d -->", ""},
+        {"key='0 1'", "key='0,1' ", ""},
+        {"</Scene>", "", "it fails: "},
+        {"DEF='A'", "DEF='X'", "A is another node, or none"},
+        {"DEF='A' ", "", "A is another node, or none"},
+        {"Scalar", "SplineScalar", "A is another node, or none"},
+        {"<ScalarInterpolator DEF='A' key='0 1' keyValue='2 3'/>", "", "A is another node, or none"},
+        {"<TimeSensor", "<Group/><TimeSensor", ""}, // cannot be routed to
+        {"<TimeSensor", "<TimeSensor DEF='N'/><TimeSensor", "T is another node, or none"},
+        {"<ROUTE ", "<TimeSensor DEF='N'/><ROUTE ", "N is a node too many"},
+        {"keyValue='2 3'", "keyValue='2 3.0000002'", "A.keyValue has another value"},
+        {"keyValue='2 3'", "keyValue='2'", "A.keyValue has another value"},
+        {"keyValue='2 3'", "", "A.keyValue is not set"},
+        {"loop='true'", "", "T.loop is not set"},
+        {"key='0 1'", "key='0 1' colour='x'", "more would be wrong: "},
+        {"loop='true'", "loop='true' cycleInterval='x'", "more would be wrong: "},
+        {"loop='true'", "loop='true' enabled='true'", "T has more fields"},
+        {"description='x'", "description='y'", "T.description has another value"},
+        {"fromNode='T'", "fromNode='A'", "the ROUTE to A.set_fraction "},
+        {"fraction_changed'", "cycleTime'", "the ROUTE to A.set_fraction "},
+        {"toNode='A'", "toNode='T'", "the ROUTE to A.set_fraction leads elsewhere"},
+        {"<ROUTE fromNode='T' fromField='fraction_changed' toNode='A' toField='set_fraction'/>", "",
+         "the ROUTE to A.set_fraction is none"},
+        {"</Scene>", "<ROUTE fromNode='T' fromField='fraction_changed' toNode='A' toField='set_fraction'/></Scene>",
+         "a ROUTE is too many"},
+    };
+    std::string const text = x3d("<!-- c --><TimeSensor DEF='T' description='x' loop='true'/>\n"
+                                 "<ScalarInterpolator DEF='A' key='0 1' keyValue='2 3'/>\n"
+                                 "<ROUTE fromNode='T' fromField='fraction_changed' toNode='A' toField='set_fraction'/>");
+    for (Case const& c : cases) {
+        SCOPED_TRACE(std::string(c.from) + " : " + c.to);
+        Edited edited(text);
+        std::size_t const at = text.find(c.from);
+        ASSERT_NE(at, std::string::npos);
+        edited.edits.file(0).replace(at, at + std::string(c.from).size(), c.to);
+        std::string const seen = unintended(*edited.read.scene, edited.edits, {});
+        EXPECT_EQ(seen.empty(), *c.seen == '\0') << seen;
+        EXPECT_THAT(seen, testing::StartsWith(c.seen));
+    }
+}
+
+TEST(Proof, KnowsWhatWasMeant)
+{
+    std::string const text = x3d("<ScalarInterpolator DEF='A' key='0 1' keyValue='2 3'/>");
+    auto const seenWith = [&](std::vector<NumberList::Number> const& numbers, float intended) {
+        Edited edited(text);
+        SceneNode const& node = edited.read.node("A");
+        Location const where = *edited.edits.placeOf(node, valuesOf(node));
+        edited.edits.replace(where, edited.edits.list(where, valuesOf(node)), numbers, 1);
+        edited.edits.intention.lists[where].back() = intended;
+        return unintended(*edited.read.scene, edited.edits, {});
+    };
+    EXPECT_EQ(seenWith({{7, {}}, {8, {}}}, 8), "");
+    EXPECT_EQ(seenWith({{7, {}}, {8, {}}}, std::nextafter(8.f, 9.f)), "A.keyValue has another value");
 }
 
 // ---- Fixes
