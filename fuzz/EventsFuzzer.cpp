@@ -154,10 +154,13 @@ private:
             expected.assign(reinterpret_cast<char const*>(unit.data()), number ? expected.size() : 0);
         }
 
+        // What no ROUTE leads to stays as it is.
+        bool const steady = std::ranges::all_of(node.fields(), [](Field const* field) { return field->_routesIn == nullptr; });
         auto const state = [&] {
             std::string all;
-            for (Field const* const field : node.fields())
-                all += field == &output ? "|" : field->getValueAsBin(-1) + '|';
+            if (!steady)
+                for (Field const* const field : node.fields())
+                    all += field == &output ? "|" : field->getValueAsBin(-1) + '|';
             return all;
         };
         node._set_fraction._value = fraction;

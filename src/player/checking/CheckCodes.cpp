@@ -66,7 +66,7 @@ std::vector<CheckCode> const& checkCodes()
          .bad = "", .good = "",
          .fix = Fix::none, .how = "The message has the system's reason."},
         {.code = "unknown-node", .severity = warning, .title = "A node type in wrong capitals",
-         .meaning = "A node whose type would be known if it were written in other capitals.",
+         .meaning = "A node with a name whose type would be known if it were written in other capitals.",
          .why = "X3D tells capitals from small letters: nothing runs it, here or elsewhere.",
          .bad = "<scalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>", .good = "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>",
          .fix = Fix::none, .how = "Write the type as X3D does."},
@@ -90,11 +90,12 @@ std::vector<CheckCode> const& checkCodes()
          .good = "<PositionInterpolator DEF='Path' key='0 1'/>",
          .fix = Fix::none, .how = "The message names the field that was probably meant."},
         {.code = "bad-route", .severity = warning, .title = "A ROUTE that connects nothing",
-         .meaning = "A ROUTE between nodes or fields that do not exist or do not fit.",
+         .meaning = "A ROUTE between nodes that do not exist, or fields that do not exist or do not fit, as far as that is known: "
+                    "of the nodes that are run, of PROTOs and Scripts.",
          .why = "No event passes: what it should move stands still.",
-         .bad = looping + "<ScalarInterpolator DEF='Path' key='0 1' keyValue='0 1'/>\n" + drive("Pth"),
-         .good = looping + ball + "<ScalarInterpolator DEF='Path' key='0 1' keyValue='0 1'/>\n" + drive("Path")
-             + moveBall("Path", "height"),
+         .bad = looping + "<PositionInterpolator DEF='Path' key='0 1' keyValue='0 0 0 0 3 0'/>\n" + drive("Pth"),
+         .good = looping + ball + "<PositionInterpolator DEF='Path' key='0 1' keyValue='0 0 0 0 3 0'/>\n" + drive("Path")
+             + moveBall("Path", "translation"),
          .fix = Fix::none, .how = "The message names the node or field that was probably meant."},
         {.code = "duplicate-def", .severity = note, .title = "One DEF name for two nodes",
          .meaning = "Two nodes have one DEF name. A USE or ROUTE means the nearest one before it. A warning in X3D XML where a "
@@ -198,10 +199,11 @@ std::vector<CheckCode> const& checkCodes()
          .why = "It plays as no rotation at all: the angle is lost. Some players send numbers that are none.",
          .bad = "<OrientationInterpolator DEF='Spin' key='0 1' keyValue='0 1 0 0 0 0 0 1.57'/>",
          .good = "<OrientationInterpolator DEF='Spin' key='0 1' keyValue='0 1 0 0 0 1 0 1.57'/>",
-         .fix = Fix::safe, .how = "Only with the angle 0: the axis 0 0 1 is written, which plays the same."},
+         .fix = Fix::safe, .how = "Only with the angle 0: the axis 0 0 1 is written, which plays the same. At the ends, which are sent as "
+                                  "they are written, it takes --unsafe-fixes."},
         {.code = "long-turn", .severity = warning, .title = "A step of more than half a turn",
          .meaning = "A step of more than half a turn between two keys with one axis. Steps over the end of the circle "
-                    "that only continue what their neighbours do, or go back to where they began, are left alone.",
+                    "that only continue what their neighbours do, and quick ones back to where they began, are left alone.",
          .why = "Between two rotations the shorter arc is played: another way than the angles say, or no turn at all.",
          .bad = "<OrientationInterpolator DEF='Spin' key='0 1' keyValue='0 1 0 0 0 1 0 6.2832'/>",
          .good = "<OrientationInterpolator DEF='Spin' key='0 0.333 0.667 1'\n"
@@ -219,8 +221,8 @@ std::vector<CheckCode> const& checkCodes()
          .why = "Colours are shares of full light, not bytes; what is above 1 looks like 1, or plays as another hue.",
          .bad = "<ColorInterpolator DEF='Glow' key='0 1' keyValue='255 128 0 0 0 0'/>",
          .good = "<ColorInterpolator DEF='Glow' key='0 1' keyValue='1 0.502 0 0 0 0'/>",
-         .fix = Fix::unsafe, .how = "All colours of the node are divided by 255 where none is above it, else by the "
-                                    "largest number."},
+         .fix = Fix::unsafe, .how = "All colours of the node are divided by 255 where the largest number is above 2 and not above "
+                                    "255, else by that number; where one is below 0, by their author."},
         {.code = "hue-long-way", .severity = note, .title = "Hues more than half a circle apart",
          .meaning = "Two colours whose hues lie more than 180 degrees apart.",
          .why = "Colours are blended as hue, saturation and value. Here the hue runs straight from one number to the "
@@ -309,26 +311,27 @@ std::vector<CheckCode> const& checkCodes()
         // Where a loop begins again.
         {.code = "loop-jump", .severity = note, .title = "A loop that jumps",
          .meaning = "The last value is not the first one, and the TimeSensor loops. A hint where the curve jumps "
-                    "on its way, too.",
+                    "on its way, too, or a ROUTE may end the loop.",
          .why = "The value jumps back whenever a cycle ends.",
-         .bad = looping + ball + "<PositionInterpolator DEF='Hop' key='0 1' keyValue='0 0 0 0 3 0'/>\n" + drive("Hop")
+         .bad = looping + ball + "<PositionInterpolator DEF='Hop' key='0 0.5 1' keyValue='0 0 0 0 3 0 0 1 0'/>\n" + drive("Hop")
              + moveBall("Hop", "translation"),
          .good = looping + ball + "<PositionInterpolator DEF='Hop' key='0 0.5 1' keyValue='0 0 0 0 3 0 0 0 0'/>\n"
              + drive("Hop") + moveBall("Hop", "translation"),
-         .fix = Fix::unsafe, .how = "The last value is replaced by the first one."},
+         .fix = Fix::unsafe, .how = "The last value is replaced by the first one, unless nothing would move then."},
         {.code = "loop-kink", .severity = hint, .title = "A loop with a kink",
          .meaning = "The values meet where the TimeSensor loops, but the speed changes there, and nowhere else as "
                     "much.",
          .why = "A smooth motion shows a jerk once in every cycle.",
-         .bad = looping + ball + "<ScalarInterpolator DEF='Hop' key='0 0.2 0.4 0.6 0.8 1' keyValue='0 8 12 12 8 0'/>\n"
-             + drive("Hop") + moveBall("Hop", "height"),
-         .good = looping + ball + "<ScalarInterpolator DEF='Hop' key='0 0.2 0.4 0.6 0.8 1' keyValue='0 2 10 10 2 0'/>\n"
-             + drive("Hop") + moveBall("Hop", "height"),
+         .bad = looping + ball + "<PositionInterpolator DEF='Hop' key='0 0.2 0.4 0.6 0.8 1'\n keyValue='0 0 0 0 8 0 0 12 0 0 12 0 0 8 0 0 0 0'/>\n"
+             + drive("Hop") + moveBall("Hop", "translation"),
+         .good = looping + ball + "<PositionInterpolator DEF='Hop' key='0 0.2 0.4 0.6 0.8 1'\n keyValue='0 0 0 0 2 0 0 10 0 0 10 0 0 2 0 0 0 0'/>\n"
+             + drive("Hop") + moveBall("Hop", "translation"),
          .fix = Fix::none, .how = "The last step like the first one, where a smooth loop is meant."},
         // Where events come from and go to.
         {.code = "undriven", .severity = warning, .title = "Nothing drives it",
          .meaning = "An interpolator's output is routed on, but no ROUTE leads to its set_fraction. A note where its "
-                    "output goes nowhere either, and in a PROTO or an Inline, which may leave it to its user.",
+                    "output goes nowhere either, and in a PROTO or an Inline, which may leave it to its user; what EXPORT "
+                    "offers is left alone.",
          .why = "It never sends a value.",
          .bad = ball + "<PositionInterpolator DEF='Hop' key='0 1' keyValue='0 0 0 0 3 0'/>\n"
              + moveBall("Hop", "translation"),
@@ -337,7 +340,7 @@ std::vector<CheckCode> const& checkCodes()
          .fix = Fix::none, .how = "A ROUTE from a TimeSensor's fraction_changed to its set_fraction."},
         {.code = "unrouted", .severity = warning, .title = "Its values go nowhere",
          .meaning = "An interpolator is driven, but no ROUTE takes its output anywhere. A note in a PROTO or an "
-                    "Inline, which may leave it to its user.",
+                    "Inline, which may leave it to its user; what EXPORT offers is left alone.",
          .why = "What it should move stands still.",
          .bad = looping + "<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>\n" + drive("Fade"),
          .good = fading("<ScalarInterpolator DEF='Fade' key='0 1' keyValue='0 1'/>"),

@@ -22,7 +22,8 @@ bool checkMissing(KeyedValues const& values, Drive const& drive, FailedEnds cons
     bool const noValues = missing(*values.valueField, values.size);
     bool const used = output._routesOut != nullptr;
     bool const tried = failed.contains(&node);
-    bool const undriven = !drive.any && !tried, unrouted = !used && !tried;
+    bool const elsewhere = tried || node.exported; // a ROUTE of the file that inlines this one
+    bool const undriven = !drive.any && !elsewhere, unrouted = !used && !elsewhere;
     if (node.holder != nullptr) {
         if (noKeys || noValues || undriven || unrouted)
             findings.add(

@@ -85,7 +85,8 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
     // then the shorter arc is what was meant, and goes on as its neighbours do.
     // A quick way back from a full turn to where its steps began stands still.
     auto const time = [&](std::size_t i) { return values.keys[i + 1] - values.keys[i]; };
-    auto const wraps = [&](std::size_t i) {
+    auto const isLong = [&](std::size_t i) { return turns[i].sameAxis && std::abs(turns[i].written) > pi - 1e-3; };
+    auto const crosses = [&](std::size_t i) {
         auto const like = [&](std::size_t other) {
             Turn const& turn = turns[other];
             if (!turn.sameAxis || std::abs(turn.written) > pi)
@@ -96,6 +97,17 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
         };
         return (i > 0 && like(i - 1)) || (i + 1 < turns.size() && like(i + 1))
             || crossesEnd(values.value(i)[3], values.value(i + 1)[3]);
+    };
+    // Once it does, so do others of its turns that are as short as the rest by the shorter arc.
+    bool anyCrosses = false;
+    double longest = 0; // of what is no long turn
+    for (std::size_t i = 0; i < turns.size(); ++i) {
+        anyCrosses = anyCrosses || (isLong(i) && crosses(i));
+        longest = isLong(i) ? longest : std::max(longest, std::abs(turns[i].played));
+    }
+    auto const wraps = [&](std::size_t i) {
+        double const played = std::abs(turns[i].played);
+        return crosses(i) || (anyCrosses && played >= 0.01 && played <= 3 * longest);
     };
     for (std::size_t i = 0; i < turns.size(); ++i) {
         Turn const& turn = turns[i];

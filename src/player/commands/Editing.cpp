@@ -39,6 +39,7 @@ void addEditOptions(CLI::App& command, EditOptions& options, char const* outputI
 void addKeysOptions(CLI::App& command, KeysOptions& options)
 {
     addScenesOptions(command, options.scenes);
+    command.get_option("scene")->description("X3D or VRML files, folders of them"); // not standard input
     command
         .add_option("--max-error", options.maxError,
                     "how much a played value may be off: a number in its units, a share of the track's range, degrees for "

@@ -111,7 +111,8 @@ void explain(Session const& session, std::string const& name)
 void addExplainCommand(CLI::App& app, Session& session)
 {
     auto const code = std::make_shared<std::string>();
-    CLI::App& command = *app.add_subcommand("explain", "Explain a code of check, with a bad and a good example");
+    CLI::App& command =
+        *app.add_subcommand("explain", "Explain a code of check, with a bad and a good example where it can have one");
     command.add_option("code", *code, "a code, as check writes it")->required()->option_text("CODE");
     command.footer("Example:\n"
                    "  zelvan-play explain loop-jump");

@@ -172,7 +172,7 @@ void addExportCommand(CLI::App& app, Session& session)
         inRange(command.add_option("--rate", options->rate, "rows per second: the same as --fps"), leastFps, mostFps);
     rate->excludes(time.fps)->excludes(time.at)->option_text("N")->group("Output");
     auto* const keys = command.add_flag("--at-keys", options->atKeys, "rows at the times of the keys only");
-    keys->excludes(rate)->excludes(time.at)->group("Output");
+    keys->excludes(rate)->excludes(time.fps)->excludes(time.at)->group("Output");
     command.add_flag("--events", options->events, "leave cells empty where no event happened")->group("Output");
     command.footer("Examples:\n"
                    "  zelvan-play export door.x3d --rate 25 --duration 4 -o door.csv\n"

@@ -114,7 +114,8 @@ TimeOptionHandles addTimeOptions(CLI::App& command, TimeOptions& options)
     };
     auto* const from = seconds("--from", options.from, "record from this second on (0)");
     auto* const to =
-        seconds("--to", options.to, "play up to this second (one cycle of the longest sensor that runs, at most 60)");
+        seconds("--to", options.to,
+                "play up to this second (one cycle of the longest sensor that runs, at most 60; 5 where none does)");
     auto* const duration = seconds("--duration", options.duration, "play this long from --from on")->excludes(to);
     auto* const fps =
         group(inRange(command.add_option("--fps", options.fps, "frames per second (60)"), leastFps, mostFps)->option_text("N"));
@@ -135,7 +136,7 @@ TimeOptionHandles addTimeOptions(CLI::App& command, TimeOptions& options)
                                   "--now: expected seconds since 1970, or a date such as 2026-11-25T14:30, found \"" + text
                                       + '"');
             },
-            "what time it is at the opening: seconds since 1970, or a date and time; sensors are then in the middle of their cycle"))
+            "what time it is at the opening: seconds since 1970, or a date and time (UTC, or with +02:00); sensors are then in the middle of their cycle"))
         ->option_text("TIME");
     group(command.add_option("--start", options.start, "start a TimeSensor, as if something had triggered it")
               ->allow_extra_args(false)

@@ -129,7 +129,9 @@ Timing prepare(Clock& clock, TimeOptions const& options, Settings const& setting
                                  : timing.from + cycle;
     double const end = timing.at.empty() ? timing.to : std::ranges::max(timing.at);
     if (late.first > end)
-        throw Failure(exitUsage, late.second + ": the run ends before, at " + roundNumber(end) + " s");
+        throw Failure(exitUsage,
+                      late.second + ": the run ends before, at " + roundNumber(end) + " s"
+                          + (options.duration || options.to || !timing.at.empty() ? "" : " (--to plays longer)"));
     return timing;
 }
 

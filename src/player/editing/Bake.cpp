@@ -248,11 +248,16 @@ private:
     std::vector<float> evenFractions(SceneRoute const* driver, std::vector<float> const& breaks) const
     {
         constexpr double most = 100'000;
+        constexpr int longest = 16;
         double cycle = 1;
+        for (int i = 0; i < longest && driver != nullptr && isInterpolator(*driver->from); ++i)
+            driver = driverOf(*driver->from);
         if (driver != nullptr && driver->from->known && TimeSensor::isType(driver->from->node))
             cycle = static_cast<TimeSensor const*>(driver->from->node)->_cycleInterval._value;
         double const length = double(breaks.back()) - breaks.front(),
-                     count = std::clamp(std::ceil(*_options.rate * cycle * length), 1.0, most);
+                     count = std::max(std::ceil(*_options.rate * cycle * length), 1.0);
+        if (count > most)
+            throw Failure(exitScene, "--rate asks for more than " + roundNumber(most, 6) + " keys");
         std::vector<float> fractions = {breaks.front()};
         for (double k = 1; k < count; ++k)
             fractions.push_back(static_cast<float>(breaks.front() + length * k / count));

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <limits>
 #include <map>
 #include <numbers>
@@ -117,11 +118,17 @@ KeyTrack measureOf(Track const& track)
     measure.motion = track.type == SFRotationType || track.type == MFRotationType ? Motion::rotation : Motion::linear;
     measure.width = measure.components = std::max(1u, componentsOf(track.type).count);
     measure.values.assign(track.numbers.begin(), track.numbers.end());
+    std::size_t block = track.starts.size() > 1 ? track.starts[1] : 0;
+    for (std::size_t i = 0; i < track.starts.size(); ++i)
+        block = track.starts[i] == i * block ? block : 0; // all of one length
     if (track.leaves && track.numbers.empty()) {
         std::vector<double> numbers;
         appendNumbers(valuesOf(*track.node), numbers);
         measure.values.assign(numbers.begin(), numbers.end());
+        block = isList(track.type) && !keysOf(track).empty() ? numbers.size() / keysOf(track).size() : 0;
     }
+    if (block > 0)
+        measure.width = static_cast<unsigned>(block);
     return measure;
 }
 
@@ -129,19 +136,20 @@ KeyTrack measureOf(Track const& track)
 
 std::vector<TrackDifference> compareScenes(PlayedScene const& first, PlayedScene const& second, Tolerance const& tolerance)
 {
-    std::map<std::string, Track const*> others;
+    std::map<std::string, std::deque<Track const*>> others; // of one name in the order of the file
     for (Track const& track : second.tracks)
         if (track.node->named)
-            others[track.name()] = &track;
+            others[track.name()].push_back(&track);
     std::vector<TrackDifference> differences;
     for (Track const& track : first.tracks) {
         if (!track.node->named)
             continue;
         TrackDifference difference{.track = track.name(), .kind = TrackDifference::onlyFirst, .first = &track};
         auto const other = others.find(difference.track);
-        if (other != others.end() && other->second->type == track.type && other->second->leaves == track.leaves) {
-            difference.second = other->second;
-            others.erase(other);
+        Track const* const same = other != others.end() && !other->second.empty() ? other->second.front() : nullptr;
+        if (same != nullptr && same->type == track.type && same->leaves == track.leaves) {
+            difference.second = same;
+            other->second.pop_front();
             KeyTrack const measure = measureOf(track);
             difference.allowed = tolerance.of(measure, track.node->name).value_or(0);
             difference.angle = measure.motion == Motion::rotation;
@@ -161,8 +169,9 @@ std::vector<TrackDifference> compareScenes(PlayedScene const& first, PlayedScene
         }
         differences.push_back(difference);
     }
-    for (auto const& [name, track] : others)
-        differences.push_back({.track = name, .kind = TrackDifference::onlySecond, .second = track, .differs = true});
+    for (auto const& [name, tracks] : others)
+        for (Track const* const track : tracks)
+            differences.push_back({.track = name, .kind = TrackDifference::onlySecond, .second = track, .differs = true});
     return differences;
 }
 

@@ -36,6 +36,9 @@ public:
         : _scene(scene), _edits(edits), _options(options), _unsafe(unsafe)
     {
         _options.perNode = 0;
+        if (unsafe)
+            for (Finding const& finding : checkWithSuppressions(scene, {}, _options))
+                _told.insert({finding.subject, finding.code});
         _options.hints = true;
         for (SceneNode& node : scene.sceneNodes)
             if (auto const places = isInterpolator(node) ? edits.placesOf(node) : std::nullopt)
@@ -94,7 +97,8 @@ private:
         Wanted wanted;
         for (Finding const& finding : findings) {
             Fix const fix = fixOf(finding);
-            if (fix == Fix::none || (fix == Fix::unsafe && !_unsafe))
+            // What plays otherwise afterwards was shown before: no hints, nothing that another fix has uncovered.
+            if (fix == Fix::none || (fix == Fix::unsafe && !_told.contains({finding.subject, finding.code})))
                 continue;
             if (finding.subject != nullptr && isInterpolator(*finding.subject))
                 wanted[{const_cast<SceneNode*>(finding.subject), finding.code}].insert(finding.key.value_or(0));
@@ -134,7 +138,7 @@ private:
         outcome.done = outcome.why.empty();
         if (!outcome.done)
             _reported.insert({&node, code});
-        if (_told.insert({node.name, code}).second)
+        if (_outcomeOf.insert({node.name, code}).second)
             _outcomes.push_back(outcome);
         return outcome.done;
     }
@@ -238,7 +242,8 @@ private:
     std::map<ListPlaces, std::vector<SceneNode*>> _nodes;
     std::map<ListPlaces, Mending> _mendings;
     std::set<std::pair<SceneNode*, std::string>> _reported;
-    std::set<std::pair<std::string, std::string>> _told;
+    std::set<std::pair<std::string, std::string>> _outcomeOf;
+    std::set<std::pair<SceneNode const*, std::string>> _told; ///< by check
     std::vector<FixOutcome> _outcomes;
 };
 

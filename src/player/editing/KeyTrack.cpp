@@ -109,9 +109,9 @@ double KeyTrack::range() const
     if (motion == Motion::rotation)
         return std::numbers::pi;
     double range = 0;
-    for (std::size_t c = 0; c < components; ++c) {
+    for (std::size_t c = 0; c < width && c < values.size(); ++c) {
         float low = std::numeric_limits<float>::infinity(), high = -low;
-        for (std::size_t i = c; i < values.size(); i += components) {
+        for (std::size_t i = c; i < values.size(); i += width) {
             low = std::min(low, values[i]);
             high = std::max(high, values[i]);
         }

@@ -40,7 +40,8 @@ struct KeyTrack {
     bool jumps(std::size_t key) const { return keys[key] == keys[key + 1]; }
     /// The track of some of the keys, in order.
     KeyTrack only(std::vector<std::size_t> const& kept) const;
-    /// The largest number less the smallest: of the component where that is most. For rotations half a turn.
+    /// How far a number goes from key to key, the largest less the smallest: of the `width` numbers the one that goes
+    /// furthest. For rotations half a turn.
     double range() const;
 };
 

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <numbers>
 #include <numeric>
+#include <ranges>
 
 namespace Zelvan::play {
 
@@ -226,8 +227,12 @@ bool Mending::closeLoop()
     std::size_t const wide = width();
     if (_keys.size() < 2 || _values.size() < _keys.size() * wide)
         return false;
+    auto const isFirst = [&](std::size_t i) { return _values[i].value == _values[i % wide].value; };
+    std::size_t const last = (_keys.size() - 1) * wide;
+    if (std::ranges::all_of(std::views::iota(wide, last), isFirst)) // nothing would move any more
+        return false;
     for (std::size_t c = 0; c < wide; ++c)
-        _values[(_keys.size() - 1) * wide + c] = {_values[c].value, {}};
+        _values[last + c] = {_values[c].value, {}};
     return true;
 }
 

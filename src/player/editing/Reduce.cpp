@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <set>
+#include <utility>
 
 namespace Zelvan::play {
 
@@ -44,8 +45,8 @@ void write(Reduced const& reduced, KeyTrack const& original, ListPlaces const& p
     std::vector<std::size_t> const kept = keysOf(reduced.track, original);
     std::vector<NumberList::Number> numbers = keptNumbers(values, kept, original.width);
     for (std::size_t i = 0; i < numbers.size(); ++i)
-        if (numbers[i].value != reduced.track.values[i])
-            numbers[i] = {reduced.track.values[i], {}};
+        if (float const value = reduced.track.values[i]; std::exchange(numbers[i].value, value) != value)
+            numbers[i].old.reset();
     edits.replace(places.keys, keys, keptNumbers(keys, kept, 1), 1);
     edits.replace(places.values, values, numbers, original.components);
 }

@@ -36,10 +36,11 @@ std::optional<double> Tolerance::of(KeyTrack const& track, std::string const& no
 {
     // The value's units and degrees suit rotations better than a share of their range.
     std::optional<double> general, named;
-    bool degrees = false;
+    bool degrees = false, isNamed = false;
     for (Amount const& amount : _amounts) {
         if (!amount.node.empty() && amount.node != node)
             continue;
+        isNamed |= !amount.node.empty();
         bool const rotation = track.motion == Motion::rotation;
         if (amount.unit == Unit::degrees && !rotation)
             continue;
@@ -52,7 +53,7 @@ std::optional<double> Tolerance::of(KeyTrack const& track, std::string const& no
             general = value;
         degrees |= amount.unit == Unit::degrees;
     }
-    return named ? named : general;
+    return isNamed ? named : general;
 }
 
 std::optional<double> Tolerance::of(KeyTrack const& track, std::vector<SceneNode const*> const& nodes) const

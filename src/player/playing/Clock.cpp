@@ -328,16 +328,20 @@ std::string Clock::waitsFor(Sensor const& sensor) const
                 names += (names.empty() ? before : ", ") + from->name + '.' + route->from().findName();
         return names;
     };
+    std::string why;
     switch (timeSensor(sensor).sensorProc().idle()) {
     case TimeSensorProc::Idle::no: return "";
     case TimeSensorProc::Idle::disabled: return "waits to be enabled" + by(timeSensor(sensor)._enabled, " by ") + start;
     case TimeSensorProc::Idle::badInterval: return "cannot run: cycleInterval is not above 0";
     case TimeSensorProc::Idle::ended: return "has ended";
     case TimeSensorProc::Idle::stopAfterStart:
+        why = ": its stopTime " + roundNumber(timeSensor(sensor)._stopTime._value, 9) + " is after its startTime "
+            + roundNumber(timeSensor(sensor)._startTime._value, 9);
+        break;
     case TimeSensorProc::Idle::notLooping: break;
     }
     std::string const starters = by(timeSensor(sensor)._startTime, "");
-    return "waits for " + (starters.empty() ? "a startTime event" : starters) + start;
+    return "waits for " + (starters.empty() ? "a startTime event" : starters) + start + why;
 }
 
 } // namespace Zelvan::play

@@ -180,12 +180,14 @@ void Nodes::setAttributes(Element const& element, SceneNode& node, Scope const& 
     for (Attribute const& attribute : attributes(element)) {
         std::string_view const name = attribute.name();
         if (name == "DEF" || name == "USE" || name == "containerField" || name == "class" || name == "id" || name == "style"
-            || name.starts_with("xml") || name.starts_with("xsi"))
+            || name.starts_with("data-") || name.starts_with("xml") || name.starts_with("xsi"))
             continue;
         Field* const field = node.node->findField(std::string(name));
         Location const where = locate(attribute, *scope.file);
         if (field == nullptr && name == "keyVelocity" && node.typeName.starts_with("Spline")) {
             node.attributes.push_back({~0u, where});
+            if (attribute.value().find_first_not_of(" \t\r\n,") == std::string_view::npos)
+                continue; // the default, as some programs write it
             _reading.diagnostics.report(
                 Severity::note, _reading.scene.place(where), kinds::noEffect,
                 node.name + ".keyVelocity: X3D has it, it changes nothing here, other players bend the curve by it");
