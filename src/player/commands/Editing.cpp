@@ -187,9 +187,9 @@ std::vector<std::size_t> SceneEditing::run(Edit const& edit, std::function<void(
         out.stream() << result.out << std::flush;
         out.check();
         std::cerr << result.err;
-        std::string const name = _scenes[number] + ':';
+        std::string const& name = _scenes[number];
         if (!result.failure.empty())
-            std::cerr << "zelvan-play: " << printable((result.failure.starts_with(name) ? "" : name + ' ') + result.failure)
+            std::cerr << "zelvan-play: " << printable((result.failure.starts_with(name) ? "" : name + ": ") + result.failure)
                       << '\n';
         sums.resize(std::max(sums.size(), result.counts.size()));
         for (std::size_t i = 0; i < result.counts.size(); ++i)

@@ -9,7 +9,6 @@
 #include <cmath>
 #include <numbers>
 #include <numeric>
-#include <ranges>
 
 namespace Zelvan::play {
 
@@ -227,9 +226,11 @@ bool Mending::closeLoop()
     std::size_t const wide = width();
     if (_keys.size() < 2 || _values.size() < _keys.size() * wide)
         return false;
-    auto const isFirst = [&](std::size_t i) { return _values[i].value == _values[i % wide].value; };
     std::size_t const last = (_keys.size() - 1) * wide;
-    if (std::ranges::all_of(std::views::iota(wide, last), isFirst)) // nothing would move any more
+    bool moves = false;
+    for (std::size_t i = wide; i < last; ++i)
+        moves = moves || _values[i].value != _values[i % wide].value;
+    if (!moves) // any more, then
         return false;
     for (std::size_t c = 0; c < wide; ++c)
         _values[last + c] = {_values[c].value, {}};

@@ -7,12 +7,27 @@
 
 #include <algorithm>
 #include <bit>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace Zelvan::play {
+
+namespace {
+
+bool beginsHtml(std::string_view text)
+{
+    auto const begins = [](std::string_view with, std::string_view word) {
+        auto const same = [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; };
+        return std::ranges::equal(with.substr(0, word.size()), word, same);
+    };
+    std::size_t const tag = begins(text, "<!doctype html") ? text.find('<', 1) : 0;
+    return tag != std::string_view::npos && begins(text.substr(tag), "<html");
+}
+
+} // namespace
 
 SourceFile::SourceFile(OpenedFile const& file, ReadLimits const& limits, std::string const* bytes)
     : _text(std::min(limits.bytes, std::size_t(UINT32_MAX) - 1))
@@ -93,6 +108,8 @@ void SourceFile::decode()
         throw Failure(exitScene, "VRML 1.0 is not read; convert it to VRML 2.0 or X3D XML first");
     if (begin.starts_with("#Inventor"))
         throw Failure(exitScene, "Inventor files are not read; convert it to VRML 2.0 or X3D XML first");
+    if (beginsHtml(begin))
+        throw Failure(exitScene, "HTML is not read: write its <X3D> element into a file of its own");
     if (!classicHeader(begin).empty())
         decodeClassic();
     else if (begin.front() == '{' || begin.front() == '[')
