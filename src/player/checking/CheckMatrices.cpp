@@ -41,6 +41,8 @@ std::optional<Rounded> roundedTurn(osg::Matrix const& matrix)
     float side;
     linear.polarDecompose(turn, stretch, side);
     double const scale = (static_cast<double>(stretch[0][0]) + stretch[1][1] + stretch[2][2]) / 3;
+    if (!(scale > 0) || !std::isfinite(scale))
+        return {};
     auto const fits = [&](double unit) {
         for (osg::UInt32 c = 0; c < 3; ++c)
             for (osg::UInt32 r = 0; r < 3; ++r)
