@@ -187,7 +187,7 @@ TEST(Reader, RefusesWhatItDoesNotReadByName)
         {"", exitScene, "expected an X3D scene, found nothing"},
         {"hello", exitScene, "expected X3D XML or VRML"},
         {"<X3D><Scene>", exitScene, "error: not well-formed XML"},
-        {"<html/>", exitScene, ":1:1: error: expected an X3D scene, found <html>"},
+        {"<html/>", exitScene, "HTML is not read: write its <X3D> element into a file of its own"},
         {"{ \"X3D\": {} }", exitScene, "X3D JSON is not read"},
         {std::string("\xe0\x00\x00\x01\x00", 5), exitScene, "binary X3D is not read"},
         {"#VRML V1.0 ascii", exitScene, "VRML 1.0 is not read"},
