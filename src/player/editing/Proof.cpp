@@ -36,6 +36,7 @@ private:
                 continue;
             auto const type = _intention.types.find(node.where);
             if (after == _after.sceneNodes.end() || after->named != node.named || (node.named && after->name != node.name)
+                || after->known != node.known
                 || after->typeName != (type != _intention.types.end() ? type->second : node.typeName))
                 return node.name + " is another node, or none";
             if (std::string other = fields(node, *after); !other.empty())
