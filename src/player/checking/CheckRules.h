@@ -102,6 +102,7 @@ struct Drive {
     bool foreign = false;               ///< something else than TimeSensors, also by way of an EaseInEaseOut
     bool eased = false;                 ///< by way of an EaseInEaseOut
     SceneNode const* looping = nullptr; ///< a TimeSensor that loops
+    bool mayEnd = false;                ///< a ROUTE may end that loop
 
     /// By TimeSensors alone: the fraction runs from 0 to 1.
     bool clocked() const { return any && !foreign; }

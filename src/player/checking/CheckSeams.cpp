@@ -138,14 +138,12 @@ void checkLoop(KeyedValues const& values, Drive const& drive, FindingCollector& 
     if (values.eases() || drivesFractionsOnly(values.node))
         return;
     std::string const when = " whenever " + drive.looping->name + " loops";
-    auto const isSet = [&](char const* name) { return drive.looping->node->findField(name)->_routesIn != nullptr; };
-    bool const mayEnd = isSet("loop") || isSet("stopTime");
     std::string const jump = jumpOf(values);
     if (!jump.empty())
         findings.add(
             "loop-jump", values.node, values.valueField, [&] { return ' ' + jump + when; },
             "fine when the jump is meant; else end with the value of the first key",
-            mayEnd || jumpsOnItsWay(values) ? Severity::hint : Severity::note);
+            drive.mayEnd || jumpsOnItsWay(values) ? Severity::hint : Severity::note);
     else if (!drive.eased && hasKink(values))
         findings.add(
             "loop-kink", values.node, values.valueField,

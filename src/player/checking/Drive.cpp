@@ -31,8 +31,10 @@ void follow(Scene const& scene, SceneNode const& node, unsigned depth, unsigned&
         if (isSensor(*from)) {
             auto const& sensor = static_cast<TimeSensor const&>(*from->node);
             bool const runs = sensor._cycleInterval._value > 0 || sensor._cycleInterval._routesIn != nullptr;
-            if (sensor._loop._value && runs)
+            if (sensor._loop._value && runs) {
                 drive.looping = from;
+                drive.mayEnd = sensor._loop._routesIn != nullptr || sensor._stopTime._routesIn != nullptr;
+            }
         } else if (isInterpolator(*from) && from->node->type()._name == "EaseInEaseOut" && spansAll(*from) && depth < deepest) {
             drive.eased = true;
             follow(scene, *from, depth + 1, left, drive);

@@ -129,7 +129,7 @@ void SceneEditing::write(SceneEdits& edits, OpenedScene const& opened, std::stri
     if (_options.inlined && several())
         for (AuthorFile const* const file : changed)
             _edited.insert(std::filesystem::weakly_canonical(file->path()));
-    if (std::string const other = changed.empty() ? "" : unintended(*opened.scene, edits, opened.limits); !other.empty())
+    if (std::string const other = unintended(*opened.scene, edits, opened.limits); !other.empty())
         throw Failure(exitScene, opened.file + " is not edited: read again, " + other);
     if (_options.diff) {
         std::ostringstream diff;

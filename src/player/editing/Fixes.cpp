@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -36,10 +37,6 @@ public:
         : _scene(scene), _edits(edits), _options(options), _unsafe(unsafe)
     {
         _options.perNode = 0;
-        if (unsafe)
-            for (Finding const& finding : checkWithSuppressions(scene, {}, _options))
-                _told.insert({finding.subject, finding.code});
-        _options.hints = true;
         for (SceneNode& node : scene.sceneNodes)
             if (auto const places = isInterpolator(node) ? edits.placesOf(node) : std::nullopt)
                 _nodes[*places].push_back(&node);
@@ -47,6 +44,13 @@ public:
 
     std::vector<FixOutcome> run(PlayAnew const& play)
     {
+        // What plays otherwise afterwards was told before: no hints, nothing that another fix has uncovered.
+        if (_unsafe) {
+            _told.emplace();
+            for (Finding const& finding : checkWithSuppressions(_scene, {}, _options))
+                _told->insert({finding.subject, finding.code});
+        }
+        _options.hints = true;
         constexpr int rounds = 8; // one fix may uncover what another one mends
         for (int round = 0; round < rounds; ++round)
             if (!mendAll(checkWithSuppressions(_scene, {}, _options)))
@@ -97,13 +101,17 @@ private:
         Wanted wanted;
         for (Finding const& finding : findings) {
             Fix const fix = fixOf(finding);
-            // What plays otherwise afterwards was shown before: no hints, nothing that another fix has uncovered.
-            if (fix == Fix::none || (fix == Fix::unsafe && !_told.contains({finding.subject, finding.code})))
+            if (fix == Fix::none || (fix == Fix::unsafe && !mayMend(finding)))
                 continue;
             if (finding.subject != nullptr && isInterpolator(*finding.subject))
                 wanted[{const_cast<SceneNode*>(finding.subject), finding.code}].insert(finding.key.value_or(0));
         }
         return wanted;
+    }
+
+    bool mayMend(Finding const& finding) const
+    {
+        return _unsafe && (!_told || _told->contains({finding.subject, finding.code}));
     }
 
     // Whether anything was done.
@@ -243,7 +251,7 @@ private:
     std::map<ListPlaces, Mending> _mendings;
     std::set<std::pair<SceneNode*, std::string>> _reported;
     std::set<std::pair<std::string, std::string>> _outcomeOf;
-    std::set<std::pair<SceneNode const*, std::string>> _told; ///< by check
+    std::optional<std::set<std::pair<SceneNode const*, std::string>>> _told; ///< alone may be mended unsafely
     std::vector<FixOutcome> _outcomes;
 };
 

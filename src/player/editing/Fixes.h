@@ -25,10 +25,10 @@ struct ScenePlay {
 /// Reads the scene anew, lets `change` have it and plays it: as it opens, or with all sensors started.
 using PlayAnew = std::function<ScenePlay(std::function<void(Scene&)> const& change, bool startAll)>;
 
-/// Mends what check says of a scene with these options, shown or not, as the table of codes describes, and writes it into
-/// its edits: the safe fixes, with `unsafe` all of what it shows. Nodes take the mended values at once; check is asked anew until nothing
-/// is left that can be mended. A node whose safe fixes change a single bit of what it plays, at its keys and densely in
-/// between, stays as it is; and where the scene as a whole sends a single other event, all of it does.
+/// Mends what check says of a scene with these options, as the table of codes describes, and writes it into its edits: the
+/// safe fixes, shown or not, with `unsafe` all of what it shows. Nodes take the mended values at once; check is asked anew
+/// until nothing is left that can be mended. A node whose safe fixes change a single bit of what it plays, at its keys and
+/// densely in between, stays as it is; and where the scene as a whole sends a single other event, all of it does.
 std::vector<FixOutcome> fixScene(Scene& scene, SceneEdits& edits, CheckOptions const& options, bool unsafe,
                                  PlayAnew const& play);
 

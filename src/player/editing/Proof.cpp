@@ -52,7 +52,7 @@ private:
         std::size_t count = 0;
         for (auto const& attribute : node.attributes) {
             Field const* const field = node.known && attribute.index != ~0u ? node.node->fields()[attribute.index] : nullptr;
-            Field const* const same = field != nullptr && after.known ? fieldOf(after, field->findName()) : nullptr;
+            Field const* const same = field != nullptr ? fieldOf(after, field->findName()) : nullptr;
             if (same == nullptr && _intention.types.contains(node.where))
                 continue; // what only the former type has
             if (count == after.attributes.size() || (same != nullptr && after.attributes[count].index != indexOf(*same)))
@@ -123,9 +123,9 @@ private:
     std::unordered_map<SceneNode const*, SceneNode const*> _became;
 };
 
-/// What reading reports, by kind.
-struct Reading {
-    Reading(std::string const& file, ReadLimits const& limits, EditedTexts const* edited)
+/// A scene that is read, and what reading reports, by kind.
+struct ReadAnew {
+    ReadAnew(std::string const& file, ReadLimits const& limits, EditedTexts const* edited)
     {
         std::ostringstream none;
         Diagnostics diagnostics(none);
@@ -145,13 +145,15 @@ try {
     EditedTexts texts;
     for (AuthorFile const* const file : edits.changed())
         texts.emplace(file->path(), file->editedBytes());
+    if (texts.empty())
+        return "";
     std::string const& main = scene.fileNames.front();
-    Reading const after(main, limits, &texts);
+    ReadAnew const after(main, limits, &texts);
     if (std::string other = Proof(scene, *after.scene, edits).difference(); !other.empty())
         return other;
     if (after.reported.empty())
         return "";
-    Reading const before(main, limits, nullptr);
+    ReadAnew const before(main, limits, nullptr);
     for (auto const& [kind, reported] : after.reported)
         if (auto const known = before.reported.find(kind);
             reported.first > (known == before.reported.end() ? 0 : known->second.first))

@@ -45,8 +45,9 @@ public:
     /// The file with this number, read when it is first asked for. Throws Failure, also for a file that is not to be
     /// edited.
     AuthorFile& file(std::uint32_t number);
-    /// The text of a field that a file sets, the last one where it is given twice; null when none does. Throws Failure when it is not what was read.
+    /// The text of a field that a file sets, the last one where it is given twice; null when none does.
     std::optional<Location> placeOf(SceneNode const& node, Field const& field) const;
+    /// Throws Failure when it is not what was read.
     NumberList list(Location where, Field const& field);
     /// `list` is the one there; `components` numbers to a value.
     void replace(Location where, NumberList const& list, std::vector<NumberList::Number> const& numbers, unsigned components);

@@ -1,7 +1,6 @@
 #include "player/reading/SceneFiles.h"
 
 #include "player/reading/ClassicSyntax.h"
-#include "player/reading/SceneReader.h"
 #include "player/reading/XmlSyntax.h"
 #include "player/scene/Escape.h"
 

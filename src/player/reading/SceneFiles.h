@@ -3,6 +3,7 @@
 #include "player/reading/Budget.h"
 #include "player/reading/ElementTree.h"
 #include "player/reading/LocalFiles.h"
+#include "player/reading/SceneReader.h"
 #include "player/reading/SourceFile.h"
 #include "player/reading/Units.h"
 
@@ -41,8 +42,8 @@ struct SceneFile {
 /// The files that a scene is made of: each is opened and parsed once, whatever names and how many references lead to it.
 class SceneFiles {
 public:
-    /// `edited`: bytes to read instead of those of files with these names; may be null.
-    SceneFiles(Scene& scene, Budget& budget, Diagnostics& diagnostics, std::map<std::string, std::string> const* edited)
+    /// `edited` may be null.
+    SceneFiles(Scene& scene, Budget& budget, Diagnostics& diagnostics, EditedTexts const* edited)
         : _scene(scene), _budget(budget), _diagnostics(diagnostics), _edited(edited)
     {}
 
@@ -73,7 +74,7 @@ private:
     Scene& _scene;
     Budget& _budget;
     Diagnostics& _diagnostics;
-    std::map<std::string, std::string> const* _edited;
+    EditedTexts const* _edited;
     LocalFiles _local;
     std::vector<std::unique_ptr<SceneFile>> _files;
     std::map<FileIdentity, Answer> _byIdentity;

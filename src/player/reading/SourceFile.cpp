@@ -19,12 +19,11 @@ namespace {
 
 bool beginsHtml(std::string_view text)
 {
-    auto const begins = [](std::string_view with, std::string_view word) {
-        auto const same = [](char a, char b) { return std::tolower(static_cast<unsigned char>(a)) == b; };
-        return std::ranges::equal(with.substr(0, word.size()), word, same);
-    };
-    std::size_t const tag = begins(text, "<!doctype html") ? text.find('<', 1) : 0;
-    return tag != std::string_view::npos && begins(text.substr(tag), "<html");
+    constexpr std::size_t enough = 300; // for a DOCTYPE
+    std::string begin(text.substr(0, enough));
+    std::ranges::transform(begin, begin.begin(), [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::size_t const tag = begin.starts_with("<!doctype html") ? begin.find('<', 1) : 0;
+    return tag != std::string::npos && begin.compare(tag, 5, "<html") == 0;
 }
 
 } // namespace
