@@ -183,6 +183,12 @@ TEST(Processors, AreToldWhatHappensToTheirNodes)
     delete brief;
     scene._nodes.finishFrame(6);
     EXPECT_EQ(std::exchange(log, ""), " nodeChanged:8");
+    other._in.markChanged();
+    scene._nodes.finishFrame(7);
+    told(" childChanged");
+    field.markChanged();
+    scene._nodes.finishFrame(8);
+    told(" childChanged nodeChanged:1");
     node->removeParent(other);
     node->unregField(0);
     told(" parentRemoved fieldRemoved routeRemoved");

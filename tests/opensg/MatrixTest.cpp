@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdio>
@@ -169,6 +170,34 @@ TEST(Matrix, RotationsOfAnySizeHaveExactLogarithms)
                 Real const s = std::sqrt(scale);
                 halves(difference(half, rotation(axis, angle / 2) * scaling(s, s, s)));
             }
+}
+
+// Seen through a frame that is not square, too, a half turn goes about the axis whose largest component is positive. The
+// frames are such that floats hold all of it.
+TEST(Matrix, ShearedHalfTurnsGoTheSameWayRound)
+{
+    std::mt19937 random(11);
+    std::uniform_int_distribution<int> quarters(-6, 6);
+    int about[3] = {};
+    for (int i = 0; i < 300; ++i) {
+        Reference frame = Reference::Identity(), other = frame;
+        for (auto const& [row, column] : {std::pair(1, 0), {2, 0}, {2, 1}}) {
+            frame(row, column) = 0.25L * quarters(random);
+            other(column, row) = 0.25L * quarters(random);
+        }
+        frame *= other;
+        Reference const half = i % 3 == 0 ? scaling(1, -1, -1) : i % 3 == 1 ? scaling(-1, 1, -1) : scaling(-1, -1, 1);
+        Matrix const m = rounded(frame * half * frame.inverse());
+        Matrix log;
+        ASSERT_TRUE(log.logOf(m));
+        EXPECT_LE(roundTrip(m), 2e-5L);
+        Reference const turn = exact(log);
+        int const largest = m[0][0] >= m[1][1] && m[0][0] >= m[2][2] ? 0 : m[1][1] >= m[2][2] ? 1 : 2;
+        int const next = (largest + 1) % 3, last = (largest + 2) % 3;
+        EXPECT_GT(turn(last, next) - turn(next, last), 0) << i;
+        ++about[largest];
+    }
+    EXPECT_GT(std::ranges::min(about), 50);
 }
 
 // As a file holds it.

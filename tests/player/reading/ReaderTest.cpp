@@ -34,8 +34,8 @@ TEST(Reader, KeepsNodesFieldsAndRoutesOfAnOrdinaryFile)
 TEST(Reader, NamesPlaceFieldAndExpectationOfWhatIsWrong)
 {
     struct Case {
-        char const* scene;
-        char const* message; ///< the whole line, or its beginning
+        std::string scene;
+        std::string message; ///< the whole line, or its beginning
     };
     Case const cases[] = {
         {"<ScalarInterpolator DEF='S' key='0 1' keyValue='0 1,5x'/>",
@@ -103,6 +103,8 @@ TEST(Reader, NamesPlaceFieldAndExpectationOfWhatIsWrong)
         {"<ProtoDeclare name='P'><ProtoBody><ProtoInstance name='P'/></ProtoBody></ProtoDeclare><ProtoInstance name='P'/>",
          "scene.x3d:3:35: error: PROTO \"P\" contains itself"},
         {"<Inline url='\"http://x/y.x3d\"'/>", "scene.x3d:3:1: note: \"http://x/y.x3d\" is not a local file, and nothing"},
+        {"<Inline url='\"http://" + std::string(1000, 'x') + "\"'/>",
+         "scene.x3d:3:1: note: \"http://" + std::string(33, 'x') + "...\" is not a local file"},
         {"<Inline url='\"../other.x3d\"'/>", "scene.x3d:3:1: note: \"../other.x3d\" lies outside the scene's folder"},
         {"<Inline url='\"scene.x3d\"'/>", "scene.x3d:3:1: warning: \"scene.x3d\" inlines itself"},
     };
@@ -185,6 +187,7 @@ TEST(Reader, RefusesWhatItDoesNotReadByName)
         utf16 += {c, '\0'};
     std::vector<Case> cases = {
         {"", exitScene, "expected an X3D scene, found nothing"},
+        {"\xff\xfe", exitScene, "expected an X3D scene, found nothing"},
         {"hello", exitScene, "expected X3D XML or VRML"},
         {"<X3D><Scene>", exitScene, "error: not well-formed XML"},
         {"<html/>", exitScene, "HTML is not read: write its <X3D> element into a file of its own"},
