@@ -81,11 +81,13 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
     std::vector<Turn> const turns = turnsOf(values);
     // Over so short a time nobody sees which way it goes: a jump, as some programs write it.
     constexpr float briefest = 0.002f;
+    // Angles have few digits: as near to half a turn as this, one may have been meant.
+    constexpr double nearHalf = 1e-3;
     // Programs that write angles between two bounds step over the whole circle where their angle passes a bound:
     // then the shorter arc is what was meant, and goes on as its neighbours do.
     // A quick way back from a full turn to where its steps began stands still.
     auto const time = [&](std::size_t i) { return values.keys[i + 1] - values.keys[i]; };
-    auto const isLong = [&](std::size_t i) { return turns[i].sameAxis && std::abs(turns[i].written) > pi - 1e-3; };
+    auto const isLong = [&](std::size_t i) { return turns[i].sameAxis && std::abs(turns[i].written) > pi - nearHalf; };
     auto const crosses = [&](std::size_t i) {
         auto const like = [&](std::size_t other) {
             Turn const& turn = turns[other];
@@ -116,7 +118,7 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
         if (!values.blends(i) || time(i) < briefest)
             continue;
         bool const exactlyHalf = std::abs(written - pi) < 1e-6; // a float's rounding is not the author's
-        if (turn.sameAxis && (written > pi + 1e-3 || (written > pi - 1e-3 && otherWay && !exactlyHalf)) && !wraps(i)) {
+        if (turn.sameAxis && (written > pi + nearHalf || (written > pi - nearHalf && otherWay && !exactlyHalf)) && !wraps(i)) {
             findings.add(
                 "long-turn", values.node, values.valueField,
                 [&] {
@@ -124,7 +126,7 @@ void checkRotations(KeyedValues const& values, FindingCollector& findings)
                         step(values, i) + " is written as a turn of " + degrees(turn.written) + " degrees, but ";
                     if (std::abs(turn.played) < 0.01)
                         return text + "plays as standing still";
-                    if (written < pi + 1e-3)
+                    if (written < pi + nearHalf)
                         return text + "is just past half a turn and goes the other way";
                     return text + "plays as " + degrees(turn.played) + " degrees" + (otherWay ? " the other way" : "");
                 },
