@@ -112,7 +112,7 @@ TEST(LocalFiles, MayBeAnythingOnTheCommandLineUpToTheLimit)
                 testing::ThrowsMessage<Failure>("/dev/zero: larger than 1048576 bytes (--max-bytes raises the limit)"));
 }
 
-// Another thread writes as fast as it can while the file is read, until it is many times as long as it may be.
+// How long a file was when it was opened says nothing.
 TEST(LocalFiles, MayGrowAfterTheyAreOpenedUpToTheLimit)
 {
     Folder const folder;
