@@ -56,11 +56,15 @@ Matrix matrix(Input& input)
     return m;
 }
 
-/// What rounding to few decimals may have left of a matrix, and so is not told from nothing.
+/// What rounding to few decimals, each then read as a float, may have left of a matrix, and so is not told from nothing.
 double decimals(Matrix const& m)
 {
+    double const size = wide(m).topLeftCorner<3, 3>().norm() / std::sqrt(3.);
+    double scale = 1e12;
+    while (scale > 1 && size * scale >= 1.1e6)
+        scale /= 10;
     for (unsigned i = 0; i < 9; ++i)
-        if (double const millionths = 1e6 * m[i / 3][i % 3]; !(std::abs(millionths - std::round(millionths)) < 0.1))
+        if (double const n = scale * m[i / 3][i % 3]; !(std::abs(n - std::round(n)) <= 6.1e-8 * std::abs(n)))
             return 0;
     return 0.01 * magnitude(m);
 }
