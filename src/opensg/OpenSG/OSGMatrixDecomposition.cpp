@@ -175,8 +175,8 @@ void dropBelow(double tolerance, Matrix3& s)
     double k[3];
     diagonalize(s, tolerance, v, k);
     for (int c = 0; c < 3; ++c)
-        for (int r = 0; r < 3; ++r)
-            s[c][r] = k[0] * v[0][c] * v[0][r] + k[1] * v[1][c] * v[1][r] + k[2] * v[2][c] * v[2][r];
+        for (int r = 0; r <= c; ++r) // the other way round it would be rounded otherwise
+            s[c][r] = s[r][c] = k[0] * v[0][c] * v[0][r] + k[1] * v[1][c] * v[1][r] + k[2] * v[2][c] * v[2][r];
 }
 
 /// What the absolute values of the upper 3x3 part add up to; not finite if one of them is not.
