@@ -113,6 +113,8 @@ void appendScene(std::string& html, SceneInPage const& scene)
         html += "<li>It moves at every " + std::to_string(step) + "th event only: the values take too much room.</li>";
     for (std::string const& sentence : staging.left)
         html += "<li><bdi>" + escapedMarkup(sentence) + "</bdi></li>";
+    if (staging.leftBesides > 0)
+        html += "<li>And " + std::to_string(staging.leftBesides) + " more.</li>";
     html += "</ul>\n<p class=\"help\">Drawn by X3DOM " + std::string(asset::engineVersion)
         + " (MIT licence), moved by the values of the curves.</p>\n<script type=\"application/json\" id=\"staged\">{\"nodes\":";
     appendList(html, staging.nodes, [&](Staging::Drawn const& node) { appendNode(html, node); });

@@ -49,8 +49,12 @@ void Staging::place(std::uint32_t node, std::uint32_t parent, std::string_view f
 void Staging::leave(std::string sentence)
 {
     constexpr std::size_t most = 20;
-    if (left.size() < most && std::ranges::find(left, sentence) == left.end())
+    if (!_said.insert(std::hash<std::string>()(sentence)).second)
+        return;
+    if (left.size() < most)
         left.push_back(std::move(sentence));
+    else
+        ++leftBesides;
 }
 
 std::uint32_t Staging::of(void const* what) const

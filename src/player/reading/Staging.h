@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -35,7 +36,8 @@ public:
     };
     std::vector<Drawn> nodes;          ///< children in the order of their parent
     std::vector<std::string> pictures; ///< data: URLs
-    std::vector<std::string> left;     ///< sentences about what was not taken along
+    std::vector<std::string> left;     ///< sentences about what was not taken along, the first of them
+    std::size_t leftBesides = 0;       ///< so many more
 
     std::uint32_t add(std::string_view type, std::uint32_t parent, std::string_view field);
     std::uint32_t addUse(std::uint32_t used, std::uint32_t parent, std::string_view field);
@@ -57,6 +59,7 @@ public:
 private:
     void spend(std::size_t bytes);
     std::unordered_map<void const*, std::uint32_t> _nodes;
+    std::unordered_set<std::size_t> _said; ///< hashes of sentences
     std::size_t _bytes = 0;
 };
 

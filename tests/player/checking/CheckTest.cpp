@@ -217,6 +217,25 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
         EXPECT_THAT(check(c.scene).codes(), testing::UnorderedElementsAreArray(c.codes)) << c.scene;
 }
 
+TEST(Check, SaysTheSameOfMatricesAndTheirMirrors)
+{
+    using Numbers = std::vector<double>; // of the upper 3x3 parts
+    for (Numbers const& turn : {Numbers{-0.85, 0.36, 0.38, 0.22, -0.43, 0.88, 0.47, 0.83, 0.29},
+                                Numbers{0.28, -0.96, 0, 0.95, 0.29, 0, 0, 0, 1}}) {
+        auto const said = [&](int sign) {
+            std::ostringstream values;
+            for (Numbers const& part : {Numbers{3, 0, 0, 0, 1, 0, 0, 0, 1}, turn})
+                for (std::size_t i = 0; i < 9; ++i)
+                    values << sign * part[i] << (i == 8 ? " 0 0 0 0 1 " : i % 3 == 2 ? " 0 " : " ");
+            return check(loop + byComponents + "key='0 1' keyValue='" + values.str() + "'/>",
+                         {"--format", "json", "--only", "matrix-rough,matrix-mirrored"})
+                .json()["findings"];
+        };
+        EXPECT_EQ(said(1).size(), 1u);
+        EXPECT_EQ(said(1)[0]["message"], said(-1)[0]["message"]);
+    }
+}
+
 std::string const faulty = "<ScalarInterpolator DEF='S' key='0 0.9 0.5 1'\n keyValue='0 1 2'/>";
 
 TEST(Check, WritesTheSameFindingsAsTextAndAsJson)

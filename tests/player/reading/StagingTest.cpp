@@ -116,6 +116,17 @@ TEST(Staging, TakesPicturesOfTheFolderAlong)
     }
 }
 
+TEST(Staging, SaysOnceWhatIsLeftOutAndCountsTheRest)
+{
+    std::string text;
+    for (int i = 0; i < 25; ++i)
+        text += times(2, "<ProtoInstance name='P" + std::to_string(i) + "'/>");
+    Staged const staged(x3d(text), "scene.x3d");
+    EXPECT_EQ(staged.staging.left.size(), 20u);
+    EXPECT_EQ(staged.staging.left.back(), "the PROTO P19 is not known");
+    EXPECT_EQ(staged.staging.leftBesides, 5u);
+}
+
 TEST(Staging, EndsWhereItBecomesTooLarge)
 {
     ReadLimits limits;
