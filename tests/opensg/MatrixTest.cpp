@@ -61,11 +61,16 @@ Real difference(Matrix const& a, Reference const& b)
 {
     return largest(exact(a) - b) / largest(b);
 }
-/// The error of exp(log(m)), relative to the largest element; huge if there is no logarithm.
+/// The error of exp(log(m)), relative to the largest element; huge if there is no logarithm, or if that of an affine
+/// matrix is none.
 Real roundTrip(Matrix const& m)
 {
     Matrix log, back;
-    return log.logOf(m) && back.expOf(log) ? difference(back, exact(m)) : 1e9L;
+    if (!log.logOf(m) || !back.expOf(log))
+        return 1e9L;
+    if (exact(m).row(3) == Reference::Identity().row(3) && !exact(log).row(3).isZero(0))
+        return 1e8L;
+    return difference(back, exact(m));
 }
 enum class Contents { Finite, NaN, Mixed };
 Contents contentsOf(Matrix const& m)

@@ -72,6 +72,7 @@ TEST(LocalFiles, OpenWhatIsInTheFolderWhateverLeadsThere)
         {"pipe", noFile},
         {"to-pipe", noFile},
         {"http://x/y.x3d", "is not a local file"},
+        {"az09+.-AZ:x", "is not a local file"},
         {std::string(1001, 'a'), "is longer than a file's name"},
     };
     LocalFiles files;
