@@ -14,7 +14,8 @@ namespace {
 struct Links {
     Links()
     {
-        for (char const* const file : {"in/main.x3d", "in/parts/a.x3d", "in/deep/sc/s.x3d", "in/deep/er/t.x3d", "secret.x3d"})
+        for (char const* const file : {"in/main.x3d", "in/parts/a.x3d", "in/deep/sc/s.x3d", "in/deep/er/t.x3d", "in/%61",
+                                       "secret.x3d"})
             folder.add(file, file);
         std::filesystem::create_directory(folder.path("elsewhere"));
         auto const link = [&](std::string const& to, char const* from) {
@@ -52,6 +53,8 @@ TEST(LocalFiles, OpenWhatIsInTheFolderWhateverLeadsThere)
         {"link/../sc/s.x3d", "in/deep/sc/s.x3d"},
         {"absolute", "in/parts/a.x3d"},
         {"twice", "in/parts/a.x3d"},
+        {"parts/%61.x3d", "in/parts/a.x3d"},
+        {"%61", "in/%61"},
         {"sc/s.x3d", none},
         {"-", none},
         {"./-", none},
