@@ -220,8 +220,8 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
 TEST(Check, SaysTheSameOfMatricesAndTheirMirrors)
 {
     using Numbers = std::vector<double>; // of the upper 3x3 parts
-    for (Numbers const& turn : {Numbers{-0.85, 0.36, 0.38, 0.22, -0.43, 0.88, 0.47, 0.83, 0.29},
-                                Numbers{0.28, -0.96, 0, 0.95, 0.29, 0, 0, 0, 1}}) {
+    for (Numbers const& turn :
+         {Numbers{-0.85, 0.36, 0.38, 0.22, -0.43, 0.88, 0.47, 0.83, 0.29}, Numbers{0.28, -0.96, 0, 0.95, 0.29, 0, 0, 0, 1}}) {
         auto const said = [&](int sign) {
             std::ostringstream values;
             for (Numbers const& part : {Numbers{3, 0, 0, 0, 1, 0, 0, 0, 1}, turn})

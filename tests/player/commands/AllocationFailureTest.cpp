@@ -190,8 +190,8 @@ protected:
     template <class Work>
     static void tryAll(Work work, std::vector<char const*> const& outputs, long start)
     {
-        auto& report = *static_cast<Report*>(
-            ::mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+        auto& report =
+            *static_cast<Report*>(::mmap(nullptr, sizeof(Report), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
         pid_t const child = ::fork();
         if (child == 0)
             [&]() noexcept {

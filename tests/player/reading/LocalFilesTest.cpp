@@ -14,8 +14,8 @@ namespace {
 struct Links {
     Links()
     {
-        for (char const* const file : {"in/main.x3d", "in/parts/a.x3d", "in/deep/sc/s.x3d", "in/deep/er/t.x3d", "in/%61",
-                                       "secret.x3d"})
+        for (char const* const file :
+             {"in/main.x3d", "in/parts/a.x3d", "in/deep/sc/s.x3d", "in/deep/er/t.x3d", "in/%61", "secret.x3d"})
             folder.add(file, file);
         std::filesystem::create_directory(folder.path("elsewhere"));
         auto const link = [&](std::string const& to, char const* from) {
