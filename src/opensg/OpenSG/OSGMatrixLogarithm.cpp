@@ -185,7 +185,6 @@ bool TransformationMatrix<T>::logOf(TransformationMatrix const& matrix)
     // projective part larger than the rest, makes the two equal. Powers of two are exact.
     double const translation = m.col(3).head<3>().cwiseAbs().sum();
     double const projection = m.row(3).head<3>().cwiseAbs().sum();
-    bool const affine = projection == 0;
     int const size = exponentOf(m.topLeftCorner<3, 3>().cwiseAbs().sum());
     int unit = 0;
     if (translation != 0) {
@@ -211,11 +210,6 @@ bool TransformationMatrix<T>::logOf(TransformationMatrix const& matrix)
 
     result.col(3).head<3>() *= powerOfTwo(-unit);
     result.row(3).head<3>() *= powerOfTwo(unit);
-    if (affine && m(3, 3) > 0) {
-        result.row(3).head<3>().setZero();
-        if (m(3, 3) == 1)
-            result(3, 3) = 0;
-    }
     Eigen::Map<Matrix4>(log.values()) = result;
     return narrow(log, *this);
 }

@@ -14,9 +14,9 @@ public:
 
     void follow(Field& start)
     {
-        if (enter(start))
-            while (!_path.empty())
-                step();
+        enter(start);
+        while (!_path.empty())
+            step();
     }
 
 private:
@@ -24,7 +24,6 @@ private:
         Field* field; ///< that an event arrives at
         Route* next;  ///< to follow
         SceneNode const* node;
-        std::size_t interpolators; ///< on the path up to here
     };
     enum class State : char { onPath, done };
 
@@ -36,15 +35,13 @@ private:
         bool const fraction = std::string_view(field.findName()) == "set_fraction";
         return fraction && isInterpolator(*node) ? outputOf(*node) : nullptr;
     }
-    bool enter(Field& field)
+    void enter(Field& field)
     {
         SceneNode const* const node = _scene.sceneNode(*field._node);
         Field* const out = passedOn(field, node);
         if (out == nullptr || out->_routesOut == nullptr || !_states.try_emplace(&field, State::onPath).second)
-            return false;
-        std::size_t const before = _path.empty() ? 0 : _path.back().interpolators;
-        _path.push_back({&field, out->_routesOut, node, before + isInterpolator(*node)});
-        return true;
+            return;
+        _path.push_back({&field, out->_routesOut, node});
     }
     void step()
     {
@@ -66,7 +63,7 @@ private:
         if (_reported >= most || ++_closed > 10 * most)
             return;
         auto const first = std::find_if(_path.begin(), _path.end(), [&](At const& at) { return at.field == &closing.to(); });
-        if (_path.back().interpolators == first->interpolators - isInterpolator(*first->node))
+        if (std::none_of(first, _path.end(), [](At const& at) { return isInterpolator(*at.node); }))
             return;
         constexpr std::ptrdiff_t shown = 6;
         std::string names, more = _path.end() - first > shown ? "... -> " : "";

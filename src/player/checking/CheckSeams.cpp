@@ -55,7 +55,7 @@ public:
     {
         for (double const s : speed)
             _fastest = std::max(_fastest, std::abs(s));
-        if (_count++ == 0)
+        if (_first.empty())
             _first = speed;
         else
             _largestChange = std::max(_largestChange, largestDifference(_last, speed));
@@ -64,15 +64,14 @@ public:
     /// Whether the end meets the beginning with a change of speed unlike any within the curve.
     bool breakAtSeam() const
     {
-        constexpr unsigned fewest = 4;
-        double const change = _count == 0 ? 0 : largestDifference(_last, _first);
-        return _count >= fewest && change > 0.2 * _fastest && change > 3 * _largestChange;
+        double const change = largestDifference(_last, _first);
+        // Thrice is what an even change of speed comes to in four pieces, and fewer cannot have as much.
+        return change > 0.2 * _fastest && change > 3.1 * _largestChange;
     }
 
 private:
     std::vector<double> _first, _last;
     double _fastest = 0, _largestChange = 0;
-    unsigned _count = 0;
 };
 
 bool hasKink(KeyedValues const& values)

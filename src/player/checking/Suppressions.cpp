@@ -52,8 +52,9 @@ std::vector<Ignore> ignoresOf(Scene const& scene, std::vector<Finding>& findings
         auto const at = [&](std::size_t word) {
             return Location{remark.where.file, remark.where.offset + static_cast<std::uint32_t>(words[word].second)};
         };
-        bool const wholeFile = words.size() > 1 && words[1].first == "ignore-file";
-        if (words.size() < 3 || words[0].first != "zelvan:" || (words[1].first != "ignore" && !wholeFile)) {
+        std::string_view const kind = words.size() > 2 ? words[1].first : "";
+        bool const wholeFile = kind == "ignore-file";
+        if (kind.empty() || words[0].first != "zelvan:" || (kind != "ignore" && !wholeFile)) {
             bad(remark.where, "expected \"zelvan: ignore CODE - reason\" or \"zelvan: ignore-file CODE\"");
             continue;
         }

@@ -157,7 +157,7 @@ TEST(Check, FindsWhatIsThereAndNothingElse)
         {loop + rotations("0 1", "0 0 0 0 0 0 1 0"), {"hint zero-axis"}},
         // Where keys are equal nothing is blended.
         {loop + rotations("0 0.5 0.5 1", "0 1 0 0 0 1 0 3 0 1 0 -3 0 1 0 0"), {"hint key-equal"}},
-        {loop + node("Scalar", "S", "0 0.5 0.5 0.5 1", "0 1 2 3 0"), {"hint key-equal", "note key-equal"}},
+        {loop + node("Scalar", "S", "0 0 0 1", "0 1 2 0"), {"hint key-equal", "note key-equal"}},
         {loop + node("Color", "S", "0 0.5 0.5 1", "0 0 1 1 0 0.001 1 0 0 0 0 1"), {"hint key-equal", "note hue-long-way"}},
         // Through an ease, a loop stays a loop; what drives fractions may begin again.
         {clock

@@ -220,14 +220,14 @@ TEST(Pipeline, CommentsIgnoreWhatIsMeant)
     std::string const two = "<ScalarInterpolator DEF='A' key='0 1 0.5 1' keyValue='0 1 2'/>"; // key-order, too-few-values
     Case const cases[] = {
         {two, "key-order too-few-values "},
-        {"<!-- zelvan: ignore key-order, too-few-values - meant -->\n" + two, ""},
+        {"<!-- zelvan: ignore key-order, too-few-values – meant -->\n" + two, ""},
         {"<!-- zelvan: ignore key-order -->" + two, "too-few-values "},
         {two + "<!-- zelvan: ignore too-few-values\n - why -->", "key-order "},
         {"<!-- zelvan: ignore key-order -->\n\n" + two, "unused-ignore key-order too-few-values "},
         {two + "\n<!-- zelvan: ignore-file key-order too-few-values -->", ""},
         {"<!-- zelvan: ignore-file zero-axis -->" + two, "key-order too-few-values "}, // which was not asked for
-        {"<!-- zelvan: ignore nonsense --><!-- zelvan: what -->" + two,
-         "unused-ignore unused-ignore key-order too-few-values "},
+        {"<!-- zelvan: ignore nonsense --><!-- zelvan: what key-order --><!-- zelvan: -->" + two,
+         "unused-ignore unused-ignore unused-ignore key-order too-few-values "},
         {"<!-- ignore key-order -->" + two, "key-order too-few-values "},
     };
     for (Case const& c : cases) {
@@ -245,7 +245,7 @@ TEST(Pipeline, CommentsIgnoreWhatIsMeant)
     EXPECT_EQ(play(folder, "check s.x3d --only key-order,too-few-values,unused-ignore").out, "");
     folder.add(
         "s.wrl",
-        "#VRML V2.0 utf8\n# zelvan: ignore key-order - meant\nDEF A ScalarInterpolator { key [0 1 .5] keyValue [0 1 2] }\n");
+        "#VRML V2.0 utf8\n# zelvan: ignore key-order -- meant\nDEF A ScalarInterpolator { key [0 1 .5] keyValue [0 1 2] }\n");
     EXPECT_EQ(play(folder, "check s.wrl --only key-order,unused-ignore").out, "");
 }
 
