@@ -109,7 +109,7 @@ double KeyTrack::range() const
     if (motion == Motion::rotation)
         return std::numbers::pi;
     double range = 0;
-    for (std::size_t c = 0; c < width && c < values.size(); ++c) {
+    for (std::size_t c = 0; c < width; ++c) {
         float low = std::numeric_limits<float>::infinity(), high = -low;
         for (std::size_t i = c; i < values.size(); i += width) {
             low = std::min(low, values[i]);
@@ -202,8 +202,9 @@ double differenceOf(Field const& a, Field const& b)
     case MFVec3fType: return lists(both(static_cast<MFVec3f*>(nullptr)));
     case SFMatrix4fType: return fixed(both(static_cast<SFMatrix4f*>(nullptr)), 16);
     case SFRotationType: {
-        auto const rotations = both(static_cast<SFRotation*>(nullptr));
-        return angleBetween(rotations.first, rotations.second);
+        auto const [from, to] = both(static_cast<SFRotation*>(nullptr));
+        double const angle = angleBetween(from, to);
+        return std::isnan(angle) ? difference(from.quaternion().getValues(), to.quaternion().getValues(), 4) : angle;
     }
     default: return std::numeric_limits<double>::infinity();
     }
@@ -222,8 +223,8 @@ PlayedDifference largestDifference(Playable& a, Playable& b, std::vector<float> 
     PlayedDifference found;
     eachFraction(keys, steps, [&](float fraction) {
         double const difference = differenceOf(a.play(fraction), b.play(fraction));
-        if (difference > found.largest || std::isnan(difference))
-            found = {std::isnan(difference) ? std::numeric_limits<double>::infinity() : difference, fraction};
+        if (difference > found.largest)
+            found = {difference, fraction};
     });
     return found;
 }

@@ -269,8 +269,9 @@ std::set<std::uint32_t> looseInClassic(AuthorFile const& file, std::set<std::uin
             if (mark == '[' || mark == '{') {
                 around.push_back({mark == '[' ? last : "", mark == '{' && last == "]", false});
             } else if ((mark == ']' || mark == '}') && !around.empty()) {
+                bool const node = mark == '}' && !around.back().proto;
                 around.pop_back();
-                if (mark == '}' && !around.empty())
+                if (node && !around.empty())
                     around.back().begun = true;
             }
             before = std::exchange(last, cursor.of(word));
@@ -289,6 +290,7 @@ std::set<std::uint32_t> looseInClassic(AuthorFile const& file, std::set<std::uin
 std::set<std::uint32_t> looseInXml(AuthorFile const& file, std::set<std::uint32_t> const& offsets)
 {
     constexpr std::string_view groups[] = {"Scene", "Group", "Transform", "StaticGroup", "Anchor", "Billboard", "Collision"};
+    constexpr std::string_view statements[] = {"ROUTE", "ProtoDeclare", "ExternProtoDeclare", "IMPORT", "EXPORT"};
     std::set<std::uint32_t> loose;
     Cursor cursor(file, 0);
     std::vector<Around> around;
@@ -307,7 +309,7 @@ std::set<std::uint32_t> looseInXml(AuthorFile const& file, std::set<std::uint32_
         bool const plain = !around.empty()
             && (std::ranges::count(groups, around.back().field) || (around.back().field == "ProtoBody" && around.back().begun));
         if (!around.empty())
-            around.back().begun |= name != "ROUTE";
+            around.back().begun |= !std::ranges::count(statements, name);
         bool const empty = cursor.passTag(noAttribute);
         if (plain && offsets.contains(static_cast<std::uint32_t>(at))) {
             TextRange const whole = nodeText(file, static_cast<std::uint32_t>(at)).whole;

@@ -188,7 +188,7 @@ bool Mending::divideTurns(std::set<std::size_t> const& keys)
         for (int part = parts - 1; part > 0; --part)
             insert(i + 1, static_cast<float>(begin + time * part / parts),
                    {axis[0], axis[1], axis[2], static_cast<float>(from + turn * part / parts)});
-        any |= parts > 1;
+        any = true;
     }
     return any;
 }
@@ -216,7 +216,7 @@ bool Mending::crossRed(std::set<std::size_t> const& keys)
             insert(i + 1, key, rises ? red : trace);
         if (!atBegin)
             insert(i + 1, key, rises ? trace : red);
-        any = true;
+        any |= !(atBegin && atEnd);
     }
     return any;
 }

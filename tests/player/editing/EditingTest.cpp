@@ -38,7 +38,7 @@ TEST(NumberList, KeepsTheAuthorsHabit)
          {0, 3, 5, 6, 7},
          "<a k='0 3\r\n\t5 6\r\n\t7'/>"},
         {"references", "<a k='@0&#10;1&#10;2'/>", 1, {0, 2}, "<a k='0&#10;2'/>"},
-        {"shorter where that reads back", "<a k='@0.50000 .25 1e0'/>", 1, {0, 1}, "<a k='0.5 .25'/>"},
+        {"shorter where that reads back", "<a k='@0.50000 .25 1E+20 7'/>", 1, {0, 1, 2}, "<a k='0.5 .25 1E+20'/>"},
         {"classic", "#X3D V3.0 utf8\nA { k [@0, 0.5, 1 ] }", 1, {0, 2}, "#X3D V3.0 utf8\nA { k [0, 1 ] }"},
         {"comments stay",
          "#VRML V2.0 utf8\nA { k [ @0 # begin\n 1 2 # end\n 3 ] }",
