@@ -81,7 +81,7 @@ bool readElement(NumberReader& reader, E& value, FieldTextError& error)
     float numbers[Element<E>::numbers];
     for (unsigned i = 0; i < Element<E>::numbers; ++i)
         if (!reader.read(numbers[i])) {
-            bool const tooFew = *numbers == *numbers && i > 0 && reader.atEnd();
+            bool const tooFew = i > 0 && reader.atEnd();
             error = {reader.position(), tooFew ? Element<E>::what : reader.expected(), tooFew ? counted(i) : reader.found()};
             return false;
         }

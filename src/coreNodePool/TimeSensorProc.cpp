@@ -39,9 +39,8 @@ void TimeSensorProc::open(TimeStamp const& now)
 void TimeSensorProc::open(TimeStamp const& now, double since1970)
 {
     TimeSensor& s = sensor();
-    bool const started = s._startTime._value <= since1970;
     bool const stopped = s._stopTime._value > s._startTime._value && s._stopTime._value <= since1970;
-    _atOpening = started && stopped ? Idle::stopAfterStart : Idle::notLooping;
+    _atOpening = stopped ? Idle::stopAfterStart : Idle::notLooping;
     for (SFTime* const time : {&s._startTime, &s._stopTime, &s._pauseTime, &s._resumeTime})
         time->_value += now - since1970;
     _startAt = s._startTime._value;
@@ -115,12 +114,14 @@ void TimeSensorProc::tick(TimeStamp const& now)
     NodeHold const hold(_node);
     TimeSensor& s = sensor();
     if (_active && !_paused && _pauseAt > _resumeAt && _pauseAt >= _startAt && now >= _pauseAt) {
-        progress(_pauseAt, now);
-        _paused = true;
-        publish(s._isPaused, true, now);
+        _pausedAt = _pauseAt;
+        progress(_pausedAt, now);
+        _paused = _active; // its cycle may have ended before
+        if (_paused)
+            publish(s._isPaused, true, now);
     }
     if (_active && _paused && _resumeAt > _pauseAt && now >= _resumeAt) {
-        _pausedTotal += _resumeAt - _pauseAt;
+        _pausedTotal += std::max(_resumeAt - _pausedAt, 0.0); // pauseTime may have been set anew
         _paused = false;
         publish(s._isPaused, false, now);
     }
@@ -161,7 +162,6 @@ void TimeSensorProc::progress(TimeStamp const& moment, TimeStamp const& now)
 void TimeSensorProc::end(TimeStamp const& now)
 {
     _active = false;
-    _paused = false;
     publish(sensor()._isActive, false, now);
 }
 

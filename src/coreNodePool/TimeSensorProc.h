@@ -71,6 +71,7 @@ private:
     double _startAt = never;
     double _stopAt = -never;
     double _pauseAt = -never;
+    double _pausedAt = 0; ///< what _pauseAt was when the pause began
     double _resumeAt = -never;
     double _pausedTotal = 0;
     double _interval = 1; ///< of the cycle that runs; changes of the field wait until the sensor has ended

@@ -65,7 +65,8 @@ TEST(ValueChange, DeliversByStateAccessAndCaller)
 TEST(ValueChange, MarksTheNodesAboveOnce)
 {
     Scene scene;
-    Sink<SFFloat> child(scene._nodes), parent(scene._nodes), grandParent(scene._nodes);
+    Sink<SFFloat> child(scene._nodes), parent(scene._nodes), grandParent(scene._nodes), early(scene._nodes);
+    child.addParent(early);
     child.addParent(parent);
     parent.addParent(grandParent);
     grandParent.addParent(child); // a cycle must not hang
@@ -161,7 +162,11 @@ TEST(Routes, MayBeRemovedWhileTheyDeliver)
     EXPECT_EQ(first._received.size(), 1u);
     EXPECT_EQ(second._received.size(), 0u);
     EXPECT_EQ(third._received.size(), 2u);
-    Scene::route(first._in, third._in);
+    Scene::route(first._in, second._in);
+    std::string error;
+    Route* const added = Route::add(first._in, third._in, error);
+    EXPECT_TRUE(added != nullptr && third._in._routesIn->nextIn() != nullptr);
+    EXPECT_EQ(Route::add(first._in, third._in, error), added) << "once is enough";
     Route::removeAll(first._in);
     EXPECT_EQ(third._in._routesIn->nextIn(), nullptr) << "only the one from the source is left";
 }

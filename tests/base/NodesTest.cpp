@@ -25,7 +25,9 @@ TEST(NodeTypes, AreFoundByNameAndByAlias)
     NodeType concrete = makeType(types, "Concrete", "Abstract", "Abstract", create);
     EXPECT_EQ(find("Abstract"), &concrete) << "an alias answers while no type has the name";
     EXPECT_EQ(concrete.parent(), &concrete) << "a cycle of names";
-    EXPECT_FALSE(concrete.isDerivedFrom(*NodeTypeNameSpace::findType(&theSceneNodeTypeFactory(), "TransCoder", searchExact)));
+    NodeType other = makeType(types, "Other", "");
+    EXPECT_FALSE(concrete.isDerivedFrom(other));
+    EXPECT_EQ(other.creatableType(), nullptr);
     {
         NodeType abstractType = makeType(types, "Abstract", "Root");
         EXPECT_EQ(find("Abstract"), &abstractType);
@@ -45,17 +47,19 @@ TEST(NodeTypes, AreFoundByNameAndByAlias)
 TEST(Nodes, FieldsAreFoundWithAndWithoutSetAndChanged)
 {
     Scene scene;
-    NodePartDesc descs[3] = {{0, 1, inputOnly, SFFloatType, 1, "set_a", nullptr, nullptr, nullptr, "", 0},
+    NodePartDesc descs[4] = {{0, 1, inputOnly, SFFloatType, 1, "set_a", nullptr, nullptr, nullptr, "", 0},
                              {1, 2, outputOnly, SFFloatType, 1, "b_changed", nullptr, nullptr, nullptr, "", 0},
-                             {2, 4, inputOutput, SFFloatType, 1, "c", nullptr, nullptr, nullptr, "", 0}};
+                             {2, 4, inputOutput, SFFloatType, 1, "c", nullptr, nullptr, nullptr, "", 0},
+                             {3, 8, outputOnly, SFFloatType, 1, "a", nullptr, nullptr, nullptr, "", 0}};
     NodeTypeNameSpace types;
     NodeType type(types, "T", "", nullptr, nullptr, nullptr, "", nullptr, "", "", "", false, false, nullptr, nullptr, nullptr,
-                  descs, 3);
+                  descs, 4);
     Sink<SFFloat> node(scene._nodes);
-    SFFloat a, b, c, none;
+    SFFloat a, b, c, other, none;
     node.regField(a, type, 0, true);
     node.regField(b, type, 1, true);
     node.regField(c, type, 2, true);
+    node.regField(other, type, 3, true);
     node.regField(none, type, 7, true);
     EXPECT_EQ(none._desc, nullptr) << "an index the type does not describe";
     struct {
@@ -64,7 +68,7 @@ TEST(Nodes, FieldsAreFoundWithAndWithoutSetAndChanged)
         Field* expected;
     } const cases[] = {
         {"set_a", Node::asInput, &a},      {"a", Node::asInput, &a},
-        {"a", Node::exactName, nullptr},   {"b", Node::asOutput, &b},
+        {"a", Node::exactName, &other},    {"b", Node::asOutput, &b},
         {"c", Node::asInput, &c},          {"b_changed", Node::asOutput, &b},
         {"set_c", Node::asInput, &c},      {"c", Node::asOutput, &c},
         {"c_changed", Node::asOutput, &c}, {"c_changed", Node::asInput, nullptr},
@@ -72,7 +76,7 @@ TEST(Nodes, FieldsAreFoundWithAndWithoutSetAndChanged)
     };
     for (auto const& test : cases)
         EXPECT_EQ(node.findField(test.name, test.order), test.expected) << test.name << ' ' << test.order;
-    for (unsigned index : {0u, 1u, 2u, 9u})
+    for (unsigned index : {0u, 1u, 2u, 3u, 9u})
         node.unregField(index);
     EXPECT_EQ(node.findField("c"), nullptr);
 }
@@ -117,13 +121,13 @@ TEST(Processors, AreToldWhatHappensToTheirNodes)
 {
     struct Told : SceneBaseNodeProc {
         Told(NodeType& type, Node& node, std::string& log) : SceneBaseNodeProc(type, node), _log(log) {}
-        void setup(TimeStamp const&) override { _log += " setup"; }
+        void setup(TimeStamp const& t) override { _log += " setup" + std::to_string(int(t)); }
         void initialize(TimeStamp const&) override { _log += " initialize"; }
         void attach(TimeStamp const& t) override { _log += " attach", SceneBaseNodeProc::attach(t); }
-        void detach(TimeStamp const& t) override { _log += " detach", SceneBaseNodeProc::detach(t); }
-        void shutdown(TimeStamp const&) override { _log += " shutdown"; }
+        void detach(TimeStamp const& t) override { _log += " detach" + std::to_string(int(t)), SceneBaseNodeProc::detach(t); }
+        void shutdown(TimeStamp const& t) override { _log += " shutdown" + std::to_string(int(t)); }
         void shutdown() const override { _log += " end"; }
-        void dispose(TimeStamp const&) override { _log += " dispose"; }
+        void dispose(TimeStamp const& t) override { _log += " dispose" + std::to_string(int(t)); }
         void childChanged(TimeStamp const&) override { _log += " childChanged"; }
         void nodeChanged(TimeStamp const& t, BitVector<unsigned long> const& changed) override
         {
@@ -148,7 +152,7 @@ TEST(Processors, AreToldWhatHappensToTheirNodes)
     Sink<SFFloat> other(scene._nodes);
     scene._nodes.add(*node);
     node->setProc(new Told(node->type(), *node, log));
-    told(" setup");
+    told(" setup0");
     NodePartDesc desc(0, 1, inputOutput, SFFloatType, 1, "x", nullptr, nullptr, nullptr, "", 0);
     NodeTypeNameSpace types;
     NodeType type(types, "T", "", nullptr, nullptr, nullptr, "", nullptr, "", "", "", false, false, nullptr, nullptr, nullptr,
@@ -162,7 +166,7 @@ TEST(Processors, AreToldWhatHappensToTheirNodes)
     node->enter(0);
     node->leave(1);
     node->enter(2);
-    told(" initialize attach detach attach");
+    told(" initialize attach detach1 attach");
     EXPECT_FALSE(node->_proc->addNodePart(desc, nullptr) || node->_proc->removeNodePart(0)); // has none of its own
     node->_in.markChanged();
     other._in.markChanged();
@@ -193,7 +197,7 @@ TEST(Processors, AreToldWhatHappensToTheirNodes)
     node->unregField(0);
     told(" parentRemoved fieldRemoved routeRemoved");
     delete node;
-    told(" detach shutdown childRemoved dispose end");
+    told(" detach0 shutdown0 childRemoved dispose0 end");
 }
 
 } // namespace

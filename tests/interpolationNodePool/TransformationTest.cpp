@@ -71,6 +71,11 @@ TEST_F(Transformation, BlendsByLogarithmOrByComponents)
         {"component", placed(20, {-1, 1, 1}), placed(20, {-2, 2, 2}), .5f, placed(20, {-1.5f, 1.5f, 1.5f})},
         {"component", identity, placed(0, {1, 1, 0}), .5f, placed(0, {1, 1, .5f})},
         {"component", identity, projective, .5f, placed(0, {1, 1, 1}, {1, 0, 0})},
+        {"component",
+         identity,
+         {1, .002f, 0, 0, .002f, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1},
+         .5f,
+         {1.000707f, .000707077f, 0, 0, .000707077f, .9992929f, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}},
     };
     for (Case const& c : cases) {
         setKeys({0, 1}, {c.from, c.to});
@@ -104,28 +109,6 @@ TEST_F(Transformation, BlendsARigidKeyWithAStretchedOneAsTheyWereMeant)
             }
     }
 }
-
-struct Plain {
-    explicit Plain(DecomposableMatrix m)
-    {
-        DecomposableMatrix q, symmetric, orientation;
-        float determinant;
-        for (unsigned c = 0; c < 3; ++c) {
-            move[c] = m[3][c];
-            m[3][c] = m[c][3] = 0;
-        }
-        m.polarDecompose(q, symmetric, determinant);
-        symmetric.spectralDecompose(orientation, scale);
-        if (determinant < 0) {
-            q.negate();
-            scale = -scale;
-        }
-        turn.setValue(q);
-        axes.setValue(orientation);
-    }
-    osg::Vec3f move, scale;
-    osg::Quaternion turn, axes;
-};
 
 Matrix plainBlend(Matrix const& a, Matrix const& b, float t)
 {
@@ -170,6 +153,12 @@ TEST_F(Transformation, SendsAnOldMatrixWithoutKeysOrMode)
     }
     node._mode._value = "component"; // no event: looked up again as long as there is no valid code
     EXPECT_FLOAT_EQ(at(.25f)[0][0], 1.75f);
+    setKeys({0, 1, 2, 3, 4}, {identity, identity, identity, identity, placed(0, {4, 4, 4})});
+    for (float const fraction : {0.5f, 1.5f, 2.5f, 3.5f}) // decompositions of earlier keys are kept, and used again
+        EXPECT_FLOAT_EQ(at(fraction)[0][0], fraction == 3.5f ? 2.5f : 1);
+    setKeys({0, 1}, {identity, placed(0, {4, 4, 4})});
+    EXPECT_FLOAT_EQ(at(.25f)[0][0], 1.75f);
+    sent += 5;
     node._enabled._value = false;
     EXPECT_FLOAT_EQ(at(.5f)[0][0], 1.75f);
     EXPECT_EQ(sink._received.size(), ++sent);
@@ -206,7 +195,7 @@ TEST_F(Transformation, RefreshesLogarithmsWhenKeyValuesChange)
     at(.5f);
     LogCapture log(osg::LOG_FATAL);
     proc.buildLogMat(2);
-    proc.buildLogMat(3);
+    proc.buildLogMat(3); // and no more
     ASSERT_EQ(log.size(), 1u);
     EXPECT_EQ(log[0].text, "Matrix index out of range, 3\n");
     EXPECT_EQ(bits(cache[1]), bits(untouched)) << "none of these computes more than its one logarithm";

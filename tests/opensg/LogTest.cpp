@@ -30,7 +30,7 @@ TEST(Log, WritesHeadersAndTextsWhereItIsTold)
         bool header;
         std::string text, written;
     } const cases[] = {
-        {LOG_NO_HEADER, true, "no", "no 5"},
+        {LOG_NO_HEADER, true, "", " 5"},
         {LOG_TYPE_HEADER, true, "type", "WARNING: type 5"},
         {LOG_MODULE_HEADER | LOG_FILE_HEADER, true, "file", "pool: a.cpp: file 5"},
         {LOG_LINE_HEADER | LOG_FUNCTION_HEADER, true, "line", "7: f(): line 5"},

@@ -135,7 +135,9 @@ void play(NodeType& type)
     EXPECT_TRUE(type._isType(&node));
     EXPECT_FALSE(type._isType(&probe));
     Field *fraction = nullptr, *list = nullptr, *output = nullptr;
+    unsigned index = 0;
     for (NodePartDesc const* const desc : type.allParts()) {
+        EXPECT_EQ(desc->_index, index++);
         Field* const field = node.findField(desc->_name);
         ASSERT_NE(field, nullptr) << desc->_name;
         if (desc->_type == inputOnly && desc->_dataType == SFFloatType)

@@ -10,11 +10,11 @@ namespace Zelvan::play {
 std::vector<Finding> checkScene(Scene& scene, std::vector<Finding> readerFindings, CheckOptions const& options)
 {
     FindingCollector findings(scene, options);
-    // "Mover.keyValue" where a text was refused: that the field is empty is no news then.
+    // "Mover.keyValue" where a text was refused, for the first instance of a PROTO: that the field is empty is no news then.
     std::unordered_set<std::string> refusedFields;
     for (Finding& finding : readerFindings) {
         if (finding.code == kinds::badValue)
-            refusedFields.insert(finding.message.substr(0, finding.message.find(" (")));
+            refusedFields.emplace(withoutInstance(finding.message.substr(0, finding.message.find(" ("))));
         findings.add(std::move(finding));
     }
     FailedEnds failed;

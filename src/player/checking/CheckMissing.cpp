@@ -16,7 +16,8 @@ bool checkMissing(KeyedValues const& values, Drive const& drive, FailedEnds cons
     Field const& output = *outputOf(node);
     bool const complete = !values.keys.empty() && values.size != 0;
     auto const missing = [&](Field const& field, std::size_t size) {
-        return size == 0 && field._routesIn == nullptr && !refusedFields.contains(node.name + '.' + field.findName());
+        std::string const name = node.name + '.' + field.findName();
+        return size == 0 && field._routesIn == nullptr && !refusedFields.contains(std::string(withoutInstance(name)));
     };
     bool const noKeys = missing(*values.keyField, values.keys.size());
     bool const noValues = missing(*values.valueField, values.size);

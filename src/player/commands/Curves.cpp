@@ -108,7 +108,7 @@ private:
         for (std::size_t s = 0; s < track.times.size() && times.size() < mostMarks; ++s) {
             double const at = track.times[s], value = track.numbers[s];
             auto const seam = std::lower_bound(seams.begin(), seams.end(), s ? track.times[s - 1] : at);
-            bool const first = s == 0 || (seam != seams.end() && *seam <= at && *seam > track.times[s - 1]);
+            bool const first = s == 0 || (seam != seams.end() && *seam < at); // at the seam itself a cycle ends
             double const beforeAt = first ? at : track.times[s - 1], before = first ? value : track.numbers[s - 1];
             double const low = std::min(before, value), high = std::max(before, value);
             for (auto level = std::lower_bound(levels.begin(), levels.end(), float(low));

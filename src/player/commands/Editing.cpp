@@ -243,8 +243,14 @@ void editKeys(
     if (!editing.several())
         return;
     sums.resize(4 + names.size());
-    (toOutput ? std::cout : std::cerr) << lineOf({sums[0], sums[1], sums[2], sums[3]}, shownName(editing.scenes()), verb)
-                                       << std::flush;
+    std::string const sum = lineOf({sums[0], sums[1], sums[2], sums[3]}, shownName(editing.scenes()), verb);
+    if (toOutput) {
+        OutputFile out("-");
+        out.stream() << sum;
+        out.commit();
+    } else {
+        std::cerr << sum << std::flush;
+    }
     for (std::size_t i = 0; i < names.size(); ++i)
         requireInterpolator(sums[4 + i] > 0, names[i]);
 }

@@ -111,8 +111,11 @@ void sweep(Session& session, SweepOptions const& options)
             curves.push_back({&track, {keysOf(*track.node).begin(), keysOf(*track.node).end()}, {}});
 
     recorder.finish();
-    if (outputs.finish(nullptr, curves, PictureOptions()) && options.atKeys)
-        writeKeys(std::cout, recorder);
+    if (outputs.finish(nullptr, curves, PictureOptions()) && options.atKeys) {
+        OutputFile out("-");
+        writeKeys(out.stream(), recorder);
+        out.commit();
+    }
     session.status = opened.status();
 }
 

@@ -83,8 +83,10 @@ Clock::~Clock()
 void Clock::limitTo(std::size_t frames, std::size_t most)
 {
     _mostLooks = most;
-    auto const running = static_cast<std::size_t>(
-        std::ranges::count_if(_sensors, [](Sensor const& sensor) { return timeSensor(sensor).sensorProc().isDue(0); }));
+    // What does not loop may end long before the last frame.
+    auto const running = static_cast<std::size_t>(std::ranges::count_if(_sensors, [](Sensor const& sensor) {
+        return timeSensor(sensor)._loop._value && timeSensor(sensor).sensorProc().isDue(0);
+    }));
     if (running > 0 && frames > most / running)
         refuseSensors(most);
 }
@@ -310,7 +312,7 @@ double Clock::cycleEnd() const
     double end = 0;
     for (Sensor const& sensor : planned(longest))
         for (Run const& run : sensor.runs)
-            end = std::max(end, std::min(std::max(run.start, 0.) + run.cycle, longest));
+            end = std::max(end, std::min(std::max(run.start, 0.) + run.cycle, run.end));
     return end > 0 ? end : otherwise;
 }
 

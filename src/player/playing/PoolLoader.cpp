@@ -201,7 +201,7 @@ std::vector<PoolCandidate> loadPool(std::string const& explicitFile)
         for (fs::path const& folder : ownFolders())
             files.push_back((folder / poolFile).lexically_normal());
     constexpr std::size_t mostFiles = 100;
-    if (files.size() > mostFiles)
+    if (asked > mostFiles)
         throw Failure(exitMachine,
                       "the node pool cannot be loaded: ZELVAN_PLUGIN_PATH has more than " + std::to_string(mostFiles)
                           + " folders");

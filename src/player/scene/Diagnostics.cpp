@@ -11,14 +11,13 @@ namespace {
 
 constexpr unsigned shownPerKind = 10;
 
-// "Swing.key is ..." of "Door/Swing.key is ...".
+} // namespace
+
 std::string_view withoutInstance(std::string_view message)
 {
     std::size_t const end = message.substr(0, message.find_first_of(" :")).rfind('/');
     return end == message.npos ? message : message.substr(end + 1);
 }
-
-} // namespace
 
 std::string Place::text() const
 {

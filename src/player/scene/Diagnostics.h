@@ -15,6 +15,9 @@ namespace Zelvan::play {
 /// Exit statuses of the program.
 enum ExitStatus : int { exitFine = 0, exitScene = 1, exitUsage = 2, exitMachine = 3 };
 
+/// "Swing.key is ..." of "Door/Swing.key is ...": what all instances of a PROTO have in common.
+std::string_view withoutInstance(std::string_view message);
+
 /// Ends a command: what is wrong, in one line, and the exit status it means. Where there are several reasons, each is
 /// a line of its own.
 class Failure : public std::runtime_error {

@@ -134,7 +134,7 @@ TEST(Pipeline, ManyScenesAreEditedWhateverTheNumberOfProcesses)
         {"reduce - w.x3d --write <w.x3d", "standard input"},
         {"reduce none --write", "no scene"},
         {"check --fix w.x3d", "where to?"},
-        {"reduce in --diff --max-error Nobody=1", "Nobody"},
+        {"reduce in --diff --max-error W=1,Nobody=1", "Nobody"},
     };
     for (auto const& [arguments, says] : refused) {
         Result const result = play(folder, arguments);
@@ -162,7 +162,7 @@ TEST(Pipeline, SettingsComeFromTheNearestFileUpToTheRepository)
     folder.add("r/.git/HEAD", "");
     folder.add("r/zelvan-play.toml",
                "ignore = ['idle-sensor']\nmax-warnings = 7\n[severity]\nkey-range = 'error'\n[limits]\nmax-files = 9\n"
-               "[[overrides]]\nfiles = ['old/**', '**/?.wrl']\nseverity = {key-order = 'off', key-range = 'note'}\n");
+               "[[overrides]]\nfiles = ['./old/**', '**/?.wrl']\nseverity = {key-order = 'off', key-range = 'note'}\n");
     folder.add("r/a/b/s.x3d", x3d(range));
     folder.add("r/old/x/s.x3d", x3d(range + unsorted));
     Result const shown = play(folder, "settings r/a/b/s.x3d");

@@ -73,7 +73,7 @@ TEST(Program, RefusesOptionsBeyondTheirRangeAndWithoutSense)
     Range const ranges[] = {
         {"run sweep check export", "--max-bytes", counts},
         {"run check", "--max-depth --max-elements --max-nodes --max-expanded --max-files --max-values", counts},
-        {"run", "--max-depth", {"1000000"}},
+        {"run", "--max-depth", {"2001"}},
         {"check", "--per-node", {"-1", "nan"}},
         {"check", "--per-code", {"-1", "5000000000"}},
         {"run export", "--from --to --duration --at", times},
@@ -181,7 +181,7 @@ TEST(Program, WritesWhereAFileStands)
         {"for n in 250 255; do N=$(head -c $n /dev/zero | tr '\\0' n); $P $N; head -c 4 $N; done", "timetime"},
         {"$P $(head -c 256 /dev/zero | tr '\\0' n) 2>&1 | tail -c 20", " File name too long\n"},
         // Each signal that ends a process, while it writes.
-        {"export ASAN_OPTIONS=handle_segv=0; for s in HUP INT QUIT TERM ABRT USR1 USR2 ALRM VTALRM PROF SEGV; do ulimit -c 0; "
+        {"export ASAN_OPTIONS=handle_segv=0; for s in HUP INT QUIT TERM ABRT USR1 USR2 ALRM VTALRM PROF SEGV RTMAX; do ulimit -c 0; "
          "timeout -s $s 0.4 $P t --fps 1000000 --to 5 --format jsonl; ls -A | grep zelvan-play-; test -e t && echo finished; done; "
          "echo end",
          "end\n"},
@@ -206,7 +206,9 @@ TEST(Program, NoticesWhatTheMachineRefuses)
     Case const cases[] = {
         {"$P run s.x3d >/dev/full", 3, "standard output: cannot write: No space left on device"},
         {"$P check s.x3d >/dev/full", 3, "No space left"},
-        {"$P types >/dev/full", 3, "No space left"},
+        {"for c in types 'settings s.x3d' 'explain loop-jump' 'diff s.x3d s.x3d --format json' 'reduce s.x3d --write'; do "
+         "$P $c >/dev/full; test $? = 3 || exit 1; done; exit 3",
+         3, "No space left"},
         {"$P export s.x3d -o /dev/full", 3, "No space left"},
         {"$P --help >/dev/full", 3, "standard output: cannot write"},
         {"$P run s.x3d >&-", 3, "standard output: cannot write: Bad file descriptor"},

@@ -8,15 +8,16 @@ namespace {
 
 TEST(DidYouMean, PutsCaseFirstThenTheFewestErrors)
 {
-    std::vector<std::string> const fields = {"set_fraction", "key", "keyValue", "KEYVALUES", "value_changed", "loop"};
+    std::vector<std::string> const fields = {"set_fraction", "key", "keyValue", "KEYVALUES", "value_changed", "zoom"};
     std::pair<char const*, char const*> const cases[] = {
         {"keyvalue", "keyValue"}, // another case is nearer than a letter more
         {"keyValues", "KEYVALUES"},
         {"keyValu", "keyValue"},            // a letter missing,
-        {"kyeValue", "keyValue"},           // swapped,
-        {"vakue_changed", "value_changed"}, // wrong,
-        {"looop", "loop"},                  // too many
+        {"ozom", "zoom"},                   // swapped,
+        {"kez", "key"},                     // wrong,
+        {"Zooom", "zoom"},                  // too many
         {"vlaeu_chanegd", "value_changed"}, // three pairs swapped
+        {"vlaeu_cahnegd", ""},              // four
         {"KEY", "key"},
         {"keys", "key"},
         {"set_fractoin", "set_fraction"},
@@ -32,9 +33,11 @@ TEST(DidYouMean, PutsCaseFirstThenTheFewestErrors)
             meant.offer(field);
         EXPECT_EQ(meant.nearest(), expected) << name;
     }
-    EXPECT_EQ(didYouMean("Lop", fields), "; did you mean \"loop\"?");
+    EXPECT_EQ(didYouMean("Zom", fields), "; did you mean \"zoom\"?");
     EXPECT_EQ(didYouMean("lamp", fields), "");
     EXPECT_EQ(didYouMean(std::string(65, 'a'), std::vector{std::string(64, 'a'), std::string(1 << 20, 'a')}), "");
+    std::string const last = std::string(63, 'a') + 'b';
+    EXPECT_EQ(didYouMean(std::string(64, 'a'), std::vector{last}), "; did you mean \"" + last + "\"?");
 }
 
 } // namespace

@@ -14,16 +14,17 @@ TEST(Utf8, AStrangersTextActsOnNothing)
         std::size_t characters;
     };
     Case const cases[] = {
-        {"Ball é 球 \xF0\x9F\x8E\xB1", "Ball é 球 \xF0\x9F\x8E\xB1", 10},
+        {"Ball\u00A0é 球 \xF0\x9F\x8E\xB1", "Ball\u00A0é 球 \xF0\x9F\x8E\xB1", 10},
         {"a\nb\rc\td", "a\\nb\\rc\\td", 7},
         {"\x1b[31m\x7f\a", "\\x1b[31m\\x7f\\x07", 7},
         {"\xC2\x9B"
          "2J\xC2\x85",
          "\\u009b2J\\u0085", 4},                                                                              // C1
         {"\u202Egnp.\u2066x\u2069\u200F\u061C\u2028", "\\u202egnp.\\u2066x\\u2069\\u200f\\u061c\\u2028", 11}, // bidi
-        {"\xff\x9b\xc3", "\\xff\\x9b\\xc3", 3},                                              // no beginning, cut off
-        {"\xC0\xAF\xE0\x80\xAF\xED\xA0\x80", "\\xc0\\xaf\\xe0\\x80\\xaf\\xed\\xa0\\x80", 8}, // overlong, surrogate
-        {"\xF4\x90\x80\x80\xF4\x8F\xBF\xBD", "\\xf4\\x90\\x80\\x80\xF4\x8F\xBF\xBD", 5},     // beyond Unicode, its end
+        {"\xff\x9b\xc3", "\\xff\\x9b\\xc3", 3}, // no beginning, cut off
+        {"\xC0\xAF\xE0\x80\xAF\xED\xA0\x80\xED\xBF\xBF", "\\xc0\\xaf\\xe0\\x80\\xaf\\xed\\xa0\\x80\\xed\\xbf\\xbf",
+         11},                                                                            // overlong, surrogate
+        {"\xF4\x90\x80\x80\xF4\x8F\xBF\xBF", "\\xf4\\x90\\x80\\x80\xF4\x8F\xBF\xBF", 5}, // beyond Unicode, its end
         {std::string(1, '\0'), "\\x00", 1},
     };
     for (Case const& c : cases) {
@@ -52,7 +53,7 @@ TEST(Utf8, AStrangersTextActsOnNothing)
 TEST(Utf8, TakesTheColumnsOfATerminal)
 {
     EXPECT_EQ(displayWidth("Ball"), 4u);
-    EXPECT_EQ(displayWidth("球 é e\u0301"), 6u);
+    EXPECT_EQ(displayWidth("球 é e\u0301\xff"), 7u);
     EXPECT_EQ(fitted("a球球", 5), "a球球");
     EXPECT_EQ(fitted("a球球", 4), "a球…");
     EXPECT_EQ(fitted("a球球", 3), "a…");
