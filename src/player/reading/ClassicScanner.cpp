@@ -117,12 +117,13 @@ std::string_view ClassicScanner::keyword(std::string_view word)
 
 ClassicScanner::Name ClassicScanner::name(char const* what)
 {
-    if (peek() == '"') {
-        std::size_t const at = offset();
-        if (auto const quoted = plainString(); quoted && !quoted->empty()) {
-            excuse("a name stands in quotes", at);
-            return {*quoted, at + 1};
-        }
+    peek();
+    std::size_t const at = offset();
+    if (auto const quoted = plainString()) {
+        if (quoted->empty())
+            throw SyntaxError(at, std::string("expected ") + what + ", found an empty string");
+        excuse("a name stands in quotes", at);
+        return {*quoted, at + 1};
     }
     std::string_view const found = word();
     if (found.empty())

@@ -321,7 +321,7 @@ void ClassicReader::readNextNode(Word word, std::size_t at, Frame const& frame)
 {
     Slot const field = frame.field;
     if (frame.isSpecial && field.name.text.empty())
-        _scanner.refuse("a field or \"}\"", frame.begin);
+        throw SyntaxError(at, "expected a field or \"}\", found " + ClassicScanner::shown(word), frame.begin);
     _scanner.excuse("expected a field, found " + ClassicScanner::shown(word)
                         + (field.name.text.empty()
                                ? ": read as one of the children"
