@@ -21,8 +21,7 @@ void Budget::requireRoomForFile(std::string const& name) const
 void Budget::addInline(Location where)
 {
     if (++_inlines >= _limits.files)
-        exceeded(_scene.place(where).text(), _limits.files, "more than ",
-                 _limits.files == 1 ? " file in one scene (--max-files" : " files in one scene (--max-files");
+        exceeded(_scene.place(where).text(), _limits.files, "more than ", " files in one scene (--max-files");
 }
 
 void Budget::addUrl(Location where)

@@ -9,7 +9,7 @@ namespace Zelvan::play {
 
 namespace {
 
-enum : unsigned char { blank = 1, oddBlank = 2, mark = 4, ofNumber = 8 };
+enum : unsigned char { blank = 1, mark = 2, ofNumber = 4 };
 
 // Old files end with control-Z; lists that are read as numbers later have only the first five blanks.
 constexpr auto classes = [] {
@@ -17,7 +17,7 @@ constexpr auto classes = [] {
     for (unsigned char const c : {' ', '\t', '\n', '\r', ','})
         table[c] = blank | ofNumber;
     for (unsigned char const c : {'\f', '\v', '\x1a'})
-        table[c] = blank | oddBlank;
+        table[c] = blank;
     for (unsigned char const c : {'[', ']', '{', '}', '"', '#', '\0'})
         table[c] = mark;
     for (unsigned char const c : {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9', '+', '-', '.'})
@@ -44,8 +44,7 @@ char* endOfWord(char* at)
 
 bool equals(std::string_view word, std::string_view lower)
 {
-    return std::ranges::equal(word, lower,
-                              [](char a, char b) { return a == b || (a >= 'A' && a <= 'Z' && a + ('a' - 'A') == b); });
+    return std::ranges::equal(word, lower, [](char a, char b) { return (a | ('a' - 'A')) == b; });
 }
 
 // Also words that are meant as one and are none: whoever reads the value says so.
@@ -177,14 +176,16 @@ void ClassicScanner::passNumbers()
         while (is(*_at, ofNumber))
             ++_at;
         char const c = *_at;
-        bool const behindNumber = _at != begin && (isDigit(_at[-1]) || _at[-1] == '.');
-        if ((c == 'e' || c == 'E') && behindNumber) {
+        bool const behindPoint = _at != begin && _at[-1] == '.';
+        if ((c == 'e' || c == 'E') && (behindPoint || (_at != begin && isDigit(_at[-1])))) {
             ++_at;
-        } else if (c == '#' && behindNumber && _at[-1] == '.' && isNoNumber({_at + 1, endOfWord(_at + 1)})) {
-            _at = endOfWord(_at + 1);
         } else if (c == '#') {
-            passComment(true);
-        } else if (is(c, oddBlank)) {
+            char* const end = endOfWord(_at + 1);
+            if (behindPoint && isNoNumber({_at + 1, end}))
+                _at = end;
+            else
+                passComment(true);
+        } else if (is(c, blank)) {
             *_at = ' ';
         } else if (is(c, mark)) {
             return;

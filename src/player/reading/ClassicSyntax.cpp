@@ -120,20 +120,8 @@ void ClassicReader::read(Word text)
 {
     _tree.open("X3D", 0);
     text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n"), text.size()));
-    if (text.starts_with('#')) {
-        Word const header = classicHeader(text);
-        if (!header.empty() && header.data() != text.data())
-            _scanner.excuse("the line " + ClassicScanner::shown(header) + " is not the first one", _scanner.offsetOf(header));
-        text = header;
-        auto at = text.find_first_of("Vv", 5);
-        while (at != Word::npos && (text[at - 1] != ' ' || text.substr(at + 1, 1).find_first_of("0123456789") == Word::npos))
-            at = text.find_first_of("Vv", at + 1);
-        _scanner.peek();
-        if (at != Word::npos) {
-            Word const version = text.substr(at + 1, text.find_first_of(" \t", at + 1) - (at + 1));
-            _scanner.attribute("version", {version, _scanner.offsetOf(version)});
-        }
-    }
+    if (Word const header = classicHeader(text); !header.empty() && header.data() != text.data())
+        _scanner.excuse("the line " + ClassicScanner::shown(header) + " is not the first one", _scanner.offsetOf(header));
     _frames.emplace_back();
     while (!_frames.empty())
         step();
@@ -432,7 +420,7 @@ void ClassicReader::leaveInterface(Frame const& frame)
         std::size_t const begin = ahead();
         bool const isList = _scanner.take('[');
         char const next = _scanner.peek();
-        auto const url = next == '"' || (next == ']' && isList) ? _scanner.value(isList, begin) : std::nullopt;
+        auto const url = next == '"' || next == ']' ? _scanner.value(isList, begin) : std::nullopt;
         if (!url)
             _scanner.refuse("the urls of " + shown(frame.name));
         _scanner.attribute("url", {*url, _scanner.offsetOf(*url)});
@@ -458,7 +446,7 @@ std::string_view classicHeader(std::string_view text)
     constexpr unsigned most = 20;
     auto const has = [](Word line, Word begin, Word word) {
         auto const same = [](char a, char b) { return std::toupper(static_cast<unsigned char>(a)) == b; };
-        return line.size() >= begin.size() && std::ranges::equal(line.substr(0, begin.size()), begin, same)
+        return std::ranges::equal(line.substr(0, begin.size()), begin, same)
             && std::search(line.begin(), line.end(), word.begin(), word.end(), same) != line.end();
     };
     for (unsigned i = 0; i < most && text.starts_with('#'); ++i) {

@@ -32,13 +32,12 @@ DidYouMean meantField(Node const& node, std::string_view name, unsigned access)
     return meant;
 }
 
-/// The string in the quotes of a value that holds one.
+/// The string in the quotes that a value begins with; they are closed.
 std::string unquoted(std::string_view text)
 {
     std::string string;
-    auto const begin = std::min(text.find('"'), text.size());
-    for (auto at = begin + 1; at < text.size() && text[at] != '"'; ++at) {
-        if (text[at] == '\\' && at + 1 < text.size())
+    for (std::size_t at = 1; text[at] != '"'; ++at) {
+        if (text[at] == '\\')
             ++at;
         string += text[at];
     }

@@ -61,7 +61,6 @@ SceneFile::SceneFile(OpenedFile const& opened, ReadLimits const& limits, std::st
 
 SceneFile& SceneFiles::openScene(std::string const& path)
 {
-    _budget.requireRoomForFile(path);
     OpenedFile const opened = _local.openScene(path, _budget.limits().root);
     SceneFile& file = load(opened);
     _byIdentity[opened.identity].file = &file;

@@ -86,10 +86,10 @@ void SceneReader::read(std::string const& path)
 {
     SceneFile& file = _files.openScene(path);
     Element const* const root = file.tree.root();
-    if (root == nullptr || (!root->isNamed("X3D") && !root->isNamed("Scene")))
+    if (!root->isNamed("X3D") && !root->isNamed("Scene"))
         throw Failure(exitScene,
-                      _reading.scene.place(Location{file.number, root ? root->offset : 0}).text()
-                          + ": error: expected an X3D scene, found <" + std::string(root ? root->name() : "") + '>');
+                      _reading.scene.place(Location{file.number, root->offset}).text()
+                          + ": error: expected an X3D scene, found <" + std::string(root->name()) + '>');
     Step whole{};
     whole.place.parent = Staging::root;
     enterFile(file, _reading.scopes.emplace_back(), whole);
@@ -150,7 +150,7 @@ void SceneReader::enterFile(SceneFile& file, Scope& scope, Step step)
     if (step.again)
         _budget.beginAgain();
     Element const* const root = file.tree.root();
-    step.parent = root != nullptr && root->isNamed("X3D") ? root : nullptr;
+    step.parent = root->isNamed("X3D") ? root : nullptr;
     step.next = step.parent != nullptr ? root->firstChild : root;
     step.scope = &scope;
     step.depth = _depth + 1;

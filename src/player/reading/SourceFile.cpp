@@ -10,7 +10,6 @@
 #include <cctype>
 #include <cerrno>
 #include <cstring>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace Zelvan::play {
@@ -54,17 +53,13 @@ SourceFile::SourceFile(OpenedFile const& file, ReadLimits const& limits, std::st
 
 void SourceFile::read(Descriptor const& file)
 {
-    auto const cannot = [](int error) { throw Failure(exitMachine, std::string("cannot read: ") + std::strerror(error)); };
-    struct stat status;
-    if (::fstat(file.number(), &status) == 0 && S_ISDIR(status.st_mode))
-        cannot(EISDIR);
     for (;;) {
         std::span<char> const room = _text.room();
         ssize_t const got = ::read(file.number(), room.data(), room.size());
         if (got < 0 && errno == EINTR)
             continue;
         if (got < 0)
-            cannot(errno);
+            throw Failure(exitMachine, std::string("cannot read: ") + std::strerror(errno));
         if (got == 0)
             break;
         _text.add(static_cast<std::size_t>(got));
@@ -99,7 +94,7 @@ void SourceFile::decode()
     if (text().starts_with(std::string_view("\xe0\x00\x00\x01", 4)) || text().starts_with("<?xml encoding='finf'"))
         throw Failure(exitScene, "binary X3D is not read; convert it to X3D XML first");
     _text.trim(); // some programs fill up their last block
-    _text.end();
+
     std::string_view const begin = body(); // once: it may begin behind many blanks
     if (begin.empty())
         throw Failure(exitScene, "expected an X3D scene, found nothing");

@@ -38,9 +38,10 @@ void scale(std::vector<E>& list, double factor)
 template <class FieldClass>
 bool scaleValue(Field& field, double factor)
 {
-    if (factor != 1)
-        scale(static_cast<FieldClass&>(field)._value, factor);
-    return factor != 1;
+    if (factor == 1)
+        return false;
+    scale(static_cast<FieldClass&>(field)._value, factor);
+    return true;
 }
 
 // Normals, colours and vectors of any kind have no unit.
@@ -65,7 +66,7 @@ double factorOf(std::string_view text)
 Units Units::of(Element const* root)
 {
     Units units;
-    Element const* const head = root ? findChild(*root, "head") : nullptr;
+    Element const* const head = findChild(*root, "head");
     if (head == nullptr)
         return units;
     for (Element const& unit : Children(*head, "unit")) {

@@ -38,7 +38,7 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
     if (result.status == pugi::status_out_of_memory)
         throw std::bad_alloc();
     if (!result) {
-        std::size_t const offset = std::size_t(std::max<std::ptrdiff_t>(result.offset, 0));
+        std::size_t const offset = std::size_t(result.offset);
         bool const inComment = result.status == pugi::status_bad_comment;
         throw SyntaxError(offset, std::string("not well-formed XML: ") + result.description(),
                           inComment ? std::string_view(text, offset).rfind("<!--") : SyntaxError::none);
@@ -46,7 +46,7 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
 
     pugi::xml_node const root = nextElement(document.first_child(), tree, text);
     for (pugi::xml_node at = root; at;) {
-        std::size_t const offset = std::size_t(std::max<std::ptrdiff_t>(at.offset_debug(), 1)) - 1; // of the "<"
+        std::size_t const offset = std::size_t(at.offset_debug()) - 1; // of the "<"
         tree.open(at.name(), offset);
         for (pugi::xml_attribute const& attribute : at.attributes()) {
             // Values are kept where the text had them; an empty one may not be kept at all.
@@ -68,7 +68,7 @@ void parseXml(char* text, std::size_t size, ReadLimits const& limits, ElementTre
         at = at == root ? pugi::xml_node() : next;
     }
     if (pugi::xml_node const other = nextElement(root.next_sibling(), tree, text)) // refused there
-        tree.open(other.name(), std::size_t(std::max<std::ptrdiff_t>(other.offset_debug(), 1)) - 1);
+        tree.open(other.name(), std::size_t(other.offset_debug()) - 1);
 }
 
 } // namespace Zelvan::play

@@ -92,8 +92,8 @@ TEST(ClassicSyntax, IsATreeWithPlaces)
         {"PROTO LOD [ field MFNode level [ ] ] { Group { children IS level } } LOD { level [ ] }",
          "X3D@1 (Scene@1 (ProtoDeclare@1 name=LOD@7 (ProtoInterface@11 (field@13 name=level@26 type=MFNode@19 accessType=initializeOnly@13 value=@34), ProtoBody@38 (Group@40 (IS@48 (connect@48 nodeField=children@48 protoField=level@60)))), ProtoInstance@70 name=LOD@70 (fieldValue@76 name=level@76 value=@84)))"},
         {"DEF ä-b:c.d Gr'oup+ { } DEF 1st _X { } \x1a", "X3D@1 (Scene@1 (Gr'oup+@1 DEF=ä-b:c.d@5, _X@26 DEF=1st@30))"},
-        {"\xef\xbb\xbf#X3D V3.3 utf8\r\nGroup { }\rGroup{}#end", "X3D@1 version=3.3@10 (Scene@2:1 (Group@2:1, Group@2:11))"},
-        {"#VRML Draft #2 V2.0 utf8\nGroup{}", "X3D@1 version=2.0@17 (Scene@2:1 (Group@2:1))"},
+        {"\xef\xbb\xbf#X3D V3.3 utf8\r\nGroup { }\rGroup{}#end", "X3D@1 (Scene@2:1 (Group@2:1, Group@2:11))"},
+        {"#VRML Draft #2 V2.0 utf8\nGroup{}", "X3D@1 (Scene@2:1 (Group@2:1))"},
         {"", "X3D@1 (Scene@1)"},
     });
 }
