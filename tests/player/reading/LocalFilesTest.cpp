@@ -10,12 +10,12 @@
 namespace Zelvan::play::test {
 namespace {
 
-/// A scene in "in/", which has links to what is inside and outside, and pipes that nobody writes into.
+/// A scene in "in/", which has links to what is inside and outside, pipes that nobody writes into, and a socket.
 struct Links {
     Links()
     {
         for (char const* const file :
-             {"in/main.x3d", "in/parts/a.x3d", "in/deep/sc/s.x3d", "in/deep/er/t.x3d", "in/%61", "secret.x3d"})
+             {"in/main.x3d", "in/parts/a.x3d", "in/sc/s.x3d", "in/deep/sc/s.x3d", "in/deep/er/t.x3d", "in/%61", "secret.x3d"})
             folder.add(file, file);
         std::filesystem::create_directory(folder.path("elsewhere"));
         auto const link = [&](std::string const& to, char const* from) {
@@ -23,13 +23,17 @@ struct Links {
         };
         link("../elsewhere", "in/sub");
         link("deep/er", "in/link");
-        link(folder.path("in/parts/a.x3d"), "in/absolute");
-        link("absolute", "in/twice");
+        link(folder.path("in/parts/a.x3d"), "in/a");
+        link("a", "in/twice");
         link("../secret.x3d", "in/out.x3d");
         link("loop", "in/loop");
+        link("main.x3d", "in/c0");
+        for (int i = 1; i <= 40; ++i)
+            link("c" + std::to_string(i - 1), ("in/c" + std::to_string(i)).c_str());
         link("pipe", "in/to-pipe");
         ::mkfifo(folder.path("in/pipe").c_str(), 0600);
         ::mkfifo(folder.path("x.x3d").c_str(), 0600);
+        ::mknod(folder.path("in/sock").c_str(), S_IFSOCK | 0600, 0);
     }
     Folder folder;
 };
@@ -47,20 +51,25 @@ TEST(LocalFiles, OpenWhatIsInTheFolderWhateverLeadsThere)
         {"parts/a.x3d", "in/parts/a.x3d"},
         {"./parts/..//parts/./a.x3d", "in/parts/a.x3d"},
         {"file://parts/a.x3d", "in/parts/a.x3d"},
+        {"file:parts/a.x3d", "in/parts/a.x3d"},
         {links.folder.path("in/parts/a.x3d"), "in/parts/a.x3d"},
         {"../in/parts/a.x3d", "in/parts/a.x3d"},
         {"link/t.x3d", "in/deep/er/t.x3d"},
         {"link/../sc/s.x3d", "in/deep/sc/s.x3d"},
-        {"absolute", "in/parts/a.x3d"},
+        {"a", "in/parts/a.x3d"},
         {"twice", "in/parts/a.x3d"},
         {"parts/%61.x3d", "in/parts/a.x3d"},
         {"%61", "in/%61"},
-        {"sc/s.x3d", none},
+        {"sc/s.x3d", "in/sc/s.x3d"},
+        {"main.x3d%00", none},
+        {"%6gx", "%6gx: cannot open"},
         {"-", none},
         {"./-", none},
         {"none/../main.x3d", none},
         {"main.x3d/a", "cannot open: Not a directory"},
         {"loop", "cannot open: Too many levels"},
+        {"c39", "in/main.x3d"},
+        {"c40", "cannot open: Too many levels"},
         {"sub/../x.x3d", outside},
         {"sub/../secret.x3d", outside},
         {"sub/../none", outside},
@@ -74,9 +83,14 @@ TEST(LocalFiles, OpenWhatIsInTheFolderWhateverLeadsThere)
         {"parts/", noFile},
         {"pipe", noFile},
         {"to-pipe", noFile},
-        {"http://x/y.x3d", "is not a local file"},
+        {"sock", noFile},
+        {"c:x", "c:x: cannot open"}, // of one letter: a drive
+        {"ab:x", "is not a local file"},
         {"az09+.-AZ:x", "is not a local file"},
+        {std::string(1000, 'a'), "cannot open: File name too long"},
         {std::string(1001, 'a'), "is longer than a file's name"},
+        {times(64, "./") + "main.x3d", "in/main.x3d"},
+        {times(65, "./") + "main.x3d", "is longer than a file's name"},
     };
     LocalFiles files;
     OpenedFile const scene = files.openScene(links.folder.path("in/main.x3d"), "");
