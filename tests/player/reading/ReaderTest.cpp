@@ -187,17 +187,19 @@ TEST(Reader, RefusesWhatItDoesNotReadByName)
         utf16 += {c, '\0'};
     std::vector<Case> cases = {
         {"", exitScene, "expected an X3D scene, found nothing"},
+        {std::string(1, '\0'), exitScene, "expected an X3D scene, found nothing"},
         {"\xff\xfe", exitScene, "expected an X3D scene, found nothing"},
+        {"\xff\xfe<", exitScene, "not valid UTF-16LE at byte 2"},
         {"hello", exitScene, "expected X3D XML or VRML"},
         {"<X3D><Scene>", exitScene, "error: not well-formed XML"},
-        {"<html/>", exitScene, "HTML is not read: write its <X3D> element into a file of its own"},
+        {" \t\r\n<html/>", exitScene, "HTML is not read: write its <X3D> element into a file of its own"},
         {"{ \"X3D\": {} }", exitScene, "X3D JSON is not read"},
         {std::string("\xe0\x00\x00\x01\x00", 5), exitScene, "binary X3D is not read"},
         {"#VRML V1.0 ascii", exitScene, "VRML 1.0 is not read"},
         {"<X3D><Scene>\n\xff</Scene></X3D>", exitScene, ":2:1: error: expected UTF-8 text"},
         {"<Scene><Group DEF='\xe0\xa0\x80\xed\x9f\xbf\xf0\x90\x80\x80\xf4\x8f\xbf\xbf\xc2\x80'/></Scene>", exitFine,
          "\xe0\xa0\x80\xed\x9f\xbf\xf0\x90\x80\x80\xf4\x8f\xbf\xbf\xc2\x80"},
-        {"<?xml version='1.0' encoding='klingon'?><X3D/>", exitScene, "unknown encoding \"KLINGON\""},
+        {"<?xml version='1.0' encoding='azkaban'?><X3D/>", exitScene, "unknown encoding \"AZKABAN\""},
         {"\x1f\x8bxyz", exitScene, "damaged gzip data"},
         {"\x1f\x8b\b" + std::string(9, '\0'), exitScene, "gzip data ends too early"},
         {utf16, exitFine, "S"},
@@ -205,8 +207,14 @@ TEST(Reader, RefusesWhatItDoesNotReadByName)
          exitFine, "\u00e4&e;"},
     };
     Folder const folder;
-    for (std::string const bad : {"\xe0\x9f\xbf", "\xed\xa0\x80", "\xf0\x8f\xbf\xbf", "\xf4\x90\x80\x80", "\xc1\xbf", "\xc2"})
-        cases.push_back({"<Scene>" + bad + "</Scene>", exitScene, ":1:8: error: expected UTF-8 text"});
+    for (std::string const bad :
+         {"\xe0\x9f\xbf", "\xed\xa0\x80", "\xf0\x8f\xbf\xbf", "\xf4\x90\x80\x80", "\xc1\xbf", "\xc2", "\x80"})
+        cases.push_back(
+            {"<Scene>" + bad + "</Scene>", exitScene, ":1:8: error: expected UTF-8 text, found a byte that does not fit in"});
+    cases.push_back({"<Scene>WhatIsIt" + std::string(1, '\0') + "</Scene>", exitScene,
+                     ":1:16: error: expected UTF-8 text, found a zero byte"});
+    for (std::string const same : {"UTF-8", "utf8", "us-ascii", "ASCII"})
+        cases.push_back({"<?xml version='1.0' encoding='" + same + "'?>\n\xff", exitScene, ":2:1: error: expected UTF-8 text"});
     for (Case const& c : cases) {
         std::ostringstream out;
         Diagnostics diagnostics(out);
@@ -418,11 +426,12 @@ TEST(Reader, TakesWhatCanOnlyMeanOneThing)
         {"Group { Shape { } }", "2:9: expected a field, found \"Shape\": read as one of the children"},
         {"PROTO P [ field SFFloat x field SFNode n exposedField MFNode m ] { Group { children IS m } } P { x 3 }",
          "2:25: the field \"x\" has no value|2:40: the field \"n\" has no value|2:62: the field \"m\" has no value"},
-        {"Script { field SFFloat x eventIn SFTime t field SFNode n }",
+        {"Script { field SFFloat x eventIn SFTime t field SFNode n } EXTERNPROTO E [ field SFFloat x ] \"n.wrl\"",
          "2:24: the field \"x\" has no value|2:56: the field \"n\" has no value"},
+        {"Script { field SFNode n Box { } Box { } }", "2:33: expected a field, found \"Box\": read as one of the children"},
         {"Transform { translation 1 2 3 ] } }", "2:31: \"]\" closes nothing|2:35: \"}\" closes nothing"},
-        {"Vendor { mode HIGH title 'abc' }",
-         "2:15: \"HIGH\" is no value of \"mode\", and passed over|2:26: \"'abc'\" is no value of \"title\""},
+        {"Vendor { mode HIGH title 'abc' } PROTO P [ field SFString x \"\" ] { } P { x HIGH }",
+         "2:15: \"HIGH\" is no value of \"mode\", and passed over|2:26: \"'abc'\" is no value of \"title\"|2:76: \"HIGH\" is no value of \"x\""},
         {"Shape { geometry DEF G NULL }", "2:18: NULL has the name \"G\", but is no node"},
         {"DEF J ScalarInterpolator { key [ 0 1 ] key [ 0 .5 1 ] }", "2:46: J.key is given twice; the last one counts"},
         {"DEF J scalarInterpolator { key [ 0 1 ] }",
@@ -458,8 +467,10 @@ TEST(Reader, TakesWhatCanOnlyMeanOneThing)
     }
     std::string const padded = header + one + std::string(3, '\0');
     EXPECT_EQ(ReadScene(padded, {}, "s.wrl").messages(), "");
-    EXPECT_EQ(ReadScene("# mine\n#vrml v2.0 utf8\n" + one, {}, "s.wrl").messages(),
-              "s.wrl:2:1: warning: the line \"#vrml v2.0 utf8\" is not the first one\n");
+    EXPECT_EQ(ReadScene("# Mine, V2.1\n" + times(18, "#\n") + "#vrml v2.0 utf8\n" + one, {}, "s.wrl").messages(),
+              "s.wrl:20:1: warning: the line \"#vrml v2.0 utf8\" is not the first one\n");
+    EXPECT_THROW(ReadScene(times(20, "#\n") + header + one, {}, "s.wrl"), Failure);
+    EXPECT_EQ(ReadScene("<X3D><Scene><!--\n" + header + "--></Scene></X3D>", {}, "s.wrl").messages(), "");
 }
 
 TEST(Reader, ConvertsTheUnitsOfTheFileThatStatesThem)
