@@ -82,7 +82,7 @@ TEST(Reader, NamesPlaceFieldAndExpectationOfWhatIsWrong)
         {"<ExternProtoDeclare name='E' url='\"scene.x3d\"'/><ProtoInstance name='E'/><ProtoInstance name='E'/>",
          "scene.x3d:3:1: warning: \"scene.x3d\" declares no PROTO\n"},
         {"<ExternProtoDeclare name='E' url='\"scene.x3d#F\"'/><ExternProtoDeclare name='F' url='\"#E\"'/><ProtoInstance name='E'/>",
-         "scene.x3d:3:"},
+         "scene.x3d:3:1: warning: \"scene.x3d\" declares no PROTO \"F\"\n"},
         {"<ExternProtoDeclare name='E' url='\"scene.x3d#Foo\"'/><ProtoDeclare name='foo'><ProtoBody/></ProtoDeclare><ProtoInstance name='E'/>",
          "scene.x3d:3:1: warning: \"scene.x3d\" declares no PROTO \"Foo\"; did you mean \"foo\"?\n"},
         {"<Group/><Foo><ExternProtoDeclare name='E' url='\"none.x3d\"'/></Foo>", ""},
@@ -91,19 +91,20 @@ TEST(Reader, NamesPlaceFieldAndExpectationOfWhatIsWrong)
         {"<Group DEF='S'/><Foo DEF='S'/><ROUTE fromNode='S' fromField='a' toNode='S' toField='b'/>",
          "scene.x3d:3:17: warning: DEF \"S\" is taken already; a USE or ROUTE means the nearest one before it"},
         {"<ScalarInterpolator DEF='S' key='1e-50 2' style='a' class='b' id='c' xml:lang='d'><MetadataString name='m'/>"
-         "</ScalarInterpolator><Inline DEF='I' url='\"no\\\"ne.x3d\"'/>",
-         "scene.x3d:3:130: warning: no\"ne.x3d: cannot open: No such file or directory\n"},
+         "</ScalarInterpolator><Inline DEF='I' url='\"no\\\"ne.x3d\\'/>",
+         "scene.x3d:3:130: warning: no\"ne.x3d\\: cannot open: No such file or directory\n"},
         {"<Inline url='\"http://x/y.x3d#a\" \"none.x3d\" \"none.x3d\"'/>",
          "scene.x3d:3:1: note: none of its urls can be read: \"http://x/y.x3d\" is not a local file, and nothing is fetched; "
          "none.x3d: cannot open: No such file or directory\n"},
         {"<ScalarInterpolator DEF='S' key='0\r\n1\r\n\r\nx'/>",
          "scene.x3d:6:1: error: S.key (MFFloat): expected a number, found \"x\""},
-        {"<Group USE='Nobody'/>", "scene.x3d:3:1: warning: USE \"Nobody\": no node before this one has that DEF name"},
+        {"<Group USE='a\tb\nc\rd'/>", "scene.x3d:3:1: warning: USE \"a b c d\": no node before this one has that DEF name"},
         {"<ProtoInstance name='P'/>", "scene.x3d:3:1: warning: no PROTO is named \"P\""},
         {"<ProtoDeclare name='P'><ProtoBody><ProtoInstance name='P'/></ProtoBody></ProtoDeclare><ProtoInstance name='P'/>",
          "scene.x3d:3:35: error: PROTO \"P\" contains itself"},
-        {"<Inline url='\"http://x/y.x3d\"'/>", "scene.x3d:3:1: note: \"http://x/y.x3d\" is not a local file, and nothing"},
-        {"<Inline url='\"http://" + std::string(1000, 'x') + "\"'/>",
+        {"<Inline url='\"http://" + std::string(993, 'x') + "\"'/>",
+         "scene.x3d:3:1: note: \"http://" + std::string(993, 'x') + "\" is not a local file, and nothing"},
+        {"<Inline url='\"http://" + std::string(994, 'x') + "\"'/>",
          "scene.x3d:3:1: note: \"http://" + std::string(33, 'x') + "...\" is not a local file"},
         {"<Inline url='\"../other.x3d\"'/>", "scene.x3d:3:1: note: \"../other.x3d\" lies outside the scene's folder"},
         {"<Inline url='\"scene.x3d\"'/>", "scene.x3d:3:1: warning: \"scene.x3d\" inlines itself"},
@@ -250,30 +251,45 @@ TEST(Reader, HoldsItsLimitsAtTheLimitAndOneAbove)
     limits.elements = 3; // six tags: the first line and those of root element and Scene are five
     EXPECT_EQ(status("<Group/>", limits), 0);
     EXPECT_EQ(status("<Group/><Group/>", limits), exitScene);
+    EXPECT_EQ(status("<Group/>" + times(20, "\n"), limits), 0); // eight times as many lines, and the last one
+    EXPECT_EQ(status("<Group/>" + times(21, "\n"), limits), exitScene);
     limits = {};
     limits.nodes = 2;
     EXPECT_EQ(status("<Group DEF='a'/><Group DEF='b'/>", limits), 0);
     EXPECT_EQ(status("<Group DEF='a'/><Group DEF='b'/><Group DEF='c'/>", limits), exitScene);
     limits = {};
-    // In tenths: 10 for the instance, a node in it, a ROUTE, an EXPORT, a field that an IS leads to, a ROUTE more by that; 5 for a connect, 3 for
-    // an interface field, 2 for an attribute, 1 for an element, and for 16 bytes of a name or a value. 100, and 1 for each <a/>.
-    limits.expanded = 10;
-    for (auto const& [more, expected] : {std::pair(8u, 0), {9u, 1}})
+    // In tenths: 10 for an instance, a node in it, a ROUTE, an EXPORT, a field that an IS leads to, a ROUTE more by that, a field of a Script or of
+    // an EXTERNPROTO that is not there; 5 for a connect, 3 for an interface field, 2 for an attribute, 1 for an element, and for 16 bytes of a
+    // name or a value. 173, and 1 for each <a/>.
+    limits.expanded = 17;
+    std::string const def(15, 'i'), field(16, 'f');
+    for (auto const& [more, expected] : {std::pair(6u, 0), {7u, 1}})
         EXPECT_EQ(
             status(
-                "<ProtoDeclare name='P'><ProtoInterface><field name='f'/></ProtoInterface><ProtoBody><ScalarInterpolator"
-                " key='0 0 0 0 0 0'><IS><connect nodeField='set_fraction' protoField='f'/>"
-                "<connect nodeField='set_fraction' protoField='f'/></IS></ScalarInterpolator>"
-                "<ThatNobodyKnowsX/><ROUTE/><EXPORT/>"
-                    + times(more, "<a/>")
-                    + "</ProtoBody></ProtoDeclare><TimeSensor DEF='T'/>"
-                      "<ProtoInstance name='P' DEF='I'/><ROUTE fromNode='T' fromField='fraction_changed' toNode='I' toField='f'/>",
+                "<ExternProtoDeclare name='E' url='\"none.x3d\"'><field name='e'/></ExternProtoDeclare>"
+                "<ProtoDeclare name='P'><ProtoInterface><field name='"
+                    + field
+                    + "'/><field name='k' value='0 0 0 0 0 0 0 0 '/></ProtoInterface>"
+                      "<ProtoBody><ScalarInterpolator key='0 0 0 0 0 0'><IS><connect nodeField='set_fraction' protoField='"
+                    + field
+                    + "'/>"
+                      "<connect nodeField='set_fraction' protoField='"
+                    + field
+                    + "'/><connect nodeField='key' protoField='k'/></IS></ScalarInterpolator>"
+                      "<ThatNobodyKnowsX/><ROUTE/><EXPORT/><Script DEF='S'><field name='s'/></Script><ProtoInstance name='E'/>"
+                    + times(more, "<a/>") + "</ProtoBody></ProtoDeclare><TimeSensor DEF='T'/><ProtoInstance name='P' DEF='"
+                    + def
+                    + "'/>"
+                      "<ROUTE fromNode='T' fromField='fraction_changed' toNode='"
+                    + def + "' toField='" + field + "'/>",
                 limits),
             expected)
             << more;
     limits = {};
-    EXPECT_EQ(status("<Group DEF='" + std::string(1000, 'n') + "'/>", limits), 0);
-    EXPECT_EQ(status("<Group DEF='" + std::string(1001, 'n') + "'/>", limits), exitScene);
+    std::string const longest(1000, 'n');
+    EXPECT_EQ(status('<' + longest + " DEF='" + longest + "'/>", limits), 0);
+    EXPECT_EQ(status('<' + longest + "n DEF='a'/>", limits), exitScene);
+    EXPECT_EQ(status("<Group DEF='" + longest + "n'/>", limits), exitScene);
     std::string const body = "<Group/>";
     limits.bytes = x3d(body).size();
     EXPECT_EQ(status(body, limits), 0);
@@ -369,15 +385,16 @@ TEST(Reader, SaysWhereInTheAuthorsOwnFile)
          "scene.wrl:4:3: error: expected a number or \"]\", found \"x1\" (opened at 3:7)"},
         {"#VRML V2.0 utf8\nDEF S ScalarInterpolator {\n  keyValue [ 0 1,\n 2 3-4 ] }",
          "scene.wrl:4:4: error: S.keyValue (MFFloat): expected a number, found \"3-4\"; the field keeps its default\n"},
-        {"#VRML V2.0 utf8\nDEF T TransformationInterpolator { mode \"linear\" }",
-         "scene.wrl:2:42: error: T.mode (SFString): expected one of: matrix, component, found \"linear\"; the field keeps its default\n"},
+        {"\n#VRML V2.0 utf8\nDEF T TransformationInterpolator { mode \"linear\" }",
+         "scene.wrl:3:42: error: T.mode (SFString): expected one of: matrix, component, found \"linear\"; the field keeps its default\n"},
         {"#VRML V2.0 utf8\nDEF S ScalarInterpolator { keys 1 }\nROUTE S.value_changed TO s.x",
          "scene.wrl:2:33: warning: S: a ScalarInterpolator has no field \"keys\"; did you mean \"key\"?\n"
          "scene.wrl:3:1: warning: ROUTE S.value_changed TO s.x: no node has the DEF name \"s\"; did you mean \"S\"?\n"},
-        {"#VRML V2.0 utf8\n# \xe4\nGroup { children [ Inline { url \"\xe9.wrl\" } ]\n}",
-         "scene.wrl:2:3: warning: expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1\n"
+        {"#VRML V2.0 utf8\n# \xc3\xa4\xe4\nGroup { children [ Inline { url \"\xe9.wrl\" } ]\n}",
+         "scene.wrl:2:5: warning: expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1\n"
          "scene.wrl:3:20: warning: \u00e9.wrl: cannot open: No such file or directory\n"},
-        {"#X3D V3.3 utf8\n\nGroup { children [\n  Transform { }",
+        // Of 64 bytes.
+        {"#X3D V3.3 utf8\n# \u00e4xxxxxxxxxx\nGroup { children [\n  Transform { }",
          "scene.wrl:4:16: error: expected a node or \"]\", found the end of the file (opened at 3:18)"},
         {"#VRML V2.0 utf8\r# one\r\n# two\r\rGroup {[",
          "scene.wrl:5:8: error: expected a field or \"}\", found \"[\" (opened at 5:7)"},
@@ -476,7 +493,7 @@ TEST(Reader, TakesWhatCanOnlyMeanOneThing)
 TEST(Reader, ConvertsTheUnitsOfTheFileThatStatesThem)
 {
     std::string const units =
-        "<head><unit category='angle' name='degree' conversionFactor='0.5'/><unit category='length' name='cm' conversionFactor='0.25'/>"
+        "<head><unit category='angle' name='degree' conversionFactor='0.5'/><unit category='length' name='cm' conversionFactor=' +2'/>"
         "<unit category='mass' name='t' conversionFactor='1000'/><unit category='force' conversionFactor='x'/></head>";
     std::string const nodes =
         "<OrientationInterpolator DEF='O' key='0 1' keyValue='0 0 2 1 1 0 0 -3'/><PositionInterpolator DEF='P' keyValue='1 2 4'/>"
@@ -486,7 +503,10 @@ TEST(Reader, ConvertsTheUnitsOfTheFileThatStatesThem)
         "<ProtoDeclare name='Q'><ProtoInterface><field name='a' type='MFRotation' value='0 0 1 4'/></ProtoInterface><ProtoBody>"
         "<OrientationInterpolator DEF='O'><IS><connect nodeField='keyValue' protoField='a'/></IS></OrientationInterpolator></ProtoBody></ProtoDeclare>";
     Folder const folder;
-    folder.add("plain.x3d", x3d(nodes));
+    folder.add(
+        "plain.x3d",
+        "<X3D><head><unit category='angle' conversionFactor='0'/><unit category='length' conversionFactor='x'/></head><Scene>"
+            + nodes + "</Scene></X3D>");
     folder.add("protos.x3d", x3d(proto));
     std::string const file = folder.add(
         "scene.x3d",
@@ -500,11 +520,11 @@ TEST(Reader, ConvertsTheUnitsOfTheFileThatStatesThem)
     EXPECT_EQ(out.str(), "");
     auto const value = [&](char const* node) { return fieldOf(*scene->find(node), "keyValue")->getValueAsStr(); };
     for (auto const& [node, expected] : {std::pair{"O", "0 0 2 0.5 1 0 0 -1.5"},
-                                         {"P", "0.25 0.5 1"},
-                                         {"C", "0.25 0.5 1 2"},
+                                         {"P", "2 4 8"},
+                                         {"C", "2 4 8 16"},
                                          {"N", "0 0 1"},
                                          {"S", "4"},
-                                         {"V", "1 1 1"},
+                                         {"V", "8 8 8"},
                                          {"I/O", "0 0 2 1 1 0 0 -3"},
                                          {"I/P", "1 2 4"},
                                          {"A/O", "0 0 1 4"},
