@@ -394,8 +394,8 @@ TEST(Reader, SaysWhereInTheAuthorsOwnFile)
          "scene.wrl:2:5: warning: expected UTF-8 text, found a byte that does not fit in; the file is read as Latin-1\n"
          "scene.wrl:3:20: warning: \u00e9.wrl: cannot open: No such file or directory\n"},
         // Of 64 bytes.
-        {"#X3D V3.3 utf8\n# \u00e4xxxxxxxxxx\nGroup { children [\n  Transform { }",
-         "scene.wrl:4:16: error: expected a node or \"]\", found the end of the file (opened at 3:18)"},
+        {"#X3D V3.3 utf8\n\nGroup { children [\n  Transform { } # \u00e4xxxxxxxxx",
+         "scene.wrl:4:29: error: expected a node or \"]\", found the end of the file (opened at 3:18)"},
         {"#VRML V2.0 utf8\r# one\r\n# two\r\rGroup {[",
          "scene.wrl:5:8: error: expected a field or \"}\", found \"[\" (opened at 5:7)"},
         // Columns are characters, in both syntaxes; a byte order mark is none.
