@@ -172,9 +172,13 @@ std::string SceneFiles::picture(std::string_view urls, SceneFile const& from, st
     };
     for (std::string const& url : quotedStrings(urls))
         try {
-            if (url.starts_with("data:image/") && url.size() <= room) {
-                room -= url.size();
-                return url;
+            if (url.starts_with("data:image/")) {
+                if (url.size() <= room) {
+                    room -= url.size();
+                    return url;
+                }
+                cannot("a picture in its url is more than pictures may be in all");
+                continue;
             }
             OpenedFile const opened = _local.open(url, from.folder);
             std::string const bytes = opened.descriptor.read(room + 1);
