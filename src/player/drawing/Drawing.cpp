@@ -16,10 +16,8 @@ void add(Range& range, std::vector<double> const& places)
             range.add(place);
 }
 
-Span spanOf(Range range, std::vector<double> const& keys)
+Span spanOf(Range const& range)
 {
-    if (!range.any)
-        add(range, keys);
     if (!range.any)
         return {};
     // Something to divide by, for a single sample too.
@@ -63,23 +61,19 @@ Span axisOf(Curve const& curve)
 {
     Range range;
     add(range, curve.track->times);
-    return spanOf(range, curve.keys);
+    return spanOf(range);
 }
 
 Span axisOf(std::vector<Curve> const& curves)
 {
     Range range;
-    std::vector<double> keys;
-    for (Curve const& curve : curves) {
+    for (Curve const& curve : curves)
         add(range, curve.track->times);
-        keys.insert(keys.end(), curve.keys.begin(), curve.keys.end());
-    }
-    return spanOf(range, keys);
+    return spanOf(range);
 }
 
 Drawing drawingOf(Curve const& curve, PictureOptions const& options, Span axis, std::size_t columns)
 {
-    columns = std::max<std::size_t>(columns, 1);
     Track const& track = *curve.track;
     Samples const samples(track);
     Drawing drawing;

@@ -7,7 +7,7 @@ namespace Zelvan::play {
 Elements elementsOf(Samples const& samples, std::size_t most)
 {
     Elements elements;
-    if (!samples.block() || samples.width() > 3 || samples.size() == 0 || samples.largestBlock() == 0)
+    if (!samples.block() || samples.width() > 3 || samples.largestBlock() == 0)
         return elements;
     constexpr std::size_t mostElements = 400; // more cannot be told apart
     auto const apart = [](std::size_t count, std::size_t wanted) {

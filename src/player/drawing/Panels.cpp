@@ -119,7 +119,7 @@ void breakAtWraps(Panel& panel)
 }
 
 /// The scale that shows all of a panel's values, and `atLeast`.
-Span scaleOf(Panel const& panel, std::optional<Span> const& atLeast, bool doubles)
+Span scaleOf(Panel const& panel, std::optional<Span> const& atLeast, bool doubles = false)
 {
     Range range;
     for (Line const& line : panel.lines)
@@ -151,14 +151,13 @@ void quantities(Kind kind, double const* number, double* quantity, std::size_t c
 {
     switch (kind) {
     case Kind::numbers: std::copy(number, number + count, quantity); return;
-    case Kind::colour:
+    case Kind::colour: {
         std::copy(number, number + 3, quantity);
         odd.outside = odd.outside || !std::all_of(number, number + 3, [](double c) { return c >= 0 && c <= 1; });
-        if (count > 3) {
-            Hsv const hsv = hsvOf(number);
-            quantity[3] = hsv.saturation > greyest ? hsv.hue : gap;
-        }
+        Hsv const hsv = hsvOf(number);
+        quantity[3] = hsv.saturation > greyest ? hsv.hue : gap; // of a block no line shows it
         return;
+    }
     case Kind::rotation: turning.next(UnitQuaternion::ofAxisAngle(number), quantity); return;
     case Kind::matrix: {
         MatrixParts const parts = partsOf(number);
@@ -204,7 +203,7 @@ std::vector<Panel> plannedPanels(Samples const& samples, std::vector<double> con
         panels[p].component =
             samples.block() && samples.kind() != Kind::rotation && samples.kind() != Kind::matrix ? int(p) : -1;
         for (unsigned i = 0; i < plans[p].names.size(); ++i)
-            panels[p].lines.push_back({plans[p].names[i], std::min(plans[p].colour + i, 3u), {}, {}, {}});
+            panels[p].lines.push_back({plans[p].names[i], plans[p].colour + i, {}, {}, {}});
         for (Line& line : panels[p].lines) {
             reserve(line, samples.size(), samples.block());
             lines.push_back(&line);
@@ -229,7 +228,7 @@ void addSizes(Samples const& samples, std::vector<Panel>& panels, std::vector<st
     facts.push_back(sizes.low == sizes.high ? most : roundNumber(sizes.low) + " … " + most);
     if (sizes.low == sizes.high)
         return;
-    panel.scale = scaleOf(panel, Span{0, 1}, false);
+    panel.scale = scaleOf(panel, Span{0, 1});
     panels.push_back(std::move(panel));
 }
 
@@ -237,14 +236,13 @@ void addSizes(Samples const& samples, std::vector<Panel>& panels, std::vector<st
 Panel speedOf(Samples const& samples, std::vector<double> const& seams, std::string const& axisTitle)
 {
     std::size_t const open = axisTitle.find('('), close = axisTitle.find(')');
-    std::string const per =
-        open < close && close != std::string::npos ? axisTitle.substr(open + 1, close - open - 1) : axisTitle;
-    Panel panel{"angular speed", "° per " + per, {}, {{"speed", 3, {}, {}, {}}}, {}};
+    // All of it where it has no brackets.
+    Panel panel{"angular speed", "° per " + axisTitle.substr(open + 1, close - open - 1), {}, {{"speed", 3, {}, {}, {}}}, {}};
     reserve(panel.lines[0], samples.size() - 1, samples.block());
     for (std::size_t s = 1; s < samples.size(); ++s) {
         double const from = samples.times()[s - 1], to = samples.times()[s];
         panel.times.push_back(std::midpoint(from, to));
-        if (to <= from || seamWithin(seams, from, to))
+        if (seamWithin(seams, from, to))
             continue;
         Gather gather;
         for (std::size_t i = 0; i < std::min(samples.elements(s - 1), samples.elements(s)); ++i)
@@ -253,7 +251,7 @@ Panel speedOf(Samples const& samples, std::vector<double> const& seams, std::str
                        / (to - from));
         gather.into(panel.lines[0], s - 1);
     }
-    panel.scale = scaleOf(panel, Span{0, 1e-3}, false);
+    panel.scale = scaleOf(panel, Span{0, 1e-3});
     return panel;
 }
 
@@ -268,7 +266,7 @@ void foldFlat(std::vector<Panel>& panels)
                 add(range, line.*values);
                 double const least = panel.title.ends_with("axis") ? 10 : 0;
                 double const size = std::max({std::abs(range.low), std::abs(range.high), least});
-                return range.high - range.low <= size * (panel.unit == "s" ? 1e-14 : 1e-5);
+                return range.high - range.low <= size * 1e-5;
             });
         });
     };
@@ -312,9 +310,9 @@ Range rangeOf(Line const& line)
 std::string rangeText(Range const& range, int digits)
 {
     double const size = std::max(std::abs(range.low), std::abs(range.high));
-    double const step = size < 1e-200 ? 0 : std::pow(10., std::floor(std::log10(size)) - digits + 1);
+    double const step = size < 1e-200 ? 1 : std::pow(10., std::floor(std::log10(size)) - digits + 1);
     auto const rounded = [&](double value) {
-        return std::abs(value) < step / 2 || step == 0 ? "0" : roundNumber(std::round(value / step) * step, 10);
+        return std::abs(value) < step / 2 ? "0" : roundNumber(std::round(value / step) * step, 10);
     };
     std::string const low = rounded(range.low), high = rounded(range.high);
     return low == high ? low : low + " … " + high;

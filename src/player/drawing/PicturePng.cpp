@@ -83,11 +83,12 @@ void writePng(std::ostream& out, std::vector<Curve> const& curves, PictureOption
         rsvg_handle_new_from_data_(reinterpret_cast<guint8 const*>(svg.data()), svg.size(), &error), g_object_unref_);
     if (handle == nullptr)
         failWithError();
-    double width = 0, height = 0;
-    rsvg_handle_get_intrinsic_size_in_pixels_(handle.get(), &width, &height);
+    RsvgRectangle whole{};
+    rsvg_handle_get_intrinsic_size_in_pixels_(handle.get(), &whole.width, &whole.height);
     // Two pixels for a unit, as sharp screens have; a surface has no more than 32767 of them.
-    double const scale = std::min(2., 32000 / std::max({width, height, 1.}));
-    RsvgRectangle const whole{0, 0, width * scale, height * scale};
+    double const scale = std::min(2., 32000 / std::max(whole.width, whole.height));
+    whole.width *= scale;
+    whole.height *= scale;
     std::unique_ptr<cairo_surface_t, decltype(cairo_surface_destroy_)> const surface(
         cairo_image_surface_create_(CAIRO_FORMAT_RGB24, int(whole.width), int(whole.height)), cairo_surface_destroy_);
     require(cairo_surface_status_(surface.get()));

@@ -17,9 +17,9 @@ constexpr std::size_t mostTracks = 200; ///< beyond, nobody looks at a picture
 /// Splits a text into lines of at most `letters` characters; what does not fit on the last one ends in "…".
 std::vector<std::string> wrapped(std::string_view text, double width, std::size_t most)
 {
-    std::size_t const letters = std::max<std::size_t>(std::size_t(width / letter), 8);
+    std::size_t const letters = std::size_t(width / letter);
     std::vector<std::string> lines;
-    while (!text.empty() && lines.size() < most) {
+    while (!text.empty()) {
         std::size_t bytes = 0, count = 0, blank = 0;
         for (; bytes < text.size() && count <= letters; ++bytes)
             if ((text[bytes] & 0xc0) != 0x80 && ++count <= letters && text[bytes] == ' ')
@@ -30,14 +30,13 @@ std::vector<std::string> wrapped(std::string_view text, double width, std::size_
         }
         --bytes; // the first byte of the character that is one too many
         if (lines.size() + 1 == most) {
-            while (bytes > 0 && (text[--bytes] & 0xc0) == 0x80)
+            while ((text[--bytes] & 0xc0) == 0x80)
                 ;
             lines.push_back(std::string(text.substr(0, bytes)) + "…");
             return lines;
         }
-        std::size_t const end = blank > 0 ? blank : bytes;
-        lines.emplace_back(text.substr(0, end));
-        text.remove_prefix(blank > 0 ? end + 1 : end);
+        lines.emplace_back(text.substr(0, blank)); // what takes several lines begins with short words
+        text.remove_prefix(blank + 1);
     }
     return lines;
 }

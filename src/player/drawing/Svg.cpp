@@ -76,21 +76,24 @@ void Pen::to(double x, double y)
     }
     // Straight on as long as one line from the corner passes all points since at a tenth of a unit.
     constexpr double near = 0.1;
-    for (int attempt = 0; attempt < 2; ++attempt) {
+    auto const straightOn = [&] {
         double const along = at.x - _from.x, reach = std::hypot(along, at.y - _from.y);
         if (reach < near && _reach == 0)
-            break;
+            return true;
         double direction = std::atan2(at.y - _from.y, along);
         if (_reach != 0) // continued from the directions before
             direction += 2 * std::numbers::pi * std::round(((_low + _high) / 2 - direction) / (2 * std::numbers::pi));
-        if (reach >= _reach && (_reach == 0 || (direction >= _low && direction <= _high))) {
-            double const slack = std::asin(std::min(1., near / reach));
-            _low = _reach == 0 ? direction - slack : std::max(_low, direction - slack);
-            _high = _reach == 0 ? direction + slack : std::min(_high, direction + slack);
-            _reach = reach;
-            break;
-        }
+        if (reach < _reach || direction < _low || direction > _high)
+            return false;
+        double const slack = std::asin(std::min(1., near / reach));
+        _low = std::max(_low, direction - slack);
+        _high = std::min(_high, direction + slack);
+        _reach = reach;
+        return true;
+    };
+    if (!straightOn()) {
         turn(_last);
+        straightOn();
     }
     _last = at;
 }

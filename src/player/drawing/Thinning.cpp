@@ -67,8 +67,7 @@ bool thin(Panel& panel, Span axis, std::size_t columns)
     if (panel.times.size() <= 2 * columns)
         return false;
     auto const columnOf = [&](double time) {
-        double const column = (time - axis.low) / axis.width() * double(columns);
-        return column < 0 ? 0 : column < double(columns) ? std::size_t(column) : columns;
+        return std::size_t(std::clamp((time - axis.low) / axis.width() * double(columns), 0., double(columns)));
     };
     Panel thinned{panel.title, panel.unit, {}, {}, panel.scale, panel.component, panel.flat};
     for (Line const& line : panel.lines)

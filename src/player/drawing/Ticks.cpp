@@ -34,7 +34,7 @@ std::string tickLabel(double tick, std::vector<double> const& ticks)
     double const step = ticks.size() > 1 ? ticks[1] - ticks[0] : 0;
     double const largest = std::max(std::abs(ticks.front()), std::abs(ticks.back()));
     int const digits = step > 0 ? int(std::ceil(std::log10(largest / step))) + 2 : 0;
-    return std::abs(tick) < step * 1e-9 ? "0" : roundNumber(tick, std::clamp(digits, 7, 15));
+    return tick == 0 ? "0" : roundNumber(tick, std::clamp(digits, 7, 15));
 }
 
 } // namespace Zelvan::play
