@@ -74,7 +74,7 @@ std::vector<Recorded> oddTracks()
     odd.emplace_back("None", SFFloatType, Values{}, one);
     odd.emplace_back("Single", SFVec3fType, Values{0.5}, [](double) { return Values{1, 2, 3}; });
     odd.emplace_back("Constant", SFColorType, spread(9, 1), [](double) { return Values{1, 1, 1}; });
-    odd.emplace_back("Holes", SFVec2fType, spread(9, 1), [](double t) { return Values{t > 0.5 ? none : t, infinity}; });
+    odd.emplace_back("Holes", SFVec2fType, spread(9, 1), [](double t) { return Values{t > 0.5 ? none : t, t}; });
     odd.emplace_back("Text", SFStringType, spread(3, 1), [](double) { return Values{}; });
     odd.emplace_back("NoElements", MFColorType, spread(3, 1), [](double) { return Values{}; });
     odd.emplace_back("Growing", MFRotationType, spread(9, 1), [](double t) { return Values(std::size_t(t * 4) * 4, t); });
@@ -137,7 +137,12 @@ TEST(Pictures, OddTracksGiveTheSameCleanFilesInEveryLocale)
     EXPECT_EQ(count("<script"), odd.size() + 3); // the data of each track, their times, the library and the page's own
     EXPECT_EQ(count("</script"), odd.size() + 3);
     std::string const png = written(writePng, std::locale::classic());
-    EXPECT_TRUE(png.starts_with("\x89PNG\r\n") && png.size() > 20'000) << png.size();
+    ASSERT_TRUE(png.starts_with("\x89PNG\r\n") && png.size() > 20'000) << png.size();
+    for (std::size_t at : {16, 20}) { // its width and its height, in both of which a unit is two pixels
+        auto const byte = [&](std::size_t i) { return std::uint32_t(static_cast<unsigned char>(png[at + i])); };
+        EXPECT_EQ(byte(0) << 24 | byte(1) << 16 | byte(2) << 8 | byte(3),
+                  2 * document.child("svg").attribute(at == 16 ? "width" : "height").as_uint());
+    }
     EXPECT_THAT(html, testing::AllOf(HasSubstr("&lt;/script&gt;&lt;script&gt;&quot;&amp;&#39;"), HasSubstr("Copyright (c)")));
 }
 
@@ -197,6 +202,26 @@ TEST(Pictures, PathsAreSeenFromTheNamedSide)
     }
 }
 
+/// A path of more points than are drawn keeps the outermost of them and where it is broken.
+TEST(Pictures, PathsOfManyPointsKeepTheirShape)
+{
+    for (std::size_t const size : {2000, 2400}) {
+        Values const times = spread(size, double(size - 1));
+        Recorded const moved("Mover", SFVec2fType, times, [](double t) {
+            return Values{t == 1403 ? none : t == 1201 ? 9. : 5., t == 1302 ? -9. : 1.};
+        });
+        Samples const samples(moved.track);
+        std::vector<std::string> facts;
+        std::vector<Panel> const panels = panelsOf(samples, {}, "time (s)", facts);
+        std::vector<PlanePath::Point> const points = pathOf(samples, panels[0].lines, {}, {}).points;
+        EXPECT_EQ(points.size() == size, size == 2000);
+        EXPECT_LE(points.size(), size == 2000 ? size : 1100);
+        for (PlanePath::Point const& kept : {PlanePath::Point{9, 1}, PlanePath::Point{5, -9}})
+            EXPECT_THAT(points, testing::Contains(kept));
+        EXPECT_TRUE(std::ranges::any_of(points, [](auto const& point) { return std::isnan(point[0]) && point[1] == 1; }));
+    }
+}
+
 TEST(Pictures, ElementsOfBlocksFitTheirRoom)
 {
     for (std::size_t const size : {2, 50, 1000}) {
@@ -206,12 +231,16 @@ TEST(Pictures, ElementsOfBlocksFitTheirRoom)
                 numbers.insert(numbers.end(), {double(i), t});
             return numbers;
         });
-        Elements const elements = elementsOf(Samples(block.track), 5000);
-        EXPECT_EQ(elements.numbers.size(), elements.times.size() * elements.count * 2);
-        EXPECT_LE(elements.numbers.size(), 5000u);
-        EXPECT_GE(elements.numbers.size(), std::min<std::size_t>(size * 200, 2500));
-        EXPECT_EQ(elements.numbers[2], double(elements.stride)) << "the second element that is kept";
+        for (std::size_t const most : {500, 5000}) {
+            Elements const elements = elementsOf(Samples(block.track), most);
+            EXPECT_EQ(elements.numbers.size(), elements.times.size() * elements.count * 2);
+            EXPECT_LE(elements.numbers.size(), most);
+            EXPECT_GE(elements.numbers.size(), std::min(size * 200, most / 2));
+            EXPECT_EQ(elements.numbers[2], double(elements.stride)) << "the second element that is kept";
+        }
     }
+    std::vector<Recorded> const odd = oddTracks();
+    EXPECT_EQ(elementsOf(Samples(odd[7].track), 5000).count, 0u) << "of rotations";
 }
 
 TEST(Pictures, ThinnedCurvesKeepLeastGreatestAndGapOfEveryColumn)
@@ -223,7 +252,7 @@ TEST(Pictures, ThinnedCurvesKeepLeastGreatestAndGapOfEveryColumn)
     for (unsigned round = 0; round < 300; ++round) {
         Panel panel;
         panel.lines.resize(1 + round % 2);
-        for (unsigned left = 15 + below(60); left > 0; --left) {
+        for (unsigned left = 14 + below(61); left > 0; --left) {
             panel.times.push_back((panel.times.empty() ? 0 : panel.times.back()) + below(3));
             for (Line& line : panel.lines)
                 line.values.push_back(below(round % 3 == 0 ? 1000 : 8) == 0 ? none : below(9));
@@ -237,7 +266,9 @@ TEST(Pictures, ThinnedCurvesKeepLeastGreatestAndGapOfEveryColumn)
             return values;
         };
         Panel const whole = panel;
-        ASSERT_TRUE(thin(panel, axis, columns));
+        ASSERT_EQ(thin(panel, axis, columns), whole.times.size() > 14) << round;
+        if (whole.times.size() == 14)
+            continue;
         for (std::size_t at = 0; at < panel.lines.size() * columns; ++at) {
             Values thinned = inColumn(panel, at / columns, at % columns), expected;
             Values const all = inColumn(whole, at / columns, at % columns);
