@@ -99,7 +99,7 @@ void appendScene(std::string& html, SceneInPage const& scene)
     std::vector<std::pair<Track const*, std::uint32_t>> moved;
     std::size_t numbers = 0;
     for (Track const& track : scene.tracks) {
-        std::uint32_t const node = track.leaves || track.ranges.empty() ? Staging::nowhere : staging.of(track.node);
+        std::uint32_t const node = track.ranges.empty() ? Staging::nowhere : staging.of(track.node);
         if (node == Staging::nowhere || track.times.empty())
             continue;
         moved.emplace_back(&track, node);
@@ -110,7 +110,7 @@ void appendScene(std::string& html, SceneInPage const& scene)
         "<section id=\"scene\" aria-labelledby=\"sceneName\">\n<h2 id=\"sceneName\">The scene</h2>\n<div id=\"stage\"></div>\n"
         "<ul id=\"left\">";
     if (step > 1)
-        html += "<li>It moves at every " + std::to_string(step) + "th event only: the values take too much room.</li>";
+        html += "<li>It moves at one event in " + std::to_string(step) + " only: the values take too much room.</li>";
     for (std::string const& sentence : staging.left)
         html += "<li><bdi>" + escapedMarkup(sentence) + "</bdi></li>";
     if (staging.leftBesides > 0)

@@ -87,7 +87,7 @@ void addWheel(PlanePath& path, Samples const& samples, std::vector<Line> const& 
 {
     path.kind = PlanePath::hueWheel;
     path.horizontal = path.vertical = {-1, 1};
-    path.notes = {"hue around,", "saturation outwards"};
+    path.notes = {"hue around", "saturation outwards"};
     auto const place = [](double const* rgb) -> PlanePath::Point {
         if (!std::all_of(rgb, rgb + 3, drawable))
             return {gap, gap};

@@ -20,9 +20,9 @@ std::vector<double> ticksOf(Span span, unsigned most, bool degrees)
             step *= step < rough ? factor : 1;
     }
     std::vector<double> ticks;
-    // Numbered from the first one, so that no error adds up; a step too small for the numbers gives none.
+    // Numbered from the first one, so that no error adds up; a step too small for the digits of a label gives none.
     double const first = std::ceil(span.low / step);
-    if (!drawable(first) || first + 1 == first)
+    if (!(std::abs(first) < 1e13))
         return ticks;
     for (unsigned i = 0; i <= most && (first + i) * step <= span.high; ++i)
         ticks.push_back((first + i) * step);
