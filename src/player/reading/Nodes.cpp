@@ -32,12 +32,12 @@ DidYouMean meantField(Node const& node, std::string_view name, unsigned access)
     return meant;
 }
 
-/// The string in the quotes that a value begins with; they are closed.
+/// The string in the quotes that a value begins with.
 std::string unquoted(std::string_view text)
 {
     std::string string;
-    for (std::size_t at = 1; text[at] != '"'; ++at) {
-        if (text[at] == '\\')
+    for (std::size_t at = 1; at < text.size() && text[at] != '"'; ++at) {
+        if (text[at] == '\\' && at + 1 < text.size())
             ++at;
         string += text[at];
     }

@@ -93,8 +93,7 @@ void SourceFile::decode()
         _text = convertedFrom(text().starts_with("\xff\xfe") ? "UTF-16LE" : "UTF-16BE", std::move(_text), 2);
     if (text().starts_with(std::string_view("\xe0\x00\x00\x01", 4)) || text().starts_with("<?xml encoding='finf'"))
         throw Failure(exitScene, "binary X3D is not read; convert it to X3D XML first");
-    _text.trim(); // some programs fill up their last block
-
+    _text.trim();                          // some programs fill up their last block
     std::string_view const begin = body(); // once: it may begin behind many blanks
     if (begin.empty())
         throw Failure(exitScene, "expected an X3D scene, found nothing");
