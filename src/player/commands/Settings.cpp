@@ -366,9 +366,9 @@ Settings SettingsFiles::forScene(std::string const& scene)
 
 void SettingsFiles::readFor(std::vector<std::string> const& scenes)
 {
-    fs::path last;
+    std::optional<fs::path> last;
     for (std::string const& scene : scenes)
-        if (fs::path const folder = fs::path(scene).parent_path(); &scene == scenes.data() || folder != last) {
+        if (fs::path const folder = fs::path(scene).parent_path(); folder != last) {
             forScene(scene);
             last = folder;
         }
