@@ -114,14 +114,16 @@ void TimeSensorProc::tick(TimeStamp const& now)
     NodeHold const hold(_node);
     TimeSensor& s = sensor();
     if (_active && !_paused && _pauseAt > _resumeAt && _pauseAt >= _startAt && now >= _pauseAt) {
-        _pausedAt = _pauseAt;
-        progress(_pausedAt, now);
+        double const begin = _pauseAt; // which may be set anew
+        progress(begin, now);
         _paused = _active; // its cycle may have ended before
-        if (_paused)
+        if (_paused) {
+            _pausedTotal -= begin;
             publish(s._isPaused, true, now);
+        }
     }
     if (_active && _paused && _resumeAt > _pauseAt && now >= _resumeAt) {
-        _pausedTotal += std::max(_resumeAt - _pausedAt, 0.0); // pauseTime may have been set anew
+        _pausedTotal = std::max(_pausedTotal + _resumeAt, 0.0); // pauseTime may have been set anew
         _paused = false;
         publish(s._isPaused, false, now);
     }

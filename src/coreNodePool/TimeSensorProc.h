@@ -71,11 +71,10 @@ private:
     double _startAt = never;
     double _stopAt = -never;
     double _pauseAt = -never;
-    double _pausedAt = 0; ///< what _pauseAt was when the pause began
     double _resumeAt = -never;
-    double _pausedTotal = 0;
-    double _interval = 1; ///< of the cycle that runs; changes of the field wait until the sensor has ended
-    double _cycle = 0;    ///< number of the cycle at the last tick
+    double _pausedTotal = 0; ///< of pauses; in one, less the time at which it began
+    double _interval = 1;    ///< of the cycle that runs; changes of the field wait until the sensor has ended
+    double _cycle = 0;       ///< number of the cycle at the last tick
 };
 
 } // namespace Zelvan
