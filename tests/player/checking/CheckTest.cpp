@@ -267,22 +267,5 @@ TEST(Check, WritesTheSameFindingsAsTextAndAsJson)
     EXPECT_THAT(checkFile("<X3D><Scene>\n<A></Scene></X3D>", {}).out, HasSubstr("s.x3d:2:6: error: not well-formed"));
 }
 
-TEST(Check, NeverFloods)
-{
-    std::string keys, scene;
-    for (int i = 100; i > 0; --i)
-        keys += std::to_string(i) + ' ';
-    for (int i = 0; i < 60; ++i)
-        scene += "<ScalarInterpolator key='" + keys + "' keyValue='" + keys + "'/>\n";
-    Checked const text = check(scene, {"--only", "key-order"});
-    EXPECT_EQ(std::count(text.out.begin(), text.out.end(), '\n'), 50 + 16 + 1);
-    EXPECT_THAT(text.out, HasSubstr("\ns.x3d:3:36: ... and 96 more at ScalarInterpolator#1 [key-order]\n"));
-    EXPECT_THAT(text.out, HasSubstr("... and " + std::to_string(60 * 99 - 50 - 16 * 96) + " more [key-order]\n"));
-    EXPECT_THAT(text.err, HasSubstr(": 5940 errors"));
-    EXPECT_EQ(check(scene).json()["errors"], 5940);
-    Checked const all = check(scene, {"--only", "key-order", "--per-node", "0", "--per-code", "0"});
-    EXPECT_EQ(std::count(all.out.begin(), all.out.end(), '\n'), 5940);
-}
-
 } // namespace
 } // namespace Zelvan::play::test

@@ -267,22 +267,6 @@ TEST(Program, ReportsFitEightyColumns)
     EXPECT_THAT(play(folder, "sweep wide.x3d --at 0.1 --nodes 'n*' --csv -").out, HasSubstr("\n0.1,nnn"));
 }
 
-TEST(Program, ShowsTheNodesAndFormatsItIsAskedFor)
-{
-    Folder const folder;
-    folder.add("s.x3d", x3d(chain));
-    EXPECT_EQ(play(folder, "run s.x3d --at 1 --nodes 'A,?' --csv -").out,
-              "time,node,field,value\n1,A,value_changed,0.25\n"
-              "1,B,value_changed,1 1 0\n1,M,diffuseColor,1 1 0\n");
-    EXPECT_EQ(play(folder, "run s.x3d --at 1 --nodes A --csv -").out, "time,node,field,value\n1,A,value_changed,0.25\n");
-    EXPECT_THAT(play(folder, "export s.x3d --at 1 --nodes A").out, StartsWith("time,A.value_changed\n"));
-    EXPECT_EQ(play(folder, "run s.x3d --nodes Nobody").status, 2);
-    for (std::string const wrong : {"--svg a.png", "--png a.jpg", "--png a.html", "--html a.csv", "--csv a.svg"})
-        EXPECT_EQ(play(folder, "run s.x3d " + wrong).status, 2) << wrong;
-    EXPECT_EQ(play(folder, "run s.x3d --png a.png").status, 0);
-    EXPECT_THAT(folder.read("a.png"), StartsWith("\x89PNG"));
-}
-
 TEST(Program, TellsWhyNothingMovesAndWhatIsNotRun)
 {
     Folder const folder;

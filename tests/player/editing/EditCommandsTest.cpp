@@ -118,17 +118,6 @@ TEST(EditCommands, EditOtherFilesOnlyWhenAsked)
     EXPECT_THAT(folder.read("part.x3d"), HasSubstr("key='0 1'"));
 }
 
-TEST(EditCommands, SayWhyUnitsAreNotEdited)
-{
-    Folder const folder;
-    folder.add("scene.x3d",
-               "<X3D version='3.3'><head><unit category='length' name='cm' conversionFactor='0.01'/></head><Scene>" + moving
-                   + "</Scene></X3D>");
-    for (char const* const command : {"reduce scene.x3d --diff", "bake scene.x3d --diff"})
-        EXPECT_EQ(play(folder, command).out, "");
-    EXPECT_THAT(play(folder, "reduce scene.x3d --diff").err, HasSubstr("its file states units of its own"));
-}
-
 TEST(BakeCommand, TakesKeysWhereItIsTold)
 {
     std::string const eased =
