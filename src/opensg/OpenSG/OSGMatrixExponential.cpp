@@ -119,17 +119,41 @@ int halvingsFor(double const* m)
         sums[c] = std::abs(m[4 * c]) + std::abs(m[4 * c + 1]) + std::abs(m[4 * c + 2]) + std::abs(m[4 * c + 3]);
     if (!(sums[0] + sums[1] + sums[2] + sums[3] <= std::numeric_limits<double>::max()))
         return -1;
-    // The exponential is linear in the translation of an affine matrix: its size costs no accuracy.
-    if (m[3] == 0 && m[7] == 0 && m[11] == 0)
-        sums[3] = std::abs(m[15]);
     return std::max(0, exponentOf(std::max({sums[0], sums[1], sums[2], sums[3]})) + 1);
 }
 
 } // namespace
 
+int matrixMath::unitOfLength(double const* m)
+{
+    double const translation = std::abs(m[12]) + std::abs(m[13]) + std::abs(m[14]);
+    double const projection = std::abs(m[3]) + std::abs(m[7]) + std::abs(m[11]);
+    if (translation == 0)
+        return 0;
+    double upper = 0;
+    for (int c = 0; c < 3; ++c)
+        upper += std::abs(m[4 * c]) + std::abs(m[4 * c + 1]) + std::abs(m[4 * c + 2]);
+    int const size = std::max(exponentOf(upper), -149); // no float is smaller, but for 0
+    int unit = size - exponentOf(translation);
+    if (exponentOf(projection) - unit > size)
+        unit = (exponentOf(projection) - exponentOf(translation)) / 2;
+    return std::clamp(unit, -500, 500);
+}
+
+void matrixMath::scaleLength(int unit, double* m)
+{
+    for (int i = 0; i < 3; ++i) {
+        m[12 + i] *= powerOfTwo(unit);
+        m[4 * i + 3] *= powerOfTwo(-unit);
+    }
+}
+
 bool matrixMath::exponential(Columns const& matrix, Columns& result)
 {
     Columns x = matrix, square, cube;
+    // Otherwise a large translation would ask for halvings in which the rest is lost.
+    int const unit = unitOfLength(x.values());
+    scaleLength(unit, x.values());
     int const halvings = halvingsFor(x.values());
     if (halvings < 0)
         return false;
@@ -154,6 +178,7 @@ bool matrixMath::exponential(Columns const& matrix, Columns& result)
     }
     for (int i = 0; i < halvings; ++i)
         multiply(result, result, result);
+    scaleLength(-unit, result.values());
     return true;
 }
 

@@ -181,20 +181,8 @@ bool TransformationMatrix<T>::logOf(TransformationMatrix const& matrix)
     if (det.isZero() || det.value < 0)
         return fail(*this);
 
-    // A change of the unit of length that brings the translation to the size of the rest or, where that makes the
-    // projective part larger than the rest, makes the two equal. Powers of two are exact.
-    double const translation = m.col(3).head<3>().cwiseAbs().sum();
-    double const projection = m.row(3).head<3>().cwiseAbs().sum();
-    int const size = exponentOf(m.topLeftCorner<3, 3>().cwiseAbs().sum());
-    int unit = 0;
-    if (translation != 0) {
-        unit = size - exponentOf(translation);
-        if (exponentOf(projection) - unit > size)
-            unit = (exponentOf(projection) - exponentOf(translation)) / 2;
-    }
-    m.col(3).head<3>() *= powerOfTwo(unit);
-    m.row(3).head<3>() *= powerOfTwo(-unit);
-
+    int const size = exponentOf(m.topLeftCorner<3, 3>().cwiseAbs().sum()), unit = unitOfLength(m.data());
+    scaleLength(unit, m.data());
     Columns log, inverse;
     Matrix4 const given = m;
     Matrix4 result;
@@ -208,8 +196,7 @@ bool TransformationMatrix<T>::logOf(TransformationMatrix const& matrix)
         || !(largest(Eigen::Map<Matrix4>(inverse.values()) * m - Matrix4::Identity()) < 1e-4))
         return fail(*this);
 
-    result.col(3).head<3>() *= powerOfTwo(-unit);
-    result.row(3).head<3>() *= powerOfTwo(unit);
+    scaleLength(-unit, result.data());
     Eigen::Map<Matrix4>(log.values()) = result;
     return narrow(log, *this);
 }
