@@ -3,6 +3,7 @@
 
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+unset ZELVAN_PLUGIN_PATH # another build's pool would be found beside this one's
 
 # Debian packages by what they are for.
 build_packages="g++ cmake ninja-build libeigen3-dev libpugixml-dev libcli11-dev nlohmann-json3-dev libtomlplusplus-dev zlib1g-dev libjs-dygraphs pkg-config

@@ -259,6 +259,22 @@ TEST(Matrix, ElementsOfAnySizeDoNotDisturbTheOthers)
             half.expOf(log);
             EXPECT_TRUE(half.equals(Matrix(1, 0, 0, 1, 0, 1, 0, 1.5f, 0, 0, 1, 2.5f, 0, 0, 0, 1), 1e-6f)) << tiny;
         }
+    // Another unit of length makes the translation or the projective part larger, and changes nothing else.
+    for (bool const projective : {false, true})
+        for (float const huge : {1e10f, 1e21f}) {
+            Matrix log(0, -0.5f, 0, 0, 0.5f, 0, 0, 0, 0, 0, 0.7f, 0, 0, 0, 0, 0.2f), expected, found, again;
+            auto const element = [&](Matrix& m, osg::UInt32 i) -> float& { return projective ? m[i][3] : m[3][i]; };
+            element(log, 0) = 1;
+            EXPECT_TRUE(expected.expOf(log));
+            element(log, 0) = huge;
+            EXPECT_TRUE(found.expOf(log) && again.logOf(found)) << huge;
+            element(log, 0) = 1;
+            for (osg::UInt32 i = 0; i < 3; ++i) {
+                element(found, i) /= huge;
+                element(again, i) /= huge;
+            }
+            EXPECT_TRUE(found.equals(expected, 1e-6f) && again.equals(log, 1e-6f)) << huge;
+        }
     float const least = 1.4e-45f;
     DecomposableMatrix const wide = Matrix(0, -3e38f, least, 0, least, least, least, 0, 0, 1e-7f, least, 0, 0, 0, 0, 1);
     DecomposableMatrix Q, S;

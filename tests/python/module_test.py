@@ -234,7 +234,7 @@ class Errors(unittest.TestCase):
                 amid.append(str(error))
             raise KeyboardInterrupt
 
-        before = signal.signal(signal.SIGINT, interrupt)
+        self.addCleanup(signal.signal, signal.SIGINT, signal.signal(signal.SIGINT, interrupt))
         for work in (lambda: zi.Scene(sensor).play(130_000, 60),
                      lambda: zi.interpolate("SquadOrientationInterpolator", [0, 0.5, 1], np.eye(3, 4), fractions),
                      lambda: zi.reduce(large, max_error=1e-6)):
@@ -248,7 +248,6 @@ class Errors(unittest.TestCase):
             finally:  # where the work failed no signal hits what comes after
                 timer.cancel()
                 timer.join()
-        signal.signal(signal.SIGINT, before)
         self.assertEqual(len(amid), 3, amid)
         self.assertEqual(zi.interpolate("ScalarInterpolator", [0, 1], [0, 2], [0.5])[0], 1)
 

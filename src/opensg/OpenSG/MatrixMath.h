@@ -74,7 +74,7 @@ struct Determinant {
 Determinant determinant(double const* elements);
 
 /// A change of the unit of length, 2^this, that brings the translation to the size of the upper 3x3 part or, where that
-/// makes the projective part larger than this, makes the two equal. Of sixteen elements, column by column.
+/// makes the projective part larger than this, makes the two equal; without a translation, that of the projective part. Of sixteen elements, column by column.
 int unitOfLength(double const* elements);
 /// elements = the same map in that unit. Powers of two are exact.
 void scaleLength(int unit, double* elements);

@@ -128,13 +128,11 @@ int matrixMath::unitOfLength(double const* m)
 {
     double const translation = std::abs(m[12]) + std::abs(m[13]) + std::abs(m[14]);
     double const projection = std::abs(m[3]) + std::abs(m[7]) + std::abs(m[11]);
-    if (translation == 0)
-        return 0;
     double upper = 0;
     for (int c = 0; c < 3; ++c)
         upper += std::abs(m[4 * c]) + std::abs(m[4 * c + 1]) + std::abs(m[4 * c + 2]);
     int const size = std::max(exponentOf(upper), -149); // no float is smaller, but for 0
-    int unit = size - exponentOf(translation);
+    int unit = translation != 0 ? size - exponentOf(translation) : projection != 0 ? exponentOf(projection) - size : 0;
     if (exponentOf(projection) - unit > size)
         unit = (exponentOf(projection) - exponentOf(translation)) / 2;
     return std::clamp(unit, -500, 500);

@@ -4,6 +4,7 @@
 #include "player/editing/Mending.h"
 #include "player/editing/Reduce.h"
 #include "player/scene/Utf8.h"
+#include "player/scene/Values.h"
 
 #include <algorithm>
 #include <cstring>
@@ -221,16 +222,15 @@ private:
     // Without what stays the same at both ends.
     TextChange changeOf(AuthorFile const& file, std::uint32_t number, AuthorFile::Edit const& edit) const
     {
-        constexpr std::string_view blanks = " \t\r\n,";
         std::string_view const text = file.text();
         std::string_view old = text.substr(edit.begin, edit.end - edit.begin), with = edit.with;
         auto begin = static_cast<std::size_t>(std::ranges::mismatch(old, with).in1 - old.begin());
-        while (begin > 0 && blanks.find(old[begin - 1]) == std::string_view::npos) // numbers stay whole
+        while (begin > 0 && blanksOfLists.find(old[begin - 1]) == std::string_view::npos) // numbers stay whole
             --begin;
         old.remove_prefix(begin);
         with.remove_prefix(begin);
         auto end = std::mismatch(old.rbegin(), old.rend(), with.rbegin(), with.rend()).first - old.rbegin();
-        while (end > 0 && blanks.find(old[old.size() - static_cast<std::size_t>(end)]) == std::string_view::npos)
+        while (end > 0 && blanksOfLists.find(old[old.size() - static_cast<std::size_t>(end)]) == std::string_view::npos)
             --end;
         old.remove_suffix(static_cast<std::size_t>(end));
         with.remove_suffix(static_cast<std::size_t>(end));

@@ -1,6 +1,7 @@
 #include "player/editing/Markup.h"
 
 #include "player/scene/Diagnostics.h"
+#include "player/scene/Values.h"
 
 #include <algorithm>
 #include <cctype>
@@ -10,8 +11,6 @@
 namespace Zelvan::play {
 
 namespace {
-
-constexpr std::string_view blanks = " \t\r\n\f\v\x1a,"; // classic
 
 /// Goes through the words of a text.
 class Cursor {
@@ -43,7 +42,7 @@ public:
     // Classic: over blanks and comments.
     void passClassicBlanks()
     {
-        for (pass(blanks); beginsComment(); pass(blanks))
+        for (pass(blanksOfLists); beginsComment(); pass(blanksOfLists))
             at = std::min(_text.find_first_of("\r\n", at), _text.size());
     }
     // Not in 1.#QNAN.
@@ -55,7 +54,7 @@ public:
     }
     TextRange classicWord()
     {
-        constexpr std::string_view stop = " \t\r\n\f\v\x1a,[]{}#\"";
+        static std::string const stop = std::string(blanksOfLists) + "[]{}#\"";
         passClassicBlanks();
         TextRange range = word(stop);
         while (next() == '#' && !beginsComment()) {

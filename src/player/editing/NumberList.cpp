@@ -12,9 +12,9 @@ namespace Zelvan::play {
 
 namespace {
 
-bool isBlank(char c, bool classic)
+bool isBlank(char c)
 {
-    return c == ' ' || c == ',' || c == '\n' || c == '\t' || c == '\r' || (classic && (c == '\f' || c == '\v' || c == '\x1a'));
+    return blanksOfLists.find(c) != std::string_view::npos;
 }
 
 // Length of a character reference that stands for a blank ("&#10;", "&#x9;"); 0 for anything else.
@@ -53,7 +53,7 @@ NumberList::NumberList(AuthorFile const& file, std::uint32_t offset)
         refuse("no attribute value begins");
     SFFloat number; // reads as the nodes do
     for (std::size_t at = offset; at < _text.size();) {
-        if (isBlank(_text[at], _classic)) {
+        if (isBlank(_text[at])) {
             ++at;
         } else if (std::size_t const length = _classic ? 0 : blankReference(_text.substr(at))) {
             at += length;
@@ -61,7 +61,7 @@ NumberList::NumberList(AuthorFile const& file, std::uint32_t offset)
             at = std::min(_text.find_first_of("\n\r", at), _text.size());
         } else {
             std::size_t end = at;
-            while (end < _text.size() && !isBlank(_text[end], _classic) && _text[end] != '&' && _text[end] != '<'
+            while (end < _text.size() && !isBlank(_text[end]) && _text[end] != '&' && _text[end] != '<'
                    && (_classic ? std::string_view("[]{}#\"").find(_text[end]) == std::string_view::npos : _text[end] != quote))
                 ++end;
             std::string const word(_text.substr(at, end - at));

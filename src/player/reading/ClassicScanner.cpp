@@ -1,5 +1,7 @@
 #include "player/reading/ClassicScanner.h"
 
+#include "player/scene/Values.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -11,13 +13,11 @@ namespace {
 
 enum : unsigned char { blank = 1, mark = 2, ofNumber = 4 };
 
-// Old files end with control-Z; lists that are read as numbers later have only the first five blanks.
+// Lists that are read as numbers later have only the first five blanks.
 constexpr auto classes = [] {
     std::array<unsigned char, 256> table{};
-    for (unsigned char const c : {' ', '\t', '\n', '\r', ','})
-        table[c] = blank | ofNumber;
-    for (unsigned char const c : {'\f', '\v', '\x1a'})
-        table[c] = blank;
+    for (std::size_t i = 0; i < blanksOfLists.size(); ++i)
+        table[static_cast<unsigned char>(blanksOfLists[i])] = i < 5 ? blank | ofNumber : blank;
     for (unsigned char const c : {'[', ']', '{', '}', '"', '#', '\0'})
         table[c] = mark;
     for (unsigned char const c : {'0', '1', '2', '3', '4', '5', '6', '7', '8', '9', '+', '-', '.'})

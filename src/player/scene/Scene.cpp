@@ -167,15 +167,15 @@ void Scene::Lines::locate(std::uint32_t offset, unsigned& line, unsigned& column
 std::uint32_t Scene::Lines::number(std::uint32_t begin, std::size_t index)
 {
     std::string_view const all(text.get(), text ? size : 0);
-    constexpr std::string_view blanks = " ,\t\r\n", ends(" ,\t\r\n\0\"'[]{}<>", 14);
+    static std::string const ends = std::string(blanksOfLists) + std::string("\0\"'[]{}<>", 9);
     if (begin != _begin || index < _index) {
         _begin = begin;
         _index = 0;
-        _at = static_cast<std::uint32_t>(std::min(all.find_first_not_of(blanks, begin), all.size()));
+        _at = static_cast<std::uint32_t>(std::min(all.find_first_not_of(blanksOfLists, begin), all.size()));
     }
     for (; _index < index; ++_index) {
         auto const end = std::min(all.find_first_of(ends, _at), all.size());
-        auto const next = std::min(all.find_first_not_of(blanks, end), all.size());
+        auto const next = std::min(all.find_first_not_of(blanksOfLists, end), all.size());
         if (end == _at || next == all.size())
             return begin;
         _at = static_cast<std::uint32_t>(next);

@@ -3,9 +3,13 @@
 #include "base/Field.h"
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Zelvan::play {
+
+/// What stands between the values of a list. XML has only the first five; old classic files end with control-Z.
+inline constexpr std::string_view blanksOfLists = " \t\r\n,\f\v\x1a";
 
 /// How the values of a data type are written as numbers: "x y z" for SFVec3f and for each element of MFVec3f.
 struct Components {
