@@ -292,16 +292,26 @@ std::vector<Clock::Sensor> Clock::planned(double until) const
         Sensor& copy = plan.emplace_back(*sensor.node);
         TimeSensor& node = timeSensor(sensor);
         double const cycle = node._cycleInterval._value;
-        auto const run = [&](double start) {
-            if (cycle > 0)
-                copy.runs.push_back({start, node._loop._value ? until : std::min(until, start + cycle), cycle});
+        std::optional<double> start; // of the run that is not in the plan yet
+        auto const end = [&] { return node._loop._value ? until : std::min(until, *start + cycle); };
+        auto const run = [&] {
+            if (start && cycle > 0)
+                copy.runs.push_back({*start, end(), cycle});
         };
         TimeSensorProc const& proc = node.sensorProc();
         if (proc.startTime() <= until && proc.isDue(std::max(0.0, proc.startTime())))
-            run(proc.startTime());
-        for (Event const& event : _events)
-            if (event.field == &node._startTime && event.time <= until)
-                run(event.time);
+            start = proc.startTime();
+        for (Event const& event : _events) {
+            if (event.field != &node._startTime || event.time > until)
+                continue;
+            if (start && std::max(0.0, *start) < event.time) { // it has begun
+                if (event.time <= end())                       // and runs
+                    continue;
+                run();
+            }
+            start = event.time;
+        }
+        run();
     }
     return plan;
 }

@@ -134,6 +134,40 @@ TEST(Clock, IsInTheMiddleOfACycleWhenItKnowsWhatTimeItIs)
         EXPECT_EQ(clock.waitsFor(clock.sensors()[i + 1]), waits[i]);
 }
 
+TEST(Clock, PlaysWhatItHasPlanned)
+{
+    constexpr double until = 7, step = 0.25; // all times below are multiples of it
+    for (char const* const attributes :
+         {"loop='true' cycleInterval='2'", "cycleInterval='2'", "startTime='998' cycleInterval='4'",
+          "startTime='998.5' cycleInterval='1' loop='true'", "startTime='1003' cycleInterval='2'", "startTime='1007'",
+          "startTime='1006' cycleInterval='3'", "startTime='1004' cycleInterval='2'"})
+        for (double const start : {0., 1.5, 6.}) {
+            ReadScene read("<TimeSensor DEF='T' " + std::string(attributes) + "/>");
+            Clock clock(*read.scene, 1000);
+            Clock::Sensor const& sensor = clock.sensors()[0];
+            clock.startSensor("T", start);
+            auto const plan = clock.planned(until);
+            std::vector<double> expected;
+            for (double time = 0; time <= until; time += step) {
+                clock.advance(time);
+                bool const passed = std::ranges::any_of(plan[0].runs, [&](Clock::Run const& run) {
+                    return time >= run.start && time <= run.end && std::fmod(time - run.start, run.cycle / 2) == 0;
+                });
+                if (passed)
+                    expected.push_back(time);
+            }
+            std::string const which = attributes + (", started at " + shortNumber(start));
+            EXPECT_EQ(Clock::timesOf(plan[0], {1, 0, 0.5f}, 100), expected) << which;
+            ASSERT_EQ(sensor.runs.size(), plan[0].runs.size()) << which;
+            for (std::size_t i = 0; i < sensor.runs.size(); ++i) {
+                Clock::Run const &run = sensor.runs[i], &planned = plan[0].runs[i];
+                EXPECT_THAT((std::array{run.start, run.end, run.cycle}),
+                            testing::ElementsAre(planned.start, planned.end, planned.cycle))
+                    << which << ", run " << i;
+            }
+        }
+}
+
 TEST(Clock, StartsAllThatDoNotRun)
 {
     ReadScene read("<TimeSensor DEF='A' loop='true' enabled='false'/><TimeSensor DEF='B'/>"
@@ -192,6 +226,23 @@ TEST(Clock, LooksAtSensorsInTheOrderOfTheFileWhateverWakesThem)
     for (double const time : {0.0, 0.5, 1.0, 2.0, 3.0, 4.0, 5.0})
         clock.advance(time);
     EXPECT_EQ(text, "1a+ 1b+ 1c- 3late+ 4late- ");
+}
+
+TEST(Clock, BeginsAChainOfSensorsInOneFrame)
+{
+    // Each starts the one before it in the file; as long as the chains that a frame follows.
+    std::string sensors = "<TimeSensor DEF='T0' cycleInterval='9'/>", routes, name = "T0";
+    for (int i = 1; i <= 16; ++i) {
+        std::string const next = "T" + std::to_string(i);
+        sensors += "<TimeSensor DEF='" + next + "' cycleInterval='9'/>";
+        routes += "<ROUTE fromNode='" + next + "' fromField='cycleTime' toNode='" + name + "' toField='startTime'/>";
+        name = next;
+    }
+    ReadScene read(sensors + routes);
+    Clock clock(*read.scene);
+    clock.inject({name, "startTime", "1", 1});
+    clock.advance(1);
+    EXPECT_EQ(std::ranges::count(clock.sensors(), true, &Clock::Sensor::active), 17);
 }
 
 TEST(Clock, RefusesMoreSensorsThanFramesHaveTimeFor)
