@@ -94,6 +94,8 @@ TEST(Check, LeavesAlone)
         {"too-many-values", node("Vector", "S", "0 1", "0 1 2 3")},
         {"uneven-blocks", node("Coordinate", "S", "0 1", "0 0 0 1 0 0 2 0 0 3 0 0")},
         {"one-key", node("Scalar", "S", "0", "1")},
+        {"one-key",
+         loop + node("Scalar", "S", "0", "1") + "<Script DEF='B'><field type='MFFloat' name='f'/></Script>B.f>S.key "},
         {"key-order", node("Scalar", "S", "0 0.5 0.5 1 0.2", "0 1 2 3")}, // the last one does not count
         {"key-equal", node("Scalar", "S", "0 0.5 0.5000001 1", "0 0 1 1")},
         {"key-range", brain + node("Scalar", "S", "0 50 100", "0 1 0")},
