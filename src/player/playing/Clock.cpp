@@ -301,11 +301,17 @@ std::vector<Clock::Sensor> Clock::planned(double until) const
         TimeSensorProc const& proc = node.sensorProc();
         if (proc.startTime() <= until && proc.isDue(std::max(0.0, proc.startTime())))
             start = proc.startTime();
+        bool undisturbed = !(node._stopTime._value > node._startTime._value) // only its cycle ends a run
+            && std::ranges::none_of(node.fields(), [](Field const* field) { return field->_routesIn != nullptr; });
         for (Event const& event : _events) {
-            if (event.field != &node._startTime || event.time > until)
+            if (event.field->_node != &node || event.time > until)
                 continue;
+            if (event.field != &node._startTime) {
+                undisturbed = undisturbed && event.field == &node._enabled && event.value == "true";
+                continue;
+            }
             if (start && std::max(0.0, *start) < event.time) { // it has begun
-                if (event.time <= end())                       // and runs
+                if (undisturbed && event.time <= end())        // and runs
                     continue;
                 run();
             }

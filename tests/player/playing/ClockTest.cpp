@@ -166,6 +166,24 @@ TEST(Clock, PlaysWhatItHasPlanned)
                     << which << ", run " << i;
             }
         }
+    // What else may end a run is not looked ahead at: a start behind it counts.
+    for (auto const& [sensor, ending] : std::initializer_list<std::pair<char const*, Injection>>{
+             {"loop='true'/>", {"T", "stopTime", "2", 2}},
+             {"loop='true'/>", {"T", "enabled", "false", 2}},
+             {"loop='true' cycleInterval='2'/>", {"T", "loop", "false", 1}},
+             {"loop='true' startTime='999' stopTime='1001'/>", {"T", "startTime", "3", 3}},
+             {"loop='true'/><Sink DEF='S'/><ROUTE fromNode='S' fromField='a' toNode='T' toField='stopTime'/>",
+              {"S", "a", "2", 2}}}) {
+        ReadScene read("<TimeSensor DEF='T' " + std::string(sensor));
+        Clock clock(*read.scene, 1000);
+        clock.inject(ending);
+        clock.startSensor("T", 3);
+        auto const plan = clock.planned(until);
+        for (double time = 0; time <= until; time += step)
+            clock.advance(time);
+        for (auto const* const runs : {&plan[0].runs, &clock.sensors()[0].runs})
+            EXPECT_EQ(runs->back().start, 3) << sensor << ' ' << ending.field;
+    }
 }
 
 TEST(Clock, StartsAllThatDoNotRun)
