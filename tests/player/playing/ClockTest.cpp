@@ -142,10 +142,11 @@ TEST(Clock, PlaysWhatItHasPlanned)
           "startTime='998.5' cycleInterval='1' loop='true'", "startTime='1003' cycleInterval='2'", "startTime='1007'",
           "startTime='1006' cycleInterval='3'", "startTime='1004' cycleInterval='2'"})
         for (double const start : {0., 1.5, 6.}) {
-            ReadScene read("<TimeSensor DEF='T' " + std::string(attributes) + "/>");
+            ReadScene read("<TimeSensor DEF='T' " + std::string(attributes) + "/><TimeSensor DEF='Other'/>");
             Clock clock(*read.scene, 1000);
             Clock::Sensor const& sensor = clock.sensors()[0];
             clock.startSensor("T", start);
+            clock.startSensor("Other", 0.5);
             auto const plan = clock.planned(until);
             std::vector<double> expected;
             for (double time = 0; time <= until; time += step) {
