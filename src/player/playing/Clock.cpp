@@ -287,10 +287,14 @@ std::vector<double> Clock::seamsOf(Sensor const& sensor, std::size_t most)
 
 std::vector<Clock::Sensor> Clock::planned(double until) const
 {
+    std::vector<std::vector<Event const*>> injected(_sensors.size());
+    for (Event const& event : _events)
+        if (auto const found = _byNode.find(event.field->_node); found != _byNode.end() && event.time <= until)
+            injected[found->second].push_back(&event);
     std::vector<Sensor> plan;
-    for (Sensor const& sensor : _sensors) {
-        Sensor& copy = plan.emplace_back(*sensor.node);
-        TimeSensor& node = timeSensor(sensor);
+    for (std::size_t i = 0; i < _sensors.size(); ++i) {
+        Sensor& copy = plan.emplace_back(*_sensors[i].node);
+        TimeSensor& node = timeSensor(_sensors[i]);
         double const cycle = node._cycleInterval._value;
         std::optional<double> start; // of the run that is not in the plan yet
         auto const end = [&] { return node._loop._value ? until : std::min(until, *start + cycle); };
@@ -303,19 +307,17 @@ std::vector<Clock::Sensor> Clock::planned(double until) const
             start = proc.startTime();
         bool undisturbed = !(node._stopTime._value > node._startTime._value) // only its cycle ends a run
             && std::ranges::none_of(node.fields(), [](Field const* field) { return field->_routesIn != nullptr; });
-        for (Event const& event : _events) {
-            if (event.field->_node != &node || event.time > until)
-                continue;
-            if (event.field != &node._startTime) {
-                undisturbed = undisturbed && event.field == &node._enabled && event.value == "true";
+        for (Event const* const event : injected[i]) {
+            if (event->field != &node._startTime) {
+                undisturbed = undisturbed && event->field == &node._enabled && event->value == "true";
                 continue;
             }
-            if (start && std::max(0.0, *start) < event.time) { // it has begun
-                if (undisturbed && event.time <= end())        // and runs
+            if (start && std::max(0.0, *start) < event->time) { // it has begun
+                if (undisturbed && event->time <= end())        // and runs
                     continue;
                 run();
             }
-            start = event.time;
+            start = event->time;
         }
         run();
     }
